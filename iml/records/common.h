@@ -1,0 +1,45 @@
+// What the payload records share. All records are packed and little-endian.
+//
+// A field that is declared as the last one with a single element (cMessage, cText, cChassisName,
+// cSerialNumber, cCause, szSerialNumber, szChassis_Sun, and the byte arrays bMIDChain and data) is only the
+// first byte of what the payload holds from there on: take its address to read it, never past the payload's
+// 212 bytes, and write it through ExtendDataSize, which has them all. The texts end with NUL. szChassis_Sun
+// holds two of them one behind the other, the chassis name and the slot description; either may be empty.
+// szPortID is two characters without a NUL.
+#pragma once
+
+#include <assert.h>
+#include <stddef.h>
+#include <stdint.h>
+
+#define IML_PACKED __attribute__((packed))
+#define IML_ASSERT_SIZE(record, size) static_assert(sizeof(record) == (size), "size of " #record)
+#define IML_ASSERT_OFFSET(record, field, offset) \
+  static_assert(offsetof(record, field) == (offset), "offset of " #record "." #field)
+
+// Binary numbers, not BCD.
+typedef struct IML_PACKED _evtTimeStamp {
+  uint8_t bCentury;  // 20 for 2014
+  uint8_t bYear;     // 0 to 99
+  uint8_t bMonth;
+  uint8_t bDay;
+  uint8_t bHour;
+  uint8_t bMinute;
+} EVT_TIME_STAMP;
+IML_ASSERT_SIZE(EVT_TIME_STAMP, 6);
+
+// In enclosure records bId and bPort together are the enclosure's address, bId being the high byte.
+typedef struct IML_PACKED _evtChassis {
+  uint8_t bType;  // EvtChassisType
+  uint8_t bId;    // 0 the system unit, 255 unknown; in SAS storage records the controller's slot
+  uint8_t bPort;  // network adapter port or storage bus
+} EVT_CHASSIS;
+IML_ASSERT_SIZE(EVT_CHASSIS, 3);
+
+enum EvtChassisType {
+  kChassisSystem = 1,  // the server itself when bId is 0, else a chassis attached to it
+  kChassisExternalStorage = 2,
+  kChassisInternalStorage = 3,
+  kChassisServerBladeEnclosure = 4,
+  kChassisPowerEnclosure = 5,
+};
