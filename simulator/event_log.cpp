@@ -1,0 +1,108 @@
+#include "simulator/event_log.h"
+
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "simulator/server_directory.h"
+
+namespace simulator {
+namespace {
+
+constexpr off_t kSlotSize = sizeof(EVT_LOG_ENTRY);
+
+// Dumps of servers that count their entries from 1 have entry 1 in the first slot.
+uint32_t first_number(int log) {
+  EVT_HEADER first;
+  const bool has_one = read_at(log, &first, sizeof first, 0) == sizeof first;
+  return has_one && first.dwEvtNumber == 1 ? 1 : 0;
+}
+
+bool is_unused(const EVT_LOG_ENTRY &slot) {
+  static constexpr EVT_LOG_ENTRY kUnused = {};
+  return memcmp(&slot, &kUnused, sizeof slot) == 0;
+}
+
+EVT_TIME_STAMP now() {
+  const time_t seconds = time(nullptr);
+  tm local = {};
+  tzset();
+  localtime_r(&seconds, &local);
+  const int year = local.tm_year + 1900;
+  EVT_TIME_STAMP stamp = {};
+  stamp.bCentury = static_cast<uint8_t>(year / 100);
+  stamp.bYear = static_cast<uint8_t>(year % 100);
+  stamp.bMonth = static_cast<uint8_t>(local.tm_mon + 1);
+  stamp.bDay = static_cast<uint8_t>(local.tm_mday);
+  stamp.bHour = static_cast<uint8_t>(local.tm_hour);
+  stamp.bMinute = static_cast<uint8_t>(local.tm_min);
+  return stamp;
+}
+
+int lock(int log) {
+  int result;
+  do {
+    result = flock(log, LOCK_EX);
+  } while (result < 0 && errno == EINTR);
+  return result;
+}
+
+}  // namespace
+
+int read_entry(int log, PEVT_IOCTL_ENTRY request) {
+  if (request->info.length < sizeof *request || request->info.EvtNumber < 0) {
+    return fail(EINVAL);
+  }
+  const off_t slot = static_cast<off_t>(request->info.EvtNumber) - first_number(log);
+  if (slot < 0) {
+    return kEventNoEntry;
+  }
+  EVT_LOG_ENTRY record;
+  const ssize_t got = read_at(log, &record, sizeof record, slot * kSlotSize);
+  if (got < 0) {
+    return -1;
+  }
+  if (got < kSlotSize) {
+    return kEventEndOfLog;
+  }
+  if (is_unused(record)) {
+    return kEventNoEntry;
+  }
+  request->Evt = record;
+  return kEventRead;
+}
+
+int add_entry(int log, const _ioctlEntry *request) {
+  const size_t length = request->Evt.Hdr.wEvtLength;
+  if (length < sizeof(EVT_HEADER) || length > sizeof(EVT_LOG_ENTRY) ||
+      request->info.length != length + sizeof(LOG_INFO)) {
+    return fail(EINVAL);
+  }
+  struct stat status;
+  if (lock(log) < 0 || fstat(log, &status) < 0) {
+    return -1;
+  }
+  // What a killed writer left of a slot lies behind the last whole one and is written over.
+  const off_t slot = status.st_size / kSlotSize;
+  if (slot >= INT32_MAX) {
+    return fail(ENOSPC);
+  }
+  EVT_LOG_ENTRY record = {};
+  memcpy(&record, &request->Evt, length);
+  record.Hdr.dwEvtNumber = static_cast<uint32_t>(slot) + first_number(log);
+  record.Hdr.InitTime = now();
+  record.Hdr.UpdateTime = record.Hdr.InitTime;
+  record.Hdr.dwCount = 1;
+
+  const ssize_t written = pwrite(log, &record, sizeof record, slot * kSlotSize);
+  if (written == kSlotSize && fsync(log) == 0) {
+    return 0;
+  }
+  const int error = written < 0 || written == kSlotSize ? errno : ENOSPC;
+  return ftruncate(log, slot * kSlotSize) == 0 ? fail(error) : -1;
+}
+
+}  // namespace simulator

@@ -1,0 +1,338 @@
+#!/usr/bin/env python3
+"""Turns the readable form of a simulated server into the files that the simulator serves, and logs back into text.
+
+  imltext.py server FOLDER OUT   every file of FOLDER: *.iml and *.bytes are compiled, the rest is copied
+  imltext.py log TEXT LOG        one log
+  imltext.py bytes TEXT FILE     one binary file
+  imltext.py text LOG            a log as text, on standard output; compiling it gives the same bytes again
+  imltext.py place DUMP LOG      a raw dump, each record put into the slot of its own number
+
+README.md describes the text form.
+"""
+
+import datetime
+import pathlib
+import re
+import struct
+import sys
+
+HEADER = struct.Struct("<HIBBHH6s6sI")
+RECORD_SIZE = 240
+PAYLOAD_SIZE = RECORD_SIZE - HEADER.size
+MAX_SLOTS = 1 << 20
+
+SEVERITIES = {"information": 2, "repaired": 6, "caution": 9, "critical": 15}
+INTEGERS = {"u8": "<B", "u16": "<H", "u32": "<I", "be16": ">H", "be32": ">I"}
+ESCAPES = {"n": "\n", "t": "\t", "r": "\r"}
+
+TOKEN = re.compile(r"""\s*(?:(?P<comment>\#.*)
+                         |"(?P<text>(?:[^"\\]|\\.)*)"
+                         |'(?P<bare>(?:[^'\\]|\\.)*)'
+                         |(?P<word>[^\s\#"']+))""", re.VERBOSE)
+ESCAPE = re.compile(r"\\(x[0-9A-Fa-f]{2}|.)")
+STAMP = re.compile(r"(\d\d)(\d\d)-(\d\d)-(\d\d) (\d\d):(\d\d)")
+
+
+class TextError(Exception):
+    """What is wrong, and where."""
+
+    def __init__(self, place, message):
+        super().__init__(f"{place}: {message}")
+
+
+class Line:
+    """The tokens of one line: (kind, value) pairs, kind being word, text or bare."""
+
+    def __init__(self, file, number, source):
+        self.place = f"{file}:{number}"
+        self.tokens = []
+        source = source.rstrip()
+        position = 0
+        while position < len(source):
+            match = TOKEN.match(source, position)
+            if not match:
+                raise self.error("a quote is not closed")
+            if match.lastgroup != "comment":
+                self.tokens.append((match.lastgroup, match[match.lastgroup]))
+            position = match.end()
+
+    def error(self, message):
+        return TextError(self.place, message)
+
+    def words(self):
+        for kind, value in self.tokens:
+            if kind != "word":
+                raise self.error(f"a text does not belong here: {value!r}")
+        return [value for _, value in self.tokens]
+
+    def number(self, word, limit):
+        try:
+            value = int(word, 0)
+        except ValueError:
+            raise self.error(f"not a number: {word}") from None
+        if not 0 <= value <= limit:
+            raise self.error(f"{word} is not within 0 to {limit}")
+        return value
+
+    def characters(self, text):
+        def plain(match):
+            escape = match[1]
+            if len(escape) == 3:
+                return chr(int(escape[1:], 16))
+            if escape.isalnum() and escape not in ESCAPES:
+                raise self.error(f"unknown escape \\{escape}")
+            return ESCAPES.get(escape, escape)
+
+        try:
+            return ESCAPE.sub(plain, text).encode("latin-1")
+        except UnicodeEncodeError:
+            raise self.error("a character does not fit into a byte") from None
+
+    def data(self):
+        result = bytearray()
+        for kind, value in self.tokens:
+            name, colon, digits = value.partition(":")
+            if kind == "text":
+                result += self.characters(value) + b"\0"
+            elif kind == "bare":
+                result += self.characters(value)
+            elif colon and name in INTEGERS:
+                form = struct.Struct(INTEGERS[name])
+                result += form.pack(self.number(digits, (1 << 8 * form.size) - 1))
+            elif re.fullmatch("[0-9A-Fa-f]{2}", value):
+                result.append(int(value, 16))
+            else:
+                raise self.error(f"neither a byte of two hex digits, a number such as u16:350 nor a text: {value}")
+        return bytes(result)
+
+    def stamp(self, words):
+        if len(words) == 6:
+            return self.data()[-6:] if all(re.fullmatch("[0-9A-Fa-f]{2}", w) for w in words) else self.bad_stamp()
+        match = STAMP.fullmatch(" ".join(words))
+        if not match:
+            return self.bad_stamp()
+        century, year, *rest = map(int, match.groups())
+        try:
+            datetime.datetime(century * 100 + year, *rest)
+        except ValueError as problem:
+            raise self.error(str(problem)) from None
+        return bytes([century, year, *rest])
+
+    def bad_stamp(self):
+        raise self.error("a time is YYYY-MM-DD hh:mm, or six bytes of two hex digits")
+
+
+def read_lines(path):
+    source = pathlib.Path(path).read_text(encoding="utf-8")
+    lines = (Line(path, number, text) for number, text in enumerate(source.splitlines(), 1))
+    return [line for line in lines if line.tokens]
+
+
+def compile_bytes(path):
+    return b"".join(line.data() for line in read_lines(path))
+
+
+class Entry:
+    """One entry as it is being read."""
+
+    REQUIRED = ("severity", "class", "code", "first")
+
+    def __init__(self, line, number):
+        self.line = line
+        self.fields = {"number": number, "revision": 0, "count": 1}
+        self.given = set()
+        self.payload = bytearray()
+
+    def field(self, line, name, words):
+        if name in self.given:
+            raise line.error(f"{name} is given twice")
+        self.given.add(name)
+        if name in ("first", "last"):
+            self.fields[name] = line.stamp(words)
+            return
+        if len(words) != 1:
+            raise line.error(f"{name} takes one value")
+        if name == "severity" and words[0] in SEVERITIES:
+            self.fields[name] = SEVERITIES[words[0]]
+            return
+        limits = {"severity": 0xFF, "revision": 0xFF, "class": 0xFFFF, "code": 0xFFFF, "length": 0xFFFF,
+                  "number": 0xFFFFFFFF, "count": 0xFFFFFFFF}
+        if name not in limits:
+            raise line.error(f"unknown field: {name}")
+        self.fields[name] = line.number(words[0], limits[name])
+
+    def add_payload(self, line):
+        self.payload += line.data()
+        if len(self.payload) > PAYLOAD_SIZE:
+            raise line.error(f"the payload is longer than {PAYLOAD_SIZE} bytes")
+
+    def record(self):
+        for name in self.REQUIRED:
+            if name not in self.fields:
+                raise self.line.error(f"the entry has no {name}")
+        get = self.fields.get
+        header = HEADER.pack(get("length", HEADER.size + len(self.payload)), get("number"), get("revision"),
+                             get("severity"), get("class"), get("code"), get("first"), get("last", get("first")),
+                             get("count"))
+        return (header + self.payload).ljust(RECORD_SIZE, b"\0")
+
+
+def compile_log(path):
+    log = bytearray()
+    base = 0
+    entry = None
+    in_payload = False
+    tail = None
+
+    def finish():
+        if entry:
+            log.extend(entry.record())
+
+    for line in read_lines(path):
+        keyword = line.tokens[0][1] if line.tokens[0][0] == "word" else ""
+        words = line.tokens[1:]
+        if tail is not None:
+            tail += line.data()
+        elif keyword in ("entry", "gap", "tail"):
+            finish()
+            entry, in_payload = None, False
+            words = line.words()[1:]
+            position = len(log) // RECORD_SIZE
+            if keyword == "tail":
+                tail = bytearray()
+                continue
+            if len(words) > 1:
+                raise line.error(f"{keyword} takes one number at most")
+            if position == 0 and keyword == "entry" and words == ["1"]:
+                base = 1
+            number = line.number(words[0], 0xFFFFFFFF) if words else position + base
+            if number != position + base:
+                raise line.error(f"number {position + base} comes next, not {number}")
+            if keyword == "gap":
+                log.extend(bytes(RECORD_SIZE))
+            else:
+                entry = Entry(line, number)
+        elif entry is None:
+            raise line.error("an entry, a gap or the tail must begin here")
+        elif in_payload:
+            entry.add_payload(line)
+        elif keyword == "payload":
+            in_payload = True
+            line.tokens = words
+            entry.add_payload(line)
+        else:
+            name, *values = line.words()
+            entry.field(line, name, values)
+    finish()
+    return bytes(log + (tail or b""))
+
+
+def quoted(text, quote):
+    def character(byte):
+        if byte in (0x5C, ord(quote)):
+            return "\\" + chr(byte)
+        return chr(byte) if 0x20 <= byte < 0x7F else f"\\x{byte:02X}"
+
+    return quote + "".join(map(character, text)) + quote
+
+
+def data_lines(data):
+    """Texts of four characters and more as texts, one a line; all else as bytes, 16 a line."""
+    lines = []
+    for match in re.finditer(rb"(?P<text>[\x20-\x7E]{4,})(?P<end>\0?)|(?:(?![\x20-\x7E]{4}).)+", data, re.DOTALL):
+        if match["text"]:
+            lines.append(quoted(match["text"], '"' if match["end"] else "'"))
+        else:
+            lines += [match[0][i:i + 16].hex(" ").upper() for i in range(0, len(match[0]), 16)]
+    return ["  " + line for line in lines]
+
+
+def stamp_text(stamp):
+    century, year, *rest = stamp
+    try:
+        if year < 100:
+            return datetime.datetime(century * 100 + year, *rest).strftime(f"{century:02d}{year:02d}-%m-%d %H:%M")
+    except ValueError:
+        pass
+    return stamp.hex(" ").upper()
+
+
+def record_text(record, number):
+    if not any(record):
+        return [f"gap {number}"]
+    length, stored, revision, severity, event_class, code, first, last, count = HEADER.unpack_from(record)
+    payload = record[HEADER.size:]
+    meant = length - HEADER.size
+    data = payload[:meant] if 0 <= meant and not any(payload[meant:]) else payload.rstrip(b"\0")
+    words = {value: word for word, value in SEVERITIES.items()}
+    lines = [f"entry {number}"]
+    lines += [f"number {stored}"] if stored != number else []
+    lines += [f"severity {words.get(severity, severity)}", f"class 0x{event_class:02X}", f"code 0x{code:02X}"]
+    lines += [f"first {stamp_text(first)}"]
+    lines += [f"last {stamp_text(last)}"] if last != first else []
+    lines += [f"count {count}"] if count != 1 else []
+    lines += [f"revision {revision}"] if revision else []
+    lines += [f"length {length}"] if length != HEADER.size + len(data) else []
+    return lines + (["payload", *data_lines(data)] if data else [])
+
+
+def log_text(log):
+    whole = len(log) - len(log) % RECORD_SIZE
+    base = 1 if whole and HEADER.unpack_from(log)[1] == 1 else 0
+    blocks = [record_text(log[at:at + RECORD_SIZE], at // RECORD_SIZE + base) for at in range(0, whole, RECORD_SIZE)]
+    if log[whole:]:
+        blocks.append(["tail", *data_lines(log[whole:])])
+    return "\n\n".join("\n".join(block) for block in blocks) + "\n"
+
+
+def place(path):
+    dump = pathlib.Path(path).read_bytes()
+    if len(dump) % RECORD_SIZE:
+        raise TextError(path, f"the size is not a multiple of {RECORD_SIZE} bytes")
+    slots = {}
+    for at in range(0, len(dump), RECORD_SIZE):
+        record = dump[at:at + RECORD_SIZE]
+        number = HEADER.unpack_from(record)[1]
+        if any(record):
+            if number in slots or number >= MAX_SLOTS:
+                raise TextError(path, f"record {at // RECORD_SIZE}: number {number} is used before or too large")
+            slots[number] = record
+    return b"".join(slots.get(number, bytes(RECORD_SIZE)) for number in range(max(slots, default=-1) + 1))
+
+
+def compile_server(folder, out):
+    compilers = {".iml": compile_log, ".bytes": compile_bytes}
+    for source in sorted(pathlib.Path(folder).rglob("*")):
+        if source.is_file():
+            target = pathlib.Path(out) / source.relative_to(folder)
+            target.parent.mkdir(parents=True, exist_ok=True)
+            if source.suffix in compilers:
+                target.with_suffix("").write_bytes(compilers[source.suffix](source))
+            else:
+                target.write_bytes(source.read_bytes())
+
+
+def main(arguments):
+    try:
+        match arguments:
+            case ["server", folder, out]:
+                compile_server(folder, out)
+            case ["log", text, log]:
+                pathlib.Path(log).write_bytes(compile_log(text))
+            case ["bytes", text, out]:
+                pathlib.Path(out).write_bytes(compile_bytes(text))
+            case ["text", log]:
+                sys.stdout.write(log_text(pathlib.Path(log).read_bytes()))
+            case ["place", dump, log]:
+                pathlib.Path(log).write_bytes(place(dump))
+            case _:
+                sys.stderr.write(__doc__)
+                return 2
+    except (TextError, OSError, UnicodeDecodeError) as problem:
+        sys.stderr.write(f"imltext.py: {problem}\n")
+        return 1
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))

@@ -1,0 +1,225 @@
+// Stand-in for libkelmintrfc64.so.3: the health driver's four nodes, served from a directory.
+#include "platform/kelmintrfc64.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "orvlog/orvlog.h"
+#include "simulator/event_log.h"
+#include "simulator/server_directory.h"
+
+using simulator::fail;
+using simulator::File;
+using simulator::Kind;
+
+namespace {
+
+constexpr char kDriverDirectory[] = "/dev/zythealth/";
+
+constexpr char kAsrStateFile[] = "state";
+constexpr const char *kReportFiles[] = {"thermal", "fan", "power", "pci",
+                                        "debug"};  // by request code, from 1
+
+int data_table_request(int fd, unsigned int code, void *buffer, unsigned int length);
+int event_request(int fd, unsigned int code, void *buffer, unsigned int length);
+int asr_request(int fd, unsigned int code, void *buffer, unsigned int length);
+int report_request(int fd, unsigned int code, void *buffer, unsigned int length);
+
+// A node is a file or folder of the server's directory. Once opened it is recognised by its device and inode
+// numbers, so that a descriptor closed behind our back, and its number used again, is never taken for a node.
+struct Node {
+  const char *path;
+  Kind kind;
+  int (*request)(int fd, unsigned int code, void *buffer, unsigned int length);
+  dev_t device;
+  ino_t inode;
+};
+
+Node nodes[] = {
+    {kNodeDataTables, Kind::kFolder, data_table_request, 0, 0},
+    {kNodeEvents, Kind::kFile, event_request, 0, 0},
+    {kNodeAsr, Kind::kFolder, asr_request, 0, 0},
+    {kNodeReports, Kind::kFolder, report_request, 0, 0},
+};
+
+const char *name_in_server(const char *node_path) {
+  return node_path + strlen(kDriverDirectory);
+}
+
+// As with the driver, the mode does not limit the requests: a note is added through a node opened for
+// reading.
+int open_node(const char *path) {
+  for (Node &node : nodes) {
+    if (strcmp(path, node.path) != 0) {
+      continue;
+    }
+    const int fd = simulator::open_in_server(name_in_server(node.path), node.kind, O_RDONLY);
+    struct stat status;
+    if (fd >= 0 && fstat(fd, &status) == 0) {
+      node.device = status.st_dev;
+      node.inode = status.st_ino;
+    }
+    return fd;
+  }
+  return fail(ENOENT);
+}
+
+bool is_same_file(int fd, int other) {
+  struct stat status[2];
+  return fstat(fd, &status[0]) == 0 && fstat(other, &status[1]) == 0 &&
+         status[0].st_dev == status[1].st_dev && status[0].st_ino == status[1].st_ino;
+}
+
+int data_table_request(int fd, unsigned int code, void *buffer, unsigned int length) {
+  if (code != kRequestDataTable) {
+    return fail(ENOTTY);
+  }
+  if (buffer == nullptr) {
+    return fail(EFAULT);
+  }
+  DT_IOCTL request;
+  if (length != sizeof request) {
+    return fail(EINVAL);
+  }
+  memcpy(&request, buffer, sizeof request);
+  if (request.pData == nullptr) {
+    return fail(EFAULT);
+  }
+  char name[sizeof "65535"];
+  snprintf(name, sizeof name, "%u", static_cast<unsigned int>(request.DtHdr.DT_Type));
+  const File table(simulator::open_in_folder(fd, name));
+  struct stat status;
+  if (!table.is_open() || fstat(table.fd(), &status) < 0) {
+    return -1;
+  }
+  if (request.DtHdr.Index != 0 || status.st_size != static_cast<off_t>(request.DtHdr.size)) {
+    return fail(EINVAL);
+  }
+  const ssize_t got = simulator::read_at(table.fd(), request.pData, request.DtHdr.size, 0);
+  if (got < 0) {
+    return -1;
+  }
+  return got == status.st_size ? 0 : fail(EIO);
+}
+
+int event_request(int fd, unsigned int code, void *buffer, unsigned int length) {
+  if (code != kRequestEventEntry) {
+    return fail(ENOTTY);
+  }
+  if (buffer == nullptr) {
+    return fail(EFAULT);
+  }
+  const PEVT_IOCTL_ENTRY request = static_cast<PEVT_IOCTL_ENTRY>(buffer);
+  if (length != sizeof *request) {
+    return fail(EINVAL);
+  }
+  switch (request->info.choice) {
+    case kChoiceRead: return simulator::read_entry(fd, request);
+    case kChoiceAdd: {
+      const File log(simulator::open_in_server(name_in_server(kNodeEvents), Kind::kFile, O_RDWR));
+      if (!log.is_open()) {
+        return -1;
+      }
+      return is_same_file(log.fd(), fd) ? simulator::add_entry(log.fd(), request) : fail(ESTALE);
+    }
+    default: return fail(EINVAL);
+  }
+}
+
+int read_asr_state(int fd, void *buffer, unsigned int length) {
+  if (buffer == nullptr) {
+    return fail(EFAULT);
+  }
+  if (length != sizeof(int32_t)) {
+    return fail(EINVAL);
+  }
+  const File file(simulator::open_in_folder(fd, kAsrStateFile));
+  char text[16] = {};
+  if (!file.is_open() || simulator::read_at(file.fd(), text, sizeof text - 1, 0) < 0) {
+    return -1;
+  }
+  char *end;
+  const long value = strtol(text, &end, 10);
+  const int32_t state = static_cast<int32_t>(value);
+  if (end == text || (*end != '\0' && strcmp(end, "\n") != 0) || state != value) {
+    return fail(EIO);
+  }
+  memcpy(buffer, &state, sizeof state);
+  return 0;
+}
+
+int asr_request(int fd, unsigned int code, void *buffer, unsigned int length) {
+  switch (code) {
+    case kRequestAsrState: return read_asr_state(fd, buffer, length);
+    case kRequestEnableAsr:
+    case kRequestDisableAsr:
+      if (buffer != nullptr || length != 0) {
+        return fail(EINVAL);
+      }
+      return simulator::replace_file(fd, kAsrStateFile, code == kRequestEnableAsr ? "1\n" : "0\n", 2);
+    default: return fail(ENOTTY);
+  }
+}
+
+int report_request(int fd, unsigned int code, void *buffer, unsigned int length) {
+  if (code < kReportThermal || code > kReportDebug) {
+    return fail(ENOTTY);
+  }
+  if (buffer == nullptr) {
+    return fail(EFAULT);
+  }
+  if (length != kReportRequestLength) {
+    return fail(EINVAL);
+  }
+  const File report(simulator::open_in_folder(fd, kReportFiles[code - kReportThermal]));
+  if (!report.is_open()) {
+    return -1;
+  }
+  const ssize_t got = simulator::read_at(report.fd(), buffer, kReportSize, 0);
+  if (got < 0) {
+    return -1;
+  }
+  if (got < static_cast<ssize_t>(kReportSize)) {
+    static_cast<char *>(buffer)[got] = '\0';
+  }
+  return 0;
+}
+
+}  // namespace
+
+extern "C" {
+
+[[gnu::visibility("default")]] int orvOpenRequest(const char *path, int mode) {
+  if (path == nullptr) {
+    return fail(EFAULT);
+  }
+  if (strncmp(path, kDriverDirectory, strlen(kDriverDirectory)) == 0) {
+    return open_node(path);
+  }
+  return open(path, mode & ~O_CREAT, 0);
+}
+
+[[gnu::visibility("default")]] int orvIoctlRequest(int fd, unsigned int code, void *buffer,
+                                                   unsigned int length) {
+  struct stat status;
+  if (fstat(fd, &status) < 0) {
+    return -1;
+  }
+  for (const Node &node : nodes) {
+    if (status.st_dev == node.device && status.st_ino == node.inode) {
+      return node.request(fd, code, buffer, length);
+    }
+  }
+  return fail(ENOTTY);
+}
+
+[[gnu::visibility("default")]] int orvCloseRequest(int fd) {
+  return close(fd);
+}
+
+}  // extern "C"

@@ -1,0 +1,72 @@
+// Stand-in for liborvev64.so.1: firmware variables, one file each in folder "ev" of the server's directory.
+#include "platform/orvev64.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include "simulator/server_directory.h"
+
+using simulator::fail;
+using simulator::File;
+
+namespace {
+
+constexpr char kVariableFolder[] = "ev";
+
+// Drafts of variables being written begin with a full stop.
+bool is_variable_name(const char *name) {
+  return *name != '\0' && *name != '.' && strchr(name, '/') == nullptr;
+}
+
+// Checks what both calls are given. Returns the folder's descriptor, or -1.
+int open_folder(const char *name, const void *buffer, const int *size) {
+  if (name == nullptr || buffer == nullptr || size == nullptr) {
+    return fail(EFAULT);
+  }
+  if (!is_variable_name(name) || *size <= 0) {
+    return fail(EINVAL);
+  }
+  return simulator::open_in_server(kVariableFolder, simulator::Kind::kFolder, O_RDONLY);
+}
+
+}  // namespace
+
+extern "C" {
+
+// A variable that does not fit leaves the buffer alone and its size in *size.
+[[gnu::visibility("default")]] int get_ev(const char *name, void *buffer, int *size) {
+  const File folder(open_folder(name, buffer, size));
+  if (!folder.is_open()) {
+    return -1;
+  }
+  const File variable(simulator::open_in_folder(folder.fd(), name));
+  struct stat status;
+  if (!variable.is_open() || fstat(variable.fd(), &status) < 0) {
+    return -1;
+  }
+  if (status.st_size == 0 || status.st_size > INT_MAX) {
+    return fail(EIO);
+  }
+  const int stored = static_cast<int>(status.st_size);
+  if (stored > *size) {
+    *size = stored;
+    return fail(ERANGE);
+  }
+  const ssize_t got = simulator::read_at(variable.fd(), buffer, static_cast<size_t>(stored), 0);
+  if (got != stored) {
+    return got < 0 ? -1 : fail(EIO);
+  }
+  *size = stored;
+  return 0;
+}
+
+[[gnu::visibility("default")]] int set_ev(const char *name, void *buffer, int *size) {
+  const File folder(open_folder(name, buffer, size));
+  return folder.is_open() ? simulator::replace_file(folder.fd(), name, buffer, static_cast<size_t>(*size))
+                          : -1;
+}
+
+}  // extern "C"
