@@ -1,0 +1,76 @@
+// Many events read differently by the chassis that raised them. Such an event is one row of six wordings.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+
+#include "iml/event_text.h"
+#include "iml/eventstr_helpers.h"
+
+namespace iml {
+
+/// The six wordings of one event. All show the event's `Details` texts in order; an external chassis puts its
+/// name in front of them, a storage system its chassis and its slot. An enclosure shows `EnclosureTexts`
+/// texts: the details alone, the details and the enclosure, or the details, a text of its own and the
+/// enclosure.
+template <std::size_t Details, std::size_t EnclosureTexts = Details + 1>
+struct ChassisWordings {
+  static_assert(EnclosureTexts >= Details && EnclosureTexts <= Details + 2);
+
+  Wording<Details> System;
+  Wording<Details + 1> ExternalChassis;
+  Wording<Details + 2> ExternalStorage;
+  Wording<Details + 2> InternalStorage;
+  Wording<EnclosureTexts> BladeEnclosure;
+  Wording<EnclosureTexts> PowerEnclosure;
+};
+
+/// Writes the wording for `Chassis`; nothing for a type that has none. `szEnclosureDetail` is the text of
+/// their own that enclosures show.
+template <std::size_t Details, std::size_t EnclosureTexts>
+void FormatByChassis(EventText &szString, const ChassisWordings<Details, EnclosureTexts> &wordings,
+                     const EVT_CHASSIS &Chassis, const char *cChassisName,
+                     const std::array<const char *, Details> &details, const char *szEnclosureDetail = "") {
+  Scratch number;
+  Scratch chassis;
+  const auto behind = [&details](auto... front) {
+    std::array<const char *, sizeof...(front) + Details> texts = {front...};
+    std::copy(details.begin(), details.end(), texts.begin() + sizeof...(front));
+    return texts;
+  };
+  const auto storage = [&] {
+    return behind(GetStorChassis(cChassisName, chassis), Byte2Str(Chassis.bId, number));
+  };
+  const auto enclosure = [&] {
+    std::array<const char *, EnclosureTexts> texts{};
+    std::copy(details.begin(), details.end(), texts.begin());
+    if constexpr (EnclosureTexts == Details + 2) {
+      texts[Details] = szEnclosureDetail;
+    }
+    if constexpr (EnclosureTexts > Details) {
+      texts[EnclosureTexts - 1] = GetChassisEx(cChassisName, Chassis, chassis);
+    }
+    return texts;
+  };
+
+  switch (Chassis.bType) {
+    case kChassisSystem:
+      if (Chassis.bId == 0) {
+        szString.FormatTexts(wordings.System.szFormat, details);
+      } else {
+        szString.FormatTexts(wordings.ExternalChassis.szFormat,
+                             behind(GetSysChassis(Chassis.bId, cChassisName, number)));
+      }
+      break;
+    case kChassisExternalStorage: szString.FormatTexts(wordings.ExternalStorage.szFormat, storage()); break;
+    case kChassisInternalStorage: szString.FormatTexts(wordings.InternalStorage.szFormat, storage()); break;
+    case kChassisServerBladeEnclosure:
+      szString.FormatTexts(wordings.BladeEnclosure.szFormat, enclosure());
+      break;
+    case kChassisPowerEnclosure: szString.FormatTexts(wordings.PowerEnclosure.szFormat, enclosure()); break;
+    default: break;
+  }
+}
+
+}  // namespace iml

@@ -1,0 +1,245 @@
+// Temperatures, fans and side panels.
+#include "iml/chassis_wordings.h"
+#include "iml/class_decoders.h"
+#include "iml/eventstr_helpers.h"
+
+namespace iml {
+namespace {
+
+// Details: temperature sensor, location, temperature.
+constexpr ChassisWordings<3> kOverheating = {
+    "System Overheating (Temperature Sensor %s, Location %s, Temperature %s)",
+    "External Chassis Overheating (Chassis %s, Temperature Sensor %s, Location %s, Temperature %s)",
+    "External Storage System Overheating (%sSlot %s, Temperature Sensor %s, Location %s, Temperature %s)",
+    "Internal Storage System Overheating (%sSlot %s, Temperature Sensor %s, Location %s, Temperature %s)",
+    "Server Blade Enclosure Overheating (Temperature Sensor %s, Location %s, Temperature %s, %s)",
+    "Power Enclosure Overheating (Temperature Sensor %s, Location %s, Temperature %s, %s)",
+};
+
+// Details: fan, location.
+constexpr ChassisWordings<2> kFanFailure = {
+    "Fan Failure (Fan %s, Location %s)",
+    "External Chassis Fan Failure (Chassis %s, Fan %s, Location %s)",
+    "External Storage System Fan Failure (%sSlot %s, Fan %s, Location %s)",
+    "Internal Storage System Fan Failure (%sSlot %s, Fan %s, Location %s)",
+    "Server Blade Enclosure Fan Failure (Fan %s, Location %s, %s)",
+    "Power Enclosure Fan Failure (Fan %s, Location %s, %s)",
+};
+
+constexpr ChassisWordings<2> kFanRemoved = {
+    "System Fan Removed (Fan %s, Location %s)",
+    "External Chassis Fan Removed (Chassis %s, Fan %s, Location %s)",
+    "External Storage System Fan Removed (%sSlot %s, Fan %s, Location %s)",
+    "Internal Storage System Fan Removed (%sSlot %s, Fan %s, Location %s)",
+    "Server Blade Enclosure Fan Removed (Fan %s, Location %s, %s)",
+    "Power Enclosure Fan Removed (Fan %s, Location %s, %s)",
+};
+
+constexpr ChassisWordings<2> kFanInserted = {
+    "System Fan Inserted (Fan %s, Location %s)",
+    "External Chassis Fan Inserted (Chassis %s, Fan %s, Location %s)",
+    "External Storage System Fan Inserted (%sSlot %s, Fan %s, Location %s)",
+    "Internal Storage System Fan Inserted (%sSlot %s, Fan %s, Location %s)",
+    "Server Blade Enclosure Fan Inserted (Fan %s, Location %s, %s)",
+    "Power Enclosure Fan Inserted (Fan %s, Location %s, %s)",
+};
+
+constexpr ChassisWordings<0, 0> kSidePanel = {
+    "Side panel removed or improperly installed",
+    "External Chassis side panel removed or improperly installed (Chassis %s)",
+    "External Storage System side panel removed or improperly installed (%sSlot %s)",
+    "Internal Storage System side panel removed or improperly installed (%sSlot %s)",
+    "Server Blade Enclosure side panel removed or improperly installed",
+    "Power Enclosure side panel removed or improperly installed",
+};
+
+// Detail: location.
+constexpr ChassisWordings<1> kFansNotRedundant = {
+    "System Fans Not Redundant (Location %s)",
+    "External Chassis Fans Not Redundant (Chassis %s, Location %s)",
+    "External Storage System Fans Not Redundant (%sSlot %s, Location %s)",
+    "Internal Storage System Fans Not Redundant (%sSlot %s, Location %s)",
+    "Server Blade Enclosure Fans Not Redundant (Location %s, %s)",
+    "Power Enclosure Fans Not Redundant (Location %s, %s)",
+};
+
+void TranslateMachOverheat(EventText &szString, const EVT_MACH_OVERHEAT &record) {
+  Scratch sensor;
+  Scratch temperature;
+  FormatByChassis(
+      szString, kOverheating, record.Chassis, record.cChassisName,
+      {Byte2Str(record.bZoneId, sensor), GetLocation(record.bZoneType), GetTemp(record.bTemp, temperature)});
+}
+
+/// The records of a fan's failure, removal and insertion are laid out alike.
+template <class Record>
+void TranslateMachFan(EventText &szString, const ChassisWordings<2> &wordings, const Record &record) {
+  Scratch fan;
+  FormatByChassis(szString, wordings, record.Chassis, record.cChassisName,
+                  {Byte2Str(record.bFanId, fan), GetLocation(record.bFanZoneType)});
+}
+
+void TranslateMachDoor(EventText &szString, const EVT_MACH_DOOR_OPEN &record) {
+  FormatByChassis(szString, kSidePanel, record.Chassis, record.cChassisName, {});
+}
+
+/// The slot description behind the chassis name, also where the chassis type has no wording.
+void AppendSlotDescription(EventText &szString, const char *cChassisName) {
+  const char *const szSlot = NextText(cChassisName);
+  if (*szSlot != '\0') {
+    szString.Format(", %s", szSlot);
+  }
+}
+
+void TranslateMachFanFailSAS(EventText &szString, const EVT_MACH_SAS_FAN_FAIL &record) {
+  szString.Format("%s Storage Enclosure Fan Failure (Fan %u, Location %s, Box %u, Port %s, %s)",
+                  GetInternalExternal(record.Chassis), record.bFanId, GetLocation(record.bFanZoneType),
+                  record.bBox, GetSASPort(Scratch(), record.szPortID),
+                  GetSlotChassisSun(Scratch(), record.szChassis_Sun, record.Chassis.bId));
+}
+
+void TranslateMachOverheatSAS(EventText &szString, const EVT_MACH_SAS_OVERHEAT &record) {
+  szString.Format(
+      "%s Storage Enclosure Overheating (Temperature Sensor %u, Location %s, Box %u, Port %s, %s)",
+      GetInternalExternal(record.Chassis), record.bSensorId, GetLocation(record.bZoneType), record.bBox,
+      GetSASPort(Scratch(), record.szPortID),
+      GetSlotChassisSun(Scratch(), record.szChassis_Sun, record.Chassis.bId));
+}
+
+void TranslateMachExtFanFailSAS(EventText &szString, const EVT_MACH_EXT_SAS_FAN_FAIL &record) {
+  Scratch fan;
+  EventText szFan(fan.Buffer(), Scratch::kSize);
+  if (record.bFanId != 0 && record.bFanModule != 0) {
+    szFan.Format("Fan %u, Fan Module %u", record.bFanId, record.bFanModule);
+  } else if (record.bFanModule != 0) {
+    szFan.Format("Fan Module %u", record.bFanModule);
+  } else {
+    szFan.Format("Fan %u", record.bFanId);
+  }
+  szString.Format("%s Storage Enclosure Fan Failure (%s, Location %s, Box %u, Port %s, %s)",
+                  GetInternalExternal(record.Chassis), fan.Buffer(), GetLocation(record.bFanZoneType),
+                  record.bBox, GetSASPort(Scratch(), record.szPortID),
+                  GetSlotChassisSun(Scratch(), record.szChassis_Sun, record.Chassis.bId));
+}
+
+/// Worded as overheating, except for the server itself; the slot description closes every parenthesis.
+void TranslateMachCriticalOverheat(EventText &szString, const EVT_MACH_CRIT_OVERHEAT &record) {
+  Scratch suffix_buffer;
+  EventText szSuffix(suffix_buffer.Buffer(), Scratch::kSize);
+  AppendSlotDescription(szSuffix, record.szChassis_Sun);
+  const char *const suffix = suffix_buffer.Buffer();
+
+  const EVT_CHASSIS &chassis = record.Chassis;
+  const char *const name = record.szChassis_Sun;
+  Scratch sensor_number;
+  Scratch degrees;
+  const char *const sensor = Byte2Str(record.bZoneId, sensor_number);
+  const char *const location = GetLocation(record.bZoneType);
+  const char *const temperature = GetTemp(record.bTemp, degrees);
+
+  switch (chassis.bType) {
+    case kChassisSystem:
+      if (chassis.bId != 0) {
+        szString.Format(
+            "External Chassis Overheating (Chassis %s, Temperature Sensor %s, Location %s, Temperature %s%s)",
+            GetSysChassis(chassis.bId, name, Scratch()), sensor, location, temperature, suffix);
+      } else if (record.bZoneId == 0xFF) {
+        szString.Append("Critical Temperature Threshold Exceeded");
+      } else {
+        szString.Format(
+            "Critical Temperature Threshold Exceeded (Temperature Sensor %s, Location %s, Temperature %s%s)",
+            sensor, location, temperature, suffix);
+      }
+      break;
+    case kChassisExternalStorage:
+      szString.Format(
+          "External Storage System Overheating (%sSlot %s, Temperature Sensor %s, Location %s, Temperature "
+          "%s%s)",
+          GetStorChassis(name, Scratch()), Byte2Str(chassis.bId, Scratch()), sensor, location, temperature,
+          suffix);
+      break;
+    case kChassisInternalStorage:
+      szString.Format(
+          "Internal Storage System Overheating (%sSlot %s, Temperature Sensor %s, Location %s, Temperature "
+          "%s%s)",
+          GetStorChassis(name, Scratch()), Byte2Str(chassis.bId, Scratch()), sensor, location, temperature,
+          suffix);
+      break;
+    case kChassisServerBladeEnclosure:
+      szString.Format(
+          "Server Blade Enclosure Overheating (Temperature Sensor %s, Location %s, Temperature %s, %s%s)",
+          sensor, location, temperature, GetChassisEx(name, chassis, Scratch()), suffix);
+      break;
+    case kChassisPowerEnclosure:
+      szString.Format(
+          "Power Enclosure Overheating (Temperature Sensor %s, Location %s, Temperature %s, %s%s)", sensor,
+          location, temperature, GetChassisEx(name, chassis, Scratch()), suffix);
+      break;
+    default: break;
+  }
+}
+
+void TranslateMachOverheatSASController(EventText &szString, const EVT_MACH_SAS_CONTROLLER_OVERHEAT &record) {
+  szString.Format("%s Storage Controller Overheating (Temperature Sensor %u, Location %s, %s)",
+                  GetInternalExternal(record.Chassis), record.bSensorId, GetLocation(record.bZoneType),
+                  GetSlotChassisSun(Scratch(), record.szChassis_Sun, record.Chassis.bId));
+}
+
+}  // namespace
+
+void TranslateClass02(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+  switch (wEventCode) {
+    case 0x01: TranslateMachOverheat(szString, pEventData->MachHeat); break;
+    case 0x02: TranslateMachFan(szString, kFanFailure, pEventData->MachFan); break;
+    case 0x03: TranslateMachDoor(szString, pEventData->MachDoor); break;
+    case 0x04: TranslateMachFan(szString, kFanRemoved, pEventData->MachFanRem); break;
+    case 0x05: TranslateMachFan(szString, kFanInserted, pEventData->MachFanIns); break;
+    case 0x06: {
+      const EVT_MACH_FAN_NOT_REDUNDANT &record = pEventData->MachFanNotRed;
+      FormatByChassis(szString, kFansNotRedundant, record.Chassis, record.cChassisName,
+                      {GetLocation(record.bFanZoneType)});
+      break;
+    }
+    case 0x07:
+      szString.Format("System Fans Not Redundant (Shared Location %s)",
+                      GetLocation(pEventData->MachFanNotRedShared.bSharedFanZoneType));
+      break;
+    // The same three events with a description of the slot behind the chassis name.
+    case 0x08:
+      TranslateMachFan(szString, kFanFailure, pEventData->MachFan);
+      AppendSlotDescription(szString, pEventData->MachFan.cChassisName);
+      break;
+    case 0x09:
+      TranslateMachDoor(szString, pEventData->MachDoor);
+      AppendSlotDescription(szString, pEventData->MachDoor.cChassisName);
+      break;
+    case 0x0A:
+      TranslateMachOverheat(szString, pEventData->MachHeat);
+      AppendSlotDescription(szString, pEventData->MachHeat.cChassisName);
+      break;
+    case 0x0B: TranslateMachFanFailSAS(szString, pEventData->MachFanSas); break;
+    case 0x0C: TranslateMachOverheatSAS(szString, pEventData->MachHeatSas); break;
+    case 0x0D: TranslateMachExtFanFailSAS(szString, pEventData->MachExtFanSas); break;
+    case 0x0E: TranslateMachCriticalOverheat(szString, pEventData->MachCritOverheat); break;
+    case 0x0F: TranslateMachOverheatSASController(szString, pEventData->MachHeatSasController); break;
+    case 0x10:
+      szString.Format("Critical Temperature Threshold Exceeded (Service Information: %s)",
+                      pEventData->MachCritOverheatText.cText);
+      break;
+    case 0x11:
+      szString.Format(
+          "Temperature sensor has stopped reporting, Maximum Cooling enabled as a precaution (Temperature "
+          "sensor %d)",
+          pEventData->MachSensorReports.bSensorId);
+      break;
+    case 0x12:
+      szString.Format(
+          "Temperature sensor reporting restored, returning to previous Thermal Configuration (Temperature "
+          "sensor %d)",
+          pEventData->MachSensorReports.bSensorId);
+      break;
+    default: break;
+  }
+}
+
+}  // namespace iml

@@ -1,0 +1,14 @@
+// Firmware that was replaced.
+#include "iml/class_decoders.h"
+
+namespace iml {
+
+void TranslateClass20(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+  switch (wEventCode) {
+    case 1: szString.Format("ROM flashed (%s)", pEventData->RomFlash.cText); break;
+    case 2: szString.Format("Firmware flashed (%s)", pEventData->FirmwareFlash.cText); break;
+    default: break;
+  }
+}
+
+}  // namespace iml

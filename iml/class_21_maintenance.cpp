@@ -1,0 +1,14 @@
+// What administrators did to the log and wrote into it.
+#include "iml/class_decoders.h"
+
+namespace iml {
+
+void TranslateClass21(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+  switch (wEventCode) {
+    case 1: szString.Format("IML Cleared (%s)", pEventData->Maint.cText); break;
+    case 2: szString.Format("Maintenance note: %s", pEventData->Maint.cText); break;
+    default: break;
+  }
+}
+
+}  // namespace iml

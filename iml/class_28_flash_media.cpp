@@ -1,0 +1,13 @@
+// Flash media that the server boots from.
+#include "iml/class_decoders.h"
+
+namespace iml {
+
+void TranslateClass28(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+  switch (wEventCode) {
+    case 1: szString.Format("Boot From Flash Error (%s)", pEventData->FmBootFromFlashErr.cText); break;
+    default: break;
+  }
+}
+
+}  // namespace iml

@@ -1,0 +1,152 @@
+#include "iml/eventstr.h"
+
+#include <cstddef>
+#include <cstring>
+
+#include "iml/class_decoders.h"
+#include "iml/eventstr_helpers.h"
+
+namespace iml {
+namespace {
+
+/// The payload, followed by two zero bytes: whatever a record holds, each text in it is terminated, and the
+/// text behind the last one is empty. Decoders read texts through this and need no lengths.
+union GuardedPayload {
+  explicit GuardedPayload(const EVT_FREE_FORM &payload) {
+    std::memcpy(bytes, &payload, sizeof payload);
+    bytes[sizeof payload] = 0;
+    bytes[sizeof payload + 1] = 0;
+  }
+
+  EVT_FREE_FORM Data;
+  unsigned char bytes[sizeof(EVT_FREE_FORM) + 2];
+};
+
+void TranslateEventToMessage(std::uint16_t wEventClass, std::uint16_t wEventCode,
+                             const EVT_FREE_FORM *pEventData, EventText &szString, std::int8_t bDataLength) {
+  switch (wEventClass) {
+    case 0x00: szString.Append("Empty"); break;
+    case 0x01: szString.Append("Reserved"); break;
+    case 0x02: TranslateClass02(wEventCode, pEventData, szString); break;
+    case 0x03: TranslateClass03(wEventCode, pEventData, szString); break;
+    case 0x04: TranslateClass04(wEventCode, pEventData, szString); break;
+    case 0x05: TranslateClass05(wEventCode, pEventData, szString); break;
+    case 0x06: TranslateClass06(wEventCode, pEventData, szString); break;
+    case 0x07: TranslateClass07(wEventCode, pEventData, szString); break;
+    case 0x08: TranslateClass08(wEventCode, pEventData, szString); break;
+    case 0x09: TranslateClass09(wEventCode, pEventData, szString); break;
+    case 0x0A: TranslateClass0A(wEventCode, pEventData, szString); break;
+    case 0x0B: TranslateClass0B(wEventCode, pEventData, szString, bDataLength); break;
+    case 0x0D: TranslateClass0D(wEventCode, pEventData, szString); break;
+    case 0x0E: TranslateClass0E(wEventCode, pEventData, szString); break;
+    case 0x11: TranslateClass11(wEventCode, pEventData, szString); break;
+    case 0x12: TranslateClass12(wEventCode, pEventData, szString); break;
+    case 0x13: TranslateClass13(wEventCode, pEventData, szString); break;
+    case 0x14: TranslateClass14(wEventCode, pEventData, szString); break;
+    case 0x20: TranslateClass20(wEventCode, pEventData, szString); break;
+    case 0x21: TranslateClass21(wEventCode, pEventData, szString); break;
+    case 0x22: TranslateClass22(wEventCode, pEventData, szString); break;
+    case 0x25: TranslateClass25(wEventCode, pEventData, szString); break;
+    case 0x26: TranslateClass26(wEventCode, pEventData, szString); break;
+    case 0x27: TranslateClass27(wEventCode, pEventData, szString); break;
+    case 0x28: TranslateClass28(wEventCode, pEventData, szString); break;
+    case 0x29: TranslateClass29(wEventCode, pEventData, szString); break;
+    case 0x2A: TranslateClass2A(wEventCode, pEventData, szString); break;
+    default: break;
+  }
+}
+
+/// Writes a name, or "Unknown" where there is none. Returns what the entries return.
+std::uint8_t WriteName(const char *szName, char *szString, std::uint32_t ulSize) {
+  if (ulSize != 0) {
+    std::memset(szString, 0, ulSize);
+  }
+  EventText(szString, ulSize).Append(szName != nullptr ? szName : szUnknown);
+  return szName != nullptr ? 1 : 0;
+}
+
+/// Names of the classes, by class code; null for a class without one.
+constexpr const char *kClassNames[] = {
+    /* 0x00 */ "Empty",
+    /* 0x01 */ "Internal Test",
+    /* 0x02 */ "Machine Environment",
+    /* 0x03 */ "Main Memory",
+    /* 0x04 */ "Cache Memory",
+    /* 0x05 */ "CPU",
+    /* 0x06 */ "Host Bus",
+    /* 0x07 */ "EISA Bus",
+    /* 0x08 */ "PCI Bus",
+    /* 0x09 */ "Expansion Slot",
+    /* 0x0A */ "POST Messages",
+    /* 0x0B */ "Power Subsystem",
+    /* 0x0C */ "UPS",
+    /* 0x0D */ "Automatic Server Recovery",
+    /* 0x0E */ "Operating System",
+    /* 0x0F */ "Diagnostics",
+    /* 0x10 */ nullptr,
+    /* 0x11 */ "Network Adapter",
+    /* 0x12 */ "SCSI Subsystem",
+    /* 0x13 */ "Drive Array Subsystem",
+    /* 0x14 */ "Unrecoverable System Error",
+    /* 0x15 */ nullptr,
+    nullptr,
+    nullptr,
+    nullptr,
+    nullptr,
+    nullptr,
+    nullptr,
+    nullptr,
+    nullptr,
+    nullptr,
+    nullptr,
+    /* 0x20 */ "System Revision",
+    /* 0x21 */ "Maintenance",
+    /* 0x22 */ "Infrastructure Environment",
+    /* 0x23 */ nullptr,
+    nullptr,
+    /* 0x25 */ "KRX",
+    /* 0x26 */ "Pellory",
+    /* 0x27 */ "Power Capping",
+    /* 0x28 */ "Flash Media",
+    /* 0x29 */ "Interlock",
+    /* 0x2A */ "Non-Volatile Memory",
+};
+static_assert(sizeof kClassNames / sizeof *kClassNames == 0x2B);
+
+}  // namespace
+}  // namespace iml
+
+std::uint8_t TranslateEventLogMessage(const EVT_LOG_ENTRY *pEvtLogEntry, char *szString,
+                                      std::uint32_t ulSize) {
+  if (ulSize != 0) {
+    std::memset(szString, 0, ulSize);
+  }
+  const EVT_HEADER &header = pEvtLogEntry->Hdr;
+  const iml::GuardedPayload payload(pEvtLogEntry->Data);
+  iml::EventText text(szString, ulSize);
+  // The record's length is not trusted anywhere; the one decoder that looks at it sees its low byte, signed.
+  const auto bDataLength = static_cast<std::int8_t>(header.wEvtLength - sizeof(EVT_HEADER));
+  iml::TranslateEventToMessage(header.wClass, header.wCode, &payload.Data, text, bDataLength);
+  if (!text.Empty()) {
+    return 1;
+  }
+  text.Format("Unknown Event (Class 0x%02X, Code 0x%02X)", header.wClass, header.wCode);
+  return 0;
+}
+
+std::uint8_t TranslateEventLogClass(std::uint16_t wClass, char *szString, std::uint32_t ulSize) {
+  return iml::WriteName(iml::Lookup(iml::kClassNames, wClass, nullptr), szString, ulSize);
+}
+
+std::uint8_t TranslateEventLogSeverity(std::uint8_t bSeverity, char *szString, std::uint32_t ulSize) {
+  const char *szName = nullptr;
+  switch (bSeverity) {
+    case 2:
+    case 3: szName = "Informational"; break;
+    case 6: szName = "Repaired"; break;
+    case 9: szName = "Caution"; break;
+    case 15: szName = "Critical"; break;
+    default: break;
+  }
+  return iml::WriteName(szName, szString, ulSize);
+}

@@ -1,0 +1,33 @@
+/* libiml: turns records of the Integrated Management Log into text.
+ *
+ * The functions keep no state, allocate nothing and do no input or output. Each first sets all `ulSize` bytes
+ * of `szString` to zero and then writes one terminated line of at most `ulSize` - 1 characters; what does not
+ * fit is cut there. With `ulSize` 0 nothing is written and `szString` may be null. */
+#pragma once
+
+#include <stdint.h>
+
+#include "iml/iml_record.h"
+
+#if defined(__GNUC__) && !defined(IML_API)
+#  define IML_API __attribute__((visibility("default")))
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* The description of a whole record, which is only read: 240 bytes at `pEvtLogEntry`, whatever they hold.
+ * Returns 1 when the event is known, 0 when "Unknown Event (Class 0x.., Code 0x..)" was written in its place.
+ * Bytes of texts stored in the record are copied as they are: the line can hold control characters. */
+IML_API uint8_t TranslateEventLogMessage(const EVT_LOG_ENTRY *pEvtLogEntry, char *szString, uint32_t ulSize);
+
+/* The name of an event class. Returns 1, or 0 when the class has no name and "Unknown" was written. */
+IML_API uint8_t TranslateEventLogClass(uint16_t wClass, char *szString, uint32_t ulSize);
+
+/* The name of a severity code. Returns 1, or 0 when the code has no name and "Unknown" was written. */
+IML_API uint8_t TranslateEventLogSeverity(uint8_t bSeverity, char *szString, uint32_t ulSize);
+
+#ifdef __cplusplus
+}
+#endif

@@ -1,0 +1,74 @@
+// What all class decoders share, so that each of them prints numbers, unknown values, chassis, enclosures and
+// slots the same way. Texts taken from a payload are terminated: see TranslateEventLogMessage, the one place
+// that sees to it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "iml/event_text.h"
+#include "iml/iml_record.h"
+
+namespace iml {
+
+inline constexpr char szUnknown[] = "Unknown";
+
+/// Names of locations (zone types), by location code.
+inline constexpr const char *szLocations[] = {
+    "System",          "System Board", "I/O Board",  "CPU",     "Memory",       "Storage",
+    "Removable Media", "Power Supply", "Ambient",    "Chassis", "Bridge Board", "Management Board",
+    "Backplane",       "Network Slot", "Blade Slot", "Virtual",
+};
+
+/// The one way in which a number from a record indexes a table: outside the table it gives the fallback.
+template <std::size_t N>
+constexpr const char *Lookup(const char *const (&table)[N], std::size_t index,
+                             const char *szFallback = szUnknown) {
+  return index < N ? table[index] : szFallback;
+}
+
+/// The text stored directly behind a payload text; empty when the payload ends there.
+const char *NextText(const char *szText);
+
+// Each of the following returns the text to print: a constant, or the text that it wrote into the scratch
+// buffer.
+
+/// A number, "Unknown" for 255.
+const char *Byte2Str(std::uint8_t bValue, ScratchRef szDest);
+/// A character, "Unknown" for 0xFF.
+const char *Char2Str(char bValue, ScratchRef szDest);
+/// A number, "Unknown" for 0xFFFFFFFF.
+const char *Dword2Str(std::uint32_t dwValue, ScratchRef szDest);
+/// Eight hexadecimal digits behind "0x".
+const char *Dword2HexStr(std::uint32_t dwValue, ScratchRef szDest);
+/// Degrees Celsius, "Unknown" for 255.
+const char *GetTemp(std::uint8_t bTemp, ScratchRef szDest);
+/// The two hexadecimal digits of a byte, which are the decimal digits of a BCD byte.
+const char *GetBCDString(std::uint8_t bBCD, ScratchRef pszString);
+/// An entry of szLocations.
+const char *GetLocation(std::uint8_t bLocation);
+/// The tray of a processor: 1 upper, 2 lower.
+const char *GetTrayType(std::uint8_t bTray);
+/// The kind of an interlock fault, as the prefix of the device that it concerns.
+const char *GetInterlockType(std::uint8_t interType);
+/// "External" or "Internal" for a storage chassis, empty for any other.
+const char *GetInternalExternal(const EVT_CHASSIS &Chassis);
+/// The two characters of a SAS port's name.
+const char *GetSASPort(ScratchRef szString, const char (&szPortID)[2]);
+/// The chassis name, or the chassis number where the name is null or empty.
+const char *GetSysChassis(std::uint8_t bChassisId, const char *szChassisName, ScratchRef szDest);
+/// The enclosure's serial number where the name begins with a letter or digit, else its address.
+const char *GetChassisEx(const char *pszName, const EVT_CHASSIS &Chassis, ScratchRef pszString);
+/// The chassis name as the front of a slot; empty for an empty name.
+const char *GetStorChassis(const char *szChassisName, ScratchRef szDest);
+/// Chassis and slot of a storage device: the texts of szChassis_Sun, the slot by number where it has no
+/// description.
+const char *GetSlotChassisSun(ScratchRef szString, const char *szChassis_Sun, std::uint8_t bSlotNumber);
+/// A copy of a text without leading and trailing white space, each run of it inside folded to one blank.
+const char *CopyAndReformat(ScratchRef szDest, std::string_view szSrc);
+
+/// The value of `size` bytes, most significant first; of more than four bytes the last four.
+std::uint32_t GetBigEndianValue(const std::uint8_t *pointer, std::uint8_t size);
+
+}  // namespace iml

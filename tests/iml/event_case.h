@@ -1,0 +1,90 @@
+// Rows of events for the translator's tests: class, code, payload, expected line.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <initializer_list>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "iml/eventstr.h"
+
+namespace event_case {
+
+/// Bytes that stand in a payload as they are.
+struct Raw {
+  std::string bytes;
+};
+inline Raw U16(std::uint16_t value) {
+  return {{static_cast<char>(value & 0xFF), static_cast<char>(value >> 8)}};
+}
+inline Raw U32(std::uint32_t value) {
+  return {U16(static_cast<std::uint16_t>(value & 0xFFFF)).bytes +
+          U16(static_cast<std::uint16_t>(value >> 16)).bytes};
+}
+/// `count` times the same byte.
+inline Raw Fill(std::size_t count, int byte) {
+  return {std::string(count, static_cast<char>(byte))};
+}
+
+inline std::string Part(int byte) {
+  return {static_cast<char>(byte)};
+}
+inline std::string Part(const char *text) {
+  return {text, std::strlen(text) + 1};
+}
+inline std::string Part(const Raw &raw) {
+  return raw.bytes;
+}
+
+/// A payload from its parts: a number is one byte, a text brings its terminator, Raw stands as it is.
+template <class... Parts>
+std::string P(const Parts &...parts) {
+  return (std::string() + ... + Part(parts));
+}
+
+/// The payload's bytes in a record of its class and code; what the payload leaves free is filled with
+/// `filler`.
+inline EVT_LOG_ENTRY Record(std::uint16_t wClass, std::uint16_t wCode, const std::string &payload,
+                            int filler = 0) {
+  EVT_LOG_ENTRY record;
+  std::memset(&record, 0, sizeof record);
+  record.Hdr.wEvtLength = static_cast<std::uint16_t>(sizeof(EVT_HEADER) + payload.size());
+  record.Hdr.wClass = wClass;
+  record.Hdr.wCode = wCode;
+  std::memset(&record.Data, filler, sizeof record.Data);
+  EXPECT_LE(payload.size(), sizeof record.Data);
+  std::memcpy(&record.Data, payload.data(), std::min(payload.size(), sizeof record.Data));
+  return record;
+}
+
+/// The line of a record in a buffer that holds any of them.
+inline std::string Line(const EVT_LOG_ENTRY &record) {
+  char text[1024];
+  TranslateEventLogMessage(&record, text, sizeof text);
+  return text;
+}
+
+struct EventCase {
+  int code;
+  std::string payload;
+  std::string line;
+};
+
+/// The line of an event that has none of its own.
+inline std::string Fallback(int wClass, int wCode) {
+  char text[64];
+  std::snprintf(text, sizeof text, "Unknown Event (Class 0x%02X, Code 0x%02X)", wClass, wCode);
+  return text;
+}
+
+inline void ExpectLines(int wClass, std::initializer_list<EventCase> cases) {
+  for (const EventCase &c : cases) {
+    const EVT_LOG_ENTRY record =
+        Record(static_cast<std::uint16_t>(wClass), static_cast<std::uint16_t>(c.code), c.payload);
+    EXPECT_EQ(Line(record), c.line) << "class " << wClass << " code " << c.code;
+  }
+}
+
+}  // namespace event_case
