@@ -111,7 +111,10 @@ inline constexpr uint32_t kInitialEflags = 0x00000202;
 // Instructions, and repetitions of string instructions, that one call may take.
 inline constexpr uint64_t kCallBudget = 10'000'000;
 
-// The machine that a call runs in. The interpreter adds the stack; I/O ports are reached through
+// Windows that a machine may have.
+inline constexpr size_t kMaxWindows = 8;
+
+// The machine that a call runs in. The call adds the stack; I/O ports are reached through
 // pci/portio.h.
 struct RomMachine {
   std::span<const MemoryWindow> windows;
@@ -120,7 +123,7 @@ struct RomMachine {
 
 enum class CallEnd {
   kReturned,     // a near or far return to kReturnAddress
-  kMemory,       // an access outside the windows, or a write to one that is not writable
+  kMemory,       // an access outside the windows, a write to one that is not writable, or too many windows
   kInstruction,  // an instruction that is unknown, privileged or not to be run here, a trap, or HLT
   kDivision,     // a division by zero, or a quotient that does not fit
   kBudget,       // the instructions ran out

@@ -1,0 +1,153 @@
+// Interpreter of 32-bit flat protected-mode x86 code: the integer instructions of the i486, with every
+// operand size, addressing form and prefix. Segments have base 0 and their registers are plain values. What
+// is floating point, privileged or concerned with protection is refused, as is every trap.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "pci/romcall64.h"
+
+namespace x86 {
+
+enum Register : uint32_t { kEax, kEcx, kEdx, kEbx, kEsp, kEbp, kEsi, kEdi };
+enum Segment : uint32_t { kEs, kCs, kSs, kDs, kFs, kGs };
+
+inline constexpr uint32_t kCarry = 1u << 0;
+inline constexpr uint32_t kAlwaysSet = 1u << 1;
+inline constexpr uint32_t kParity = 1u << 2;
+inline constexpr uint32_t kAdjust = 1u << 4;
+inline constexpr uint32_t kZero = 1u << 6;
+inline constexpr uint32_t kSign = 1u << 7;
+inline constexpr uint32_t kDirection = 1u << 10;
+inline constexpr uint32_t kOverflow = 1u << 11;
+
+class Interpreter {
+ public:
+  uint32_t gpr[8] = {};  // by Register
+  uint32_t eip = 0;
+  uint32_t eflags = kAlwaysSet;
+  uint16_t segment[6] = {};  // by Segment
+
+  // Runs in the memory of `windows`, for at most `budget` instructions; both must outlive the interpreter.
+  Interpreter(std::span<const MemoryWindow> windows, uint64_t &budget) : windows_(windows), budget_(budget) {}
+
+  // Interprets from eip until control reaches `stop` (kReturned) or something fails. The registers are
+  // meaningful only after kReturned.
+  CallEnd run(uint32_t stop);
+
+  // Pushes the low `size` bytes of `value`.
+  void push(uint32_t value, uint32_t size);
+
+ private:
+  struct Operand {
+    bool in_memory;
+    uint32_t where;  // address, or register number
+  };
+
+  // What is known of the instruction being interpreted. Sizes are in bytes: 1, 2 or 4.
+  struct Instruction {
+    uint32_t length = 0;
+    uint32_t operand_size = 4;
+    uint32_t address_size = 4;
+    uint32_t repeat = 0;  // prefix F2 or F3, or 0
+    bool lock = false;
+    uint32_t reg = 0;  // the ModRM byte's reg field
+    Operand rm = {};   // and its r/m field
+  };
+
+  bool failed() const;
+  void fail(CallEnd why);
+  bool spend();
+
+  // Memory, instruction bytes, registers and operands. After a failure reads give 0 and writes are dropped.
+  uint8_t *host(uint32_t address, uint32_t size, bool to_write) const;
+  uint32_t read(uint32_t address, uint32_t size);
+  void write(uint32_t address, uint32_t size, uint32_t value);
+  uint32_t fetch(uint32_t size);
+  uint32_t fetch_signed_byte();
+  uint32_t reg(uint32_t number, uint32_t size) const;
+  void set_reg(uint32_t number, uint32_t size, uint32_t value);
+  uint32_t load(const Operand &operand, uint32_t size);
+  void store(const Operand &operand, uint32_t size, uint32_t value);
+  uint32_t pop(uint32_t size);
+
+  // Decoding.
+  void step();
+  uint32_t decode_prefixes();
+  bool lockable(uint32_t opcode);
+  void decode_modrm();
+  uint32_t address_16(uint32_t mod, uint32_t rm);
+  uint32_t address_32(uint32_t mod, uint32_t rm);
+  bool memory_operand();
+
+  // Flags.
+  bool flag(uint32_t mask) const;
+  void set_flag(uint32_t mask, bool on);
+  void set_result_flags(uint32_t result, uint32_t size);
+  bool condition(uint32_t code) const;
+
+  // Instructions by family.
+  void one_byte(uint32_t opcode);
+  bool register_row(uint32_t opcode);
+  void two_byte(uint32_t opcode);
+
+  uint32_t add(uint32_t a, uint32_t b, bool carry, uint32_t size);
+  uint32_t subtract(uint32_t a, uint32_t b, bool borrow, uint32_t size);
+  uint32_t logic(uint32_t result, uint32_t size);
+  uint32_t alu(uint32_t operation, uint32_t a, uint32_t b, uint32_t size);
+  void alu_to(const Operand &target, uint32_t operation, uint32_t source, uint32_t size);
+  void alu_operands(uint32_t opcode, uint32_t size);
+  void alu_immediate(uint32_t opcode, uint32_t size);
+  void increment(const Operand &target, bool down, uint32_t size);
+  void group_unary(uint32_t size);
+  void group_inc_dec_branch(uint32_t opcode, uint32_t size);
+  void multiply(bool is_signed, uint32_t factor, uint32_t size);
+  void multiply_to_reg(uint32_t a, uint32_t b);
+  void divide(bool is_signed, uint32_t divisor, uint32_t size);
+  uint32_t shift(uint32_t operation, uint32_t value, uint32_t count, uint32_t size);
+  void double_shift(bool right, uint32_t count);
+  void bit(uint32_t operation, uint32_t index);
+  void bit_by_register(uint32_t operation);
+  void bit_scan(bool reverse);
+  void decimal_adjust(bool subtracting);
+  void ascii_adjust(bool subtracting);
+  void ascii_divide();
+  void ascii_multiply();
+
+  void mov_segment(bool to_segment);
+  void mov_offset(uint32_t opcode, uint32_t size);
+  void mov_extended(bool is_signed, uint32_t source_size);
+  void exchange(const Operand &a, const Operand &b, uint32_t size);
+  void compare_exchange(uint32_t size);
+  void exchange_add(uint32_t size);
+  void load_far_pointer(Segment into);
+  void convert(uint32_t opcode);
+  void push_all();
+  void pop_all();
+  void pop_operand();
+  void pop_flags();
+  void enter();
+  void leave();
+  void string(uint32_t opcode, uint32_t size);
+  void string_once(uint32_t opcode, uint32_t size);
+
+  void jump(uint32_t target);
+  void jump_relative(uint32_t displacement, bool taken);
+  void call(uint32_t target);
+  void jump_far(uint32_t target, uint32_t selector);
+  void call_far(uint32_t target, uint32_t selector);
+  void return_near(uint32_t extra);
+  void return_far(uint32_t extra);
+  void return_from_interrupt();
+  void loop(uint32_t opcode);
+  void bound();
+  void cpuid();
+
+  std::span<const MemoryWindow> windows_;
+  uint64_t &budget_;
+  CallEnd end_ = CallEnd::kReturned;
+  Instruction in_;
+};
+
+}  // namespace x86
