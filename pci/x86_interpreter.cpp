@@ -181,8 +181,7 @@ uint32_t Interpreter::pop(uint32_t size) {
 // One line for each group of opcodes.
 // clang-format off
 
-// Consumes the prefixes and returns the opcode behind them. Segment overrides change nothing: every base is
-// 0.
+// Consumes the prefixes and returns the opcode behind them. Segment overrides change nothing: all bases are 0.
 uint32_t Interpreter::decode_prefixes() {
   for (;;) {
     const uint32_t byte = fetch(1);

@@ -1,0 +1,282 @@
+#include "pci/romaccess.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstdio>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include "pci/paths.h"
+#include "pci/pci_config_header.h"
+#include "pci/portio.h"
+
+namespace {
+
+constexpr uint32_t kIdentityAddress = 0xFFFEA;
+constexpr char kIdentity[] = "VELDRA";
+constexpr uint32_t kInt15Address = 0xFF859;
+
+constexpr uint8_t kBusy = 0x8A;  // AH of a ROM that asks to be called again
+constexpr int kBusyAnswersBeforeUnlock = 500;
+
+// Instructions that one call with all its retries, or one search through all directories, may take.
+constexpr uint64_t kServiceBudget = 100'000'000;
+
+// The management controller's PCI function, and its unlock port behind the I/O base.
+constexpr uint16_t kUnlockVendor = 0x7A79;
+constexpr uint16_t kUnlockDevices[] = {0x3300, 0x3301, 0x3302};
+constexpr uint32_t kUnlockPortOffset = 0xE1;
+
+constexpr size_t kMaxLent = kMaxWindows - 1;  // the ROM area is a window too
+
+uint32_t physical_address(const rominfo *ri, const uint8_t *place) {
+  return kRomBase + static_cast<uint32_t>(place - ri->rom);
+}
+
+bool in_rom_area(uint32_t address) {
+  return address - kRomBase < kRomSize;
+}
+
+const uint8_t *rom_at(const rominfo *ri, uint32_t address) {
+  return ri->rom + (address - kRomBase);
+}
+
+bool points_into_rom(const rominfo *ri, const uint8_t *place) {
+  return ri->rom != nullptr && place >= ri->rom && place < ri->rom + kRomSize;
+}
+
+// do_rom_call, within `budget` instructions.
+int call_within(const rominfo *ri, x86_reg_t *reg, const uint8_t *entry_point,
+                std::span<const MemoryWindow> lent, uint64_t &budget) {
+  if (raise_io_privilege() != 0) {
+    perror("iopl(3)");
+    return -1;
+  }
+  if (!points_into_rom(ri, entry_point) || lent.size() > kMaxLent)
+    return -1;
+
+  MemoryWindow windows[kMaxWindows] = {{kRomBase, const_cast<uint8_t *>(ri->rom), kRomSize, false}};
+  std::copy(lent.begin(), lent.end(), windows + 1);
+  x86_reg_t work;
+  for (int busy = 0;; ++busy) {
+    if (busy == kBusyAnswersBeforeUnlock)
+      unlock_rom();
+    const uint64_t granted = std::min(budget, kCallBudget);
+    RomMachine machine{{windows, lent.size() + 1}, granted};
+    work = *reg;
+    const CallEnd end = rom_call(&work, physical_address(ri, entry_point), machine);
+    budget -= granted - machine.budget;
+    if (end != CallEnd::kReturned)
+      return -1;
+    if (work.u1.s3.rah != kBusy || busy == kBusyAnswersBeforeUnlock)
+      break;
+  }
+  *reg = work;
+  return work.reflags & 1 ? -work.u1.s3.rah : work.u1.s3.rah;
+}
+
+bool valid_header(const rominfo *ri, const uint8_t *place) {
+  bios_t header;
+  std::memcpy(&header, place, sizeof(header));
+  const size_t size = header.fields.length * size_t{16};
+  const size_t left = kRomSize - static_cast<size_t>(place - ri->rom);
+  if (std::memcmp(header.fields.signature, "_32_", 4) != 0 || header.fields.revision != 0)
+    return false;
+  if (size == 0 || size > left)
+    return false;
+  uint8_t sum = 0;
+  for (size_t i = 0; i < size; ++i)
+    sum = static_cast<uint8_t>(sum + place[i]);
+  return sum == 0;
+}
+
+bool is_unlock_device(const PCIConfigHeader &header) {
+  return header.VendorID == kUnlockVendor && std::find(std::begin(kUnlockDevices), std::end(kUnlockDevices),
+                                                       header.DeviceID) != std::end(kUnlockDevices);
+}
+
+// Unlocks if `path` is the unlock device's configuration file; false if it is not.
+bool unlock_through(const char *path) {
+  const int fd = open(path, O_RDONLY | O_CLOEXEC);
+  if (fd < 0)
+    return false;
+  PCIConfigHeader header;
+  const ssize_t got = read(fd, &header, sizeof(header));
+  close(fd);
+  if (got != static_cast<ssize_t>(sizeof(header)) || !is_unlock_device(header))
+    return false;
+  const uint32_t *bars = header.Type.Zero.BaseAddressReg;
+  const uint32_t base = (bars[0] & 1 ? bars[0] : bars[1]) & ~1u;
+  // A port number is 16 bits: what a register holds above them is dropped.
+  port_out(static_cast<uint16_t>(base + kUnlockPortOffset), 1, 0);
+  return true;
+}
+
+// Unlocks through the functions of one bus; false if the unlock device is not among them.
+bool unlock_on_bus(const char *bus_name) {
+  char path[PATH_MAX];
+  snprintf(path, sizeof(path), "%s/%s", pci_proc_dir, bus_name);
+  DIR *bus = opendir(path);
+  if (bus == nullptr)
+    return false;
+  bool done = false;
+  const dirent *entry;
+  while (!done && (entry = readdir(bus)) != nullptr) {
+    if (strlen(entry->d_name) < 4)
+      continue;
+    snprintf(path, sizeof(path), "%s/%s/%s", pci_proc_dir, bus_name, entry->d_name);
+    done = unlock_through(path);
+  }
+  closedir(bus);
+  return done;
+}
+
+}  // namespace
+
+int check_for_veldra_ROM(const rominfo *ri) {
+  return std::memcmp(rom_at(ri, kIdentityAddress), kIdentity, sizeof(kIdentity) - 1) == 0;
+}
+
+int romcall_init(rominfo *ri, int skip) {
+  *ri = {};
+  ri->fd_mem = open(physical_mem_path, O_RDONLY | O_CLOEXEC);
+  if (ri->fd_mem < 0) {
+    perror("opening /dev/mem");
+    ri->fd_mem = 0;
+    return -1;
+  }
+  // Nothing is executed in place: a system that refuses to map physical memory executable will do.
+  void *rom = mmap(nullptr, kRomSize, PROT_READ | PROT_EXEC, MAP_SHARED, ri->fd_mem, kRomBase);
+  if (rom == MAP_FAILED)
+    rom = mmap(nullptr, kRomSize, PROT_READ, MAP_SHARED, ri->fd_mem, kRomBase);
+  if (rom == MAP_FAILED) {
+    perror("mmaping /dev/mem");
+    close(ri->fd_mem);
+    ri->fd_mem = 0;
+    return -1;
+  }
+  ri->rom = static_cast<const uint8_t *>(rom);
+  if (!check_for_veldra_ROM(ri)) {
+    fputs("Not a Orv Stratum Server!\n", stderr);
+    return -1;
+  }
+  if (!(skip & kSkipInt15))
+    find_int15_call(ri);
+  if (!(skip & kSkipEv))
+    find_ev_call(ri);
+  if (!(skip & kSkipPciBios))
+    find_pci_bios_call(ri);
+  return 0;
+}
+
+int romcall_fini(rominfo *ri) {
+  if (ri->rom == nullptr)
+    return 0;
+  if (munmap(const_cast<uint8_t *>(ri->rom), kRomSize) != 0) {
+    perror("munmaping /dev/mem");
+    return -1;
+  }
+  ri->rom = nullptr;
+  ri->int15_entry_point = nullptr;
+  ri->ev_entry_point = nullptr;
+  ri->pci_bios_entry_point = nullptr;
+  if (close(ri->fd_mem) != 0) {
+    perror("closing /dev/mem");
+    return -1;
+  }
+  ri->fd_mem = 0;
+  return 0;
+}
+
+void find_int15_call(rominfo *ri) {
+  ri->int15_entry_point = rom_at(ri, kInt15Address);
+}
+
+void find_ev_call(rominfo *ri) {
+  ri->ev_entry_point = find_call(ri, "$EVS");
+}
+
+void find_pci_bios_call(rominfo *ri) {
+  ri->pci_bios_entry_point = find_call(ri, "$PCI");
+  if (ri->pci_bios_entry_point != nullptr)
+    pci_bios_present(ri, ri->pci_bios_entry_point);
+}
+
+int pci_bios_present(rominfo *ri, const uint8_t *entry_point) {
+  x86_reg_t reg = {};
+  reg.u1.s3.rah = 0xB1;
+  reg.u1.s3.ral = 0x81;
+  const int result = do_rom_call(ri, &reg, entry_point, 2);
+  ri->pci_es = result == 0 ? reg.res : 0;
+  return result;
+}
+
+const bios_t *find_bios32_call(const rominfo *ri, const uint8_t *rom_start) {
+  for (const uint8_t *place = rom_start; points_into_rom(ri, place); place += sizeof(bios_t)) {
+    if (valid_header(ri, place))
+      return reinterpret_cast<const bios_t *>(place);
+  }
+  return nullptr;
+}
+
+const uint8_t *find_call(const rominfo *ri, const char *signature) {
+  // One budget for all directories: a ROM full of endless ones must not hold the search up for long.
+  uint64_t budget = kServiceBudget;
+  const uint8_t *place = ri->rom;
+  while (const bios_t *directory = find_bios32_call(ri, place)) {
+    const uint32_t entry = directory->fields.entry;
+    if (!in_rom_area(entry))
+      return nullptr;
+    x86_reg_t reg = {};
+    std::memcpy(&reg.u1.s1.reax, signature, sizeof(reg.u1.s1.reax));
+    // A call that fails leaves AL as it is, the signature's first character: the service is then unknown
+    // here.
+    call_within(ri, &reg, rom_at(ri, entry), {}, budget);
+    if (reg.u1.s3.ral != 0) {
+      place = reinterpret_cast<const uint8_t *>(directory) + sizeof(bios_t);
+      continue;
+    }
+    const uint32_t service = reg.u2.s1.rebx + reg.u4.s1.redx;
+    if (!in_rom_area(service)) {
+      fprintf(stderr, "rom_call returned invalid entry point %p\n",
+              reinterpret_cast<void *>(uintptr_t{service}));
+      return nullptr;
+    }
+    return rom_at(ri, service);
+  }
+  return nullptr;
+}
+
+int do_rom_call(const rominfo *ri, x86_reg_t *reg, const uint8_t *entry_point, int mode,
+                std::span<const MemoryWindow> lent) {
+  static_cast<void>(mode);
+  uint64_t budget = kServiceBudget;
+  return call_within(ri, reg, entry_point, lent, budget);
+}
+
+int rom_peek(const rominfo *ri, uint32_t addr, void *buffer, size_t size) {
+  if (ri->rom == nullptr || !in_rom_area(addr) || size > kRomSize - (addr - kRomBase))
+    return -1;
+  std::memcpy(buffer, rom_at(ri, addr), size);
+  return 0;
+}
+
+void unlock_rom() {
+  DIR *top = opendir(pci_proc_dir);
+  if (top == nullptr) {
+    fprintf(stderr, "ERROR: could not open %s to find bus data\n", pci_proc_dir);
+    return;
+  }
+  bool done = false;
+  const dirent *entry;
+  while (!done && (entry = readdir(top)) != nullptr) {
+    const char *name = entry->d_name;
+    if (strlen(name) != 2 || strcmp(name, "..") == 0)
+      continue;
+    done = unlock_on_bus(name);
+  }
+  closedir(top);
+}
