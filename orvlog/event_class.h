@@ -1,0 +1,42 @@
+// Short labels of the event classes.
+#pragma once
+
+/// Labels by class code, 0x00 to 0x22. Reference data: nothing looks labels up at run time.
+inline constexpr const char *EventClass[] = {
+    "EVT_CLASS_EMPTY",
+    "EVT_CLASS_TEST",
+    "Machine Environment",
+    "Main Memory",
+    "Cache Memory",
+    "CPU",
+    "Host Bus",
+    "EISA Bus",
+    "PCI Bus",
+    "Expansion Slot",
+    "POST Messages",
+    "Power Subsystem",
+    "UPS",
+    "ASR",
+    "OS Class",
+    "DIAGS",
+    "Not defined",
+    "Network Adapter",
+    "SCSI Subsystem",
+    "Drive Array Subsystem",
+    "Unrecoverable System Error",
+    "Not defined",
+    "Not defined",
+    "Not defined",
+    "Not defined",
+    "Not defined",
+    "Not defined",
+    "Not defined",
+    "Not defined",
+    "Not defined",
+    "Not defined",
+    "Not defined",
+    "System Revision",
+    "Maintenance Note",
+    "Infrastructure Environment",
+};
+static_assert(sizeof EventClass / sizeof *EventClass == 35);

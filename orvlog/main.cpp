@@ -1,0 +1,180 @@
+// Start-up checks and the option loop.
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <getopt.h>
+#include <unistd.h>
+
+#include "orvlog/channel.h"
+#include "orvlog/notes.h"
+#include "orvlog/output.h"
+#include "orvlog/sensors.h"
+#include "orvlog/usage.h"
+#include "orvlog/viewer.h"
+#include "orvlog/watchdog.h"
+
+namespace {
+
+constexpr std::size_t kNoteLimit = 200;  // characters
+
+[[noreturn]] void refuse(const char *progname) {
+  print_usage(progname);
+  finish(EXIT_FAILURE);
+}
+
+/// Sees to it that no driver node is ever opened as one of the standard streams: what the caller has closed
+/// is held by a descriptor on which the stream's use fails as it would on a closed one.
+void hold_standard_streams() {
+  constexpr int kModes[] = {O_WRONLY, O_RDONLY, O_RDONLY};
+  for (const int mode : kModes) {
+    const int fd = open("/dev/null", mode);
+    if (fd > STDERR_FILENO || fd < 0) {
+      close(fd);
+      return;
+    }
+  }
+}
+
+bool is_numeric(const char *word) {
+  return word[strspn(word, "0123456789")] == '\0';
+}
+
+/// One word holds one option: values are words of their own. Ends the process where `word` is longer than
+/// that.
+void require_single_option(const char *progname, const char *word) {
+  if (strlen(word) <= 2) {
+    return;
+  }
+  fprintf(stderr, "orvlog: Invalid argument --> %s.\n", word);
+  fprintf(stderr, "The options are limited to one character.\n");
+  fprintf(stderr, "Make sure there is a space between your option and the supported value.\n\n");
+  refuse(progname);
+}
+
+/// The shape of the command line, before any option is parsed.
+void check_command_line(int argc, char **argv) {
+  if (argc < 2) {
+    refuse(argc > 0 ? argv[0] : "orvlog");
+  }
+  const char *const progname = argv[0];
+  const char *const first = argv[1];
+  if (strcmp(first, "-V") == 0 && (argc > 3 || (argc == 3 && !is_numeric(argv[2])))) {
+    if (argc == 3) {
+      fprintf(stderr, "orvlog: Invalid Input for the -V option: please enter numeric value\n");
+    } else {
+      fprintf(stderr, "orvlog: Invalid argument --> %s.\n", argv[3]);
+    }
+    refuse(progname);
+  }
+  if (strchr(first, '-') == nullptr) {
+    fprintf(stderr, "orvlog: Invalid argument --> %s.\n", first);
+    fprintf(stderr, "Please make sure the '-' character precedes your option.\n\n");
+    refuse(progname);
+  }
+  require_single_option(progname, first);
+  if (argc > 3 && strcmp(first, "-v") != 0) {
+    require_single_option(progname, argv[3]);
+  }
+}
+
+/// Carries out the options in the order of the command line.
+class OptionLoop {
+ public:
+  OptionLoop(int argc, char **argv) : argc_(argc), argv_(argv) {}
+
+  [[noreturn]] void run() {
+    for (int c = 0; (c = getopt(argc_, argv_, "l:s:vV:tfpia:")) != -1;) {
+      ++options_;
+      carry_out(c);
+      flush_output();
+    }
+    if (options_ == 0) {
+      print_usage(argv_[0]);
+    } else if (severity_processed_ != 0 && lognote_processed_ == 0) {
+      fprintf(stderr, "orvlog: The -s option requires a -l option to log a maintenance note.\n\n");
+      refuse(argv_[0]);
+    }
+    finish(EXIT_SUCCESS);
+  }
+
+ private:
+  void carry_out(int c) {
+    switch (c) {
+      case 'v':
+        do_init();
+        view_entire_log('v', 0);
+        break;
+      case 'V':
+        do_init();
+        // Parsed in the widest type, then narrowed on purpose: entry numbers have 32 bits.
+        view_entire_log('V', static_cast<std::uint32_t>(strtol(optarg, nullptr, 10)));
+        break;
+      case 't': print_proc_data(kReportThermal); break;
+      case 'f': print_proc_data(kReportFan); break;
+      case 'p': print_proc_data(kReportPower); break;
+      case 'i': fprintf(stderr, "orvlog: The option -i is not available in this build.\n"); break;
+      case 'a': ControlASR(optarg); break;
+      case 's': choose_severity(); break;
+      case 'l': log_note(); break;
+      default: print_usage(argv_[0]); break;
+    }
+  }
+
+  // Severity and note are read by their place on the command line, not from behind their options: the one
+  // form that works is "-s <severity> -l <note>" as the first four words. No shorter command line that passes
+  // the checks brings the parser to return these options, so the words exist.
+
+  void choose_severity() {
+    const int code = set_severity(argv_[2]);
+    if (code == kNoSeverity) {
+      fprintf(stderr, "orvlog:  Invalid '-s' option!\n\n");
+      print_usage(argv_[0]);
+      return;
+    }
+    severity_ = code;
+    ++severity_processed_;
+  }
+
+  void log_note() {
+    if (severity_processed_ == 0) {
+      fprintf(
+          stderr,
+          "orvlog: The -s option for setting the severity must precede the -l option to log a maintenance "
+          "note.\n\n");
+      refuse(argv_[0]);
+    }
+    ++lognote_processed_;
+    const char *const note = argv_[4];
+    if (strlen(note) > kNoteLimit) {
+      fprintf(stderr, "orvlog: The maintenance note feature has a character limit of 200.\n");
+      fprintf(stderr, "orvlog: Please enter a new note.\n");
+      return;
+    }
+    do_init();
+    if (asterisk_found(note) == 0) {
+      log_maintenance_note(note, severity_);
+    }
+  }
+
+  int argc_;
+  char **argv_;
+  int options_ = 0;  // what the parser returned, unknown options included
+  int severity_processed_ = 0;
+  int lognote_processed_ = 0;
+  int severity_ = kNoSeverity;
+};
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  hold_standard_streams();
+  if (getuid() != 0) {
+    fprintf(stderr, "orvlog: You must be root to run this utility\n");
+    finish(EXIT_FAILURE);
+  }
+  check_command_line(argc, argv);
+  Get_Qm_100_Series();
+  OptionLoop(argc, argv).run();
+}

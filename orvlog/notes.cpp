@@ -1,0 +1,77 @@
+#include "orvlog/notes.h"
+
+#include <cctype>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "orvlog/channel.h"
+
+namespace {
+
+constexpr std::uint16_t kNoteCode = 2;
+constexpr std::size_t kRecordOverhead = 30;  // header, terminator and one byte more: what the driver expects
+
+}  // namespace
+
+int set_severity(char *Severity) {
+  static constexpr struct {
+    const char *word;
+    int code;
+  } kSeverities[] = {
+      {"info", kSeverityInformational},
+      {"repaired", kSeverityRepaired},
+      {"caution", kSeverityCaution},
+      {"critical", kSeverityCritical},
+  };
+  for (char *c = Severity; *c != '\0'; ++c) {
+    *c = static_cast<char>(tolower(static_cast<unsigned char>(*c)));
+  }
+  for (const auto &severity : kSeverities) {
+    if (strcmp(Severity, severity.word) == 0) {
+      return severity.code;
+    }
+  }
+  return kNoSeverity;
+}
+
+std::int16_t asterisk_found(const char *str) {
+  if (strchr(str, '*') == nullptr) {
+    return 0;
+  }
+  fprintf(stderr, "orvlog: Please avoid using the '*' character in your maintenance notes.\n");
+  return 1;
+}
+
+int log_maintenance_note(const char *str, int severity) {
+  Channel node(kNodeEvents, kOpenRead);
+  if (!node.is_open()) {
+    fprintf(stderr, "orvlog: Unable to open the /dev/zythealth/cevt file.\n");
+    return 0;
+  }
+  const std::size_t length = strlen(str);
+  const std::unique_ptr<char, decltype(&free)> buffer(
+      static_cast<char *>(calloc(1, length + sizeof(_ioctlEntry) + 1)), &free);
+  if (buffer == nullptr) {
+    node.close();
+    fprintf(stderr, "orvlog: Unable to allocate memory to log message.\n");
+    return 0;
+  }
+  auto *const request = reinterpret_cast<PEVT_IOCTL_ENTRY>(buffer.get());
+  const auto record_length = static_cast<std::uint16_t>(length + kRecordOverhead);
+  request->info.length = record_length + static_cast<std::uint32_t>(sizeof(LOG_INFO));
+  request->info.choice = kChoiceAdd;
+  EVT_HEADER &header = request->Evt.Hdr;
+  header.wEvtLength = record_length;
+  header.bSeverity = static_cast<std::uint8_t>(severity);
+  header.wClass = kClassMaintenance;
+  header.wCode = kNoteCode;
+  header.dwCount = 1;
+  memcpy(buffer.get() + offsetof(_ioctlEntry, Evt.Data), str, length + 1);
+  if (node.request(kRequestEventEntry, request, sizeof *request) == -1) {
+    fprintf(stderr, "orvlog: Adding Maintenance Note failed: err=%dh.\n", errno);
+  }
+  return 1;
+}

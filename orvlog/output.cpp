@@ -1,0 +1,45 @@
+#include "orvlog/output.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+int write_error = 0;  // errno of the first write that failed
+
+void note_failure() {
+  if (write_error == 0) {
+    write_error = errno != 0 ? errno : EIO;
+  }
+}
+
+}  // namespace
+
+void print_out(const char *format, ...) {
+  va_list args;
+  va_start(args, format);
+  if (vprintf(format, args) < 0) {
+    note_failure();
+  }
+  va_end(args);
+}
+
+void flush_output() {
+  if (fflush(stdout) != 0) {
+    note_failure();
+  }
+}
+
+void finish(int status) {
+  flush_output();
+  if (ferror(stdout) != 0) {
+    note_failure();
+  }
+  if (write_error != 0) {
+    fprintf(stderr, "orvlog: Cannot write standard output: %s\n", strerror(write_error));
+  }
+  exit(status);
+}

@@ -1,0 +1,178 @@
+#include "orvlog/viewer.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "iml/eventstr.h"
+#include "orvlog/channel.h"
+#include "orvlog/output.h"
+
+namespace {
+
+constexpr std::uint32_t kReadLength = 512;     // what a read states as its length, and the size of its buffer
+constexpr std::uint16_t kReadEvtLength = 284;  // what a read states as the record's length
+constexpr std::uint32_t kDescriptionSize = 256;
+
+struct FreeMemory {
+  void operator()(void *memory) const {
+    free(memory);
+  }
+};
+
+/// The event node with the buffer of its read requests.
+class EventReader {
+ public:
+  EventReader() : node_(kNodeEvents, kOpenRead) {
+    if (!node_.is_open()) {
+      fprintf(stderr, "orvlog: Unable to open the /dev/zythealth/cevt file.\n");
+      return;
+    }
+    buffer_.reset(calloc(1, kReadLength));
+    if (buffer_ == nullptr) {
+      node_.close();
+      fprintf(stderr, "orvlog: Unable to allocate memory to log message.\n");
+    }
+  }
+
+  [[nodiscard]] bool is_ready() const {
+    return buffer_ != nullptr;
+  }
+
+  /// Reads one entry. Returns 0, a driver status, or the errno of a request that failed.
+  int read(std::uint32_t number) {
+    memset(buffer_.get(), 0, kReadLength);
+    PEVT_IOCTL_ENTRY const request = entry();
+    request->info.length = kReadLength;
+    request->info.choice = kChoiceRead;
+    request->info.EvtNumber = static_cast<std::int32_t>(number);
+    request->Evt.Hdr.wEvtLength = kReadEvtLength;
+    const int status = node_.request(kRequestEventEntry, request, sizeof *request);
+    return status == -1 ? errno : status;
+  }
+
+  /// The record that the last successful read returned.
+  [[nodiscard]] const EVT_LOG_ENTRY &record() const {
+    return entry()->Evt;
+  }
+
+  void close() {
+    node_.close();
+  }
+
+ private:
+  [[nodiscard]] PEVT_IOCTL_ENTRY entry() const {
+    return static_cast<PEVT_IOCTL_ENTRY>(buffer_.get());
+  }
+
+  Channel node_;
+  std::unique_ptr<void, FreeMemory> buffer_;
+};
+
+/// hour:minute  month/day/year
+struct TimeText {
+  explicit TimeText(const EVT_TIME_STAMP &time) {
+    snprintf(text, sizeof text, "%02d:%02d  %02d/%02d/%02d%02d", time.bHour, time.bMinute, time.bMonth,
+             time.bDay, time.bCentury, time.bYear);
+  }
+  char text[32];
+};
+
+void print_entry(const EVT_LOG_ENTRY &record) {
+  char description[kDescriptionSize];
+  TranslateEventLogMessage(&record, description, sizeof description);
+  // What firmware put into a text must not reach the terminal as control or half a multi-byte character.
+  for (char *c = description; *c != '\0'; ++c) {
+    if (static_cast<signed char>(*c) < ' ') {
+      *c = ' ';
+    }
+  }
+  const EVT_HEADER &header = record.Hdr;
+  const TimeText s_InitTime(header.InitTime);
+  const TimeText s_UpdateTime(header.UpdateTime);
+  print_out("%.4d %-14s %16s %16s %.4d\n", static_cast<int>(header.dwEvtNumber),
+            GetSeverity(header.bSeverity), s_InitTime.text, s_UpdateTime.text,
+            static_cast<int>(header.dwCount));
+  print_out("LOG: %s\n\n", description);
+}
+
+}  // namespace
+
+const char *GetSeverity(std::uint8_t b_Severity) {
+  switch (b_Severity) {
+    case kSeverityInformational:
+    case kSeverityInformationalAlternate: return "Information";
+    case kSeverityRepaired: return "Repaired";
+    case kSeverityCaution: return "Caution";
+    case kSeverityCritical: return "Critical";
+    default: return "Unknown";
+  }
+}
+
+int GetTotalIMLEntries() {
+  EventReader log;
+  if (!log.is_ready()) {
+    return 0;
+  }
+  int total = 0;
+  for (; total < INT_MAX; ++total) {
+    const int status = log.read(static_cast<std::uint32_t>(total));
+    if (status == kEventRead || status == kEventNoEntry) {
+      continue;
+    }
+    if (status != kEventEndOfLog) {
+      fprintf(stderr, "orvlog: Invalid error code returned.\n");
+    }
+    break;
+  }
+  return total;
+}
+
+int view_entire_log(char c, std::uint32_t offset) {
+  EventReader log;
+  if (!log.is_ready()) {
+    return 0;
+  }
+  if (c == 'V') {
+    const int total = GetTotalIMLEntries();
+    if (total != 0 && offset >= static_cast<std::uint32_t>(total)) {
+      log.close();
+      fprintf(stderr, "orvlog: Invalid argument for the -V option; only %d events exist.\n", total);
+      return 0;
+    }
+  }
+
+  bool headerprinted = false;
+  std::uint32_t current_evt = offset;
+  for (;;) {
+    const int status = log.read(current_evt);
+    if (status == kEventEndOfLog) {
+      break;
+    }
+    std::uint32_t next_evt = current_evt + 1;
+    if (status == kEventRead) {
+      if (!headerprinted) {
+        print_out("\nID   Severity       Initial Time      Update Time       Count\n");
+        print_out("-------------------------------------------------------------\n");
+        headerprinted = true;
+      }
+      print_entry(log.record());
+      next_evt = log.record().Hdr.dwEvtNumber + 1;
+    } else if (status != kEventNoEntry) {
+      fprintf(stderr, "orvlog: Invalid error code returned.\n");
+      break;
+    }
+    if (next_evt <= current_evt) {  // the driver would keep us here for ever
+      fprintf(stderr, "orvlog: The IML does not advance past entry %u.\n", current_evt);
+      break;
+    }
+    current_evt = next_evt;
+  }
+  if (current_evt == 0 && !headerprinted) {
+    print_out("orvlog: The IML Log is empty.\n");
+  }
+  return 1;
+}

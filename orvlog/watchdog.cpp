@@ -1,0 +1,86 @@
+#include "orvlog/watchdog.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "orvlog/channel.h"
+#include "orvlog/output.h"
+#include "orvlog/usage.h"
+#include "platform/orvev64.h"
+
+namespace {
+
+constexpr char kTimeoutPrefix[] = "TIMEOUT=";
+
+/// Bit n is set when a timeout of n minutes is allowed: 5, 10, 15, 20 and 30.
+constexpr std::uint32_t kAllowedTimeouts = 0x40108420;
+
+bool is_allowed_timeout(std::uint32_t minutes) {
+  return minutes <= 30 && (kAllowedTimeouts >> minutes & 1) != 0;
+}
+
+/// Issues one request on the ASR node; nothing happens when it cannot be opened.
+void request_asr(unsigned int code, void *buffer, unsigned int length) {
+  const Channel node(kNodeAsr, kOpenRead);
+  if (node.is_open()) {
+    node.request(code, buffer, length);
+  }
+}
+
+/// Writes the timeout into the firmware variable, whose other bytes stay as they were read.
+void set_timeout(ASREVSTRUCT &AsrEvStruct, std::uint32_t minutes) {
+  print_out(non_Brix != 0 ? "Setting IPMI Watchdog timer to %d\n" : "Setting ASR timer to %d\n",
+            static_cast<int>(minutes));
+  AsrEvStruct.ucTimeoutValue = static_cast<std::uint8_t>(minutes);
+  // The size is given afresh: a read that failed may have left another one, and the variable must keep its
+  // own.
+  int nbytes = sizeof AsrEvStruct;
+  if (set_ev(kAsrVariable, &AsrEvStruct, &nbytes) != 0) {
+    fprintf(stderr, non_Brix != 0 ? "orvlog: Set IPMI Watchdog Timeout failed\n"
+                                  : "orvlog: Set ASR Timeout failed\n");
+  }
+}
+
+}  // namespace
+
+void ControlASR(const char *option) {
+  std::int32_t curstat = 0;
+  request_asr(kRequestAsrState, &curstat, sizeof curstat);
+  ASREVSTRUCT AsrEvStruct = {};
+  int nbytes = sizeof AsrEvStruct;
+  get_ev(kAsrVariable, &AsrEvStruct, &nbytes);
+
+  if (strcmp(option, "STATUS") == 0) {
+    print_out(non_Brix != 0 ? "Current IPMI WatchDog Timer  Status is %s and the timeout value is %d\n"
+                            : "Current ASR Status is %s and the timeout value is %d\n",
+              curstat != 0 ? "ENABLED" : "DISABLED", AsrEvStruct.ucTimeoutValue);
+  } else if (strcmp(option, "ENABLE") == 0) {
+    print_out(non_Brix != 0 ? "Enabling IPMI Watchdog  timer\n" : "Enabling ASR timer\n");
+    request_asr(kRequestEnableAsr, nullptr, 0);
+  } else if (strcmp(option, "DISABLE") == 0) {
+    print_out(non_Brix != 0 ? "Disabling IPMI Watchdog timer\n" : "Disabling ASR timer\n");
+    request_asr(kRequestDisableAsr, nullptr, 0);
+  } else if (strstr(option, kTimeoutPrefix) != nullptr) {
+    if (curstat != 1) {
+      fprintf(stderr, non_Brix != 0 ? "ERROR: IPMI Watchdog status is currently disabled.\n"
+                                      "IPMI Watchdog must be enabled before setting timeout value.\n"
+                                    : "ERROR: ASR status is currently disabled.\n"
+                                      "ASR must be enabled before setting timeout value.\n");
+      return;
+    }
+    // The number stands behind the prefix's length, wherever the prefix itself stands; it is narrowed on
+    // purpose.
+    const auto minutes = static_cast<std::uint32_t>(strtol(option + strlen(kTimeoutPrefix), nullptr, 10));
+    if (is_allowed_timeout(minutes)) {
+      set_timeout(AsrEvStruct, minutes);
+    } else {
+      fprintf(stderr, "val must be 5, 10, 15, 20 or 30 minutes.\n");
+      print_usage("orvlog");
+    }
+  } else {
+    fprintf(stderr, "Invalid -a option %s\n", option);
+    print_usage("orvlog");
+  }
+}
