@@ -1,0 +1,72 @@
+#include "tests/pci/pci_tree.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <fstream>
+#include <unistd.h>
+
+#include "pci/paths.h"
+#include "platform/kelmintrfc64.h"
+
+namespace fs = std::filesystem;
+
+std::string driver_report;
+int driver_requests;
+
+int orvOpenRequest(const char *path, int mode) {
+  if (strcmp(path, kNodeReports) != 0)
+    return open(path, mode);
+  return driver_report.empty() ? -1 : open("/dev/null", mode);
+}
+
+int orvIoctlRequest(int, unsigned int code, void *buffer, unsigned int length) {
+  EXPECT_EQ(code, kReportPciRouting);
+  EXPECT_EQ(length, kReportRequestLength);
+  ++driver_requests;
+  memcpy(buffer, driver_report.data(), std::min<size_t>(driver_report.size(), kReportSize));
+  return -1;  // the status does not count
+}
+
+int orvCloseRequest(int fd) {
+  return close(fd);
+}
+
+static fs::path MakeRoot() {
+  char name[] = "/tmp/pci_tree_XXXXXX";
+  return mkdtemp(name);
+}
+
+static size_t CountDescriptors() {
+  return static_cast<size_t>(std::distance(fs::directory_iterator("/proc/self/fd"), {}));
+}
+
+PciTreeTest::PciTreeTest() : root_(MakeRoot()), descriptors_(CountDescriptors()) {
+  fs::create_directory(buses_);
+  pci_proc_dir = buses_.c_str();
+  pci_slots_dir = slots_.c_str();
+  zytpci_path = proc_.c_str();
+  driver_report.clear();
+  driver_requests = 0;
+}
+
+PciTreeTest::~PciTreeTest() {
+  EXPECT_EQ(CountDescriptors(), descriptors_);
+  fs::remove_all(root_);
+}
+
+void PciTreeTest::WriteFile(const fs::path &path, const std::string &content) {
+  fs::create_directories(path.parent_path());
+  std::ofstream(path, std::ios::binary) << content;
+}
+
+void PciTreeTest::AddFunction(const std::string &name, const Bytes &bytes, size_t size) {
+  std::string space(256, '\0');
+  for (const auto &[offset, value] : bytes)
+    space.at(offset) = static_cast<char>(value);
+  WriteFile(buses_ / name, space.substr(0, size));
+}
+
+void PciTreeTest::AddBridge(const std::string &name, int secondary) {
+  AddFunction(name, {{10, 4}, {11, 6}, {25, secondary}});
+}

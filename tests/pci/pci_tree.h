@@ -1,0 +1,36 @@
+// A PCI tree, a slot directory and a proc file of the test's own, and what stands in for the closed library.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+// What the driver answers to the routing request; while it is empty the reports' node cannot be opened.
+extern std::string driver_report;
+extern int driver_requests;
+
+using Bytes = std::vector<std::pair<size_t, int>>;  // offset and value
+
+// Repoints the fixed paths, and checks at the end that no descriptor was left open.
+class PciTreeTest : public testing::Test {
+ protected:
+  PciTreeTest();
+  ~PciTreeTest() override;
+
+  void WriteFile(const std::filesystem::path &path, const std::string &content);
+  // Makes a configuration file of `size` zeros, `bytes` set, for a function named like "00/1f.7".
+  void AddFunction(const std::string &name, const Bytes &bytes = {}, size_t size = 256);
+  // Makes a PCI-to-PCI bridge that leads to bus `secondary`.
+  void AddBridge(const std::string &name, int secondary);
+
+  const std::filesystem::path root_;
+  const std::filesystem::path buses_ = root_ / "buses";
+  const std::filesystem::path slots_ = root_ / "slots";
+  const std::filesystem::path proc_ = root_ / "zytpci";
+
+ private:
+  const size_t descriptors_;
+};

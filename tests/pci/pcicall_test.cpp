@@ -1,0 +1,152 @@
+#include "pci/pcicall.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/pci/pci_tree.h"
+
+namespace fs = std::filesystem;
+using testing::AllOf;
+using testing::Each;
+using testing::ElementsAre;
+using testing::Le;
+using testing::SizeIs;
+using testing::UnorderedElementsAre;
+
+namespace {
+
+using Configuration = PciTreeTest;
+using Walk = PciTreeTest;
+
+TEST_F(Configuration, ReadsWhatWasWritten) {
+  AddFunction("05/1f.3", {{62, 0xCD}, {63, 0xAB}});
+  EXPECT_EQ(pci_write_config_byte(5, 0x1f, 3, 1, 0x11), 0);
+  EXPECT_EQ(pci_write_config_word(5, 0x1f, 3, 2, 0x3322), 0);
+  EXPECT_EQ(pci_write_config_dword(5, 0x1f, 3, 4, 0x77665544), 0);
+  uint8_t bytes[9];
+  EXPECT_EQ(pci_read_config(5, 0x1f, 3, 0, bytes, sizeof(bytes)), 0);
+  EXPECT_THAT(bytes, ElementsAre(0, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0));
+  uint16_t word;
+  EXPECT_EQ(pci_read_config_word(5, 0x1f, 3, 2, &word), 0);
+  EXPECT_EQ(word, 0x3322);
+  uint32_t dword;
+  EXPECT_EQ(pci_read_config_dword(5, 0x1f, 3, 4, &dword), 0);
+  EXPECT_EQ(dword, 0x77665544u);
+  PCIConfigHeader header;
+  EXPECT_EQ(pci_read_config_header(5, 0x1f, 3, &header), 0);
+  EXPECT_EQ(header.Type.One.BridgeControl, 0xABCD);
+
+  EXPECT_EQ(pci_write_config_byte(5, 0x1f, 3, -1, 0), -1);
+  EXPECT_EQ(pci_write_config(5, 0x1f, 3, 0, bytes, SIZE_MAX), -1);
+  EXPECT_EQ(pci_write_config_byte(5, 0x1f, 4, 0, 0), -1);
+}
+
+TEST_F(Configuration, FailedReadLeavesOnes) {
+  AddFunction("00/00.0");
+  const struct {
+    int bus, offset;
+    size_t size;
+  } rows[] = {{0, 0x100, 1}, {0, 0xFE, 4}, {0, -1, 1}, {1, 0, 4}, {-1, 0, 4}};
+  for (const auto &row : rows) {
+    uint8_t value[5] = {};
+    EXPECT_EQ(pci_read_config(row.bus, 0, 0, row.offset, value, row.size), -1) << row.offset;
+    for (size_t i = 0; i < sizeof(value); ++i)
+      EXPECT_EQ(value[i], i < row.size ? 0xFF : 0) << row.offset << " byte " << i;
+  }
+}
+
+std::vector<int> Buses() {
+  std::vector<int> buses;
+  DIR *dir;
+  for (int bus = first_bus(&dir); bus >= 0; bus = next_bus(&dir))
+    buses.push_back(bus);
+  EXPECT_EQ(next_bus(&dir), -1);
+  return buses;
+}
+
+std::vector<int> Devices(int bus) {
+  std::vector<int> devices;
+  DIR *dir;
+  for (int devfn = first_device(&dir, bus); devfn >= 0; devfn = next_device(&dir))
+    devices.push_back(devfn);
+  EXPECT_EQ(next_device(&dir), -1);
+  return devices;
+}
+
+TEST_F(Walk, ReadsBusesAndDevicesFromNames) {
+  for (const char *name :
+       {"05/00.0", "05/1f.7", "05/02.1", "05/1.2", "05/x", "0a/x", "1/00.0", "0000:00/00.0", "devices"})
+    AddFunction(name);
+  EXPECT_THAT(Buses(), UnorderedElementsAre(0x05, 0x0a));
+  EXPECT_THAT(Devices(5), UnorderedElementsAre(0x00, 0xff, 0x11));
+  // Odd names may be taken for any bus or device, but for nothing else, and do not end the walk.
+  for (const char *name : {"-1/x", "zz/x", "05/ff.f", "05/-1.-1", "05/99999999999999999999.0"})
+    AddFunction(name);
+  EXPECT_THAT(Buses(), AllOf(SizeIs(4), Each(Le(0xff))));
+  EXPECT_THAT(Devices(5), AllOf(SizeIs(6), Each(Le(0xff))));
+  fs::remove_all(buses_);
+  EXPECT_THAT(Buses(), SizeIs(0));
+  EXPECT_THAT(Devices(5), SizeIs(0));
+}
+
+TEST_F(Walk, VisitsTheWholeSystem) {
+  pci_iter iter;
+  EXPECT_EQ(first_pci_device(&iter), -1);
+  for (const char *name : {"00/00.0", "00/1f.2", "80/01.1"})
+    AddFunction(name);
+  std::vector<int> devices;
+  for (int device = first_pci_device(&iter); device >= 0; device = next_pci_device(&iter))
+    devices.push_back(device);
+  EXPECT_THAT(devices, UnorderedElementsAre(0x0000, 0x00fa, 0x8009));
+  EXPECT_EQ(next_pci_device(&iter), -1);
+
+  for (const char *bus : {"00", "80"}) {  // a bus without functions ends the walk, wherever it stands
+    fs::remove_all(buses_ / bus);
+    fs::create_directory(buses_ / bus);
+    int device = first_pci_device(&iter);
+    for (int steps = 0; device >= 0; device = next_pci_device(&iter))
+      ASSERT_LT(++steps, 2);
+    EXPECT_EQ(iter.busdir, nullptr);
+  }
+}
+
+TEST_F(Walk, FilterDropsOnlyTheTwoDots) {
+  const std::pair<const char *, int> rows[] = {{".", 0}, {"..", 0}, {"...", 1}, {".hidden", 1}, {"1", 1}};
+  for (const auto &[name, selected] : rows) {
+    dirent entry = {};
+    strcpy(entry.d_name, name);
+    EXPECT_EQ(file_select(&entry), selected) << name;
+  }
+}
+
+TEST_F(Configuration, SpeedFollowsStatusAndPciXCapability) {
+  Bytes longest = {{6, 0x10}, {0x34, 0x40}, {0xFC, 7}};  // uses every place that there is
+  for (int at = 0x40; at < 0xFC; at += 4)
+    longest.insert(longest.end(), {{at, 1}, {at + 1, at + 4}});
+  const struct {
+    const char *what;
+    int speed;
+    Bytes bytes;
+    size_t size = 256;
+  } rows[] = {
+      {"no status", 0, {}, 7},
+      {"plain", 33, {{0x34, 0x40}, {0x40, 7}}},
+      {"66 MHz, no list", 66, {{6, 0x20}, {0x34, 0x40}, {0x40, 7}, {0x46, 2}}},
+      {"no pointer", 66, {{6, 0x30}}, 0x34},
+      {"null pointer", 33, {{0, 7}, {6, 0x10}, {0x34, 3}}},
+      {"PCI-X 133", 133, {{6, 0x30}, {0x34, 0x43}, {0x40, 7}, {0x46, 2}}},
+      {"PCI-X, other bits", 66, {{6, 0x10}, {0x34, 0x40}, {0x40, 7}, {0x46, 0xFD}}},
+      {"PCI-X without status", 133, {{6, 0x10}, {0x34, 0x40}, {0x40, 1}, {0x41, 0xFF}, {0xFC, 7}}},
+      {"end of the list", 66, {{6, 0x30}, {0x34, 0x40}, {0x40, 1}, {0x41, 2}}},
+      {"absent capability", 33, {{6, 0x10}, {0x34, 0x40}, {0x40, 0xFF}, {0x41, 0x50}, {0x50, 7}}},
+      {"list cut off", 33, {{6, 0x10}, {0x34, 0x40}, {0x40, 7}}, 0x41},
+      {"ring", 66, {{6, 0x30}, {0x34, 0x40}, {0x40, 1}, {0x41, 0x50}, {0x50, 2}, {0x51, 0x40}}},
+      {"longest list", 133, longest},
+  };
+  for (const auto &row : rows) {
+    AddFunction("00/00.0", row.bytes, row.size);
+    EXPECT_EQ(pci_read_config_speed(0, 0, 0), row.speed) << row.what;
+  }
+}
+
+}  // namespace
