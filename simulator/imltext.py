@@ -28,7 +28,8 @@ ESCAPES = {"n": "\n", "t": "\t", "r": "\r"}
 TOKEN = re.compile(r"""\s*(?:(?P<comment>\#.*)
                          |"(?P<text>(?:[^"\\]|\\.)*)"
                          |'(?P<bare>(?:[^'\\]|\\.)*)'
-                         |(?P<word>[^\s\#"']+))""", re.VERBOSE)
+                         |(?P<comma>,)
+                         |(?P<word>[^\s\#"',]+))""", re.VERBOSE)
 ESCAPE = re.compile(r"\\(x[0-9A-Fa-f]{2}|.)")
 STAMP = re.compile(r"(\d\d)(\d\d)-(\d\d)-(\d\d) (\d\d):(\d\d)")
 
@@ -41,7 +42,7 @@ class TextError(Exception):
 
 
 class Line:
-    """The tokens of one line: (kind, value) pairs, kind being word, text or bare."""
+    """The tokens of one line: (kind, value) pairs, kind being word, comma, text or bare."""
 
     def __init__(self, file, number, source):
         self.place = f"{file}:{number}"
@@ -56,14 +57,26 @@ class Line:
                 self.tokens.append((match.lastgroup, match[match.lastgroup]))
             position = match.end()
 
+    @property
+    def keyword(self):
+        return self.tokens[0][1] if self.tokens and self.tokens[0][0] == "word" else ""
+
     def error(self, message):
         return TextError(self.place, message)
 
-    def words(self):
+    def fields(self):
+        """The words of the line, in one list for each field: commas part the fields."""
+        fields = [[]]
         for kind, value in self.tokens:
-            if kind != "word":
+            if kind == "comma":
+                fields.append([])
+            elif kind == "word":
+                fields[-1].append(value)
+            else:
                 raise self.error(f"a text does not belong here: {value!r}")
-        return [value for _, value in self.tokens]
+        if not all(fields):
+            raise self.error("a field is missing beside a comma")
+        return fields
 
     def number(self, word, limit):
         try:
@@ -106,11 +119,11 @@ class Line:
         return bytes(result)
 
     def stamp(self, words):
-        if len(words) == 6:
-            return self.data()[-6:] if all(re.fullmatch("[0-9A-Fa-f]{2}", w) for w in words) else self.bad_stamp()
+        if len(words) == 6 and all(re.fullmatch("[0-9A-Fa-f]{2}", word) for word in words):
+            return bytes.fromhex("".join(words))
         match = STAMP.fullmatch(" ".join(words))
-        if not match:
-            return self.bad_stamp()
+        if not match or len(words) != 2:
+            raise self.error("a time is YYYY-MM-DD hh:mm, or six bytes of two hex digits")
         century, year, *rest = map(int, match.groups())
         try:
             datetime.datetime(century * 100 + year, *rest)
@@ -118,13 +131,10 @@ class Line:
             raise self.error(str(problem)) from None
         return bytes([century, year, *rest])
 
-    def bad_stamp(self):
-        raise self.error("a time is YYYY-MM-DD hh:mm, or six bytes of two hex digits")
-
 
 def read_lines(path):
     source = pathlib.Path(path).read_text(encoding="utf-8")
-    lines = (Line(path, number, text) for number, text in enumerate(source.splitlines(), 1))
+    lines = (Line(path, number, text) for number, text in enumerate(source.split("\n"), 1))
     return [line for line in lines if line.tokens]
 
 
@@ -132,99 +142,87 @@ def compile_bytes(path):
     return b"".join(line.data() for line in read_lines(path))
 
 
-class Entry:
-    """One entry as it is being read."""
+FIELD_LIMITS = {"severity": 0xFF, "revision": 0xFF, "class": 0xFFFF, "code": 0xFFFF, "length": 0xFFFF,
+                "number": 0xFFFFFFFF, "count": 0xFFFFFFFF}
+REQUIRED_FIELDS = ("severity", "class", "code", "first")
 
-    REQUIRED = ("severity", "class", "code", "first")
 
-    def __init__(self, line, number):
-        self.line = line
-        self.fields = {"number": number, "revision": 0, "count": 1}
-        self.given = set()
-        self.payload = bytearray()
+def read_field(line, name, words):
+    if name in ("first", "last"):
+        return line.stamp(words)
+    if name not in FIELD_LIMITS:
+        raise line.error(f"unknown field: {name}")
+    if len(words) != 1:
+        raise line.error(f"{name} takes one value")
+    if name == "severity" and words[0] in SEVERITIES:
+        return SEVERITIES[words[0]]
+    return line.number(words[0], FIELD_LIMITS[name])
 
-    def field(self, line, name, words):
-        if name in self.given:
-            raise line.error(f"{name} is given twice")
-        self.given.add(name)
-        if name in ("first", "last"):
-            self.fields[name] = line.stamp(words)
-            return
-        if len(words) != 1:
-            raise line.error(f"{name} takes one value")
-        if name == "severity" and words[0] in SEVERITIES:
-            self.fields[name] = SEVERITIES[words[0]]
-            return
-        limits = {"severity": 0xFF, "revision": 0xFF, "class": 0xFFFF, "code": 0xFFFF, "length": 0xFFFF,
-                  "number": 0xFFFFFFFF, "count": 0xFFFFFFFF}
-        if name not in limits:
-            raise line.error(f"unknown field: {name}")
-        self.fields[name] = line.number(words[0], limits[name])
 
-    def add_payload(self, line):
-        self.payload += line.data()
-        if len(self.payload) > PAYLOAD_SIZE:
-            raise line.error(f"the payload is longer than {PAYLOAD_SIZE} bytes")
+def compile_entry(head, lines, number):
+    fields = {}
+    payload = None
+    for line in lines:
+        if line.keyword == "payload" and payload is None:
+            line.tokens = line.tokens[1:]
+            payload = bytearray()
+        if payload is not None:
+            payload += line.data()
+            if len(payload) > PAYLOAD_SIZE:
+                raise line.error(f"the payload is longer than {PAYLOAD_SIZE} bytes")
+            continue
+        for name, *words in line.fields():
+            if name in fields:
+                raise line.error(f"{name} is given twice")
+            fields[name] = read_field(line, name, words)
+    for name in REQUIRED_FIELDS:
+        if name not in fields:
+            raise head.error(f"the entry has no {name}")
+    payload = payload or b""
+    get = fields.get
+    header = HEADER.pack(get("length", HEADER.size + len(payload)), get("number", number), get("revision", 0),
+                         get("severity"), get("class"), get("code"), get("first"), get("last", get("first")),
+                         get("count", 1))
+    return (header + payload).ljust(RECORD_SIZE, b"\0")
 
-    def record(self):
-        for name in self.REQUIRED:
-            if name not in self.fields:
-                raise self.line.error(f"the entry has no {name}")
-        get = self.fields.get
-        header = HEADER.pack(get("length", HEADER.size + len(self.payload)), get("number"), get("revision"),
-                             get("severity"), get("class"), get("code"), get("first"), get("last", get("first")),
-                             get("count"))
-        return (header + self.payload).ljust(RECORD_SIZE, b"\0")
+
+def read_blocks(path):
+    """The entries, gaps and tail of a log's text: pairs of the line that begins one and the lines that follow."""
+    blocks = []
+    for line in read_lines(path):
+        if line.keyword in ("entry", "gap", "tail"):
+            if blocks and blocks[-1][0].keyword == "tail":
+                raise line.error("nothing follows the tail")
+            blocks.append((line, []))
+        elif blocks:
+            blocks[-1][1].append(line)
+        else:
+            raise line.error("a log begins with an entry or a gap")
+    return blocks
 
 
 def compile_log(path):
     log = bytearray()
     base = 0
-    entry = None
-    in_payload = False
-    tail = None
-
-    def finish():
-        if entry:
-            log.extend(entry.record())
-
-    for line in read_lines(path):
-        keyword = line.tokens[0][1] if line.tokens[0][0] == "word" else ""
-        words = line.tokens[1:]
-        if tail is not None:
-            tail += line.data()
-        elif keyword in ("entry", "gap", "tail"):
-            finish()
-            entry, in_payload = None, False
-            words = line.words()[1:]
-            position = len(log) // RECORD_SIZE
-            if keyword == "tail":
-                tail = bytearray()
-                continue
-            if len(words) > 1:
-                raise line.error(f"{keyword} takes one number at most")
-            if position == 0 and keyword == "entry" and words == ["1"]:
-                base = 1
-            number = line.number(words[0], 0xFFFFFFFF) if words else position + base
-            if number != position + base:
-                raise line.error(f"number {position + base} comes next, not {number}")
-            if keyword == "gap":
-                log.extend(bytes(RECORD_SIZE))
-            else:
-                entry = Entry(line, number)
-        elif entry is None:
-            raise line.error("an entry, a gap or the tail must begin here")
-        elif in_payload:
-            entry.add_payload(line)
-        elif keyword == "payload":
-            in_payload = True
-            line.tokens = words
-            entry.add_payload(line)
+    for head, lines in read_blocks(path):
+        words = [word for field in head.fields() for word in field][1:]
+        if head.keyword == "tail" and not words:
+            log += b"".join(line.data() for line in lines)
+            break
+        if len(words) > 1 or head.keyword == "tail":
+            raise head.error(f"too many words after {head.keyword}")
+        if not log and head.keyword == "entry" and words == ["1"]:
+            base = 1
+        expected = len(log) // RECORD_SIZE + base
+        if words and head.number(words[0], 0xFFFFFFFF) != expected:
+            raise head.error(f"number {expected} comes next, not {words[0]}")
+        if head.keyword == "entry":
+            log += compile_entry(head, lines, expected)
+        elif lines:
+            raise lines[0].error("a gap has no fields")
         else:
-            name, *values = line.words()
-            entry.field(line, name, values)
-    finish()
-    return bytes(log + (tail or b""))
+            log += bytes(RECORD_SIZE)
+    return bytes(log)
 
 
 def quoted(text, quote):
@@ -267,10 +265,11 @@ def record_text(record, number):
     words = {value: word for word, value in SEVERITIES.items()}
     lines = [f"entry {number}"]
     lines += [f"number {stored}"] if stored != number else []
-    lines += [f"severity {words.get(severity, severity)}", f"class 0x{event_class:02X}", f"code 0x{code:02X}"]
-    lines += [f"first {stamp_text(first)}"]
-    lines += [f"last {stamp_text(last)}"] if last != first else []
-    lines += [f"count {count}"] if count != 1 else []
+    lines += [f"severity {words.get(severity, severity)}, class 0x{event_class:02X}, code 0x{code:02X}"]
+    history = [f"first {stamp_text(first)}"]
+    history += [f"last {stamp_text(last)}"] if last != first else []
+    history += [f"count {count}"] if count != 1 else []
+    lines += [", ".join(history)]
     lines += [f"revision {revision}"] if revision else []
     lines += [f"length {length}"] if length != HEADER.size + len(data) else []
     return lines + (["payload", *data_lines(data)] if data else [])

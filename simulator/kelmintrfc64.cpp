@@ -140,8 +140,12 @@ int read_asr_state(int fd, void *buffer, unsigned int length) {
   }
   const File file(simulator::open_in_folder(fd, kAsrStateFile));
   char text[16] = {};
-  if (!file.is_open() || simulator::read_at(file.fd(), text, sizeof text - 1, 0) < 0) {
+  const ssize_t got = file.is_open() ? simulator::read_at(file.fd(), text, sizeof text, 0) : -1;
+  if (got < 0) {
     return -1;
+  }
+  if (got == sizeof text) {
+    return fail(EIO);
   }
   char *end;
   const long value = strtol(text, &end, 10);
