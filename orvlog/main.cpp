@@ -27,12 +27,9 @@ constexpr std::size_t kNoteLimit = 200;  // characters
 /// Sees to it that no driver node is ever opened as one of the standard streams: what the caller has closed
 /// is held by a descriptor on which the stream's use fails as it would on a closed one.
 void hold_standard_streams() {
-  constexpr int kModes[] = {O_WRONLY, O_RDONLY, O_RDONLY};
-  for (const int mode : kModes) {
-    const int fd = open("/dev/null", mode);
-    if (fd > STDERR_FILENO || fd < 0) {
-      close(fd);
-      return;
+  for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+    if (fcntl(fd, F_GETFD) == -1) {  // the lowest free descriptor is this one
+      open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
     }
   }
 }

@@ -1,0 +1,23 @@
+// Runs something in a child process and returns all that it leaves behind.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+struct Outcome {
+  int status = -1;    // exit status, or 128 + the signal's number
+  std::string out;    // standard output
+  std::string err;    // standard error
+  std::string trace;  // what the child wrote to trace_fd()
+};
+
+/// Forks, runs `body` in the child with its output captured, and ends the child with exit(0) when `body`
+/// returns.
+Outcome capture(const std::function<void()> &body);
+
+/// Runs a program with its arguments (words[0] is its path); `prepare` runs in the child before.
+Outcome run(const std::vector<std::string> &words, const std::function<void()> &prepare = {});
+
+/// In the child of capture(): where the trace goes; -1 elsewhere.
+int trace_fd();
