@@ -1,8 +1,14 @@
+// The processors' cache memory.
 #include "iml/class_decoders.h"
+#include "iml/eventstr_helpers.h"
 
 namespace iml {
 
-void TranslateClass04(std::uint16_t /*wEventCode*/, const EVT_FREE_FORM * /*pEventData*/,
-                      EventText & /*szString*/) {}
+void TranslateClass04(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+  if (wEventCode == 1) {
+    szString.Format("Accelerator Cache Memory Parity Error (Socket %s)",
+                    Byte2Str(pEventData->CacheAccelError.bSocket, Scratch()));
+  }
+}
 
 }  // namespace iml

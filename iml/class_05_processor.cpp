@@ -1,8 +1,67 @@
+// Errors of processors, on boards or in the two trays.
 #include "iml/class_decoders.h"
+#include "iml/eventstr_helpers.h"
 
 namespace iml {
+namespace {
 
-void TranslateClass05(std::uint16_t /*wEventCode*/, const EVT_FREE_FORM * /*pEventData*/,
-                      EventText & /*szString*/) {}
+// Machine checks show a 64-bit register as its two halves, the high one first. Their processor and board
+// numbers are shown as they are, also 255.
+
+void TranslateUncorrectableMCE(EventText &szString, const EVT_CPU_UNCORRECTABLE_MCE &record) {
+  szString.Format(
+      // clang-format off
+      "Uncorrectable Machine Check Exception (Board %u, Processor %u, APIC ID 0x%08X, Bank 0x%08X, Status 0x%08X'%08X, Address 0x%08X'%08X, Misc 0x%08X'%08X)",
+      // clang-format on
+      record.bBoard, record.bProcessor, record.dwApicID, record.dwBank, record.dwMCiStatusHigh,
+      record.dwMCiStatusLow, record.dwMCiAddrHigh, record.dwMCiAddrLow, record.dwMCiMiscHigh,
+      record.dwMCiMiscLow);
+}
+
+void TranslateUncorrectableMCETray(EventText &szString, const EVT_CPU_UNCORRECTABLE_MCE_TRAY &record) {
+  szString.Format(
+      // clang-format off
+      "Uncorrectable Machine Check Exception (Proc %u (%s Tray, Processor %u), APIC ID 0x%08X, Bank 0x%08X, Status 0x%08X'%08X, Address 0x%08X'%08X, Misc 0x%08X'%08X)",
+      // clang-format on
+      record.bLogicalProcessor, GetTrayType(record.bTray), record.bPhysicalProcessor, record.dwApicID,
+      record.dwBank, record.dwMCiStatusHigh, record.dwMCiStatusLow, record.dwMCiAddrHigh, record.dwMCiAddrLow,
+      record.dwMCiMiscHigh, record.dwMCiMiscLow);
+}
+
+}  // namespace
+
+void TranslateClass05(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+  switch (wEventCode) {
+    case 1: {
+      const EVT_CPU_CORRECTABLE &record = pEventData->CpuCorr;
+      szString.Format("Processor Correctable error threshold exceeded (Board %s, Processor %s)",
+                      Byte2Str(record.bSlot, Scratch()), Byte2Str(record.bSocket, Scratch()));
+      break;
+    }
+    case 2: {
+      const EVT_CPU_UNCORRECTABLE &record = pEventData->CpuUncorr;
+      szString.Format("Processor Uncorrectable internal error (Board %s, Processor %s)",
+                      Byte2Str(record.bSlot, Scratch()), Byte2Str(record.bSocket, Scratch()));
+      break;
+    }
+    case 3: TranslateUncorrectableMCE(szString, pEventData->CpuUncorrMCE); break;
+    case 4: {
+      const EVT_CPU_CORRECTABLE_TRAY &record = pEventData->CpuCorrTray;
+      szString.Format("Processor Correctable error threshold exceeded (Proc %s (%s Tray, Processor %s))",
+                      Byte2Str(record.bLogicalProcessor, Scratch()), GetTrayType(record.bTray),
+                      Byte2Str(record.bPhysicalProcessor, Scratch()));
+      break;
+    }
+    case 5: {
+      const EVT_CPU_UNCORRECTABLE_TRAY &record = pEventData->CpuUncorrTray;
+      szString.Format("Processor Uncorrectable internal error (Proc %s (%s Tray, Processor %s))",
+                      Byte2Str(record.bLogicalProcessor, Scratch()), GetTrayType(record.bTray),
+                      Byte2Str(record.bPhysicalProcessor, Scratch()));
+      break;
+    }
+    case 6: TranslateUncorrectableMCETray(szString, pEventData->CpuUncorrMCETray); break;
+    default: break;
+  }
+}
 
 }  // namespace iml

@@ -1,8 +1,49 @@
+// Expansion slots and the adapters in them.
+#include <iterator>
+
 #include "iml/class_decoders.h"
+#include "iml/eventstr_helpers.h"
 
 namespace iml {
+namespace {
 
-void TranslateClass09(std::uint16_t /*wEventCode*/, const EVT_FREE_FORM * /*pEventData*/,
-                      EventText & /*szString*/) {}
+struct SlotWordings {
+  Wording<1> WithoutChassis;
+  Wording<2> WithChassis;
+};
+
+// By event code, from 1.
+constexpr SlotWordings kSlotEvents[] = {
+    {"Slot Release Lever Opened (Slot %s)", "Slot Release Lever Opened (Chassis %s, Slot %s)"},
+    {"Slot Release Lever Closed (Slot %s)", "Slot Release Lever Closed (Chassis %s, Slot %s)"},
+    {"Slot Power On (Slot %s)", "Slot Power On (Chassis %s, Slot %s)"},
+    {"Slot Power Off (Slot %s)", "Slot Power Off (Chassis %s, Slot %s)"},
+    {"Slot Power Fault (Slot %s)", "Slot Power Fault (Chassis %s, Slot %s)"},
+    {"Slot Power Up Fault (Slot %s)", "Slot Power Up Fault (Chassis %s, Slot %s)"},
+    {"Unexpected Slot Power Loss (Slot %s)", "Unexpected Slot Power Loss (Chassis %s, Slot %s)"},
+    {"Adapter Initialization Failure (Slot %s)", "Adapter Initialization Failure (Chassis %s, Slot %s)"},
+    {"Adapter Failure (Slot %s)", "Adapter Failure (Chassis %s, Slot %s)"},
+};
+
+void TranslateSlotEvent(EventText &szString, const SlotWordings &wordings, const EVT_EXPANSION_SLOT &record) {
+  Scratch chassis_number;
+  Scratch slot_number;
+  const char *const slot = Byte2Str(record.bSlot, slot_number);
+  if (record.Chassis.bId == 0) {
+    const char *const texts[] = {slot};
+    szString.FormatTexts(wordings.WithoutChassis.szFormat, texts);
+  } else {
+    const char *const texts[] = {Byte2Str(record.Chassis.bId, chassis_number), slot};
+    szString.FormatTexts(wordings.WithChassis.szFormat, texts);
+  }
+}
+
+}  // namespace
+
+void TranslateClass09(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+  if (wEventCode >= 1 && wEventCode <= std::size(kSlotEvents)) {
+    TranslateSlotEvent(szString, kSlotEvents[wEventCode - 1], pEventData->Slot);
+  }
+}
 
 }  // namespace iml
