@@ -1,8 +1,16 @@
+// Automatic Server Recovery.
 #include "iml/class_decoders.h"
+#include "iml/eventstr_helpers.h"
 
 namespace iml {
 
-void TranslateClass0D(std::uint16_t /*wEventCode*/, const EVT_FREE_FORM * /*pEventData*/,
-                      EventText & /*szString*/) {}
+void TranslateClass0D(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+  switch (wEventCode) {
+    case 1: szString.Append("ASR Detected by System ROM"); break;
+    case 2: szString.Format("ASR Lockup Detected: %s", pEventData->AsrLockup.cMessage); break;
+    case 3: szString.Append("ASR Reset Limit Detected by System ROM"); break;
+    default: break;
+  }
+}
 
 }  // namespace iml

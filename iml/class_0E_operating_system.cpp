@@ -1,8 +1,68 @@
+// Failures and shutdowns of the operating system.
 #include "iml/class_decoders.h"
+#include "iml/eventstr_helpers.h"
 
 namespace iml {
+namespace {
 
-void TranslateClass0E(std::uint16_t /*wEventCode*/, const EVT_FREE_FORM * /*pEventData*/,
-                      EventText & /*szString*/) {}
+constexpr char kShutdown[] = "Automatic Operating System Shutdown";
+
+// By shutdown cause, in two runs.
+constexpr const char *kShutdownsFrom00[] = {
+    /* 0x00 */ kShutdown,
+    /* 0x01 */ "Automatic Operating System Shutdown Initiated Due to Fan Failure",
+    /* 0x02 */ "Automatic Operating System Shutdown Initiated Due to Overheat Condition",
+    /* 0x03 */ "Automatic Operating System Shutdown Initiated Due to VRM Failure",
+    /* 0x04 */ "Automatic Operating System Shutdown Initiated Due to Power Supply Failure",
+    /* 0x05 */ "Automatic Operating System Shutdown Initiated Due to System Running On Battery Backup Unit",
+};
+constexpr const char *kShutdownsFrom80[] = {
+    /* 0x80 */ kShutdown,
+    /* 0x81 */ "Automatic Operating System Shutdown Aborted",
+    /* 0x82 */ "Automatic Operating System Shutdown Due to Fan Failure Aborted",
+    /* 0x83 */ "Automatic Operating System Shutdown Due to Overheat Aborted",
+    /* 0x84 */ "Automatic Operating System Shutdown Due to VRM Failure Aborted",
+    /* 0x85 */ "Automatic Operating System Shutdown Initiated by a Soft Power Down",
+    /* 0x86 */ "Automatic Operating System Shutdown Initiated by Software Automatic Server Recovery",
+    /* 0x87 */ kShutdown,
+    /* 0x88 */ "Automatic Operating System Shutdown Due to Power Supply Failure Aborted",
+};
+
+const char *GetShutdownMessage(std::uint8_t bCause) {
+  return bCause < 0x80 ? Lookup(kShutdownsFrom00, bCause, kShutdown)
+                       : Lookup(kShutdownsFrom80, bCause - 0x80U, kShutdown);
+}
+
+void TranslateOsPwrShed(EventText &szString, const EVT_OS_PWR_SHED &record) {
+  switch (record.bZoneType) {
+    case 13:  // network slot
+      szString.Format(
+          "Server Blade Enclosure Network Component Shutdown Via Power Management Software (Slot %s)",
+          Byte2Str(record.bZoneId, Scratch()));
+      break;
+    case 14:  // blade slot
+      szString.Format("Server Blade Enclosure Blade Shutdown Via Power Management Software (Slot %s)",
+                      Byte2Str(record.bZoneId, Scratch()));
+      break;
+    default: break;
+  }
+}
+
+}  // namespace
+
+void TranslateClass0E(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+  switch (wEventCode) {
+    case 1: szString.Format("Operating System failure (%s)", pEventData->OsCrash.cMessage); break;
+    case 2: szString.Append(GetShutdownMessage(pEventData->Shutdown.bCause)); break;
+    case 3:
+      szString.Format("Fatal Exception (Number %s, Cause %s)",
+                      Byte2Str(pEventData->OsExcept.bException, Scratch()), pEventData->OsExcept.cCause);
+      break;
+    case 4: szString.Append("User Initiated NMI Switch"); break;
+    case 5: TranslateOsPwrShed(szString, pEventData->OsPwrShed); break;
+    case 6: szString.Append("User Remotely Initiated NMI Switch"); break;
+    default: break;
+  }
+}
 
 }  // namespace iml
