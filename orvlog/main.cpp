@@ -14,6 +14,7 @@
 #include "orvlog/usage.h"
 #include "orvlog/viewer.h"
 #include "orvlog/watchdog.h"
+#include "pci/pci_irq_routing.h"
 
 namespace {
 
@@ -111,7 +112,7 @@ class OptionLoop {
       case 't': print_proc_data(kReportThermal); break;
       case 'f': print_proc_data(kReportFan); break;
       case 'p': print_proc_data(kReportPower); break;
-      case 'i': fprintf(stderr, "orvlog: The option -i is not available in this build.\n"); break;
+      case 'i': print_pci_data(); break;
       case 'a': ControlASR(optarg); break;
       case 's': choose_severity(); break;
       case 'l': log_note(); break;
