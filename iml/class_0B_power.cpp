@@ -1,8 +1,394 @@
+// Power supplies, power modules, power faults and batteries.
+#include "iml/chassis_wordings.h"
 #include "iml/class_decoders.h"
+#include "iml/eventstr_helpers.h"
 
 namespace iml {
+namespace {
 
-void TranslateClass0B(std::uint16_t /*wEventCode*/, const EVT_FREE_FORM * /*pEventData*/,
-                      EventText & /*szString*/, std::int8_t /*bDataLength*/) {}
+/// Names of redundancy domains.
+constexpr const char *szRedundancy[] = {"Enclosure", "Power Module", "Bus Bar", "Breaker", "Power Subsystem"};
+
+constexpr const char *szACProblem[] = {
+    szUnknown, "Line Over Voltage", "Line Under Voltage", "Line Hit", "Brown Out", "AC Power Loss",
+};
+
+// Detail: power supply.
+constexpr ChassisWordings<1> kSupplyRemoved = {
+    "System Power Supply Removed (Power Supply %s)",
+    "External Chassis Power Supply Removed (Chassis %s, Power Supply %s)",
+    "External Storage System Power Supply Removed (%sSlot %s, Power Supply %s)",
+    "Internal Storage System Power Supply Removed (%sSlot %s, Power Supply %s)",
+    "Server Blade Enclosure Power Supply Removed (Power Supply %s, %s)",
+    "Power Enclosure Power Supply Removed (Power Supply %s, %s)",
+};
+
+constexpr ChassisWordings<1> kSupplyInserted = {
+    "System Power Supply Inserted (Power Supply %s)",
+    "External Chassis Power Supply Inserted (Chassis %s, Power Supply %s)",
+    "External Storage System Power Supply Inserted (%sSlot %s, Power Supply %s)",
+    "Internal Storage System Power Supply Inserted (%sSlot %s, Power Supply %s)",
+    "Server Blade Enclosure Power Supply Inserted (Power Supply %s, %s)",
+    "Power Enclosure Power Supply Inserted (Power Supply %s, %s)",
+};
+
+// The enclosures' own text: redundancy domain.
+constexpr ChassisWordings<0, 2> kSuppliesNotRedundant = {
+    "System Power Supplies Not Redundant",
+    "External Chassis Power Supplies Not Redundant (Chassis %s)",
+    "External Storage System Power Supplies Not Redundant (%sSlot %s)",
+    "Internal Storage System Power Supplies Not Redundant (%sSlot %s)",
+    "Server Blade Enclosure Power Supplies Not Redundant (in %s, %s)",
+    "Power Enclosure Power Supplies Not Redundant (in %s, %s)",
+};
+
+constexpr ChassisWordings<0, 0> kModulesNotRedundant = {
+    "System Power Modules Not Redundant",
+    "External Chassis Power Modules Not Redundant (Chassis %s)",
+    "External Storage System Power Modules Not Redundant (%sSlot %s)",
+    "Internal Storage System Power Modules Not Redundant (%sSlot %s)",
+    "Server Blade Enclosure Power Modules Not Redundant",
+    "Power Enclosure Power Modules Not Redundant",
+};
+
+// Detail: power supply. The enclosures' own text: the problem.
+constexpr ChassisWordings<1, 3> kAcProblem = {
+    "System AC Power Problem (Power Supply %s)",
+    "External Chassis AC Power Problem (Chassis %s, Power Supply %s)",
+    "External Storage System AC Power Problem (%sSlot %s, Power Supply %s)",
+    "Internal Storage System AC Power Problem (%sSlot %s, Power Supply %s)",
+    "Server Blade Enclosure AC Power Problem (Power Supply %s, Reason: %s, %s)",
+    "Power Enclosure AC Power Problem (Power Supply %s, Reason: %s, %s)",
+};
+
+// Detail: power supply. The enclosures' own text: voltage.
+constexpr ChassisWordings<1, 3> kAcOverload = {
+    "System AC Power Overload (Power Supply %s)",
+    "External Chassis AC Power Overload (Chassis %s, Power Supply %s)",
+    "External Storage System AC Power Overload (%sSlot %s, Power Supply %s)",
+    "Internal Storage System AC Power Overload (%sSlot %s, Power Supply %s)",
+    "Server Blade Enclosure AC Power Overload (Power Supply %s, Voltage: %s, %s)",
+    "Power Enclosure AC Power Overload (Power Supply %s, Voltage: %s, %s)",
+};
+
+// Detail: power supply. Enclosures are not named.
+constexpr ChassisWordings<1, 1> kSupplyPoweredUp = {
+    "System Power Supply Powered Up (Power Supply %s)",
+    "External Chassis System Power Supply Powered Up (Chassis %s, Power Supply %s)",
+    "External Storage System Power Supply Powered Up (%sSlot %s, Power Supply %s)",
+    "Internal Storage System Power Supply Powered Up (%sSlot %s, Power Supply %s)",
+    "Server Blade Enclosure System Power Supply Powered Up (Power Supply %s)",
+    "Power Enclosure System Power Supply Powered Up (Power Supply %s)",
+};
+
+constexpr ChassisWordings<1, 1> kSupplyPoweredDown = {
+    "System Power Supply Powered Down (Power Supply %s)",
+    "External Chassis System Power Supply Powered Down (Chassis %s, Power Supply %s)",
+    "External Storage System Power Supply Powered Down (%sSlot %s, Power Supply %s)",
+    "Internal Storage System Power Supply Powered Down (%sSlot %s, Power Supply %s)",
+    "Server Blade Enclosure System Power Supply Powered Down (Power Supply %s)",
+    "Power Enclosure System Power Supply Powered Down (Power Supply %s)",
+};
+
+// Detail: power module. Enclosures are not named.
+constexpr ChassisWordings<1, 1> kModuleFailure = {
+    "System Power Module Failure (Power Module %s)",
+    "External Chassis Power Module Failure (Chassis %s, Power Module %s)",
+    "External Storage System Power Module Failure (%sSlot %s, Power Module %s)",
+    "Internal Storage System Power Module Failure (%sSlot %s, Power Module %s)",
+    "Server Blade Enclosure Power Module Failure (Power Module %s)",
+    "Power Enclosure Power Module Failure (Power Module %s)",
+};
+
+constexpr ChassisWordings<1, 1> kModuleRemoved = {
+    "System Power Module Removed (Power Module %s)",
+    "External Chassis Power Module Removed (Chassis %s, Power Module %s)",
+    "External Storage System Power Module Removed (%sSlot %s, Power Module %s)",
+    "Internal Storage System Power Module Removed (%sSlot %s, Power Module %s)",
+    "Server Blade Enclosure Power Module Removed (Power Module %s)",
+    "Power Enclosure Power Module Removed (Power Module %s)",
+};
+
+constexpr ChassisWordings<1, 1> kModuleInserted = {
+    "System Power Module Inserted (Power Module %s)",
+    "External Chassis Power Module Inserted (Chassis %s, Power Module %s)",
+    "External Storage System Power Module Inserted (%sSlot %s, Power Module %s)",
+    "Internal Storage System Power Module Inserted (%sSlot %s, Power Module %s)",
+    "Server Blade Enclosure Power Module Inserted (Power Module %s)",
+    "Power Enclosure Power Module Inserted (Power Module %s)",
+};
+
+constexpr ChassisWordings<1, 1> kModuleOverload = {
+    "System Power Module Overload (Power Module %s)",
+    "External Chassis Power Module Overload (Chassis %s, Power Module %s)",
+    "External Storage System Power Module Overload (%sSlot %s, Power Module %s)",
+    "Internal Storage System Power Module Overload (%sSlot %s, Power Module %s)",
+    "Server Blade Enclosure Power Module Overload (Power Module %s)",
+    "Power Enclosure Power Module Overload (Power Module %s)",
+};
+
+const char *GetRedundancy(std::uint8_t bRedundancy) {
+  return Lookup(szRedundancy, bRedundancy);
+}
+
+const char *GetACProblem(std::uint8_t bACProblem) {
+  return Lookup(szACProblem, bACProblem);
+}
+
+const char *GetPSError(std::uint8_t bPSError) {
+  switch (bPSError) {
+    case 0x00: return "General Failure";
+    case 0x01: return "BIST Failure";
+    case 0x02: return "Fan Failure";
+    case 0x05: return "EPROM Failure";
+    case 0x06: return "VREF Failure";
+    case 0x07: return "DAC Failure";
+    case 0x08: return "RAM Test Failed";
+    case 0x09: return "Voltage Channel Failure";
+    case 0x0C: return "Give Up On Startup";
+    case 0x0D: return "NVRAM Invalid";
+    case 0x0E: return "Calibration Table Invalid";
+    case 0x0F: return "Input Power Loss or Unplugged Power Cord, Verify Power Supply Input";
+    case 0xFF: return "No Error";
+    default: return "Unknown Failure";
+  }
+}
+
+/// The error comes before the chassis, so this event is none of the families.
+void TranslatePsFailure(EventText &szString, const EVT_POWER_SUPPLY_FAILURE &record) {
+  const EVT_CHASSIS &chassis = record.Chassis;
+  const char *const name = record.cChassisName;
+  Scratch number;
+  const char *const supply = Byte2Str(record.bPsId, number);
+  const char *const error = GetPSError(record.bPsErrorId);
+  switch (chassis.bType) {
+    case kChassisSystem:
+      if (chassis.bId == 0) {
+        szString.Format("System Power Supply: %s (Power Supply %s)", error, supply);
+      } else {
+        szString.Format("External Chassis Power Supply: %s (Chassis %s, Power Supply %s)", error,
+                        GetSysChassis(chassis.bId, name, Scratch()), supply);
+      }
+      break;
+    case kChassisExternalStorage:
+      szString.Format("External Storage System Power Supply: %s (%sSlot %s, Power Supply %s)", error,
+                      GetStorChassis(name, Scratch()), Byte2Str(chassis.bId, Scratch()), supply);
+      break;
+    case kChassisInternalStorage:
+      szString.Format("Internal Storage System Power Supply: %s (%sSlot %s, Power Supply %s)", error,
+                      GetStorChassis(name, Scratch()), Byte2Str(chassis.bId, Scratch()), supply);
+      break;
+    case kChassisServerBladeEnclosure:
+      szString.Format("Server Blade Enclosure Power Supply: %s (Power Supply %s, %s)", error, supply,
+                      GetChassisEx(name, chassis, Scratch()));
+      break;
+    case kChassisPowerEnclosure:
+      szString.Format("Power Enclosure Power Supply: %s (Power Supply %s, %s)", error, supply,
+                      GetChassisEx(name, chassis, Scratch()));
+      break;
+    default: break;
+  }
+}
+
+void TranslateBatteryLow(EventText &szString, const EVT_BATTERY_LOW &record) {
+  if (record.Chassis.bId == 0) {
+    szString.Append("Real-Time Clock Battery Failing");
+  } else {
+    szString.Format("Real-Time Clock Battery Failing (Chassis %s)", Byte2Str(record.Chassis.bId, Scratch()));
+  }
+}
+
+/// No wording for enclosures, and none that shows a chassis name.
+void TranslatePowerModuleFailure(EventText &szString, const EVT_POWER_MODULE_FAILURE &record) {
+  static constexpr const char *kSentences[] = {
+      "A Power Module has Failed",
+      "A CPU Power Module has Failed",
+      "A PCI Power Module has Failed",
+      "An I/O Power Module has Failed",
+  };
+  const EVT_CHASSIS &chassis = record.Chassis;
+  if (chassis.bType < kChassisSystem || chassis.bType > kChassisInternalStorage) {
+    return;
+  }
+  const char *const sentence = Lookup(kSentences, record.bConverterType, kSentences[0]);
+  if (chassis.bType == kChassisSystem && chassis.bId == 0) {
+    szString.Format("%s (System Board, Socket %s)", sentence, Byte2Str(record.bConverter, Scratch()));
+  } else {
+    szString.Format("%s (Chassis %s, Slot %s, Socket %s)", sentence, Byte2Str(chassis.bId, Scratch()),
+                    Byte2Str(record.bSlot, Scratch()), Byte2Str(record.bConverter, Scratch()));
+  }
+}
+
+/// The record of an enclosure holds one byte more, in front of the name.
+void TranslatePsNotRedundant(EventText &szString, const EVT_FREE_FORM &payload) {
+  const EVT_CHASSIS &chassis = payload.PsNotRed.Chassis;
+  const bool enclosure =
+      chassis.bType == kChassisServerBladeEnclosure || chassis.bType == kChassisPowerEnclosure;
+  FormatByChassis(szString, kSuppliesNotRedundant, chassis,
+                  enclosure ? payload.PsInfNotRed.cChassisName : payload.PsNotRed.cChassisName, {},
+                  GetRedundancy(payload.PsInfNotRed.bType));
+}
+
+/// The records of a power supply are laid out in several ways, but name it and its chassis alike.
+template <std::size_t EnclosureTexts, class Record>
+void TranslatePowerSupply(EventText &szString, const ChassisWordings<1, EnclosureTexts> &wordings,
+                          const Record &record, const char *szEnclosureDetail = "") {
+  Scratch supply;
+  FormatByChassis(szString, wordings, record.Chassis, record.cChassisName, {Byte2Str(record.bPsId, supply)},
+                  szEnclosureDetail);
+}
+
+/// The same for the records of a power module.
+template <class Record>
+void TranslatePowerModule(EventText &szString, const ChassisWordings<1, 1> &wordings, const Record &record) {
+  Scratch module;
+  FormatByChassis(szString, wordings, record.Chassis, record.cChassisName, {Byte2Str(record.bId, module)});
+}
+
+void TranslateAcProblem(EventText &szString, const EVT_POWER_AC_VOLTAGE &record) {
+  TranslatePowerSupply(szString, kAcProblem, record, GetACProblem(record.bError));
+}
+
+/// The service text is shown also where the chassis type has no wording.
+void AppendServiceText(EventText &szString, const char *szService) {
+  if (*szService != '\0') {
+    szString.Format(", %s", szService);
+  }
+}
+
+void TranslatePsFailureSAS(EventText &szString, const EVT_SAS_POWER_SUPPLY_FAILURE &record) {
+  szString.Format("%s Storage Enclosure Power Supply Failure (Power Supply %u, Box %u, Port %s, %s)",
+                  GetInternalExternal(record.Chassis), record.bPsId, record.bBox,
+                  GetSASPort(Scratch(), record.szPortID),
+                  GetSlotChassisSun(Scratch(), record.szChassis_Sun, record.Chassis.bId));
+}
+
+void TranslatePsServerPowerFault(EventText &szString, const EVT_SYS_POWER_FAULT &record,
+                                 std::int8_t bDataLength) {
+  // What the length leaves behind the registers, as a signed byte again: at most 127, or no modules at all.
+  const auto modules = static_cast<std::int8_t>(bDataLength - 2);
+  char sz[sizeof "XR: 00 00 MID:" + 127 * (sizeof " 00" - 1)];
+  EventText registers(sz, sizeof sz);
+  registers.Format("XR: %02X %02X", record.bXRegisters[0], record.bXRegisters[1]);
+  const std::uint8_t *const chain = record.bMIDChain;
+  if (modules > 0) {
+    registers.Append(" MID:");
+  }
+  for (int i = 0; i < modules; ++i) {
+    registers.Format(" %02X", chain[i]);
+  }
+  constexpr unsigned kSupplyUndersized = 0x04;
+  if ((record.bXRegisters[1] & kSupplyUndersized) != 0) {
+    // clang-format off
+    szString.Format("System Power Fault Detected. Consult Orv Wattplan To Ensure Power Supply Sizing. Increase Power If Required (%s)", sz);
+    // clang-format on
+  } else {
+    szString.Format("System Power Fault Detected (%s)", sz);
+  }
+}
+
+void TranslateQuellinBatFail(EventText &szString, const EVT_POWER_SUPPLY_STORBAT_FAILED &record) {
+  // clang-format off
+  switch (record.dwErrorCode) {
+    case 4: szString.Format("Quellin Battery failure (Battery %d, service information: 0x01). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support", record.bBatteryId); break;
+    case 5: szString.Format("Quellin Battery failure (Battery %d, service information: 0x02). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support", record.bBatteryId); break;
+    case 6: szString.Format("Quellin Battery did not charge at the expected rate, indicating a faulty battery (Battery %d, service information: 0x03). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support", record.bBatteryId); break;
+    case 7: szString.Format("Quellin Battery disabled due to high ambient temperature, will be re-enabled when temp is lowered (Battery %d, service information: 0x04). Action: 1. Verify proper ventilation and function of fans. 2. If issue persists, gather Tavlo log, contact Support.", record.bBatteryId); break;
+    case 8: szString.Format("Quellin Battery discharged to below minimum voltage, resulting in the inability of the battery to recharge properly (Battery %d, service information: 0x05).  Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support", record.bBatteryId); break;
+    case 9: szString.Format("Quellin Battery failure (Battery %d, service information: 0x06). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Orv Support", record.bBatteryId); break;
+    case 10: szString.Format("Quellin Battery has exceeded the maximum amount of devices supported (Battery %d, service information: 0x07). Action: 1. Remove additional devices. 2. Consult server troubleshooting guide. 3. Gather Tavlo log and contact Support", record.bBatteryId); break;
+    case 12: szString.Format("Quellin Battery failure (Battery %d, service information: 0x09). Action: Gather Tavlo log and contact Support", record.bBatteryId); break;
+    case 13: szString.Format("Quellin Battery failure (Battery %d, service information: 0x0A). Action: Gather Tavlo log and contact Support", record.bBatteryId); break;
+    case 14: szString.Format("Quellin Battery failure (Battery %d, service information: 0x0B). Action: 1. Consult server troubleshooting guide. 2 Gather Tavlo log and contact Support", record.bBatteryId); break;
+    default: szString.Format("Quellin Battery failure (Battery %d). Action: 1. Consult server troubleshooting guide. 2 Gather Tavlo log and contact Support", record.bBatteryId); break;
+  }
+  // clang-format on
+}
+
+}  // namespace
+
+void TranslateClass0B(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString,
+                      std::int8_t bDataLength) {
+  switch (wEventCode) {
+    case 0x01: TranslatePsFailure(szString, pEventData->PsFail); break;
+    case 0x02: TranslateBatteryLow(szString, pEventData->BatLow); break;
+    case 0x03: TranslatePowerModuleFailure(szString, pEventData->PowerMod); break;
+    case 0x04: TranslatePowerSupply(szString, kSupplyRemoved, pEventData->PsRem); break;
+    case 0x05: TranslatePowerSupply(szString, kSupplyInserted, pEventData->PsIns); break;
+    case 0x06: TranslatePsNotRedundant(szString, *pEventData); break;
+    case 0x07:
+      FormatByChassis(szString, kModulesNotRedundant, pEventData->PowerModNotRed.Chassis,
+                      pEventData->PowerModNotRed.cChassisName, {});
+      break;
+    case 0x08: TranslateAcProblem(szString, pEventData->PsAcVolt); break;
+    case 0x09: {
+      Scratch voltage;
+      TranslatePowerSupply(szString, kAcOverload, pEventData->PsAcOverload,
+                           Byte2Str(pEventData->PsAcOverload.bVoltage, voltage));
+      break;
+    }
+    case 0x0A: TranslatePowerSupply(szString, kSupplyPoweredUp, pEventData->PsPowered); break;
+    case 0x0B: TranslatePowerSupply(szString, kSupplyPoweredDown, pEventData->PsUnpowered); break;
+    case 0x0C: TranslatePowerModule(szString, kModuleFailure, pEventData->PsModFail); break;
+    case 0x0D: TranslatePowerModule(szString, kModuleRemoved, pEventData->PsModRem); break;
+    case 0x0E: TranslatePowerModule(szString, kModuleInserted, pEventData->PsModIns); break;
+    case 0x0F:
+      FormatByChassis(szString, kModulesNotRedundant, pEventData->PsModNotRed.Chassis,
+                      pEventData->PsModNotRed.cChassisName, {});
+      break;
+    case 0x10: TranslatePowerModule(szString, kModuleOverload, pEventData->PsModOverload); break;
+    // Codes 0x08, 0x02 and 0x01 with a service text behind the record.
+    case 0x11:
+      TranslateAcProblem(szString, pEventData->PsAcVolt);
+      AppendServiceText(szString, NextText(pEventData->PsAcVolt.cChassisName));
+      break;
+    case 0x12:
+      TranslateBatteryLow(szString, pEventData->BatLow);
+      AppendServiceText(szString,
+                        reinterpret_cast<const char *>(pEventData->ExtendDataSize + sizeof(EVT_BATTERY_LOW)));
+      break;
+    case 0x13:
+      TranslatePsFailure(szString, pEventData->PsFail);
+      AppendServiceText(szString, NextText(pEventData->PsFail.cChassisName));
+      break;
+    case 0x14: TranslatePsFailureSAS(szString, pEventData->PsFailSas); break;
+    case 0x15: szString.Append("Mismatched Power Supply Installed"); break;
+    case 0x16: szString.Append("Server Powered On"); break;
+    case 0x17: szString.Append("Server Powered Off"); break;
+    case 0x18: szString.Append("Server Power Reset"); break;
+    case 0x19: szString.Append("Server Power Brownout"); break;
+    case 0x1A: TranslatePsServerPowerFault(szString, pEventData->PsSysPowerFault, bDataLength); break;
+    case 0x1B: szString.Append("System Board Power Protection Fault"); break;
+    case 0x1C: szString.Append("Power Supply or Power Backplane Detection Error"); break;
+    case 0x1D: szString.Append("Power Management Features Disabled By Power Supply"); break;
+    case 0x1E:
+      szString.Format("Quellin Battery Removed (Battery %d)", pEventData->PsStorBatRemoved.bBatteryId);
+      break;
+    case 0x1F: TranslateQuellinBatFail(szString, pEventData->PsStorBatFailed); break;
+    case 0x20:
+      szString.Format("Quellin Battery Not Responding (Battery %d)",
+                      pEventData->PsStorBatI2CFault.bBatteryId);
+      break;
+    // clang-format off
+    case 0x21: szString.Append("The system contains multiple types of power supplies.  Certain features are not supported and power redundancy may be limited"); break;
+    case 0x22: szString.Append("A Power Supply hot-plug event occurred resulting in the system containing multiple types of power supplies when Dynamic Power Capping (DPC) is enabled.  DPC may not function properly in this state, and it is recommended power capping be disabled"); break;
+    case 0x23: szString.Append("A Power Supply hot-plug event occurred resulting in the system containing multiple types of power supplies when High Efficiency Mode (HEM) is enabled.  HEM may not function properly in this state, and it is recommended HEM be disabled"); break;
+    // clang-format on
+    case 0x24:
+      szString.Format("Power On Denied (Service Information: %s)", pEventData->PsPowerOnDenied.cText);
+      break;
+    case 0x25:
+      szString.Format("Battery Backup Unit failure (Bay %d, %s)", pEventData->PsBBUFailure.bBayNumber,
+                      pEventData->PsBBUFailure.cText);
+      break;
+    case 0x26:
+      szString.Format("Battery Backup Unit inserted (Bay %d)", pEventData->PsBBUInsRem.bBayNumber);
+      break;
+    case 0x27:
+      szString.Format("Battery Backup Unit removed (Bay %d)", pEventData->PsBBUInsRem.bBayNumber);
+      break;
+    default: break;
+  }
+}
 
 }  // namespace iml
