@@ -1,8 +1,354 @@
+// What the enclosure management of a blade infrastructure sees.
 #include "iml/class_decoders.h"
+#include "iml/eventstr_helpers.h"
 
 namespace iml {
+namespace {
 
-void TranslateClass22(std::uint16_t /*wEventCode*/, const EVT_FREE_FORM * /*pEventData*/,
-                      EventText & /*szString*/) {}
+// Zone types that tell a blade from a network component.
+constexpr std::uint8_t kZoneNetworkComponent = 13;
+constexpr std::uint8_t kZoneBlade = 14;
+
+constexpr const char *szInadequatePowerReason[] = {
+    "Lost Redundant Power",
+    "Not Enough Power",
+    "Denied By Server Enclosure Management Board",
+    "Denied By Power Enclosure Management Board",
+};
+
+constexpr const char *szImproperPowerReason[] = {
+    "Unknown",
+    "Load Balancing Wire Missing",
+    "Too Many Power Enclosures",
+    "Improperly Populated Power Bank",
+    "DC-to-DC Configuration Invalid",
+};
+
+constexpr const char *szRackSide[] = {"Unknown Location", "Left Side", "Right Side"};
+
+constexpr const char *szEthSwErr[] = {
+    "Unknown",
+    "Powering up",
+    "Micro-controller fault",
+    "Power fault",
+    "Over-current fault",
+    "Fan 1 failed or removed",
+    "Temperature at caution level",
+    "Temperature at critical level",
+    "RJ45 module missing",
+    "Fan 2 failed or removed",
+};
+
+constexpr const char *szPwrBus[] = {"Unknown Location", "Power Bus A", "Power Bus B"};
+
+constexpr const char *szInfMainLocation[] = {
+    "Chassis Slot 1",
+    "Chassis Slot 2",
+    "Chassis Slot 3",
+    "Chassis Slot 4",
+    "Chassis Slot 5",
+    "Chassis Slot 6",
+    "Chassis Slot 7",
+    "Chassis Slot 8",
+    "Server Blade Management Module",
+    "Signal Backplane",
+    "Power Backplane A",
+    "Power Backplane B",
+    "Interconnect Blade A",
+    "Interconnect Blade B",
+    "RJ45 10 East",
+    "RJ45 10 West",
+    "RJ45 6 East",
+    "RJ45 6 West",
+    "Unknown",
+};
+
+constexpr const char *szInfSubLocation[] = {
+    "Brix Management Controller",
+    "FRU EEPROM",
+    "Memory",
+    "ICMB UART",
+    "ROM",
+    "LM75",
+    "I2C Bus 0",
+    "I2C Bus 1",
+    "I2C Bus 2",
+    "Software",
+    "I2C Bus",
+    "9544 Fuse Mux",
+    "9555 Quick Switch",
+    "9555 Sense",
+    "9555 Enable",
+    "9555 IO Expander",
+    "9555 Mux",
+};
+
+constexpr const char *szInfError[] = {
+    "I2C Error", "Interrupt Error", "Invalid FRU Data", "POST Failure",      "Backup ROM Booted",
+    "Bus Error", "Stack Overflow",  "I2C Bus Timeout",  "Unknown I2C Error",
+};
+
+constexpr const char *szPowerRequestDenied[] = {
+    "Unknown",
+    "Not Enough Power",
+    "Electronic Keying or I/O Configuration Error",
+    "Not Enough Cooling",
+    "Power Hold by Manager Profile",
+    "Enclosure Busy",
+    "Enclosure Error",
+};
+
+const char *GetInadequatePowerReason(std::uint8_t bReason) {
+  return Lookup(szInadequatePowerReason, bReason);
+}
+
+const char *GetImproperPowerReason(std::uint8_t bError) {
+  return Lookup(szImproperPowerReason, bError);
+}
+
+const char *GetRackSide(std::uint8_t bSide) {
+  return Lookup(szRackSide, bSide, "Unknown Location");
+}
+
+const char *GetEthSwErr(std::uint8_t bProblem) {
+  return Lookup(szEthSwErr, bProblem);
+}
+
+const char *GetPwrBus(std::uint8_t bSide) {
+  return Lookup(szPwrBus, bSide);
+}
+
+const char *GetInfMainLocation(std::uint8_t bLocation) {
+  return Lookup(szInfMainLocation, bLocation);
+}
+
+const char *GetInfSubLocation(std::uint8_t bSubLocation) {
+  return Lookup(szInfSubLocation, bSubLocation);
+}
+
+const char *GetInfErrString(std::uint8_t bError) {
+  return Lookup(szInfError, bError);
+}
+
+const char *GetPowerDenialReason(std::uint8_t bReason) {
+  return Lookup(szPowerRequestDenied, bReason);
+}
+
+/// The word that most lines begin with. Other chassis have none, and the blank behind it then leads the line.
+const char *GetEnclosureType(const EVT_CHASSIS &Chassis) {
+  switch (Chassis.bType) {
+    case kChassisServerBladeEnclosure: return "Server Blade Enclosure";
+    case kChassisPowerEnclosure: return "Power Enclosure";
+    default: return "";
+  }
+}
+
+/// The enclosure of any record that holds its name.
+template <class Record>
+const char *GetEnclosure(const Record &record, ScratchRef szDest) {
+  return GetChassisEx(record.cChassisName, record.Chassis, szDest);
+}
+
+void TranslateInfFuseOpen(EventText &szString, const EVT_INF_ENV_FUSE_OPEN &record) {
+  const auto bPosition = static_cast<std::uint8_t>(record.bZoneId & 0x0F);
+  const char *const fuse = (record.bZoneId & 0x10) != 0 ? "B" : "A";
+  switch (record.bZoneType) {
+    case kZoneBlade:
+      szString.Format("%s Blade Fuse or Breaker Tripped (%s, Slot %s, Fuse %s)",
+                      GetEnclosureType(record.Chassis), GetEnclosure(record, Scratch()),
+                      Byte2Str(bPosition, Scratch()), fuse);
+      break;
+    case kZoneNetworkComponent:
+      szString.Format("%s Network Component Fuse or Breaker Tripped (%s, %s, Fuse %s)",
+                      GetEnclosureType(record.Chassis), GetEnclosure(record, Scratch()),
+                      GetRackSide(bPosition), fuse);
+      break;
+    default: break;
+  }
+}
+
+void TranslateInfBladeInsRem(EventText &szString, const EVT_INF_ENV_BLADE_INS_REM &record) {
+  constexpr Wording<3> kInserted = "%s Blade Inserted (%s, Slot %s)";
+  constexpr Wording<3> kRemoved = "%s Blade Removed (%s, Slot %s)";
+  Scratch enclosure;
+  Scratch slot;
+  const char *const texts[] = {GetEnclosureType(record.Chassis), GetEnclosure(record, enclosure),
+                               Byte2Str(record.bBlade, slot)};
+  szString.FormatTexts((record.bPresent != 0 ? kInserted : kRemoved).szFormat, texts);
+}
+
+void TranslateInfRackChange(EventText &szString, const EVT_INF_ENV_RACK_INFRASTRUCTURE_CHG &record) {
+  Scratch buffer;
+  const char *const type = GetEnclosureType(record.Chassis);
+  const char *const enclosure = GetEnclosure(record, buffer);
+  switch (record.bType) {
+    case 1: szString.Format("%s Rack Name Changed (%s)", type, enclosure); break;
+    case 2: szString.Format("%s Name Changed (%s)", type, enclosure); break;
+    case 3: szString.Format("%s Service Change (%s)", type, enclosure); break;
+    case 4: szString.Format("%s Rack Name Conflict (%s)", type, enclosure); break;
+    case 5: szString.Format("%s Rack Unique ID Changed (%s)", type, enclosure); break;
+    case 7: szString.Format("%s LAN Settings Changed (%s)", type, enclosure); break;
+    case 8: szString.Format("%s UID LED State Changed (%s)", type, enclosure); break;
+    default:
+      szString.Format("%s Rack Infrastructure Changed (%s, Type 0x%02X)", type, enclosure, record.bType);
+      break;
+  }
+}
+
+void TranslateInfPwrMisconfig(EventText &szString, const EVT_INF_ENV_PWR_SUBSYS_MISCONFIGURED &record) {
+  if (record.bLocation == 0) {
+    szString.Format("%s Power Subsystem Misconfigured: %s (%s)", GetEnclosureType(record.Chassis),
+                    GetImproperPowerReason(record.bError), GetEnclosure(record, Scratch()));
+  } else {
+    szString.Format("%s Power Subsystem Misconfigured: %s (%s, %s)", GetEnclosureType(record.Chassis),
+                    GetImproperPowerReason(record.bError), GetRackSide(record.bLocation),
+                    GetEnclosure(record, Scratch()));
+  }
+}
+
+/// The records of a blower's fault and removal are laid out alike.
+template <class Record>
+void TranslateInfBlower(EventText &szString, Wording<4> wording, const Record &record) {
+  Scratch blower;
+  Scratch enclosure;
+  const char *const texts[] = {GetEnclosureType(record.Chassis), Byte2Str(record.bProblem, blower),
+                               GetRackSide(record.bSide), GetEnclosure(record, enclosure)};
+  szString.FormatTexts(wording.szFormat, texts);
+}
+
+void TranslateInfBladeInsRem2(EventText &szString, Wording<3> blade, Wording<3> network_component,
+                              const EVT_INF_ENV_BLADE_INS_REM_2 &record) {
+  const bool is_blade = record.bZoneType == kZoneBlade;
+  if (!is_blade && record.bZoneType != kZoneNetworkComponent) {
+    return;
+  }
+  Scratch slot;
+  Scratch enclosure;
+  const char *const texts[] = {GetEnclosureType(record.Chassis),
+                               is_blade ? Byte2Str(record.bZoneId, slot) : GetRackSide(record.bZoneId),
+                               GetEnclosure(record, enclosure)};
+  szString.FormatTexts((is_blade ? blade : network_component).szFormat, texts);
+}
+
+void TranslateInfFirmwareMismatch(EventText &szString, const EVT_INF_FIRMWARE_MISMATCH &record) {
+  szString.Format("Chassis %s requires minimum firmware revision %s.%s. It is currently %s.%s.",
+                  GetEnclosure(record, Scratch()), GetBCDString(record.bRequiredMajor, Scratch()),
+                  GetBCDString(record.bRequiredMinor, Scratch()),
+                  GetBCDString(record.bCurrentMajor, Scratch()),
+                  GetBCDString(record.bCurrentMinor, Scratch()));
+}
+
+}  // namespace
+
+void TranslateClass22(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+  switch (wEventCode) {
+    case 0x01: {
+      const auto &record = pEventData->InfCantPwrOn;
+      szString.Format("%s Inadequate Power To Power On: %s (%s, Slot %s)", GetEnclosureType(record.Chassis),
+                      GetInadequatePowerReason(record.bReason), GetEnclosure(record, Scratch()),
+                      Byte2Str(record.bBlade, Scratch()));
+      break;
+    }
+    case 0x02: {
+      const auto &record = pEventData->InfManOverride;
+      szString.Format("%s Blade Manual Power On (%s, Slot %s)", GetEnclosureType(record.Chassis),
+                      GetEnclosure(record, Scratch()), Byte2Str(record.bBlade, Scratch()));
+      break;
+    }
+    case 0x03: TranslateInfFuseOpen(szString, pEventData->InfFuseOpen); break;
+    case 0x04: {
+      const auto &record = pEventData->InfI2cFlt;
+      szString.Format("%s Blade I2C Bus Fault (%s, Bus %s)", GetEnclosureType(record.Chassis),
+                      GetEnclosure(record, Scratch()), Byte2Str(record.bBus, Scratch()));
+      break;
+    }
+    case 0x05: TranslateInfBladeInsRem(szString, pEventData->InfBladeInsRem); break;
+    case 0x06: {
+      const auto &record = pEventData->InfPwrLoadBal;
+      szString.Format("%s Power Not Balanced (%s, %s)", GetEnclosureType(record.Chassis),
+                      GetEnclosure(record, Scratch()), record.cSide == 1 ? "Power Bus A" : "Power Bus B");
+      break;
+    }
+    case 0x07: {
+      // Here the buses count from 0, in the event above from 1.
+      const auto &record = pEventData->InfDcPwrProblem;
+      szString.Format("%s DC Power Out Of Tolerance (%s, %s, %d mV)", GetEnclosureType(record.Chassis),
+                      GetEnclosure(record, Scratch()), record.cSide == 0 ? "Power Bus A" : "Power Bus B",
+                      record.wVoltage);
+      break;
+    }
+    case 0x08: {
+      const auto &record = pEventData->InfAcPwrProblem;
+      szString.Format("%s AC Facility Input Power Exceeded (%s)", GetEnclosureType(record.Chassis),
+                      GetEnclosure(record, Scratch()));
+      break;
+    }
+    case 0x09:
+      szString.Format("Loss Of Chassis Connectivity (%s)", GetEnclosure(pEventData->InfLostCon, Scratch()));
+      break;
+    case 0x0A:
+      szString.Format("New Chassis Connected (%s)", GetEnclosure(pEventData->InfNewCon, Scratch()));
+      break;
+    case 0x0B: TranslateInfRackChange(szString, pEventData->InfRackChange); break;
+    case 0x0C: {
+      const auto &record = pEventData->InfUnknownPwrUse;
+      szString.Format("%s Unknown Power Consumption (%s)", GetEnclosureType(record.Chassis),
+                      GetEnclosure(record, Scratch()));
+      break;
+    }
+    case 0x0D: TranslateInfPwrMisconfig(szString, pEventData->InfPwrMisconfig); break;
+    case 0x0E: {
+      const auto &record = pEventData->InfEnclMgrStatus;
+      szString.Format("%s Status Change (%s)", GetEnclosureType(record.Chassis),
+                      GetEnclosure(record, Scratch()));
+      break;
+    }
+    case 0x0F:
+      TranslateInfBlower(szString, "%s Blower Fault (%s, Blower %s, %s)", pEventData->InfBlwrFault);
+      break;
+    case 0x10:
+      TranslateInfBlower(szString, "%s Blower Removed (%s, Blower %s, %s)", pEventData->InfBlwrRem);
+      break;
+    case 0x11: {
+      const auto &record = pEventData->InfEthSwFlt;
+      szString.Format("%s Ethernet Switch Error - %s (%s, %s)", GetEnclosureType(record.Chassis),
+                      GetEthSwErr(record.bProblem), GetRackSide(record.bSide),
+                      GetEnclosure(record, Scratch()));
+      break;
+    }
+    case 0x12: {
+      const auto &record = pEventData->InfInPwrSenseErr;
+      szString.Format("%s Power Feed Missing (%s, %s)", GetEnclosureType(record.Chassis),
+                      GetPwrBus(record.bSide), GetEnclosure(record, Scratch()));
+      break;
+    }
+    case 0x13:
+      TranslateInfBladeInsRem2(szString, "%s Server Blade Inserted (Slot %s, %s)",
+                               "%s Network Component Inserted (%s, %s)", pEventData->InfBladeInsRem2);
+      break;
+    case 0x14:
+      TranslateInfBladeInsRem2(szString, "%s Server Blade Removed (Slot %s, %s)",
+                               "%s Network Component Removed (%s, %s)", pEventData->InfBladeInsRem2);
+      break;
+    case 0x15:
+      szString.Format("%s Invalid Topology - Check Cabling", GetEnclosureType(pEventData->InfTopErr.Chassis));
+      break;
+    case 0x18: {
+      const auto &record = pEventData->InfChassisError;
+      szString.Format("Infrastructure Fault, %s at %s, %s", GetInfErrString(record.bError),
+                      GetInfMainLocation(record.bLocation), GetInfSubLocation(record.bSubLocation));
+      break;
+    }
+    case 0x19: TranslateInfFirmwareMismatch(szString, pEventData->InfFirmwareMismatch); break;
+    case 0x1A: {
+      const auto &record = pEventData->InfPowerRequestDenied;
+      szString.Format("%s Power Request Denied: %s (%s, Slot %s)", GetEnclosureType(record.Chassis),
+                      GetPowerDenialReason(record.bReason), GetEnclosure(record, Scratch()),
+                      Byte2Str(record.bBlade, Scratch()));
+      break;
+    }
+    default: break;
+  }
+}
 
 }  // namespace iml
