@@ -1,8 +1,342 @@
+// What the service processors of the two KRX node-controller boards report.
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <iterator>
+
 #include "iml/class_decoders.h"
+#include "iml/eventstr_helpers.h"
 
 namespace iml {
+namespace {
 
-void TranslateClass25(std::uint16_t /*wEventCode*/, const EVT_FREE_FORM * /*pEventData*/,
-                      EventText & /*szString*/) {}
+constexpr std::uint8_t kUpperBoard = 0x8A;
+constexpr std::uint8_t kLowerBoard = 0x8C;
+
+/// The board that reports an event, as messages name it and its partner.
+struct KrxBoard {
+  const char *szOwn;
+  const char *szOther;
+  const char *szReporter;
+};
+
+constexpr KrxBoard GetKrxBoard(std::uint8_t board) {
+  switch (board) {
+    case kUpperBoard: return {"Upper", "Lower", "upper"};
+    case kLowerBoard: return {"Lower", "Upper", "lower"};
+    default: return {"Unknown", "Unknown", "unknown"};
+  }
+}
+
+// Each tray numbers its processors from 1; the server counts those of the lower tray backwards.
+constexpr char szProc1[] = "Proc 1 (Upper Tray, Processor 1)";
+constexpr char szProc2[] = "Proc 2 (Upper Tray, Processor 2)";
+constexpr char szProc3[] = "Proc 3 (Upper Tray, Processor 3)";
+constexpr char szProc4[] = "Proc 4 (Upper Tray, Processor 4)";
+constexpr char szProc5[] = "Proc 5 (Lower Tray, Processor 4)";
+constexpr char szProc6[] = "Proc 6 (Lower Tray, Processor 3)";
+constexpr char szProc7[] = "Proc 7 (Lower Tray, Processor 2)";
+constexpr char szProc8[] = "Proc 8 (Lower Tray, Processor 1)";
+
+constexpr char szUpperKrx1[] = "Upper KRX Board, KRX 1";
+constexpr char szUpperKrx2[] = "Upper KRX Board, KRX 2";
+constexpr char szLowerKrx1[] = "Lower KRX Board, KRX 1";
+constexpr char szLowerKrx2[] = "Lower KRX Board, KRX 2";
+
+/// What the QPI links of one processor lead to, by port; "NC" is not connected.
+typedef struct _evtKRXchip {
+  const char *szPort[4];
+} KRX_CPU_CHIP;
+
+// One name lacks its closing parenthesis: the log has always shown it so.
+constexpr KRX_CPU_CHIP kQpiPartners[] = {
+    /* Proc 1 */ {{szUpperKrx1, "MainIO", szUpperKrx2, szProc2}},
+    /* Proc 2 */ {{szProc1, szUpperKrx1, "MainIO", szUpperKrx2}},
+    /* Proc 3 */ {{szUpperKrx1, "SubIO", szUpperKrx2, "Proc 4 (Upper Tray, Processor 4"}},
+    /* Proc 4 */ {{szUpperKrx2, szProc3, szUpperKrx1, "SubIO"}},
+    /* Proc 8 */ {{szLowerKrx1, "NC", szLowerKrx2, szProc7}},
+    /* Proc 7 */ {{szProc8, szLowerKrx2, "NC", szLowerKrx1}},
+    /* Proc 6 */ {{szLowerKrx2, "LP IO", szLowerKrx1, szProc5}},
+    /* Proc 5 */ {{szLowerKrx1, szProc6, szLowerKrx2, "LP IO"}},
+};
+
+/// A port of a KRX chip: its kind, its name, and the name of the port it leads to on the other board.
+struct FabricPort {
+  const char *szType;
+  const char *szOwnPort;
+  const char *szPartnerPort;
+};
+
+constexpr FabricPort kFabricPorts[2][6] = {
+    // KRX 1
+    {{"External", "Port 4", "Port 1"},
+     {"External", "Port 3", "Port 2"},
+     {"Internal", "", ""},
+     {"Internal", "", ""},
+     {"External", "Port 2", "Port 3"},
+     {"External", "Port 1", "Port 4"}},
+    // KRX 2
+    {{"External", "Port 5", "Port 8"},
+     {"External", "Port 8", "Port 5"},
+     {"External", "Port 6", "Port 7"},
+     {"External", "Port 7", "Port 6"},
+     {"Internal", "", ""},
+     {"Internal", "", ""}},
+};
+
+// The messages that are longer than a line.
+// clang-format off
+constexpr char kSideBandFailure[] = "Proc %d (%s Tray, Processor %d) side-band access failure reported by %s KRX board service processor.  Details: 0x%02X 0x%08X 0x%02X 0x%08X";
+constexpr char kAccessFailure[] = "%s access failure reported by %s KRX board service processor.  Details: 0x%02X 0x%08X%08X 0x%02X";
+constexpr char kProcessorConfiguration[] = "%s processor configuration: %s %s %s %s %s %s %s %s %s %s - reported by %s KRX board service processor.  Details: 0x%02X 0x%04X 0x%04X";
+constexpr char kInitializationFailure[] = "Proc %d (%s Tray, Processor %d) initialization failure reported by %s KRX board service processor";
+constexpr char kQpiTrainingFailure[] = "QPI Link training failure between Proc %d (%s Tray, Processor %d) and %s reported by %s KRX board service processor, link status 0x%02X";
+constexpr char kQpiReducedWidth[] = "QPI Link between Proc %d (%s Tray, Processor %d) and %s trained in reduced-width mode reported by %s KRX board service processor, link status 0x%02X";
+constexpr char kFabricTrainingFailure[] = "%s link training failure between %s KRX Board, KRX %d %s and %s KRX Board, KRX %d %s reported by %s KRX board service processor.  Details: 0x%02X";
+constexpr char kFabricReducedBandwidth[] = "%s link with reduced bandwidth between %s KRX Board, KRX %d %s and %s KRX Board, KRX %d %s reported by %s KRX board service processor.  Details: 0x%02X";
+constexpr char kUnknownFabricPort[] = "Link training failure reported by %s KRX board service processor.  Details: 0x%02X 0x%02X 0x%02X";
+constexpr char kCubeTimeout[] = "KRX Cube Assembly failure.  %s KRX board service processor response timeout reported by %s KRX board service processor";
+constexpr char kCubeNotDetected[] = "KRX Cube Assembly failure.  %s KRX board not detected by %s KRX board service processor";
+constexpr char kNoProcessors[] = "Invalid processor configuration.  No enabled or installed processors reported by %s KRX board service processor";
+constexpr char kFewerSockets[] = "Processor configuration degraded to %d sockets reported by %s KRX board service processor";
+constexpr char kSocketsDisabled[] = "%s %s %s %s %s %s %s %s %s %s disabled by %s KRX board service processor.  Details: 0x%02X 0x%02X 0x%02X 0x%02X 0x%02X";
+// clang-format on
+
+const char *GetKrxChip(std::uint8_t board, bool second) {
+  if (board == kUpperBoard) {
+    return second ? szUpperKrx2 : szUpperKrx1;
+  }
+  return second ? szLowerKrx2 : szLowerKrx1;
+}
+
+const char *GetSourceModule(const EVT_DS2_ACCESS_TYPE &record) {
+  switch (GetBigEndianValue(record.src_modid, sizeof record.src_modid)) {
+    case 0x0000: return GetKrxChip(record.krx_board, (record.ds2_port_wr_op & 0xF0) != 0);
+    case 0x0100: return "Main IO";
+    case 0x0101: return "LP (Low Profile) IO";
+    case 0x0300: return "Sub IO";
+    case 0x0400: return szProc1;
+    case 0x0401: return szProc5;
+    case 0x0500: return szProc2;
+    case 0x0501: return szProc6;
+    case 0x0600: return szProc3;
+    case 0x0601: return szProc7;
+    case 0x0700: return szProc4;
+    case 0x0701: return szProc8;
+    default: return szUnknown;
+  }
+}
+
+/// The sockets set in a bitmap, tray by tray, as the ten texts that the formats show.
+std::array<const char *, 10> GetSockets(std::uint8_t map, const char *szUpperTray, const char *szLowerTray) {
+  const auto socket = [map](unsigned bit, const char *szSocket) {
+    return (map >> bit & 1) != 0 ? szSocket : "";
+  };
+  return {(map & 0x0F) != 0 ? szUpperTray : "",
+          socket(0, " 1"),
+          socket(1, " 2"),
+          socket(2, " 3"),
+          socket(3, " 4"),
+          (map & 0xF0) != 0 ? szLowerTray : "",
+          socket(4, " 1"),
+          socket(5, " 2"),
+          socket(6, " 3"),
+          socket(7, " 4")};
+}
+
+void TranslatePeciAccess(EventText &szString, const EVT_PECI_ACCESS_TYPE &record, const KrxBoard &board) {
+  const bool upper = record.krx_board == kUpperBoard;
+  const bool lower_of_pair = upper ? record.peci_target == '0' : record.peci_target == '1';
+  const int socket = (record.peci_interface == 0 ? 1 : 3) + (lower_of_pair ? 0 : 1);
+  szString.Format(kSideBandFailure, upper ? socket : 9 - socket, board.szOwn, socket, board.szReporter,
+                  record.wr_op, GetBigEndianValue(record.addr, sizeof record.addr), record.err_code,
+                  GetBigEndianValue(record.data, sizeof record.data));
+}
+
+void TranslateDs2Access(EventText &szString, const EVT_DS2_ACCESS_TYPE &record, const KrxBoard &board) {
+  szString.Format(kAccessFailure, GetSourceModule(record), board.szReporter, record.ds2_port_wr_op,
+                  GetBigEndianValue(record.addr_lsh, sizeof record.addr_lsh),
+                  GetBigEndianValue(record.addr_msh, sizeof record.addr_msh), record.rsp_code);
+}
+
+void TranslateCpuSkuError(EventText &szString, const EVT_KRX_CPU_SKU_ERROR &record, const KrxBoard &board) {
+  const bool unsupported = record.cpu_sku_unsupported_map != 0;
+  const auto sockets = GetSockets(unsupported ? record.cpu_sku_unsupported_map : record.cpu_sku_mismatch_map,
+                                  "   Upper Tray, Processor(s)", "   Lower Tray, Processor(s)");
+  szString.Format(kProcessorConfiguration, unsupported ? "Unsupported" : "Mismatched", sockets[0], sockets[1],
+                  sockets[2], sockets[3], sockets[4], sockets[5], sockets[6], sockets[7], sockets[8],
+                  sockets[9], board.szReporter, record.cpu_sku_mismatch_map,
+                  GetBigEndianValue(record.cpu_mpsup, sizeof record.cpu_mpsup),
+                  GetBigEndianValue(record.cpu_qpi_speed, sizeof record.cpu_qpi_speed));
+}
+
+/// The socket index is not checked: one that no board has shows the numbers that it leads to.
+void TranslateSysSocket(EventText &szString, const EVT_KRX_SYS_SOCKET &record, const KrxBoard &board) {
+  const bool lower = record.krx_board == kLowerBoard;
+  const int index = record.data_item;
+  szString.Format(kInitializationFailure, lower ? index + 5 : index + 1, board.szOwn,
+                  lower ? 4 - index : index + 1, board.szReporter);
+}
+
+void TranslateQpiLinkTraining(EventText &szString, const EVT_KRX_LINK_TRAINING_ERROR &record,
+                              const KrxBoard &board) {
+  const bool upper = record.krx_board == kUpperBoard;
+  const int chip = record.chip_index;
+  const auto socket = static_cast<std::uint8_t>(upper ? chip + 1 : 4 - chip);
+  const auto proc = static_cast<std::uint8_t>(upper ? chip + 1 : 5 + chip);
+  const auto row = static_cast<std::uint8_t>(upper ? chip : 7 - chip);
+  const char *const partner =
+      row < std::size(kQpiPartners) ? kQpiPartners[row].szPort[record.port_index & 3] : szUnknown;
+  switch (record.link_status) {
+    case 2:
+      szString.Format(kQpiReducedWidth, proc, board.szOwn, socket, partner, board.szReporter,
+                      record.link_status);
+      break;
+    case 3:
+    case 4:
+      szString.Format(kQpiTrainingFailure, proc, board.szOwn, socket, partner, board.szReporter,
+                      record.link_status);
+      break;
+    default: szString.Format("KRX event %d occurred", 7); break;
+  }
+}
+
+/// The fabric port of a link; null when there is no such chip, port or board.
+const FabricPort *GetFabricPort(const EVT_KRX_LINK_TRAINING_ERROR &record) {
+  const bool known_board = record.krx_board == kUpperBoard || record.krx_board == kLowerBoard;
+  if (!known_board || record.chip_index >= std::size(kFabricPorts) ||
+      record.port_index >= std::size(kFabricPorts[0])) {
+    return nullptr;
+  }
+  return &kFabricPorts[record.chip_index][record.port_index];
+}
+
+void TranslateFabricLinkTraining(EventText &szString, const EVT_KRX_LINK_TRAINING_ERROR &record,
+                                 const KrxBoard &board) {
+  const FabricPort *const port = GetFabricPort(record);
+  if (port == nullptr) {
+    szString.Format(kUnknownFabricPort, board.szReporter, record.chip_index, record.port_index,
+                    record.link_status);
+    return;
+  }
+  const int krx = record.chip_index + 1;
+  if (record.link_status == 3) {
+    szString.Format(kFabricTrainingFailure, port->szType, board.szOwn, krx, port->szOwnPort, board.szOther,
+                    krx, port->szPartnerPort, board.szReporter, record.link_status);
+  } else {
+    szString.Format(kFabricReducedBandwidth, port->szType, board.szOwn, krx, port->szOwnPort, board.szOther,
+                    krx, port->szPartnerPort, board.szReporter, record.link_status);
+  }
+}
+
+void TranslateSocketCount(EventText &szString, const EVT_KRX_SYS_SOCKET &record, const KrxBoard &board) {
+  if (record.data_item == 0) {
+    szString.Format(kNoProcessors, board.szReporter);
+  } else {
+    szString.Format(kFewerSockets, record.data_item, board.szReporter);
+  }
+}
+
+void TranslateSocketDisablement(EventText &szString, const EVT_KRX_SOCKET_DISABLEMENT &record,
+                                const KrxBoard &board) {
+  const auto sockets =
+      GetSockets(record.error_socket, "Upper Tray, Processor(s)", "Lower Tray, Processor(s)");
+  szString.Format(kSocketsDisabled, sockets[0], sockets[1], sockets[2], sockets[3], sockets[4], sockets[5],
+                  sockets[6], sockets[7], sockets[8], sockets[9], board.szReporter, record.error_cause,
+                  record.sockets_noerror_reg, record.sockets_enabled_reg, record.sockets_noerror_reg_prev,
+                  record.sockets_enabled_reg_prev);
+}
+
+void TranslateIoDisablement(EventText &szString, const EVT_KRX_IO_DISABLEMENT &record,
+                            const KrxBoard &board) {
+  static constexpr const char *kIoBoards[] = {"Main IO", "Sub IO", "Low Profile (LP) IO"};
+  szString.Format("%s disabled by %s KRX board service processor. Details: 0x%02X 0x%02X 0x%02X",
+                  Lookup(kIoBoards, record.error_io, "Unrecognized IO Board"), board.szReporter,
+                  record.error_cause, record.io_reg, record.io_reg_prev);
+}
+
+// Records of ROM errors begin with their length; they name the board and the chip in bits of their own.
+const char *GetRomErrorBoard(const EVT_KRX_ROM_ERROR &record) {
+  return (record.krx_number & 2) != 0 ? "Lower" : "Upper";
+}
+
+int GetRomErrorChip(const EVT_KRX_ROM_ERROR &record) {
+  return (record.krx_number & 1) + 1;
+}
+
+/// Appends the record's bytes from offset `first` up to its length, which may claim more than the payload.
+void AppendDetails(EventText &szString, const EVT_FREE_FORM &payload, std::size_t first) {
+  const std::size_t end = std::min<std::size_t>(payload.KRX_Rom_Error.byte_count, sizeof payload);
+  for (std::size_t i = first; i < end; ++i) {
+    szString.Format(" 0x%02x", payload.ExtendDataSize[i]);
+  }
+}
+
+constexpr std::size_t kRomErrorData = offsetof(EVT_KRX_ROM_ERROR, data);
+
+}  // namespace
+
+void TranslateClass25(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+  const KrxBoard board = GetKrxBoard(pEventData->KRX_Generic.board);
+  const EVT_KRX_FAULT &fault = pEventData->KRX_Fault;
+  const EVT_KRX_ROM_ERROR &rom_error = pEventData->KRX_Rom_Error;
+  switch (wEventCode) {
+    case 1: TranslatePeciAccess(szString, pEventData->KRX_Peci_Access, board); break;
+    case 2: TranslateDs2Access(szString, pEventData->KRX_DS2_Access, board); break;
+    case 4: TranslateCpuSkuError(szString, pEventData->KRX_SKU_Error, board); break;
+    case 6: TranslateSysSocket(szString, pEventData->KRX_Socket, board); break;
+    case 7: TranslateQpiLinkTraining(szString, pEventData->KRX_Link_Error, board); break;
+    case 8: TranslateFabricLinkTraining(szString, pEventData->KRX_Link_Error, board); break;
+    case 9: szString.Format(kCubeTimeout, board.szOther, board.szReporter); break;
+    case 10: szString.Format(kCubeNotDetected, board.szOther, board.szReporter); break;
+    case 52:
+      szString.Format("System initialization failure reported by %s KRX board service processor",
+                      board.szReporter);
+      break;
+    case 53: TranslateSocketCount(szString, pEventData->KRX_Socket, board); break;
+    case 57: TranslateSocketDisablement(szString, pEventData->KRX_Socket_Disable, board); break;
+    case 64: TranslateIoDisablement(szString, pEventData->KRX_IO_Disable, board); break;
+    case 81:
+      szString.Format("Events from %s KRX board server processor were dropped", board.szReporter);
+      break;
+    case 128:
+      szString.Format("Power fault occurred on %s KRX board. Details: 0x%02X", board.szReporter,
+                      fault.faultByte);
+      break;
+    case 129:
+      szString.Format("Reset occurred on %s KRX board service processor. Details: 0x%02X", board.szReporter,
+                      fault.faultByte);
+      break;
+    case 130:
+      szString.Format("%s KRX board service processor initialization fault. Details: 0x%02X",
+                      board.szReporter, fault.faultByte);
+      break;
+    case 131:
+      szString.Format("Unexpected %s KRX board service processor FPGA Reconfiguration", board.szReporter);
+      break;
+    case 132: szString.Format("KRX %s board service processor is not available", board.szReporter); break;
+    case 192:
+      szString.Format("Uncorrectable error detected on %s KRX Board, KRX %d. Details:",
+                      GetRomErrorBoard(rom_error), GetRomErrorChip(rom_error));
+      AppendDetails(szString, *pEventData, kRomErrorData);
+      break;
+    case 193:
+      szString.Format("Correctable error detected on %s KRX Board, KRX %d. Details:",
+                      GetRomErrorBoard(rom_error), GetRomErrorChip(rom_error));
+      AppendDetails(szString, *pEventData, kRomErrorData);
+      break;
+    case 196:
+      szString.Format("Uncorrectable fabric error detected on %s KRX Board, KRX %d, link %d. Details:",
+                      GetRomErrorBoard(rom_error), GetRomErrorChip(rom_error), rom_error.data[0]);
+      AppendDetails(szString, *pEventData, kRomErrorData + 1);
+      break;
+    case 197:
+      szString.Format("Correctable fabric error detected on %s KRX Board, KRX %d, link %d. Details:",
+                      GetRomErrorBoard(rom_error), GetRomErrorChip(rom_error), rom_error.data[0]);
+      AppendDetails(szString, *pEventData, kRomErrorData + 1);
+      break;
+    default: szString.Format("Unknown KRX event occurred, Code 0x%02X", wEventCode); break;
+  }
+}
 
 }  // namespace iml

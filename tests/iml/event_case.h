@@ -59,9 +59,12 @@ inline EVT_LOG_ENTRY Record(std::uint16_t wClass, std::uint16_t wCode, const std
   return record;
 }
 
-/// The line of a record in a buffer that holds any of them.
+/// Holds the line of any record; the longest ones list every byte of the payload.
+inline constexpr std::size_t kLineSize = 2048;
+
+/// The whole line of a record.
 inline std::string Line(const EVT_LOG_ENTRY &record) {
-  char text[1024];
+  char text[kLineSize];
   TranslateEventLogMessage(&record, text, sizeof text);
   return text;
 }

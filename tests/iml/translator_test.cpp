@@ -110,7 +110,7 @@ TEST(TranslatorEntry, AnyRecordGivesOneLine) {
         record.Hdr.wEvtLength = static_cast<std::uint16_t>(code * 7 + c);
         const std::string whole = Line(record);
         ASSERT_FALSE(whole.empty());
-        ASSERT_LT(whole.size(), 1023U);
+        ASSERT_LT(whole.size(), kLineSize - 1);
         const auto size = static_cast<std::size_t>(code) % 64 + 1;
         const std::unique_ptr<char[]> exact(new char[size]);
         TranslateEventLogMessage(&record, exact.get(), static_cast<std::uint32_t>(size));
