@@ -21,11 +21,6 @@ uint32_t first_number(int log) {
   return has_one && first.dwEvtNumber == 1 ? 1 : 0;
 }
 
-bool is_unused(const EVT_LOG_ENTRY &slot) {
-  static constexpr EVT_LOG_ENTRY kUnused = {};
-  return memcmp(&slot, &kUnused, sizeof slot) == 0;
-}
-
 EVT_TIME_STAMP now() {
   const time_t seconds = time(nullptr);
   tm local = {};
@@ -60,18 +55,19 @@ int read_entry(int log, PEVT_IOCTL_ENTRY request) {
   if (slot < 0) {
     return kEventNoEntry;
   }
-  EVT_LOG_ENTRY record;
-  const ssize_t got = read_at(log, &record, sizeof record, slot * kSlotSize);
+  static constexpr char kUnused[kSlotSize] = {};
+  char record[kSlotSize];
+  const ssize_t got = read_at(log, record, sizeof record, slot * kSlotSize);
   if (got < 0) {
     return -1;
   }
   if (got < kSlotSize) {
     return kEventEndOfLog;
   }
-  if (is_unused(record)) {
+  if (memcmp(record, kUnused, sizeof record) == 0) {
     return kEventNoEntry;
   }
-  request->Evt = record;
+  memcpy(&request->Evt, record, sizeof record);
   return kEventRead;
 }
 

@@ -30,22 +30,42 @@ int event_request(int fd, unsigned int code, void *buffer, unsigned int length);
 int asr_request(int fd, unsigned int code, void *buffer, unsigned int length);
 int report_request(int fd, unsigned int code, void *buffer, unsigned int length);
 
-// A node is a file or folder of the server's directory. Once opened it is recognised by its device and inode
-// numbers, so that a descriptor closed behind our back, and its number used again, is never taken for a node.
+struct Identity {
+  dev_t device;
+  ino_t inode;
+  bool operator==(const Identity &) const = default;
+};
+
+// A node is a file or folder of the server's directory. Once opened it is recognised by what it is, not by
+// the number of its descriptor: a descriptor closed behind our back, and its number used again, is never
+// taken for a node.
 struct Node {
   const char *path;
   Kind kind;
   int (*request)(int fd, unsigned int code, void *buffer, unsigned int length);
-  dev_t device;
-  ino_t inode;
+  Identity identity;
 };
 
 Node nodes[] = {
-    {kNodeDataTables, Kind::kFolder, data_table_request, 0, 0},
-    {kNodeEvents, Kind::kFile, event_request, 0, 0},
-    {kNodeAsr, Kind::kFolder, asr_request, 0, 0},
-    {kNodeReports, Kind::kFolder, report_request, 0, 0},
+    {kNodeDataTables, Kind::kFolder, data_table_request, {}},
+    {kNodeEvents, Kind::kFile, event_request, {}},
+    {kNodeAsr, Kind::kFolder, asr_request, {}},
+    {kNodeReports, Kind::kFolder, report_request, {}},
 };
+
+bool identify(int fd, Identity *identity) {
+  struct stat status;
+  if (fstat(fd, &status) < 0) {
+    return false;
+  }
+  *identity = {status.st_dev, status.st_ino};
+  return true;
+}
+
+bool is_same_file(int fd, int other) {
+  Identity identities[2];
+  return identify(fd, &identities[0]) && identify(other, &identities[1]) && identities[0] == identities[1];
+}
 
 const char *name_in_server(const char *node_path) {
   return node_path + strlen(kDriverDirectory);
@@ -53,26 +73,18 @@ const char *name_in_server(const char *node_path) {
 
 // As with the driver, the mode does not limit the requests: a note is added through a node opened for
 // reading.
-int open_node(const char *path) {
-  for (Node &node : nodes) {
-    if (strcmp(path, node.path) != 0) {
-      continue;
+int open_node(Node &node) {
+  const int fd = simulator::open_in_server(name_in_server(node.path), node.kind, O_RDONLY);
+  Identity identity;
+  if (fd >= 0 && identify(fd, &identity)) {
+    for (Node &other : nodes) {
+      if (other.identity == identity) {
+        other.identity = {};  // of a server that is gone
+      }
     }
-    const int fd = simulator::open_in_server(name_in_server(node.path), node.kind, O_RDONLY);
-    struct stat status;
-    if (fd >= 0 && fstat(fd, &status) == 0) {
-      node.device = status.st_dev;
-      node.inode = status.st_ino;
-    }
-    return fd;
+    node.identity = identity;
   }
-  return fail(ENOENT);
-}
-
-bool is_same_file(int fd, int other) {
-  struct stat status[2];
-  return fstat(fd, &status[0]) == 0 && fstat(other, &status[1]) == 0 &&
-         status[0].st_dev == status[1].st_dev && status[0].st_ino == status[1].st_ino;
+  return fd;
 }
 
 int data_table_request(int fd, unsigned int code, void *buffer, unsigned int length) {
@@ -91,7 +103,7 @@ int data_table_request(int fd, unsigned int code, void *buffer, unsigned int len
     return fail(EFAULT);
   }
   char name[sizeof "65535"];
-  snprintf(name, sizeof name, "%u", static_cast<unsigned int>(request.DtHdr.DT_Type));
+  static_cast<void>(snprintf(name, sizeof name, "%u", static_cast<unsigned int>(request.DtHdr.DT_Type)));
   const File table(simulator::open_in_folder(fd, name));
   struct stat status;
   if (!table.is_open() || fstat(table.fd(), &status) < 0) {
@@ -114,7 +126,7 @@ int event_request(int fd, unsigned int code, void *buffer, unsigned int length) 
   if (buffer == nullptr) {
     return fail(EFAULT);
   }
-  const PEVT_IOCTL_ENTRY request = static_cast<PEVT_IOCTL_ENTRY>(buffer);
+  auto *request = static_cast<PEVT_IOCTL_ENTRY>(buffer);
   if (length != sizeof *request) {
     return fail(EINVAL);
   }
@@ -203,19 +215,24 @@ extern "C" {
     return fail(EFAULT);
   }
   if (strncmp(path, kDriverDirectory, strlen(kDriverDirectory)) == 0) {
-    return open_node(path);
+    for (Node &node : nodes) {
+      if (strcmp(path, node.path) == 0) {
+        return open_node(node);
+      }
+    }
+    return fail(ENOENT);
   }
   return open(path, mode & ~O_CREAT, 0);
 }
 
 [[gnu::visibility("default")]] int orvIoctlRequest(int fd, unsigned int code, void *buffer,
                                                    unsigned int length) {
-  struct stat status;
-  if (fstat(fd, &status) < 0) {
+  Identity identity;
+  if (!identify(fd, &identity)) {
     return -1;
   }
   for (const Node &node : nodes) {
-    if (status.st_dev == node.device && status.st_ino == node.inode) {
+    if (node.identity == identity) {
       return node.request(fd, code, buffer, length);
     }
   }
