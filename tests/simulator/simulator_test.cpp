@@ -372,7 +372,7 @@ TEST_F(Simulator, MalformedServersAreErrors) {
   };
   Write("proc/fan", "fans");
   Write("cevt", Bytes(Record(0, "entry")));
-  alarm(60);
+  alarm(10);
   for (const Case &each : cases) {
     const fs::path path = server / each.name;
     const fs::path saved = server / "saved";
@@ -419,6 +419,16 @@ TEST_F(Simulator, WithoutAServerThereAreNoNodes) {
     EXPECT_EQ(errno, ENOENT);
     EXPECT_NE(get_ev("VXHCPR", value, &size), 0);
   }
+}
+
+TEST_F(Simulator, NodesFollowTheServer) {
+  char data[4];
+  std::string text;
+  ASSERT_EQ(Table(51, 3, data), 0);
+  fs::remove(server / "proc");
+  fs::rename(server / "cdt", server / "proc");
+  Write("proc/fan", "fans");
+  EXPECT_EQ(Report(kReportFan, &text), 0);
 }
 
 TEST_F(Simulator, NodesAreToldFromOtherFiles) {
