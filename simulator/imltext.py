@@ -6,6 +6,7 @@
   imltext.py bytes TEXT FILE     one binary file
   imltext.py text LOG            a log as text, on standard output; compiling it gives the same bytes again
   imltext.py place DUMP LOG      a raw dump, each record put into the slot of its own number
+  imltext.py renumber DUMP LOG   a raw dump, each record given the number of its slot
 
 README.md describes the text form.
 """
@@ -284,19 +285,28 @@ def log_text(log):
     return "\n\n".join("\n".join(block) for block in blocks) + "\n"
 
 
-def place(path):
+def read_dump(path):
+    """The records of a dump, each as it stands and with its number."""
     dump = pathlib.Path(path).read_bytes()
     if len(dump) % RECORD_SIZE:
         raise TextError(path, f"the size is not a multiple of {RECORD_SIZE} bytes")
+    records = (dump[at:at + RECORD_SIZE] for at in range(0, len(dump), RECORD_SIZE))
+    return [(record, HEADER.unpack_from(record)[1]) for record in records]
+
+
+def place(path):
     slots = {}
-    for at in range(0, len(dump), RECORD_SIZE):
-        record = dump[at:at + RECORD_SIZE]
-        number = HEADER.unpack_from(record)[1]
+    for position, (record, number) in enumerate(read_dump(path)):
         if any(record):
             if number in slots or number >= MAX_SLOTS:
-                raise TextError(path, f"record {at // RECORD_SIZE}: number {number} is used before or too large")
+                raise TextError(path, f"record {position}: number {number} is used before or too large")
             slots[number] = record
     return b"".join(slots.get(number, bytes(RECORD_SIZE)) for number in range(max(slots, default=-1) + 1))
+
+
+def renumber(path):
+    return b"".join(record[:2] + struct.pack("<I", position) + record[6:] if any(record) else record
+                    for position, (record, _) in enumerate(read_dump(path)))
 
 
 def compile_server(folder, out):
@@ -324,6 +334,8 @@ def main(arguments):
                 sys.stdout.write(log_text(pathlib.Path(log).read_bytes()))
             case ["place", dump, log]:
                 pathlib.Path(log).write_bytes(place(dump))
+            case ["renumber", dump, log]:
+                pathlib.Path(log).write_bytes(renumber(dump))
             case _:
                 sys.stderr.write(__doc__)
                 return 2

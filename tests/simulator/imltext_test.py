@@ -77,9 +77,10 @@ class ImlText(unittest.TestCase):
         for log in [b"", sample, bytes(damaged), from_one, noise, bytes(480), b"A" * 240]:
             self.assertEqual(self.compile(imltext.log_text(log)), log)
 
-    def test_place_puts_records_at_their_numbers(self):
+    def test_dumps_are_brought_in_order(self):
         first, second = self.compile(HEAD + "number 3\n"), self.compile(HEAD + "number 1\n")
-        self.path.write_bytes(first + second)
+        self.path.write_bytes(first + bytes(240) + second)
+        self.assertEqual(imltext.renumber(self.path), self.compile(HEAD + "gap\n" + HEAD))
         self.assertEqual(imltext.place(self.path), bytes(240) + second + bytes(240) + first)
         for dump in [first + first, self.compile(HEAD + "number 0xFFFFFFFF\n"), first[:-1]]:
             self.path.write_bytes(dump)
