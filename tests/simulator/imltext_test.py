@@ -79,8 +79,9 @@ class ImlText(unittest.TestCase):
 
     def test_dumps_are_brought_in_order(self):
         first, second = self.compile(HEAD + "number 3\n"), self.compile(HEAD + "number 1\n")
+        in_order = self.compile(HEAD + "gap\n" + HEAD)
         self.path.write_bytes(first + bytes(240) + second)
-        self.assertEqual(imltext.renumber(self.path), self.compile(HEAD + "gap\n" + HEAD))
+        self.assertEqual(imltext.renumber(self.path), in_order)
         self.assertEqual(imltext.place(self.path), bytes(240) + second + bytes(240) + first)
         for dump in [first + first, self.compile(HEAD + "number 0xFFFFFFFF\n"), first[:-1]]:
             self.path.write_bytes(dump)
