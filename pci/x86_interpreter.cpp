@@ -550,8 +550,8 @@ void Interpreter::group_unary(uint32_t size) {
   decode_modrm();
   const uint32_t value = load(in_.rm, size);
   switch (in_.reg) {
-    case 0:
-    case 1: logic(value & fetch(size), size); return;  // TEST
+    case 0: logic(value & fetch(size), size); return;  // TEST
+    case 1: return fail(CallEnd::kInstruction);
     case 2: return store(in_.rm, size, ~value);
     case 3: return store(in_.rm, size, subtract(0, value, false, size));
     case 4: return multiply(false, value, size);
