@@ -23,7 +23,7 @@ constexpr uint8_t kBusy = 0x8A;  // AH of a ROM that asks to be called again
 constexpr int kBusyAnswersBeforeUnlock = 500;
 
 // Instructions that one call with all its retries, or one search through all directories, may take.
-constexpr uint64_t kServiceBudget = 100'000'000;
+constexpr uint64_t kServiceBudget = 2 * kCallBudget;
 
 // The management controller's PCI function, and its unlock port behind the I/O base.
 constexpr uint16_t kUnlockVendor = 0x7A79;

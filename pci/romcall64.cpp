@@ -4,6 +4,13 @@
 
 #include "pci/x86_interpreter.h"
 
+namespace {
+
+// Bytes above what the call pushes, where a caller's frame would be: an IRET pops more than a return.
+constexpr uint32_t kStackAbove = 16;
+
+}  // namespace
+
 CallEnd rom_call(x86_reg_t *reg, uint32_t entry_point, RomMachine &machine) {
   uint8_t stack[kStackSize] = {};
   MemoryWindow windows[kMaxWindows + 1] = {{kStackBase, stack, kStackSize, true}};
@@ -18,7 +25,7 @@ CallEnd rom_call(x86_reg_t *reg, uint32_t entry_point, RomMachine &machine) {
   cpu.gpr[x86::kEdx] = reg->u4.s1.redx;
   cpu.gpr[x86::kEsi] = reg->resi;
   cpu.gpr[x86::kEdi] = reg->redi;
-  cpu.gpr[x86::kEsp] = kStackBase + kStackSize;
+  cpu.gpr[x86::kEsp] = kStackBase + kStackSize - kStackAbove;
   std::fill(std::begin(cpu.segment), std::end(cpu.segment), kDataSelector);
   cpu.segment[x86::kCs] = kCodeSelector;
   cpu.eflags = kInitialEflags;
