@@ -1,27 +1,12 @@
-// What the routing table keeps for the process, and the readers of its two text sources. For
-// pci_irq_routing.cpp and for tests, which put the state back between cases.
+// What the routing table keeps for the process. For pci_irq_routing.cpp and for tests, which put it back
+// between cases.
 #pragma once
-
-#include <cstdio>
 
 #include "pci/pci_irq_routing.h"
 #include "pci/romaccess.h"
-
-inline constexpr int kRouteTableEntries = 64;
+#include "pci/route_text.h"
 
 extern pci_irq_route_entry internal_table[kRouteTableEntries];  // the table as read from a source
 extern int internal_table_size;                                 // entries in it; 0 if none is loaded
 extern int rom_initialized;                                     // set once the ROM source has opened the ROM
 extern rominfo ri;
-
-// Both texts have a line that begins with '(', a heading line, a line per entry, and a line that begins with
-// ')'. An entry is taken if all of its six fields can be read; a line that yields none is passed over. The
-// readers store the entries in the zeroed `table` and return how many there are.
-
-// Reads the daemon's report, one entry per line, and takes the text apart. Returns -1 if it does not begin
-// with '('.
-int read_daemon_routes(char *text, pci_irq_route_entry (&table)[kRouteTableEntries]);
-
-// Reads the text of /proc/zytpci; what stands before the '(' does not matter. As fscanf has it, an entry may
-// run over the end of a line, and a line may hold several.
-int read_proc_routes(FILE *file, pci_irq_route_entry (&table)[kRouteTableEntries]);

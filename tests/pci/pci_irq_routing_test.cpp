@@ -134,6 +134,7 @@ TEST_F(Routing, ProcFileIsReadAsScanfDoes) {
       {"(\nh\n00 1f 0\n60 0ef8 1 7 2 0 61 20 -1\n)", {kA, kB}},
       {"(\nh\n00 1f )\n00 1f 0 60 0ef8 1\n", {}},
       {std::string("(\nh\n\0\n00 1f 0 60 0ef8 1\n", 24), {kA}},
+      {"(" + std::string(78, 'x') + "\n1 1 1 1 1 1\n00 1f 0 60 0ef8 1\n", {kA}},
       {"(" + std::string(79, 'x') + "\n00 1f 0 60 0ef8 1\n",
        {kA}},  // what a line has too much counts as another
   };
@@ -172,7 +173,7 @@ TEST_F(Routing, SlotsHaveAddressAndName) {
   fs::remove(slots_);
   fs::create_directory(slots_);
   EXPECT_EQ(pci_irq_route_table_from_sys(), -1);
-  WriteFile(slots_ / "1/address", "0000:05:00\n");
+  WriteFile(slots_ / "1/address", "0000:" + std::string(100, '0') + "5:00\n");
   WriteFile(slots_ / "10/address", "0000:1ff:3f");  // only a byte of each is kept
   WriteFile(slots_ / "2/address", "0001:07:02");
   WriteFile(slots_ / "3/x", "");
@@ -199,6 +200,7 @@ TEST_F(Routing, RomIsOpenedOnceAndClosed) {
     EXPECT_EQ(pci_irq_route_table_from_rom_internal(), -1);
     EXPECT_TRUE(rom.inits == 1 && rom.finis == 1);
   }
+  Forget();
   ri.pci_bios_entry_point = &kEntryPoint;  // what another has opened stays open
   ri.pci_es = 8;
   rom = {};
@@ -242,6 +244,7 @@ TEST_F(Routing, BridgesPassTheirRoutingOn) {
   AddBridge("31/00.0", 0x30);
   AddFunction("00/1e.0", {{10, 4}, {11, 6}}, 25);          // its secondary bus cannot be read
   AddFunction("00/1e.1", {{10, 1}, {11, 6}, {25, 0xff}});  // not a PCI-to-PCI bridge
+  AddFunction("00/1e.2", {{10, 4}, {11, 1}, {25, 0xff}});
   AddFunction("ff/00.0");
   const auto all = {"00 1c 0 60 0ef8 3", "00 1e 0 61 0020 4", "07 00 0 60 0ef8 3", "07 01 0 60 0ef8 3",
                     "08 1f 7 60 0ef8 3"};
@@ -264,9 +267,13 @@ TEST_F(Routing, BridgesPassTheirRoutingOn) {
     EXPECT_EQ(size, hostile + 3);
     EXPECT_EQ(table[0].link_inta + table[1].link_inta, 0);
   }
-  int pred[9];
+  int pred[9] = {};
   EXPECT_EQ(compute_predecessor_bridge(pred, 8), 0xff);
   EXPECT_EQ(pred[7], 0x00e2);
+  EXPECT_EQ(pred[8], 0);
+  internal_table[1].dev |= 5;
+  EXPECT_EQ(get_irq_route_table_entry(0, 0x1e), &internal_table[1]);
+  EXPECT_EQ(get_irq_route_table_entry(1, 0x1e), nullptr);
 }
 
 const std::string kHeading =
