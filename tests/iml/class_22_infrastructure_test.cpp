@@ -34,9 +34,9 @@ TEST(Infrastructure, SomeLinesHaveNoEnclosureInFront) {
               {{0x09, P(At0102(kBlade), U16(0x4142), "S"),
                 "Loss Of Chassis Connectivity (Enclosure Serial Number S)"},
                {0x0A, P(At0102(kBlade), U16(0x4142), ""), "New Chassis Connected (Enclosure Address 0102)"},
-               {0x19, P(At0102(kBlade), 0x01, 0x0A, 0x01, 0x20, U16(0x4142), ""),
+               {0x19, P(At0102(kBlade), 0x10, 0x0A, 0x01, 0x20, U16(0x4142), ""),
                 "Chassis Enclosure Address 0102 requires minimum firmware revision 01.20. It is currently "
-                "01.0a."}});
+                "10.0a."}});
 }
 
 TEST(Infrastructure, PowerBusesAreNumberedDifferently) {
