@@ -45,35 +45,39 @@ static_assert(sizeof(DT_IOCTL) == 22 && offsetof(DT_IOCTL, pData) == 10 && offse
 inline constexpr uint16_t kTableBmcDeviceId = 5002;
 inline constexpr uint16_t kTableEventLogHeader = 51;
 
-// Table 5002: the response data of the IPMI Get Device ID command without its completion code. The groups of
-// bits are anonymous structures inside anonymous unions, so that a byte can be read whole or by its bits.
+// Table 5002: the response data of the IPMI Get Device ID command without its completion code. Each byte that
+// is a group of bits can be read whole, too.
+struct BmcDeviceRevision {
+  uint8_t bits_DeviceRev : 4, bits_Reserved : 3, bit_SupportsSDR : 1;
+};
+struct BmcFirmwareRevision {
+  uint8_t bits_MajorRev : 7, bit_DevAvailable : 1;
+};
+struct BmcIpmiVersion {
+  uint8_t bits_MajorRev : 4, bits_MinorRev : 4;
+};
+struct BmcDeviceSupport {
+  uint8_t bit_SensorDevice : 1, bit_SdrRepDevice : 1, bit_SelDevice : 1, bit_FruDevice : 1,
+      bit_EventReceiver : 1, bit_EventGenerator : 1, bit_Bridge : 1, bit_Chassis : 1;
+};
 typedef struct [[gnu::packed]] _bmcDeviceId {
   uint8_t ucDeviceID;
   union {
     uint8_t ucDeviceRev;
-    struct {
-      uint8_t bits_DeviceRev : 4, bits_Reserved : 3, bit_SupportsSDR : 1;
-    } DeviceRevsion;
+    BmcDeviceRevision DeviceRevsion;
   };
   union {
     uint8_t ucFirmwareRev;
-    struct {
-      uint8_t bits_MajorRev : 7, bit_DevAvailable : 1;
-    } FirmwareRevMajor;
+    BmcFirmwareRevision FirmwareRevMajor;
   };
   uint8_t ucFirmwareRevMinor;
   union {
     uint8_t ucIpmiVer;
-    struct {
-      uint8_t bits_MajorRev : 4, bits_MinorRev : 4;
-    } IpmiVersion;
+    BmcIpmiVersion IpmiVersion;
   };
   union {
     uint8_t ucOptionalDevSupport;
-    struct {
-      uint8_t bit_SensorDevice : 1, bit_SdrRepDevice : 1, bit_SelDevice : 1, bit_FruDevice : 1,
-          bit_EventReceiver : 1, bit_EventGenerator : 1, bit_Bridge : 1, bit_Chassis : 1;
-    } OptionalDevSupport;
+    BmcDeviceSupport OptionalDevSupport;
   };
   uint8_t ucManufacturerId[3];
   uint8_t ucProductId[2];

@@ -1,4 +1,5 @@
-// Contract of libkelmintrfc64.so.3, the maker's request library for the health driver, and of the driver behind it.
+// Contract of libkelmintrfc64.so.3, the maker's request library for the health driver, and of the driver
+// behind it.
 #pragma once
 
 #ifdef __cplusplus
@@ -9,8 +10,8 @@ extern "C" {
 // Returns a plain file descriptor, or a negative value (-1).
 int orvOpenRequest(const char *path, int mode);
 
-// Issues request `code` on an open node. `length` is what the driver is told, not always the size of `buffer`.
-// Returns 0, a driver status above 0, or -1 with the reason in errno.
+// Issues request `code` on an open node. `length` is what the driver is told, not always the size of
+// `buffer`. Returns 0, a driver status above 0, or -1 with the reason in errno.
 int orvIoctlRequest(int fd, unsigned int code, void *buffer, unsigned int length);
 
 // Closes the descriptor. Returns 0, or -1.

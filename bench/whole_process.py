@@ -1,0 +1,80 @@
+#!/usr/bin/env python3
+"""CPU time and peak memory of whole processes, run in turn: orvlog -v against the floor, and its start-up."""
+import os
+import shutil
+import statistics
+import struct
+import subprocess
+import sys
+import tempfile
+
+RECORD = 240
+
+
+def cost(command, env):
+    """User and system seconds of one run with its output thrown away."""
+    child = subprocess.Popen(command, env=env, stdout=subprocess.DEVNULL)
+    _, status, usage = os.wait4(child.pid, 0)
+    if status != 0:
+        sys.exit(f"{command[0]} ended with status {status}")
+    return usage.ru_utime + usage.ru_stime
+
+
+def peak_memory(command, env):
+    """Peak memory of one run in MiB. A child of this script would count the script's own, so another starts it."""
+    timed = ["/usr/bin/time", "-f", "%M"] + command
+    run = subprocess.run(timed, env=env, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, check=True)
+    return int(run.stderr.split()[-1]) / 1024
+
+
+def compare(title, ours, other, env, runs):
+    """Runs both in turn and prints the medians and the median of the pairs' ratios."""
+    pairs = []
+    for i in range(runs + 1):  # the first pair warms up
+        pairs.append((cost(ours, env), cost(other, env)))
+    pairs = pairs[1:]
+    a = statistics.median(p[0] for p in pairs)
+    b = statistics.median(p[1] for p in pairs)
+    ratio = statistics.median(p[0] / max(p[1], 1e-9) for p in pairs)
+    print(f"{title:<44} {a * 1e3:9.2f} ms {b * 1e3:9.2f} ms {ratio:6.2f}   {peak_memory(ours, env):.1f} MiB")
+
+
+def make_server(sample, entries):
+    """A copy of the sample server whose log repeats the sample's entries up to `entries`."""
+    server = tempfile.mkdtemp(prefix="orvlog-bench-")
+    shutil.copytree(sample, server, dirs_exist_ok=True)
+    with open(os.path.join(sample, "cevt"), "rb") as file:
+        log = file.read()
+    slots = [log[at:at + RECORD] for at in range(0, len(log) - RECORD + 1, RECORD)]
+    slots = [slot for slot in slots if any(slot)]
+    with open(os.path.join(server, "cevt"), "wb") as file:
+        for number in range(entries):
+            slot = bytearray(slots[number % len(slots)])
+            struct.pack_into("<I", slot, 2, number)
+            file.write(slot)
+    return server
+
+
+def main():
+    build, entries = sys.argv[1], int(sys.argv[2])
+    orvlog = os.path.join(build, "orvlog", "orvlog")
+    floor = os.path.join(build, "bench", "listing_floor")
+    print(f"{'':<44} {'orvlog':>12} {'other':>12}  ratio   peak memory")
+    for size in (entries // 100, entries):
+        server = make_server(os.path.join(build, "samples", "server"), size)
+        try:
+            env = dict(os.environ, ORVLOG_SIMULATOR=server)
+            listing = subprocess.run([orvlog, "-v"], env=env, stdout=subprocess.PIPE, check=True).stdout
+            floor_command = [floor, str(len(listing)), str(size)]
+            if len(subprocess.run(floor_command, env=env, stdout=subprocess.PIPE, check=True).stdout) != len(listing):
+                sys.exit("the floor does not write as many bytes as the listing has")
+            compare(f"-v over {size} entries, against the floor", [orvlog, "-v"], floor_command, env, 15)
+        finally:
+            shutil.rmtree(server)
+    env = dict(os.environ, ORVLOG_SIMULATOR=os.path.join(build, "samples", "server"))
+    compare("-t, 100 starts, against /bin/true",
+            ["/bin/sh", "-c", f'for i in $(seq 100); do "{orvlog}" -t; done'],
+            ["/bin/sh", "-c", "for i in $(seq 100); do /bin/true; done"], env, 9)
+
+
+main()
