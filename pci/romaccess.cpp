@@ -22,9 +22,6 @@ constexpr uint32_t kInt15Address = 0xFF859;
 constexpr uint8_t kBusy = 0x8A;  // AH of a ROM that asks to be called again
 constexpr int kBusyAnswersBeforeUnlock = 500;
 
-// Instructions that one call with all its retries, or one search through all directories, may take.
-constexpr uint64_t kServiceBudget = 2 * kCallBudget;
-
 // The management controller's PCI function, and its unlock port behind the I/O base.
 constexpr uint16_t kUnlockVendor = 0x7A79;
 constexpr uint16_t kUnlockDevices[] = {0x3300, 0x3301, 0x3302};
@@ -80,12 +77,12 @@ int call_within(const rominfo *ri, x86_reg_t *reg, const uint8_t *entry_point,
 
 bool valid_header(const rominfo *ri, const uint8_t *place) {
   bios_t header;
+  if (std::memcmp(place, "_32_", sizeof(header.fields.signature)) != 0)
+    return false;
   std::memcpy(&header, place, sizeof(header));
   const size_t size = header.fields.length * size_t{16};
   const size_t left = kRomSize - static_cast<size_t>(place - ri->rom);
-  if (std::memcmp(header.fields.signature, "_32_", 4) != 0 || header.fields.revision != 0)
-    return false;
-  if (size == 0 || size > left)
+  if (header.fields.revision != 0 || size == 0 || size > left)
     return false;
   uint8_t sum = 0;
   for (size_t i = 0; i < size; ++i)
@@ -222,9 +219,7 @@ const bios_t *find_bios32_call(const rominfo *ri, const uint8_t *rom_start) {
   return nullptr;
 }
 
-const uint8_t *find_call(const rominfo *ri, const char *signature) {
-  // One budget for all directories: a ROM full of endless ones must not hold the search up for long.
-  uint64_t budget = kServiceBudget;
+const uint8_t *find_call(const rominfo *ri, const char *signature, uint64_t budget) {
   const uint8_t *place = ri->rom;
   while (const bios_t *directory = find_bios32_call(ri, place)) {
     const uint32_t entry = directory->fields.entry;

@@ -37,6 +37,9 @@ static_assert(offsetof(bios_t, fields.entry) == 4 && offsetof(bios_t, fields.rev
 static_assert(offsetof(bios_t, fields.length) == 9 && offsetof(bios_t, fields.checksum) == 10);
 static_assert(offsetof(bios_t, fields.reserved) == 11);
 
+// Instructions that one call with all its retries, or one search with all its calls, may take.
+inline constexpr uint64_t kServiceBudget = 2 * kCallBudget;
+
 // romcall_init's `skip`: the INT 15h entry, the "$EVS" search, everything from the PCI BIOS search on.
 inline constexpr int kSkipInt15 = 1;
 inline constexpr int kSkipEv = 2;
@@ -55,8 +58,10 @@ int check_for_veldra_ROM(const rominfo *ri);
 // The first service directory header at `rom_start` (16-byte aligned in the mapped area) or above, or null.
 const bios_t *find_bios32_call(const rominfo *ri, const uint8_t *rom_start);
 
-// The entry point of the service `signature` (four characters), or null if no directory knows it.
-const uint8_t *find_call(const rominfo *ri, const char *signature);
+// The entry point of the service `signature` (four characters), or null if no directory knows it or the first
+// one that does gives an entry point outside the ROM area, which is then told on standard error. All calls
+// together may take `budget` instructions.
+const uint8_t *find_call(const rominfo *ri, const char *signature, uint64_t budget = kServiceBudget);
 
 // The lookups of romcall_init; each stores the entry point, or null, in *ri.
 void find_int15_call(rominfo *ri);

@@ -19,8 +19,7 @@ constexpr uint32_t kLowFlags = kCarry | kParity | kAdjust | kZero | kSign;
 
 constexpr uint32_t kAh = 4;  // as a byte register's number
 
-constexpr uint32_t kRepeatWhileNotZero = 0xF2;
-constexpr uint32_t kRepeat = 0xF3;
+constexpr uint32_t kRepeatWhileZero = 0xF3;  // for CMPS and SCAS; F2 repeats while not zero
 
 enum AluOperation : uint32_t { kAdd, kOr, kAdc, kSbb, kAnd, kSub, kXor, kCmp };
 enum ShiftOperation : uint32_t { kRol, kRor, kRcl, kRcr, kShl, kShr, kSal, kSar };
@@ -936,7 +935,7 @@ void Interpreter::string(uint32_t opcode, uint32_t size) {
       return;
     string_once(kind, size);
     set_reg(kEcx, in_.address_size, count - 1);
-    if (compares && flag(kZero) != (in_.repeat == kRepeat))
+    if (compares && flag(kZero) != (in_.repeat == kRepeatWhileZero))
       return;
   }
 }

@@ -1,5 +1,6 @@
 #include "pci/romaccess.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -358,6 +359,47 @@ TEST_F(RomAccess, EndlessDirectoriesEverywhere) {
   install(image.bytes());
   EXPECT_EQ(init_messages(3, 0), "");
   EXPECT_EQ(ri_.pci_bios_entry_point, nullptr);
+}
+
+// A real BIOS, as the machine's firmware would leave it: it completes the directory's header when it starts.
+TEST_F(RomAccess, SeaBios) {
+  constexpr const char *kPath = "/usr/share/seabios/bios.bin";
+  if (!fs::exists(kPath))
+    GTEST_SKIP() << kPath << " is not installed";
+  const std::vector<char> bios = read_file(kPath);
+  constexpr char kSignature[] = "_32_";
+  constexpr char kEntryCode[] = "\x9C\x3D$PCI";  // pushf; cmp eax, "$PCI"
+  const auto header = std::search(bios.begin(), bios.end(), kSignature, kSignature + 4);
+  const auto entry = std::search(bios.begin(), bios.end(), kEntryCode, kEntryCode + 6);
+  ASSERT_NE(header, bios.end());
+  ASSERT_NE(entry, bios.end());
+  const uint32_t base = 0x100000 - static_cast<uint32_t>(bios.size());
+  Image image;
+  image.put(base, bios.data(), bios.size());
+  image.put(0xFFFEA, "VELDRA", 6);
+  image.directory(base + static_cast<uint32_t>(header - bios.begin()),
+                  base + static_cast<uint32_t>(entry - bios.begin()));
+  install(image.bytes());
+  EXPECT_EQ(init_messages(3, 0), "");
+  ASSERT_NE(ri_.pci_bios_entry_point, nullptr);
+  fake_portio::answer = [](uint16_t port, unsigned) { return port == 0xCFC ? 0x12345678u : 0; };
+  x86_reg_t reg = {};
+  reg.u1.s2.rax = 0xB101;  // PCI BIOS present?
+  EXPECT_EQ(do_rom_call(&ri_, &reg, ri_.pci_bios_entry_point, 2), 0);
+  EXPECT_EQ(reg.u4.s1.redx, 0x20494350u);  // "PCI "
+  EXPECT_EQ(reg.u2.s2.rbx, 0x0210);
+  reg = {};
+  reg.u1.s2.rax = 0xB10A;  // read a double word of configuration space
+  reg.u2.s2.rbx = 0x0510;
+  reg.redi = 0x40;
+  EXPECT_EQ(do_rom_call(&ri_, &reg, ri_.pci_bios_entry_point, 2), 0);
+  EXPECT_EQ(fake_portio::writes, (std::vector{fake_portio::Write{0xCF8, 4, 0x80051040}}));
+  EXPECT_EQ(reg.u3.s1.recx, 0x12345678u);
+  reg = {};
+  reg.u1.s2.rax = 0xB10E;  // get routing options: none before the firmware has set up its table
+  EXPECT_EQ(do_rom_call(&ri_, &reg, ri_.pci_bios_entry_point, 2), -0x81);
+  reg.u1.s2.rax = 0xB102;  // find a device, over all buses
+  EXPECT_EQ(do_rom_call(&ri_, &reg, ri_.pci_bios_entry_point, 2), -0x86);
 }
 
 TEST_F(RomAccess, FailedCallLeavesTheRegisters) {

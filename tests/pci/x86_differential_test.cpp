@@ -398,7 +398,7 @@ TEST(X86Differential, AgreesWithUnicorn) {
   const MemoryWindow windows[] = {{0, data[0], kDataSize, true}, {kCodeBase, code, kCodeSize, false}};
   Unicorn unicorn(data[1], code);
 
-  const uint64_t count = setting("ORVLOG_X86_VECTORS", 40'000);
+  const uint64_t count = setting("ORVLOG_X86_VECTORS", 25'000);
   uint64_t succeeded = 0;
   int reported = 0;
   for (uint64_t i = 0; i < count && reported < 10; ++i) {
