@@ -45,7 +45,7 @@ class EventReader {
   /// Reads one entry. Returns 0, a driver status, or the errno of a request that failed.
   int read(std::uint32_t number) {
     memset(buffer_.get(), 0, kReadLength);
-    PEVT_IOCTL_ENTRY const request = entry();
+    _ioctlEntry *const request = entry();
     request->info.length = kReadLength;
     request->info.choice = kChoiceRead;
     request->info.EvtNumber = static_cast<std::int32_t>(number);
@@ -64,8 +64,8 @@ class EventReader {
   }
 
  private:
-  [[nodiscard]] PEVT_IOCTL_ENTRY entry() const {
-    return static_cast<PEVT_IOCTL_ENTRY>(buffer_.get());
+  [[nodiscard]] _ioctlEntry *entry() const {
+    return static_cast<_ioctlEntry *>(buffer_.get());
   }
 
   Channel node_;
