@@ -24,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   if (size < 2) {
     return 0;
   }
-  const std::uint32_t ulSize = (data[0] | data[1] << 8U) % (kLargestBuffer + 1);
+  const std::uint32_t ulSize = (data[0] + 256U * data[1]) % (kLargestBuffer + 1);
   EVT_LOG_ENTRY record = {};
   std::memcpy(&record, data + 2, size - 2 < sizeof record ? size - 2 : sizeof record);
 
