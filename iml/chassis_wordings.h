@@ -57,18 +57,16 @@ void FormatByChassis(EventText &szString, const ChassisWordings<Details, Enclosu
   switch (Chassis.bType) {
     case kChassisSystem:
       if (Chassis.bId == 0) {
-        szString.FormatTexts(wordings.System.szFormat, details);
+        szString.FormatWording(wordings.System, details);
       } else {
-        szString.FormatTexts(wordings.ExternalChassis.szFormat,
-                             behind(GetSysChassis(Chassis.bId, cChassisName, number)));
+        szString.FormatWording(wordings.ExternalChassis,
+                               behind(GetSysChassis(Chassis.bId, cChassisName, number)));
       }
       break;
-    case kChassisExternalStorage: szString.FormatTexts(wordings.ExternalStorage.szFormat, storage()); break;
-    case kChassisInternalStorage: szString.FormatTexts(wordings.InternalStorage.szFormat, storage()); break;
-    case kChassisServerBladeEnclosure:
-      szString.FormatTexts(wordings.BladeEnclosure.szFormat, enclosure());
-      break;
-    case kChassisPowerEnclosure: szString.FormatTexts(wordings.PowerEnclosure.szFormat, enclosure()); break;
+    case kChassisExternalStorage: szString.FormatWording(wordings.ExternalStorage, storage()); break;
+    case kChassisInternalStorage: szString.FormatWording(wordings.InternalStorage, storage()); break;
+    case kChassisServerBladeEnclosure: szString.FormatWording(wordings.BladeEnclosure, enclosure()); break;
+    case kChassisPowerEnclosure: szString.FormatWording(wordings.PowerEnclosure, enclosure()); break;
     default: break;
   }
 }

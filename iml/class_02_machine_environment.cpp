@@ -83,14 +83,6 @@ void TranslateMachDoor(EventText &szString, const EVT_MACH_DOOR_OPEN &record) {
   FormatByChassis(szString, kSidePanel, record.Chassis, record.cChassisName, {});
 }
 
-/// The slot description behind the chassis name, also where the chassis type has no wording.
-void AppendSlotDescription(EventText &szString, const char *cChassisName) {
-  const char *const szSlot = NextText(cChassisName);
-  if (*szSlot != '\0') {
-    szString.Format(", %s", szSlot);
-  }
-}
-
 void TranslateMachFanFailSAS(EventText &szString, const EVT_MACH_SAS_FAN_FAIL &record) {
   szString.Format("%s Storage Enclosure Fan Failure (Fan %u, Location %s, Box %u, Port %s, %s)",
                   GetInternalExternal(record.Chassis), record.bFanId, GetLocation(record.bFanZoneType),
@@ -126,7 +118,7 @@ void TranslateMachExtFanFailSAS(EventText &szString, const EVT_MACH_EXT_SAS_FAN_
 void TranslateMachCriticalOverheat(EventText &szString, const EVT_MACH_CRIT_OVERHEAT &record) {
   Scratch suffix_buffer;
   EventText szSuffix(suffix_buffer.Buffer(), Scratch::kSize);
-  AppendSlotDescription(szSuffix, record.szChassis_Sun);
+  AppendDetail(szSuffix, NextText(record.szChassis_Sun));
   const char *const suffix = suffix_buffer.Buffer();
 
   const EVT_CHASSIS &chassis = record.Chassis;
@@ -204,18 +196,19 @@ void TranslateClass02(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData,
       szString.Format("System Fans Not Redundant (Shared Location %s)",
                       GetLocation(pEventData->MachFanNotRedShared.bSharedFanZoneType));
       break;
-    // The same three events with a description of the slot behind the chassis name.
+    // The same three events with a description of the slot behind the chassis name. It is shown also where
+    // the chassis has no wording.
     case 0x08:
       TranslateMachFan(szString, kFanFailure, pEventData->MachFan);
-      AppendSlotDescription(szString, pEventData->MachFan.cChassisName);
+      AppendDetail(szString, NextText(pEventData->MachFan.cChassisName));
       break;
     case 0x09:
       TranslateMachDoor(szString, pEventData->MachDoor);
-      AppendSlotDescription(szString, pEventData->MachDoor.cChassisName);
+      AppendDetail(szString, NextText(pEventData->MachDoor.cChassisName));
       break;
     case 0x0A:
       TranslateMachOverheat(szString, pEventData->MachHeat);
-      AppendSlotDescription(szString, pEventData->MachHeat.cChassisName);
+      AppendDetail(szString, NextText(pEventData->MachHeat.cChassisName));
       break;
     case 0x0B: TranslateMachFanFailSAS(szString, pEventData->MachFanSas); break;
     case 0x0C: TranslateMachOverheatSAS(szString, pEventData->MachHeatSas); break;

@@ -3,7 +3,6 @@
 #include <array>
 #include <cstring>
 #include <iterator>
-#include <span>
 
 #include "iml/class_decoders.h"
 #include "iml/eventstr_helpers.h"
@@ -14,13 +13,6 @@ namespace {
 
 constexpr std::uint8_t kSystemMemory = 0;  // as a board: memory that is on none
 constexpr std::uint8_t kUnknownNumber = 0xFF;
-
-/// Writes a wording with as many texts as it shows.
-template <std::size_t Texts>
-void FormatWording(EventText &szString, const Wording<Texts> &wording,
-                   const std::array<const char *, Texts> &texts) {
-  szString.FormatTexts(wording.szFormat, texts);
-}
 
 /// The two wordings of one place; the second one closes with the serial number.
 template <std::size_t Texts>
@@ -34,9 +26,11 @@ template <std::size_t Texts>
 void FormatWithSerial(EventText &szString, const SerialWordings<Texts> &wordings,
                       const std::array<const char *, Texts + 1> &texts) {
   if (*texts.back() != '\0') {
-    szString.FormatTexts(wordings.Serial.szFormat, texts);
+    szString.FormatWording(wordings.Serial, texts);
   } else {
-    szString.FormatTexts(wordings.Plain.szFormat, std::span(texts).template first<Texts>());
+    std::array<const char *, Texts> place{};
+    std::copy_n(texts.begin(), Texts, place.begin());
+    szString.FormatWording(wordings.Plain, place);
   }
 }
 
@@ -182,11 +176,10 @@ void TranslateCandidateList(EventText &szString, const Wording<1> &event, const 
     if (i != 0) {
       szList.Append(", or ");
     }
-    FormatWording(szList, entry,
-                  {Byte2Str(record.mm[i].bSlot, Scratch()), Byte2Str(record.mm[i].bModule, Scratch()),
-                   suffix.Buffer()});
+    szList.FormatWording(entry, {Byte2Str(record.mm[i].bSlot, Scratch()),
+                                 Byte2Str(record.mm[i].bModule, Scratch()), suffix.Buffer()});
   }
-  FormatWording(szString, event, {list});
+  szString.FormatWording(event, {list});
 }
 
 /// A spare or a mirror that stands in for a faulty module or bank.
@@ -224,12 +217,12 @@ template <class Record>
 void TranslateTakeOver(EventText &szString, const TakeOverWordings &wordings, const Record &record,
                        const char *szModule) {
   if (record.bSlot == kSystemMemory) {
-    FormatWording(szString, wordings.SystemMemory, {szModule});
+    szString.FormatWording(wordings.SystemMemory, {szModule});
   } else if (wordings.szUnlocated != nullptr && record.bSlot == kUnknownNumber &&
              record.bModule == kUnknownNumber) {
     szString.Append(wordings.szUnlocated);
   } else {
-    FormatWording(szString, wordings.Board, {Byte2Str(record.bSlot, Scratch()), szModule});
+    szString.FormatWording(wordings.Board, {Byte2Str(record.bSlot, Scratch()), szModule});
   }
 }
 
@@ -244,8 +237,8 @@ void TranslateProcessorTakeOver(EventText &szString, const Wording<3> &wording, 
   Scratch suffix;
   EventText szSuffix(suffix.Buffer(), Scratch::kSize);
   AppendSerialNumber(szSuffix, record.cSerialNumber);
-  FormatWording(szString, wording,
-                {Byte2Str(record.bSlot, Scratch()), Byte2Str(record.bModule, Scratch()), suffix.Buffer()});
+  szString.FormatWording(
+      wording, {Byte2Str(record.bSlot, Scratch()), Byte2Str(record.bModule, Scratch()), suffix.Buffer()});
 }
 
 void TranslateMainMemAction(EventText &szString, const EVT_MAIN_MEMORY_USER_ACTION &record) {

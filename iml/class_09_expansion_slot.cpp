@@ -26,15 +26,11 @@ constexpr SlotWordings kSlotEvents[] = {
 };
 
 void TranslateSlotEvent(EventText &szString, const SlotWordings &wordings, const EVT_EXPANSION_SLOT &record) {
-  Scratch chassis_number;
-  Scratch slot_number;
-  const char *const slot = Byte2Str(record.bSlot, slot_number);
   if (record.Chassis.bId == 0) {
-    const char *const texts[] = {slot};
-    szString.FormatTexts(wordings.WithoutChassis.szFormat, texts);
+    szString.FormatWording(wordings.WithoutChassis, {Byte2Str(record.bSlot, Scratch())});
   } else {
-    const char *const texts[] = {Byte2Str(record.Chassis.bId, chassis_number), slot};
-    szString.FormatTexts(wordings.WithChassis.szFormat, texts);
+    szString.FormatWording(wordings.WithChassis,
+                           {Byte2Str(record.Chassis.bId, Scratch()), Byte2Str(record.bSlot, Scratch())});
   }
 }
 

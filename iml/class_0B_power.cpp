@@ -249,13 +249,6 @@ void TranslateAcProblem(EventText &szString, const EVT_POWER_AC_VOLTAGE &record)
   TranslatePowerSupply(szString, kAcProblem, record, GetACProblem(record.bError));
 }
 
-/// The service text is shown also where the chassis type has no wording.
-void AppendServiceText(EventText &szString, const char *szService) {
-  if (*szService != '\0') {
-    szString.Format(", %s", szService);
-  }
-}
-
 void TranslatePsFailureSAS(EventText &szString, const EVT_SAS_POWER_SUPPLY_FAILURE &record) {
   szString.Format("%s Storage Enclosure Power Supply Failure (Power Supply %u, Box %u, Port %s, %s)",
                   GetInternalExternal(record.Chassis), record.bPsId, record.bBox,
@@ -337,19 +330,20 @@ void TranslateClass0B(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData,
                       pEventData->PsModNotRed.cChassisName, {});
       break;
     case 0x10: TranslatePowerModule(szString, kModuleOverload, pEventData->PsModOverload); break;
-    // Codes 0x08, 0x02 and 0x01 with a service text behind the record.
+    // Codes 0x08, 0x02 and 0x01 with a service text behind the record, which is shown also where the chassis
+    // type has no wording.
     case 0x11:
       TranslateAcProblem(szString, pEventData->PsAcVolt);
-      AppendServiceText(szString, NextText(pEventData->PsAcVolt.cChassisName));
+      AppendDetail(szString, NextText(pEventData->PsAcVolt.cChassisName));
       break;
     case 0x12:
       TranslateBatteryLow(szString, pEventData->BatLow);
-      AppendServiceText(szString,
-                        reinterpret_cast<const char *>(pEventData->ExtendDataSize + sizeof(EVT_BATTERY_LOW)));
+      AppendDetail(szString,
+                   reinterpret_cast<const char *>(pEventData->ExtendDataSize + sizeof(EVT_BATTERY_LOW)));
       break;
     case 0x13:
       TranslatePsFailure(szString, pEventData->PsFail);
-      AppendServiceText(szString, NextText(pEventData->PsFail.cChassisName));
+      AppendDetail(szString, NextText(pEventData->PsFail.cChassisName));
       break;
     case 0x14: TranslatePsFailureSAS(szString, pEventData->PsFailSas); break;
     case 0x15: szString.Append("Mismatched Power Supply Installed"); break;

@@ -34,26 +34,15 @@ constexpr NicWordings kRedundancyReduced = {
 /// The records of an adapter's error and of lost redundancy are laid out alike.
 template <class Record>
 void TranslateNic(EventText &szString, const NicWordings &wordings, const Record &record) {
-  Scratch chassis_number;
   Scratch slot_number;
   Scratch port_number;
   const char *const slot = Byte2Str(record.bSlot, slot_number);
   const char *const port = Byte2Str(record.Chassis.bPort, port_number);
   if (record.Chassis.bId == 0) {
-    const char *const texts[] = {slot, port};
-    szString.FormatTexts(wordings.WithoutChassis.szFormat, texts);
+    szString.FormatWording(wordings.WithoutChassis, {slot, port});
   } else {
-    const char *const texts[] = {GetSysChassis(record.Chassis.bId, record.cChassisName, chassis_number), slot,
-                                 port};
-    szString.FormatTexts(wordings.WithChassis.szFormat, texts);
-  }
-}
-
-/// The detail text that two of the codes keep behind the chassis name.
-void AppendDetail(EventText &szString, const char *cChassisName) {
-  const char *const szDetail = NextText(cChassisName);
-  if (*szDetail != '\0') {
-    szString.Format(", %s", szDetail);
+    szString.FormatWording(wordings.WithChassis,
+                           {GetSysChassis(record.Chassis.bId, record.cChassisName, Scratch()), slot, port});
   }
 }
 
@@ -69,11 +58,11 @@ void TranslateClass11(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData,
     // Two of these events with a detail text.
     case 6:
       TranslateNic(szString, kLinkDown, pEventData->NicErr);
-      AppendDetail(szString, pEventData->NicErr.cChassisName);
+      AppendDetail(szString, NextText(pEventData->NicErr.cChassisName));
       break;
     case 7:
       TranslateNic(szString, kRedundancyReduced, pEventData->NicNotRed);
-      AppendDetail(szString, pEventData->NicNotRed.cChassisName);
+      AppendDetail(szString, NextText(pEventData->NicNotRed.cChassisName));
       break;
     default: break;
   }

@@ -170,11 +170,9 @@ void TranslateInfFuseOpen(EventText &szString, const EVT_INF_ENV_FUSE_OPEN &reco
 void TranslateInfBladeInsRem(EventText &szString, const EVT_INF_ENV_BLADE_INS_REM &record) {
   constexpr Wording<3> kInserted = "%s Blade Inserted (%s, Slot %s)";
   constexpr Wording<3> kRemoved = "%s Blade Removed (%s, Slot %s)";
-  Scratch enclosure;
-  Scratch slot;
-  const char *const texts[] = {GetEnclosureType(record.Chassis), GetEnclosure(record, enclosure),
-                               Byte2Str(record.bBlade, slot)};
-  szString.FormatTexts((record.bPresent != 0 ? kInserted : kRemoved).szFormat, texts);
+  szString.FormatWording(record.bPresent != 0 ? kInserted : kRemoved,
+                         {GetEnclosureType(record.Chassis), GetEnclosure(record, Scratch()),
+                          Byte2Str(record.bBlade, Scratch())});
 }
 
 void TranslateInfRackChange(EventText &szString, const EVT_INF_ENV_RACK_INFRASTRUCTURE_CHG &record) {
@@ -209,11 +207,8 @@ void TranslateInfPwrMisconfig(EventText &szString, const EVT_INF_ENV_PWR_SUBSYS_
 /// The records of a blower's fault and removal are laid out alike.
 template <class Record>
 void TranslateInfBlower(EventText &szString, Wording<4> wording, const Record &record) {
-  Scratch blower;
-  Scratch enclosure;
-  const char *const texts[] = {GetEnclosureType(record.Chassis), Byte2Str(record.bProblem, blower),
-                               GetRackSide(record.bSide), GetEnclosure(record, enclosure)};
-  szString.FormatTexts(wording.szFormat, texts);
+  szString.FormatWording(wording, {GetEnclosureType(record.Chassis), Byte2Str(record.bProblem, Scratch()),
+                                   GetRackSide(record.bSide), GetEnclosure(record, Scratch())});
 }
 
 void TranslateInfBladeInsRem2(EventText &szString, Wording<3> blade, Wording<3> network_component,
@@ -222,12 +217,10 @@ void TranslateInfBladeInsRem2(EventText &szString, Wording<3> blade, Wording<3> 
   if (!is_blade && record.bZoneType != kZoneNetworkComponent) {
     return;
   }
-  Scratch slot;
-  Scratch enclosure;
-  const char *const texts[] = {GetEnclosureType(record.Chassis),
-                               is_blade ? Byte2Str(record.bZoneId, slot) : GetRackSide(record.bZoneId),
-                               GetEnclosure(record, enclosure)};
-  szString.FormatTexts((is_blade ? blade : network_component).szFormat, texts);
+  szString.FormatWording(is_blade ? blade : network_component,
+                         {GetEnclosureType(record.Chassis),
+                          is_blade ? Byte2Str(record.bZoneId, Scratch()) : GetRackSide(record.bZoneId),
+                          GetEnclosure(record, Scratch())});
 }
 
 void TranslateInfFirmwareMismatch(EventText &szString, const EVT_INF_FIRMWARE_MISMATCH &record) {

@@ -1,6 +1,7 @@
 #include "iml/event_text.h"
 
 #include <algorithm>
+#include <cstdarg>
 #include <cstring>
 #include <limits>
 

@@ -2,12 +2,37 @@
 // hold.
 #pragma once
 
-#include <cstdarg>
+#include <array>
 #include <cstddef>
 #include <span>
 #include <string_view>
 
 namespace iml {
+
+/// Stops the compilation of a table whose format does not show as many texts as its place demands.
+void WordingHasWrongPlaceholders();
+
+/// A format kept in a table: exactly `Texts` directives, each "%s".
+template <std::size_t Texts>
+struct Wording {
+  consteval Wording(const char *szWording) : szFormat(szWording) {  // NOLINT(google-explicit-constructor)
+    std::size_t directives = 0;
+    for (const char *p = szWording; *p != '\0'; ++p) {
+      if (*p != '%') {
+        continue;
+      }
+      ++directives;
+      if (*++p != 's') {
+        WordingHasWrongPlaceholders();
+      }
+    }
+    if (directives != Texts) {
+      WordingHasWrongPlaceholders();
+    }
+  }
+
+  const char *szFormat;
+};
 
 /// A text that grows inside a buffer of fixed size. It is terminated after every call; what does not fit is
 /// dropped, so a text is cut once, at the buffer's size - 1 characters.
@@ -23,8 +48,11 @@ class EventText {
   /// precision, %c, %d and %u, %x and %X with a width padded by zeros, and %%.
   [[gnu::format(printf, 2, 3)]] void Format(const char *szFormat, ...);
 
-  /// Appends a format whose directives are all "%s", filled with `texts` in order.
-  void FormatTexts(const char *szFormat, std::span<const char *const> texts);
+  /// Appends a table's format, filled with `texts` in order.
+  template <std::size_t Texts>
+  void FormatWording(const Wording<Texts> &wording, const std::array<const char *, Texts> &texts) {
+    FormatTexts(wording.szFormat, texts);
+  }
 
   /// Appends a text as it is.
   void Append(std::string_view text);
@@ -35,6 +63,7 @@ class EventText {
   }
 
  private:
+  void FormatTexts(const char *szFormat, std::span<const char *const> texts);
   void AppendNumber(unsigned value, bool negative, unsigned base, bool upper_case, unsigned width);
 
   char *begin_;
@@ -72,31 +101,6 @@ class ScratchRef {
 
  private:
   char *sz_;  // Scratch::kSize bytes
-};
-
-/// Stops the compilation of a table whose format does not show as many texts as its place demands.
-void WordingHasWrongPlaceholders();
-
-/// A format kept in a table: exactly `Texts` directives, each "%s".
-template <std::size_t Texts>
-struct Wording {
-  consteval Wording(const char *szWording) : szFormat(szWording) {  // NOLINT(google-explicit-constructor)
-    std::size_t directives = 0;
-    for (const char *p = szWording; *p != '\0'; ++p) {
-      if (*p != '%') {
-        continue;
-      }
-      ++directives;
-      if (*++p != 's') {
-        WordingHasWrongPlaceholders();
-      }
-    }
-    if (directives != Texts) {
-      WordingHasWrongPlaceholders();
-    }
-  }
-
-  const char *szFormat;
 };
 
 }  // namespace iml

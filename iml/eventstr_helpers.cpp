@@ -22,6 +22,12 @@ const char *NextText(const char *szText) {
   return szText + std::strlen(szText) + 1;
 }
 
+void AppendDetail(EventText &szString, const char *szDetail) {
+  if (*szDetail != '\0') {
+    szString.Format(", %s", szDetail);
+  }
+}
+
 const char *Byte2Str(std::uint8_t bValue, ScratchRef szDest) {
   if (bValue == 0xFF) {
     return szUnknown;

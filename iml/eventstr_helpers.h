@@ -31,6 +31,9 @@ constexpr const char *Lookup(const char *const (&table)[N], std::size_t index,
 /// The text stored directly behind a payload text; empty when the payload ends there.
 const char *NextText(const char *szText);
 
+/// Appends a text that may follow a description, behind ", "; nothing when it is empty.
+void AppendDetail(EventText &szString, const char *szDetail);
+
 // Each of the following returns the text to print: a constant, or the text that it wrote into the scratch
 // buffer.
 
