@@ -1,0 +1,82 @@
+#!/usr/bin/env python3
+"""Checks of the manual page against itself and the sources: manual_test.py lint|options|messages ROOT"""
+import pathlib
+import re
+import subprocess
+import sys
+
+
+def lint(root):
+    """mandoc and groff have nothing to say. Which other manuals this machine has does not matter."""
+    page = str(root / "docs/orvlog.8")
+    faults = []
+    for command in (["mandoc", "-T", "lint", page], ["groff", "-mdoc", "-ww", "-z", page]):
+        run = subprocess.run(command, capture_output=True, text=True, check=False)
+        lines = (run.stdout + run.stderr).splitlines()
+        faults += [line for line in lines if "referenced manual not found" not in line and "mandoc.db" not in line]
+    return faults
+
+
+def options(root):
+    """The manual, the usage text and the completion know the options that the program's parser takes."""
+    letters = re.search(r'getopt\([^"]*"([^"]+)"', (root / "orvlog/main.cpp").read_text()).group(1).replace(":", "")
+    known = {
+        "docs/orvlog.8": r"^\.It Fl (\w)",
+        "orvlog/usage.cpp": r'"\\t-(\w) ',
+        "completions/orvlog": r"(?<![\w-])-([A-Za-z])\b(?=[^\n]*# options)",
+    }
+    faults = []
+    for name, pattern in known.items():
+        found = set(re.findall(pattern, (root / name).read_text(), re.MULTILINE))
+        if found != set(letters):
+            faults.append(f"{name}: options {''.join(sorted(found))}, the parser takes {''.join(sorted(letters))}")
+    return faults
+
+
+LITERAL = r'"(?:[^"\\]|\\.)*"'
+# A call that writes to standard error, up to its end; usage texts are the options' check.
+TO_STDERR = rf'\b(?:fprintf\(\s*stderr|perror\(|fputs\((?=[^;]*stderr))(?:{LITERAL}|[^";])*;'
+# What looks like a message, wherever it goes.
+MESSAGE = r"orvlog: |ERROR"
+
+
+def messages_of(source):
+    """The lines of the messages in a source, with printf's directives in place."""
+    texts = []
+    for group in re.finditer(rf"{LITERAL}(?:\s*{LITERAL})*", source):
+        text = "".join(part[1:-1] for part in re.findall(LITERAL, group.group(0)))
+        texts.append((group.start(), text.replace('\\"', '"')))
+    calls = [range(*call.span()) for call in re.finditer(TO_STDERR, source)]
+    for start, text in texts:
+        if any(start in call for call in calls) or re.search(MESSAGE, text):
+            yield from filter(None, (line.strip() for line in text.split("\\n")))
+
+
+def messages(root):
+    """Every message that the sources can write stands in the manual."""
+    page = subprocess.run(["mandoc", "-T", "ascii", "-O", "width=1000", str(root / "docs/orvlog.8")],
+                          capture_output=True, text=True, check=True).stdout
+    page = " ".join(re.sub(".\b", "", page).split())
+    faults, count = [], 0
+    for path in sorted([*root.glob("orvlog/*.cpp"), *root.glob("pci/*.cpp")]):
+        if path.name == "usage.cpp":
+            continue
+        for message in messages_of(path.read_text()):
+            count += 1
+            parts = [re.escape(" ".join(part.split())) for part in re.split(r" ?%\w ?", message)]
+            # What stands for a directive in the manual is one word, or part of one; perror appends a reason.
+            if not re.search(r" ?\S+? ?".join(parts), page):
+                faults.append(f"{path.relative_to(root)}: not in the manual: {message}")
+    if count < 40:
+        faults.append(f"only {count} messages found in the sources: is the pattern still right?")
+    return faults
+
+
+def main():
+    check, root = sys.argv[1:]
+    faults = {"lint": lint, "options": options, "messages": messages}[check](pathlib.Path(root))
+    print("\n".join(faults))
+    sys.exit(1 if faults else 0)
+
+
+main()
