@@ -82,6 +82,19 @@ TEST_F(EndToEnd, ListsTheSampleServer) {
   }
 }
 
+TEST_F(EndToEnd, PrintsReportsInTheOrderOfTheOptions) {
+  const Outcome outcome = orvlog({"-p", "-i", "-t"});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.err, "");
+  const size_t power = outcome.out.find("Power cap:");
+  const size_t routing = outcome.out.find("\nBusNumber\tDeviceNumber\tFunctionNumber\tLinkIntA\t");
+  const size_t thermal = outcome.out.find("\nSensor");
+  ASSERT_NE(thermal, std::string::npos);
+  EXPECT_LT(power, routing);
+  EXPECT_LT(routing, thermal);
+  EXPECT_NE(outcome.out.find("\n 5\t\t 0\t\t 0\t\t60\t\tdcb8\t\t 3\n"), std::string::npos);
+}
+
 TEST_F(EndToEnd, NoteIsReadBack) {
   const std::string note = "Replaced fan 3; 100% \"done\" %s%n";
   const Outcome added = orvlog({"-s", "Repaired", "-l", note});

@@ -211,7 +211,7 @@ TEST(CommandLine, IsForRootAlone) {
   // Behind it, a build for coverage complains that it may not write its counters.
   const std::string refusal = "orvlog: You must be root to run this utility\n";
   EXPECT_EQ(outcome.err.substr(0, refusal.size()), refusal);
-  EXPECT_EQ(outcome.err.find("usage"), std::string::npos);
+  EXPECT_EQ(outcome.err.find("usage: "), std::string::npos);
   EXPECT_EQ(outcome.status, 1);
 }
 
