@@ -164,6 +164,11 @@ void Interpreter::store(const Operand &operand, uint32_t size, uint32_t value) {
   }
 }
 
+// Reads what follows the memory operand of the operand size: the second half of a far pointer or of bounds.
+uint32_t Interpreter::read_behind_operand(uint32_t size) {
+  return read((in_.rm.where + in_.operand_size) & mask(in_.address_size), size);
+}
+
 void Interpreter::push(uint32_t value, uint32_t size) {
   gpr[kEsp] -= size;
   write(gpr[kEsp], size, value);
@@ -569,7 +574,7 @@ void Interpreter::group_inc_dec_branch(uint32_t opcode, uint32_t size) {
   if (opcode == 0xFE || (far && !in_.rm.in_memory))
     return fail(CallEnd::kInstruction);
   const uint32_t target = load(in_.rm, size);
-  const uint32_t selector = far ? read(in_.rm.where + size, 2) : 0;
+  const uint32_t selector = far ? read_behind_operand(2) : 0;
   switch (in_.reg) {
     case 2: return call(target);
     case 3: return call_far(target, selector);
@@ -695,7 +700,7 @@ void Interpreter::double_shift(bool right, uint32_t count) {
   const uint32_t source = reg(in_.reg, size);
   count &= 31;
   if (count == 0)
-    return;
+    return store(in_.rm, size, target);  // the processor writes all the same
   uint64_t result = 0;
   if (right) {
     const uint64_t pair = uint64_t{source} << width | target;
@@ -851,7 +856,7 @@ void Interpreter::load_far_pointer(Segment into) {
   if (!memory_operand())
     return;
   const uint32_t offset = read(in_.rm.where, in_.operand_size);
-  segment[into] = static_cast<uint16_t>(read(in_.rm.where + in_.operand_size, 2));
+  segment[into] = static_cast<uint16_t>(read_behind_operand(2));
   set_reg(in_.reg, in_.operand_size, offset);
 }
 
@@ -1052,7 +1057,7 @@ void Interpreter::bound() {
   const uint32_t size = in_.operand_size;
   const int64_t index = as_signed(reg(in_.reg, size), size);
   const int64_t lower = as_signed(read(in_.rm.where, size), size);
-  const int64_t upper = as_signed(read(in_.rm.where + size, size), size);
+  const int64_t upper = as_signed(read_behind_operand(size), size);
   if (index < lower || index > upper)
     fail(CallEnd::kInstruction);
 }

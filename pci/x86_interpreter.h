@@ -70,6 +70,7 @@ class Interpreter {
   void set_reg(uint32_t number, uint32_t size, uint32_t value);
   uint32_t load(const Operand &operand, uint32_t size);
   void store(const Operand &operand, uint32_t size, uint32_t value);
+  uint32_t read_behind_operand(uint32_t size);
   uint32_t pop(uint32_t size);
 
   // Decoding.

@@ -28,8 +28,8 @@ constexpr uint32_t kCompared = kArithmetic | x86::kDirection;
 constexpr uint32_t kDataSize = 0x10000;  // guest memory from 0: every 16-bit address lies in it
 constexpr uint32_t kCodeBase = 0x400000;
 constexpr uint32_t kCodeSize = 0x100000;
-constexpr uint32_t kSlot = 64;           // bytes of code memory for one vector
-constexpr uint64_t kPatience = 100'000;  // microseconds for an instruction
+constexpr uint32_t kSlot = 64;              // bytes of code memory for one vector
+constexpr uint64_t kPatience = 10'000'000;  // microseconds for an instruction
 
 enum Shape {
   kPlain,      // opcode alone
