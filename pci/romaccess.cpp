@@ -227,8 +227,7 @@ const uint8_t *find_call(const rominfo *ri, const char *signature, uint64_t budg
       return nullptr;
     x86_reg_t reg = {};
     std::memcpy(&reg.u1.s1.reax, signature, sizeof(reg.u1.s1.reax));
-    // A call that fails leaves AL as it is, the signature's first character: the service is then unknown
-    // here.
+    // A call that fails leaves AL as it is, a character of the signature: the search goes on.
     call_within(ri, &reg, rom_at(ri, entry), {}, budget);
     if (reg.u1.s3.ral != 0) {
       place = reinterpret_cast<const uint8_t *>(directory) + sizeof(bios_t);

@@ -169,6 +169,15 @@ uint32_t Interpreter::read_behind_operand(uint32_t size) {
   return read((in_.rm.where + in_.operand_size) & mask(in_.address_size), size);
 }
 
+uint32_t Interpreter::input(uint32_t port, uint32_t size) {
+  return failed() ? 0 : port_in(static_cast<uint16_t>(port), size);
+}
+
+void Interpreter::output(uint32_t port, uint32_t size, uint32_t value) {
+  if (!failed())
+    port_out(static_cast<uint16_t>(port), size, value);
+}
+
 void Interpreter::push(uint32_t value, uint32_t size) {
   gpr[kEsp] -= size;
   write(gpr[kEsp], size, value);
@@ -414,8 +423,8 @@ void Interpreter::one_byte(uint32_t opcode) {
     case 0xD7:  // XLAT
       return set_reg(kEax, 1, read((gpr[kEbx] + reg(kEax, 1)) & mask(in_.address_size), 1));
     case 0xE0: case 0xE1: case 0xE2: case 0xE3: return loop(opcode);
-    case 0xE4: case 0xE5: return set_reg(kEax, size, port_in(static_cast<uint16_t>(fetch(1)), size));
-    case 0xE6: case 0xE7: return port_out(static_cast<uint16_t>(fetch(1)), size, reg(kEax, size));
+    case 0xE4: case 0xE5: return set_reg(kEax, size, input(fetch(1), size));
+    case 0xE6: case 0xE7: return output(fetch(1), size, reg(kEax, size));
     case 0xE8: {
       const uint32_t displacement = fetch(full);
       return call(eip + displacement);
@@ -426,8 +435,8 @@ void Interpreter::one_byte(uint32_t opcode) {
       return jump_far(target, fetch(2));
     }
     case 0xEB: return jump_relative(fetch_signed_byte(), true);
-    case 0xEC: case 0xED: return set_reg(kEax, size, port_in(static_cast<uint16_t>(gpr[kEdx]), size));
-    case 0xEE: case 0xEF: return port_out(static_cast<uint16_t>(gpr[kEdx]), size, reg(kEax, size));
+    case 0xEC: case 0xED: return set_reg(kEax, size, input(gpr[kEdx], size));
+    case 0xEE: case 0xEF: return output(gpr[kEdx], size, reg(kEax, size));
     case 0xF5: return set_flag(kCarry, !flag(kCarry));
     case 0xF6: case 0xF7: return group_unary(size);
     case 0xF8: return set_flag(kCarry, false);
@@ -949,21 +958,17 @@ void Interpreter::string_once(uint32_t kind, uint32_t size) {
   const uint32_t width = in_.address_size;
   const uint32_t source = reg(kEsi, width);
   const uint32_t target = reg(kEdi, width);
-  const uint16_t port = static_cast<uint16_t>(gpr[kEdx]);
   bool uses_source = true;
   bool uses_target = true;
   switch (kind) {
     case 0x6C:  // INS
       uses_source = false;
-      write(target, size, port_in(port, size));
+      write(target, size, input(gpr[kEdx], size));
       break;
-    case 0x6E: {  // OUTS
+    case 0x6E:  // OUTS
       uses_target = false;
-      const uint32_t value = read(source, size);
-      if (!failed())
-        port_out(port, size, value);
+      output(gpr[kEdx], size, read(source, size));
       break;
-    }
     case 0xA4:  // MOVS
       write(target, size, read(source, size));
       break;

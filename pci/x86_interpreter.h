@@ -60,7 +60,8 @@ class Interpreter {
   void fail(CallEnd why);
   bool spend();
 
-  // Memory, instruction bytes, registers and operands. After a failure reads give 0 and writes are dropped.
+  // Memory, instruction bytes, registers, operands and ports. After a failure reads give 0 and writes are
+  // dropped.
   uint8_t *host(uint32_t address, uint32_t size, bool to_write) const;
   uint32_t read(uint32_t address, uint32_t size);
   void write(uint32_t address, uint32_t size, uint32_t value);
@@ -72,6 +73,8 @@ class Interpreter {
   void store(const Operand &operand, uint32_t size, uint32_t value);
   uint32_t read_behind_operand(uint32_t size);
   uint32_t pop(uint32_t size);
+  uint32_t input(uint32_t port, uint32_t size);
+  void output(uint32_t port, uint32_t size, uint32_t value);
 
   // Decoding.
   void step();

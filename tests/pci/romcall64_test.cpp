@@ -211,6 +211,13 @@ TEST(RomCall, Ports) {
   EXPECT_EQ(call.reg.redi, kLentBase + 0x82);
   const std::vector<fake_portio::Write> writes = {{0xCF8, 4, 0}, {0x80, 1, 0xFA}, {0xCF8, 2, 0x0100}};
   EXPECT_EQ(fake_portio::writes, writes);
+
+  // An instruction that fails must not reach a port: out imm8 without its byte, lock out, outs of nothing.
+  fake_portio::writes.clear();
+  for (const char *code : {"E6", "F0 EE", "31 F6 6E", "F3 F3 F3 F3 F3 F3 F3 F3 F3 F3 F3 F3 F3 F3 E6 80"}) {
+    EXPECT_NE(Call().run(code), CallEnd::kReturned) << code;
+  }
+  EXPECT_TRUE(fake_portio::writes.empty());
 }
 
 struct Failure {
