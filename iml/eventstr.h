@@ -18,8 +18,9 @@ extern "C" {
 #endif
 
 /* The description of a whole record, which is only read: 240 bytes at `pEvtLogEntry`, whatever they hold.
- * Returns 1 when the event is known, 0 when "Unknown Event (Class 0x.., Code 0x..)" was written in its place.
- * Bytes of texts stored in the record are copied as they are: the line can hold control characters. */
+ * Returns 1 when the event is known, 0 when "Unknown Event (Class 0x.., Code 0x..)" was written in its place,
+ * or when `ulSize` leaves no room for a first character. Bytes of texts stored in the record are copied as
+ * they are: the line can hold control characters. */
 IML_API uint8_t TranslateEventLogMessage(const EVT_LOG_ENTRY *pEvtLogEntry, char *szString, uint32_t ulSize);
 
 /* The name of an event class. Returns 1, or 0 when the class has no name and "Unknown" was written. */
