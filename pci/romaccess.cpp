@@ -235,8 +235,8 @@ const uint8_t *find_call(const rominfo *ri, const char *signature, uint64_t budg
     }
     const uint32_t service = reg.u2.s1.rebx + reg.u4.s1.redx;
     if (!in_rom_area(service)) {
-      fprintf(stderr, "rom_call returned invalid entry point %p\n",
-              reinterpret_cast<void *>(uintptr_t{service}));
+      void *const shown = reinterpret_cast<void *>(uintptr_t{service});  // NOLINT(performance-no-int-to-ptr)
+      fprintf(stderr, "rom_call returned invalid entry point %p\n", shown);
       return nullptr;
     }
     return rom_at(ri, service);
