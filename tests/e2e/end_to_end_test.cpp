@@ -7,6 +7,7 @@
 #include <random>
 #include <regex>
 #include <set>
+#include <sstream>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -21,6 +22,19 @@ namespace fs = std::filesystem;
 
 namespace {
 
+/// The program with what it runs under: the words of the environment's ORVLOG_UNDER (a checker's command), if
+/// any.
+std::vector<std::string> program(const std::vector<std::string> &arguments) {
+  std::vector<std::string> words;
+  if (const char *const under = getenv("ORVLOG_UNDER")) {
+    std::istringstream list(under);
+    words.assign(std::istream_iterator<std::string>(list), {});
+  }
+  words.emplace_back(ORVLOG_PROGRAM);
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  return words;
+}
+
 /// A copy of the sample server, thrown away at the end of the test.
 class EndToEnd : public testing::Test {
  protected:
@@ -34,9 +48,8 @@ class EndToEnd : public testing::Test {
     fs::remove_all(server_);
   }
 
-  Outcome orvlog(std::vector<std::string> words) const {
-    words.insert(words.begin(), ORVLOG_PROGRAM);
-    return run(words, [this] { setenv("ORVLOG_SIMULATOR", server_.c_str(), 1); });
+  Outcome orvlog(const std::vector<std::string> &arguments) const {
+    return run(program(arguments), [this] { setenv("ORVLOG_SIMULATOR", server_.c_str(), 1); });
   }
 
   void write_file(const std::string &name, const std::string &bytes) const {
@@ -114,14 +127,11 @@ TEST_F(EndToEnd, NoteIsReadBack) {
 TEST_F(EndToEnd, NotesAddedAtOnceAreAllKept) {
   constexpr int kNotes = 50;
   const auto before = matches(orvlog({"-v"}).out, kEntryLine);
-  setenv("ORVLOG_SIMULATOR", server_.c_str(), 1);
   std::vector<pid_t> children;
   for (int i = 0; i < kNotes; ++i) {
-    const std::string note = "note " + std::to_string(i);
     const pid_t child = fork();
     if (child == 0) {
-      execl(ORVLOG_PROGRAM, "orvlog", "-s", "info", "-l", note.c_str(), nullptr);
-      _exit(127);
+      _exit(orvlog({"-s", "info", "-l", "note " + std::to_string(i)}).status);
     }
     children.push_back(child);
   }
@@ -175,14 +185,14 @@ TEST_F(EndToEnd, HostileRecordsGiveOneCleanLineEach) {
 }
 
 TEST_F(EndToEnd, MachineWithoutDriver) {
-  const Outcome outcome = run({ORVLOG_PROGRAM, "-v"}, [] { unsetenv("ORVLOG_SIMULATOR"); });
+  const Outcome outcome = run(program({"-v"}), [] { unsetenv("ORVLOG_SIMULATOR"); });
   EXPECT_EQ(outcome.out,
             "\nERROR: Could not open /dev/zythealth/cdt.\nPlease make sure the Health Monitor is started.");
   EXPECT_EQ(outcome.status, 1);
 }
 
 TEST_F(EndToEnd, MakersLibrariesComeFirstOnTheLoadersPath) {
-  const Outcome outcome = run({ORVLOG_PROGRAM, "-v"}, [] { setenv("LD_LIBRARY_PATH", OTHER_DRIVER_DIR, 1); });
+  const Outcome outcome = run(program({"-v"}), [] { setenv("LD_LIBRARY_PATH", OTHER_DRIVER_DIR, 1); });
   EXPECT_EQ(outcome.err, "orvlog: This server has no IML support.\n");
   EXPECT_EQ(outcome.out, "orvlog: The IML Log is empty.\n");
 }
