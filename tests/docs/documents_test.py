@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Checks of the manual page against itself and the sources: manual_test.py lint|options|messages ROOT"""
+"""Checks the documents against the tree: documents_test.py lint|options|messages|map ROOT"""
+import json
 import pathlib
 import re
 import subprocess
@@ -72,9 +73,36 @@ def messages(root):
     return faults
 
 
+def map_of(root):
+    """What the pages name exists; the readme names all presets and scripts, the map all files worth a line."""
+    faults = []
+    pages = [*root.glob("*.md"), *root.glob("docs/*.md")]
+    folders = "|".join(sorted(path.name for path in root.iterdir() if path.is_dir() and path.name != "build"))
+    for page in pages:
+        text = page.read_text()
+        links = [(page.parent, link) for link in re.findall(r"\]\((?!https?:|#)([^)#]+)\)", text)]
+        paths = [(root, path) for path in re.findall(rf"`((?:{folders})/[\w./*-]*)", text)]
+        for base, name in links + paths:
+            if "XX" not in name and not any(base.glob(name)) and not (base / name).exists():
+                faults.append(f"{page.relative_to(root)}: there is no {name}")
+
+    presets = json.loads((root / "CMakePresets.json").read_text())["configurePresets"]
+    named = {
+        "README.md": [f"`{preset['name']}`" for preset in presets if not preset.get("hidden")]
+                     + [f"scripts/{path.name}" for path in root.glob("scripts/*") if path.name != "check-hardening"],
+        "docs/architecture.md": [f"`{path.stem}" for folder, pattern in (
+            ("cmake", "*.cmake"), ("orvlog", "*.cpp"), ("iml", "[!c]*.cpp"), ("pci", "*.cpp"), ("fuzz", "*.cpp"),
+            ("platform", "*.h")) for path in root.glob(f"{folder}/{pattern}")],
+    }
+    for page, names in named.items():
+        text = re.sub(r"`(?:platform|iml|pci|orvlog)/", "`", (root / page).read_text())
+        faults += [f"{page} does not name {name.strip('`')}" for name in names if name not in text]
+    return faults
+
+
 def main():
     check, root = sys.argv[1:]
-    faults = {"lint": lint, "options": options, "messages": messages}[check](pathlib.Path(root))
+    faults = {"lint": lint, "options": options, "messages": messages, "map": map_of}[check](pathlib.Path(root))
     print("\n".join(faults))
     sys.exit(1 if faults else 0)
 
