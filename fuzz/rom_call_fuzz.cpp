@@ -44,8 +44,9 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   x86_reg_t reg;
-  if (size < sizeof(reg))
+  if (size < sizeof(reg)) {
     return 0;
+  }
   std::memcpy(&reg, data, sizeof(reg));
   static std::vector<uint8_t> rom(kRomSize);
   uint8_t *const code = rom.data() + (kCodeAt - kRomBase);
@@ -59,15 +60,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   RomMachine machine{windows, kBudget};
   const x86_reg_t before = reg;
   const CallEnd end = rom_call(&reg, kCodeAt, machine);
-  if (end != CallEnd::kReturned && std::memcmp(&reg, &before, sizeof(reg)) != 0)
+  if (end != CallEnd::kReturned && std::memcmp(&reg, &before, sizeof(reg)) != 0) {
     abort();
+  }
 
   if (memmem(code, code_size, "_32_", 4) != nullptr) {
     rominfo ri = {};
     ri.rom = rom.data();
     const uint8_t *entry = find_call(&ri, "$PCI", kBudget);
-    if (entry != nullptr && (entry < ri.rom || entry >= ri.rom + kRomSize))
+    if (entry != nullptr && (entry < ri.rom || entry >= ri.rom + kRomSize)) {
       abort();
+    }
   }
   std::memset(code, 0, code_size);
   return 0;

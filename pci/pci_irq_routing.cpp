@@ -59,11 +59,13 @@ pci_irq_route_entry read_slot(const char *slot_name) {
   pci_irq_route_entry entry = {};
   char path[PATH_MAX];
   const int length = snprintf(path, sizeof(path), "%s/%s/address", pci_slots_dir, slot_name);
-  if (length < 0 || static_cast<size_t>(length) >= sizeof(path))
+  if (length < 0 || static_cast<size_t>(length) >= sizeof(path)) {
     return entry;
+  }
   const int fd = orvOpenRequest(path, kOpenRead);
-  if (fd < 0)
+  if (fd < 0) {
     return entry;
+  }
   char text[128 + 1] = {};
   if (read(fd, text, sizeof(text) - 1) > 0) {
     unsigned bus = 0;
@@ -81,8 +83,9 @@ pci_irq_route_entry read_slot(const char *slot_name) {
 // Asks the PCI BIOS of the open ROM for its table. Returns the result of the call, or -1 if it cannot be
 // called.
 int read_rom_routes() {
-  if (ri.pci_bios_entry_point == nullptr || ri.pci_es == 0)
+  if (ri.pci_bios_entry_point == nullptr || ri.pci_es == 0) {
     return -1;
+  }
   pci_route_info info = {.size = sizeof(internal_table), .data = kGuestTable, .res = ri.pci_es};
   const MemoryWindow lent[] = {
       {.base = kGuestInfo, .host = &info, .size = sizeof(info), .writable = true},
@@ -102,15 +105,17 @@ int read_rom_routes() {
 
 void deliver(pci_irq_route_entry *p, int *size) {
   const int capacity = *size;
-  if (p != nullptr)
+  if (p != nullptr) {
     std::copy_n(internal_table, std::clamp(capacity, 0, internal_table_size), p);
+  }
   *size = internal_table_size;
   add_to_irq_route_table(p, capacity, size);
 }
 
 int copy_from(int (*source)(), pci_irq_route_entry *p, int *size) {
-  if (source() != 0 || internal_table_size == 0)
+  if (source() != 0 || internal_table_size == 0) {
     return -1;
+  }
   deliver(p, size);
   return 0;
 }
@@ -121,8 +126,9 @@ const pci_irq_route_entry *find_bridge_entry(const int (&bridge)[kBuses], int bu
   // Bridges that lead to each other in a ring are given up after as many steps as there are buses.
   for (int step = 0; step < kBuses && above >= 0; ++step) {
     const pci_irq_route_entry *entry = get_irq_route_table_entry(bus_of(above), device_of(above));
-    if (entry != nullptr)
+    if (entry != nullptr) {
       return entry;
+    }
     above = bridge[bus_of(above)];
   }
   return nullptr;
@@ -130,10 +136,12 @@ const pci_irq_route_entry *find_bridge_entry(const int (&bridge)[kBuses], int bu
 
 // Appends `entry`, counting it even where it finds no room.
 void append(const pci_irq_route_entry &entry, pci_irq_route_entry *table, int max_size, int *size) {
-  if (table != nullptr && *size >= 0 && *size < max_size)
+  if (table != nullptr && *size >= 0 && *size < max_size) {
     table[*size] = entry;
-  if (*size < INT_MAX)
+  }
+  if (*size < INT_MAX) {
     ++*size;
+  }
 }
 
 }  // namespace
@@ -142,13 +150,15 @@ int pci_irq_route_table_from_kelmd() {
   clear_internal_table();
   char text[kReportSize + 1] = {};  // the driver may fill all of kReportSize
   const int fd = orvOpenRequest(kNodeReports, kOpenRead);
-  if (fd < 0)
+  if (fd < 0) {
     return -1;
+  }
   orvIoctlRequest(fd, kReportPciRouting, text, kReportRequestLength);
   orvCloseRequest(fd);
   const int count = read_daemon_routes(text, internal_table);
-  if (count < 0)
+  if (count < 0) {
     return -1;
+  }
   internal_table_size = count;
   return 0;
 }
@@ -157,13 +167,16 @@ int pci_irq_route_table_from_sys() {
   clear_internal_table();
   struct dirent **names = nullptr;
   const int count = scandir(pci_slots_dir, &names, file_select, alphasort);
-  if (count < 0)
+  if (count < 0) {
     return -1;
+  }
   internal_table_size = std::min(count, kRouteTableEntries);
-  for (int i = 0; i < internal_table_size; ++i)
+  for (int i = 0; i < internal_table_size; ++i) {
     internal_table[i] = read_slot(names[i]->d_name);
-  for (int i = 0; i < count; ++i)
+  }
+  for (int i = 0; i < count; ++i) {
     free(names[i]);
+  }
   free(names);
   return internal_table_size > 0 ? 0 : -1;
 }
@@ -171,8 +184,9 @@ int pci_irq_route_table_from_sys() {
 int pci_irq_route_table_from_proc() {
   clear_internal_table();
   FILE *file = fopen(zytpci_path, "re");
-  if (file == nullptr)
+  if (file == nullptr) {
     return -1;
+  }
   internal_table_size = read_proc_routes(file, internal_table);
   (void)fclose(file);
   return 0;
@@ -186,10 +200,12 @@ int pci_irq_route_table_from_rom_internal() {
     rom_initialized = 1;
     result = romcall_init(&ri, kSkipInt15 | kSkipEv);
   }
-  if (result == 0)
+  if (result == 0) {
     result = read_rom_routes();
-  if (opened)
+  }
+  if (opened) {
     romcall_fini(&ri);
+  }
   return result >= 0 && internal_table_size > 0 ? 0 : -1;
 }
 
@@ -227,8 +243,9 @@ void add_to_irq_route_table(pci_irq_route_entry *table, int max_size, int *size)
   DIR *buses;
   for (int bus = first_bus(&buses); bus >= 0; bus = next_bus(&buses)) {
     const pci_irq_route_entry *inherited = find_bridge_entry(bridge, bus);
-    if (inherited == nullptr)
+    if (inherited == nullptr) {
       continue;
+    }
     pci_irq_route_entry entry = *inherited;
     entry.bus = static_cast<uint8_t>(bus);
     DIR *devices;
@@ -250,12 +267,15 @@ int compute_predecessor_bridge(int *pred, int size) {
       const int dev = devfn >> 3;
       const int fn = devfn & 7;
       uint8_t value;
-      if (pci_read_config(bus, dev, fn, kBaseClass, &value, 1) != 0 || value != kClassBridge)
+      if (pci_read_config(bus, dev, fn, kBaseClass, &value, 1) != 0 || value != kClassBridge) {
         continue;
-      if (pci_read_config(bus, dev, fn, kSubClass, &value, 1) != 0 || value != kSubClassPciToPci)
+      }
+      if (pci_read_config(bus, dev, fn, kSubClass, &value, 1) != 0 || value != kSubClassPciToPci) {
         continue;
-      if (pci_read_config(bus, dev, fn, kSecondaryBus, &value, 1) == 0 && value < size)
+      }
+      if (pci_read_config(bus, dev, fn, kSecondaryBus, &value, 1) == 0 && value < size) {
         pred[value] = bus << 8 | devfn;
+      }
     }
   }
   return highest;
@@ -263,8 +283,9 @@ int compute_predecessor_bridge(int *pred, int size) {
 
 const pci_irq_route_entry *get_irq_route_table_entry(int bus, int dev) {
   for (int i = 0; i < internal_table_size; ++i) {
-    if (internal_table[i].bus == bus && internal_table[i].dev >> 3 == dev)
+    if (internal_table[i].bus == bus && internal_table[i].dev >> 3 == dev) {
       return &internal_table[i];
+    }
   }
   return nullptr;
 }

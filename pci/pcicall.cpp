@@ -48,12 +48,14 @@ bool open_walk(DIR **dp, const char *path) {
 // The next name of at least `shortest` and at most `longest` characters, other than "." and ".."; null at the
 // end, with the directory closed.
 const char *next_name(DIR **dp, size_t shortest, size_t longest) {
-  if (*dp == nullptr)
+  if (*dp == nullptr) {
     return nullptr;
+  }
   while (const dirent *entry = readdir(*dp)) {
     const size_t length = strlen(entry->d_name);
-    if (file_select(entry) != 0 && length >= shortest && length <= longest)
+    if (file_select(entry) != 0 && length >= shortest && length <= longest) {
       return entry->d_name;
+    }
   }
   closedir(*dp);
   *dp = nullptr;
@@ -62,11 +64,13 @@ const char *next_name(DIR **dp, size_t shortest, size_t longest) {
 
 // Joins the current bus and a function on it; a bus that has none ends the whole walk.
 int enter_bus(pci_iter *iter) {
-  if (iter->bus < 0)
+  if (iter->bus < 0) {
     return -1;
+  }
   const int devfn = first_device(&iter->devdir, iter->bus);
-  if (devfn >= 0)
+  if (devfn >= 0) {
     return iter->bus << 8 | devfn;
+  }
   closedir(iter->busdir);
   iter->busdir = nullptr;
   return -1;
@@ -79,8 +83,9 @@ int pci_open(int bus, int dev, int fn, int perm) {
   const int length =
       snprintf(path, sizeof(path), "%s/%2.2x/%2.2x.%1.1x", pci_proc_dir, static_cast<unsigned>(bus),
                static_cast<unsigned>(dev), static_cast<unsigned>(fn));
-  if (length < 0 || static_cast<size_t>(length) >= sizeof(path))
+  if (length < 0 || static_cast<size_t>(length) >= sizeof(path)) {
     return -1;
+  }
   return orvOpenRequest(path, perm);
 }
 
@@ -91,12 +96,14 @@ int pci_close(int fd_pci) {
 int pci_read_config(int bus, int dev, int fn, int offset, void *value, size_t size) {
   memset(value, 0xFF, size);
   const int fd = pci_open(bus, dev, fn, kOpenRead);
-  if (fd < 0)
+  if (fd < 0) {
     return -1;
+  }
   const bool complete = seek_to(fd, offset) && is_complete(read(fd, value, size), size);
   pci_close(fd);
-  if (complete)
+  if (complete) {
     return 0;
+  }
   memset(value, 0xFF, size);  // a short read may have put something there
   return -1;
 }
@@ -119,8 +126,9 @@ int pci_read_config_dword(int bus, int dev, int fn, int offset, uint32_t *value)
 
 int pci_write_config(int bus, int dev, int fn, int offset, const void *value, size_t size) {
   const int fd = pci_open(bus, dev, fn, kOpenReadWrite);
-  if (fd < 0)
+  if (fd < 0) {
     return -1;
+  }
   const bool complete = seek_to(fd, offset) && is_complete(write(fd, value, size), size);
   pci_close(fd);
   return complete ? 0 : -1;
@@ -152,15 +160,17 @@ int first_device(DIR **dp, int bus) {
   char path[kPathSize];
   *dp = nullptr;
   const int length = snprintf(path, sizeof(path), "%s/%2.2x", pci_proc_dir, static_cast<unsigned>(bus));
-  if (length < 0 || static_cast<size_t>(length) >= sizeof(path))
+  if (length < 0 || static_cast<size_t>(length) >= sizeof(path)) {
     return -1;
+  }
   return open_walk(dp, path) ? next_device(dp) : -1;
 }
 
 int next_device(DIR **dp) {
   const char *name = next_name(dp, 4, NAME_MAX);
-  if (name == nullptr)
+  if (name == nullptr) {
     return -1;
+  }
   const int dev = static_cast<int>(strtol(name, nullptr, 16) & 0x1F);
   const int fn = static_cast<int>(strtol(name + 3, nullptr, 16) & 0x07);
   return dev << 3 | fn;
@@ -174,8 +184,9 @@ int first_pci_device(pci_iter *iter) {
 
 int next_pci_device(pci_iter *iter) {
   const int devfn = next_device(&iter->devdir);
-  if (devfn >= 0)
+  if (devfn >= 0) {
     return iter->bus << 8 | devfn;
+  }
   iter->bus = next_bus(&iter->busdir);
   return enter_bus(iter);
 }
@@ -186,25 +197,30 @@ int file_select(const struct dirent *entry) {
 
 int pci_read_config_speed(int bus, int dev, int fn) {
   uint16_t status;
-  if (pci_read_config_word(bus, dev, fn, kStatus, &status) != 0)
+  if (pci_read_config_word(bus, dev, fn, kStatus, &status) != 0) {
     return 0;
+  }
   const int speed = (status & kStatus66MHz) != 0 ? 66 : 33;
-  if ((status & kStatusCapabilities) == 0)
+  if ((status & kStatusCapabilities) == 0) {
     return speed;
+  }
 
   uint8_t next;
-  if (pci_read_config_byte(bus, dev, fn, kCapabilitiesPointer, &next) != 0)
+  if (pci_read_config_byte(bus, dev, fn, kCapabilitiesPointer, &next) != 0) {
     return speed;
+  }
   for (int step = 0; step < kMaxCapabilities; ++step) {
     const int capability = next & ~3;
     uint8_t id;
     if (capability == 0 || pci_read_config_byte(bus, dev, fn, capability, &id) != 0 ||
-        pci_read_config_byte(bus, dev, fn, capability + 1, &next) != 0 || id == kCapabilityNone)
+        pci_read_config_byte(bus, dev, fn, capability + 1, &next) != 0 || id == kCapabilityNone) {
       return speed;
+    }
     if (id == kCapabilityPciX) {
       uint32_t pci_x_status;
-      if (pci_read_config_dword(bus, dev, fn, capability + kPciXStatus, &pci_x_status) != 0)
+      if (pci_read_config_dword(bus, dev, fn, capability + kPciXStatus, &pci_x_status) != 0) {
         return 133;
+      }
       return (pci_x_status & kPciXStatus133MHz) != 0 ? 133 : 66;
     }
   }

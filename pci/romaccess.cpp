@@ -52,24 +52,28 @@ int call_within(const rominfo *ri, x86_reg_t *reg, const uint8_t *entry_point,
     perror("iopl(3)");
     return -1;
   }
-  if (!points_into_rom(ri, entry_point) || lent.size() > kMaxLent)
+  if (!points_into_rom(ri, entry_point) || lent.size() > kMaxLent) {
     return -1;
+  }
 
   MemoryWindow windows[kMaxWindows] = {{kRomBase, const_cast<uint8_t *>(ri->rom), kRomSize, false}};
   std::copy(lent.begin(), lent.end(), windows + 1);
   x86_reg_t work;
   for (int busy = 0;; ++busy) {
-    if (busy == kBusyAnswersBeforeUnlock)
+    if (busy == kBusyAnswersBeforeUnlock) {
       unlock_rom();
+    }
     const uint64_t granted = std::min(budget, kCallBudget);
     RomMachine machine{{windows, lent.size() + 1}, granted};
     work = *reg;
     const CallEnd end = rom_call(&work, physical_address(ri, entry_point), machine);
     budget -= granted - machine.budget;
-    if (end != CallEnd::kReturned)
+    if (end != CallEnd::kReturned) {
       return -1;
-    if (work.u1.s3.rah != kBusy || busy == kBusyAnswersBeforeUnlock)
+    }
+    if (work.u1.s3.rah != kBusy || busy == kBusyAnswersBeforeUnlock) {
       break;
+    }
   }
   *reg = work;
   return work.reflags & 1 ? -work.u1.s3.rah : work.u1.s3.rah;
@@ -77,16 +81,19 @@ int call_within(const rominfo *ri, x86_reg_t *reg, const uint8_t *entry_point,
 
 bool valid_header(const rominfo *ri, const uint8_t *place) {
   bios_t header;
-  if (std::memcmp(place, "_32_", sizeof(header.fields.signature)) != 0)
+  if (std::memcmp(place, "_32_", sizeof(header.fields.signature)) != 0) {
     return false;
+  }
   std::memcpy(&header, place, sizeof(header));
   const size_t size = header.fields.length * size_t{16};
   const size_t left = kRomSize - static_cast<size_t>(place - ri->rom);
-  if (header.fields.revision != 0 || size == 0 || size > left)
+  if (header.fields.revision != 0 || size == 0 || size > left) {
     return false;
+  }
   uint8_t sum = 0;
-  for (size_t i = 0; i < size; ++i)
+  for (size_t i = 0; i < size; ++i) {
     sum = static_cast<uint8_t>(sum + place[i]);
+  }
   return sum == 0;
 }
 
@@ -98,13 +105,15 @@ bool is_unlock_device(const PCIConfigHeader &header) {
 // Unlocks if `path` is the unlock device's configuration file; false if it is not.
 bool unlock_through(const char *path) {
   const int fd = open(path, O_RDONLY | O_CLOEXEC);
-  if (fd < 0)
+  if (fd < 0) {
     return false;
+  }
   PCIConfigHeader header;
   const ssize_t got = read(fd, &header, sizeof(header));
   close(fd);
-  if (got != static_cast<ssize_t>(sizeof(header)) || !is_unlock_device(header))
+  if (got != static_cast<ssize_t>(sizeof(header)) || !is_unlock_device(header)) {
     return false;
+  }
   const uint32_t *bars = header.Type.Zero.BaseAddressReg;
   const uint32_t base = (bars[0] & 1 ? bars[0] : bars[1]) & ~1u;
   // A port number is 16 bits: what a register holds above them is dropped.
@@ -117,13 +126,15 @@ bool unlock_on_bus(const char *bus_name) {
   char path[PATH_MAX];
   snprintf(path, sizeof(path), "%s/%s", pci_proc_dir, bus_name);
   DIR *bus = opendir(path);
-  if (bus == nullptr)
+  if (bus == nullptr) {
     return false;
+  }
   bool done = false;
   const dirent *entry;
   while (!done && (entry = readdir(bus)) != nullptr) {
-    if (strlen(entry->d_name) < 4)
+    if (strlen(entry->d_name) < 4) {
       continue;
+    }
     snprintf(path, sizeof(path), "%s/%s/%s", pci_proc_dir, bus_name, entry->d_name);
     done = unlock_through(path);
   }
@@ -147,8 +158,9 @@ int romcall_init(rominfo *ri, int skip) {
   }
   // Nothing is executed in place: a system that refuses to map physical memory executable will do.
   void *rom = mmap(nullptr, kRomSize, PROT_READ | PROT_EXEC, MAP_SHARED, ri->fd_mem, kRomBase);
-  if (rom == MAP_FAILED)
+  if (rom == MAP_FAILED) {
     rom = mmap(nullptr, kRomSize, PROT_READ, MAP_SHARED, ri->fd_mem, kRomBase);
+  }
   if (rom == MAP_FAILED) {
     perror("mmaping /dev/mem");
     close(ri->fd_mem);
@@ -160,18 +172,22 @@ int romcall_init(rominfo *ri, int skip) {
     fputs("Not a Orv Stratum Server!\n", stderr);
     return -1;
   }
-  if (!(skip & kSkipInt15))
+  if (!(skip & kSkipInt15)) {
     find_int15_call(ri);
-  if (!(skip & kSkipEv))
+  }
+  if (!(skip & kSkipEv)) {
     find_ev_call(ri);
-  if (!(skip & kSkipPciBios))
+  }
+  if (!(skip & kSkipPciBios)) {
     find_pci_bios_call(ri);
+  }
   return 0;
 }
 
 int romcall_fini(rominfo *ri) {
-  if (ri->rom == nullptr)
+  if (ri->rom == nullptr) {
     return 0;
+  }
   if (munmap(const_cast<uint8_t *>(ri->rom), kRomSize) != 0) {
     perror("munmaping /dev/mem");
     return -1;
@@ -198,8 +214,9 @@ void find_ev_call(rominfo *ri) {
 
 void find_pci_bios_call(rominfo *ri) {
   ri->pci_bios_entry_point = find_call(ri, "$PCI");
-  if (ri->pci_bios_entry_point != nullptr)
+  if (ri->pci_bios_entry_point != nullptr) {
     pci_bios_present(ri, ri->pci_bios_entry_point);
+  }
 }
 
 int pci_bios_present(rominfo *ri, const uint8_t *entry_point) {
@@ -213,8 +230,9 @@ int pci_bios_present(rominfo *ri, const uint8_t *entry_point) {
 
 const bios_t *find_bios32_call(const rominfo *ri, const uint8_t *rom_start) {
   for (const uint8_t *place = rom_start; points_into_rom(ri, place); place += sizeof(bios_t)) {
-    if (valid_header(ri, place))
+    if (valid_header(ri, place)) {
       return reinterpret_cast<const bios_t *>(place);
+    }
   }
   return nullptr;
 }
@@ -223,8 +241,9 @@ const uint8_t *find_call(const rominfo *ri, const char *signature, uint64_t budg
   const uint8_t *place = ri->rom;
   while (const bios_t *directory = find_bios32_call(ri, place)) {
     const uint32_t entry = directory->fields.entry;
-    if (!in_rom_area(entry))
+    if (!in_rom_area(entry)) {
       return nullptr;
+    }
     x86_reg_t reg = {};
     std::memcpy(&reg.u1.s1.reax, signature, sizeof(reg.u1.s1.reax));
     // A call that fails leaves AL as it is, a character of the signature: the search goes on.
@@ -235,6 +254,7 @@ const uint8_t *find_call(const rominfo *ri, const char *signature, uint64_t budg
     }
     const uint32_t service = reg.u2.s1.rebx + reg.u4.s1.redx;
     if (!in_rom_area(service)) {
+      // Only printed, in the form that %p gives an address.
       void *const shown = reinterpret_cast<void *>(uintptr_t{service});  // NOLINT(performance-no-int-to-ptr)
       fprintf(stderr, "rom_call returned invalid entry point %p\n", shown);
       return nullptr;
@@ -252,8 +272,9 @@ int do_rom_call(const rominfo *ri, x86_reg_t *reg, const uint8_t *entry_point, i
 }
 
 int rom_peek(const rominfo *ri, uint32_t addr, void *buffer, size_t size) {
-  if (ri->rom == nullptr || !in_rom_area(addr) || size > kRomSize - (addr - kRomBase))
+  if (ri->rom == nullptr || !in_rom_area(addr) || size > kRomSize - (addr - kRomBase)) {
     return -1;
+  }
   std::memcpy(buffer, rom_at(ri, addr), size);
   return 0;
 }
@@ -268,8 +289,9 @@ void unlock_rom() {
   const dirent *entry;
   while (!done && (entry = readdir(top)) != nullptr) {
     const char *name = entry->d_name;
-    if (strlen(name) != 2 || strcmp(name, "..") == 0)
+    if (strlen(name) != 2 || strcmp(name, "..") == 0) {
       continue;
+    }
     done = unlock_on_bus(name);
   }
   closedir(top);

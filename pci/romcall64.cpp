@@ -14,8 +14,9 @@ constexpr uint32_t kStackAbove = 16;
 CallEnd rom_call(x86_reg_t *reg, uint32_t entry_point, RomMachine &machine) {
   uint8_t stack[kStackSize] = {};
   MemoryWindow windows[kMaxWindows + 1] = {{kStackBase, stack, kStackSize, true}};
-  if (machine.windows.size() > kMaxWindows)
+  if (machine.windows.size() > kMaxWindows) {
     return CallEnd::kMemory;
+  }
   std::copy(machine.windows.begin(), machine.windows.end(), windows + 1);
 
   x86::Interpreter cpu({windows, machine.windows.size() + 1}, machine.budget);
@@ -35,8 +36,9 @@ CallEnd rom_call(x86_reg_t *reg, uint32_t entry_point, RomMachine &machine) {
   cpu.push(kCodeSelector, 4);
   cpu.push(kReturnAddress, 4);
   const CallEnd end = cpu.run(kReturnAddress);
-  if (end != CallEnd::kReturned)
+  if (end != CallEnd::kReturned) {
     return end;
+  }
 
   reg->u1.s1.reax = cpu.gpr[x86::kEax];
   reg->u2.s1.rebx = cpu.gpr[x86::kEbx];

@@ -42,9 +42,9 @@ int peek(FILE *file) {
 // Reads up to and including `last`, or to the end of `file`.
 void skip_past(FILE *file, char last) {
   int c;
-  do
+  do {
     c = getc(file);
-  while (c != EOF && c != last);
+  } while (c != EOF && c != last);
 }
 
 // Drops a line of at most 79 characters; what is longer goes on as the next line.
@@ -56,18 +56,21 @@ void drop_line(FILE *file) {
 }  // namespace
 
 int read_daemon_routes(char *text, pci_irq_route_entry (&table)[kRouteTableEntries]) {
-  if (*text != '(')
+  if (*text != '(') {
     return -1;
+  }
   strsep(&text, "\n");
   strsep(&text, "\n");  // the heading, which may be empty
   int count = 0;
   while (count < kRouteTableEntries) {
     const char *line = strsep(&text, "\n");
-    if (line == nullptr || *line == ')')
+    if (line == nullptr || *line == ')') {
       break;
+    }
     RouteFields fields;
-    if (read_route(line, &fields))
+    if (read_route(line, &fields)) {
       table[count++] = make_entry(fields);
+    }
   }
   return count;
 }
@@ -79,13 +82,15 @@ int read_proc_routes(FILE *file, pci_irq_route_entry (&table)[kRouteTableEntries
   int count = 0;
   while (count < kRouteTableEntries) {
     const int next = peek(file);
-    if (next == EOF || next == ')')
+    if (next == EOF || next == ')') {
       break;
+    }
     RouteFields fields;
-    if (read_route(file, &fields))
+    if (read_route(file, &fields)) {
       table[count++] = make_entry(fields);
-    else if (peek(file) != ')')
+    } else if (peek(file) != ')') {
       skip_past(file, '\n');  // scanf would stop at the same character for ever
+    }
   }
   return count;
 }

@@ -55,8 +55,9 @@ bool Interpreter::failed() const {
 }
 
 void Interpreter::fail(CallEnd why) {
-  if (!failed())
+  if (!failed()) {
     end_ = why;
+  }
 }
 
 // Takes one instruction, or one repetition of a string instruction, from the budget.
@@ -71,8 +72,9 @@ bool Interpreter::spend() {
 
 CallEnd Interpreter::run(uint32_t stop) {
   while (!failed() && eip != stop) {
-    if (spend())
+    if (spend()) {
       step();
+    }
   }
   return end_;
 }
@@ -80,8 +82,9 @@ CallEnd Interpreter::run(uint32_t stop) {
 void Interpreter::step() {
   in_ = Instruction{};
   const uint32_t opcode = decode_prefixes();
-  if (in_.lock && !lockable(opcode))
+  if (in_.lock && !lockable(opcode)) {
     return fail(CallEnd::kInstruction);
+  }
   if (opcode == 0x0F) {
     two_byte(fetch(1));
   } else {
@@ -95,10 +98,12 @@ void Interpreter::step() {
 uint8_t *Interpreter::host(uint32_t address, uint32_t size, bool to_write) const {
   for (const MemoryWindow &window : windows_) {
     const uint32_t offset = address - window.base;
-    if (address < window.base || offset >= window.size)
+    if (address < window.base || offset >= window.size) {
       continue;
-    if (window.size - offset < size || (to_write && !window.writable))
+    }
+    if (window.size - offset < size || (to_write && !window.writable)) {
       return nullptr;
+    }
     return static_cast<uint8_t *>(window.host) + offset;
   }
   return nullptr;
@@ -106,8 +111,9 @@ uint8_t *Interpreter::host(uint32_t address, uint32_t size, bool to_write) const
 
 uint32_t Interpreter::read(uint32_t address, uint32_t size) {
   uint32_t value = 0;
-  if (failed())
+  if (failed()) {
     return value;
+  }
   if (const uint8_t *from = host(address, size, false)) {
     std::memcpy(&value, from, size);
   } else {
@@ -117,8 +123,9 @@ uint32_t Interpreter::read(uint32_t address, uint32_t size) {
 }
 
 void Interpreter::write(uint32_t address, uint32_t size, uint32_t value) {
-  if (failed())
+  if (failed()) {
     return;
+  }
   if (uint8_t *to = host(address, size, true)) {
     std::memcpy(to, &value, size);
   } else {
@@ -128,8 +135,9 @@ void Interpreter::write(uint32_t address, uint32_t size, uint32_t value) {
 
 uint32_t Interpreter::fetch(uint32_t size) {
   in_.length += size;
-  if (in_.length > kMaxLength)
+  if (in_.length > kMaxLength) {
     fail(CallEnd::kInstruction);
+  }
   const uint32_t value = read(eip, size);
   eip += size;
   return value;
@@ -140,8 +148,9 @@ uint32_t Interpreter::fetch_signed_byte() {
 }
 
 uint32_t Interpreter::reg(uint32_t number, uint32_t size) const {
-  if (size == 1)
+  if (size == 1) {
     return gpr[number & 3] >> (number & 4 ? 8 : 0) & 0xFF;
+  }
   return gpr[number] & mask(size);
 }
 
@@ -174,8 +183,9 @@ uint32_t Interpreter::input(uint32_t port, uint32_t size) {
 }
 
 void Interpreter::output(uint32_t port, uint32_t size, uint32_t value) {
-  if (!failed())
+  if (!failed()) {
     port_out(static_cast<uint16_t>(port), size, value);
+  }
 }
 
 void Interpreter::push(uint32_t value, uint32_t size) {
@@ -217,10 +227,12 @@ bool Interpreter::lockable(uint32_t opcode) {
   }
   const uint32_t modrm = read(modrm_at, 1);
   const uint32_t field = modrm >> 3 & 7;
-  if (modrm >> 6 == 3)
+  if (modrm >> 6 == 3) {
     return false;
-  if (opcode < 0x38)
+}
+  if (opcode < 0x38) {
     return (opcode & 7) < 2;  // ALU operations into r/m, but not CMP
+}
   switch (opcode) {
     case 0x80: case 0x81: case 0x82: case 0x83: return field != kCmp;
     case 0x86: case 0x87: return true;  // XCHG
@@ -241,8 +253,9 @@ void Interpreter::decode_modrm() {
   const uint32_t rm = modrm & 7;
   in_.reg = modrm >> 3 & 7;
   in_.rm = {mod != 3, rm};
-  if (mod == 3)
+  if (mod == 3) {
     return;
+  }
   in_.rm.where = in_.address_size == 2 ? address_16(mod, rm) : address_32(mod, rm);
 }
 
@@ -258,10 +271,12 @@ uint32_t Interpreter::address_16(uint32_t mod, uint32_t rm) {
     case 6: address = mod == 0 ? fetch(2) : gpr[kEbp]; break;
     default: address = gpr[kEbx]; break;
   }
-  if (mod == 1)
+  if (mod == 1) {
     address += fetch_signed_byte();
-  if (mod == 2)
+  }
+  if (mod == 2) {
     address += fetch(2);
+  }
   return address & 0xFFFF;
 }
 
@@ -272,23 +287,27 @@ uint32_t Interpreter::address_32(uint32_t mod, uint32_t rm) {
     const uint32_t base = sib & 7;
     const uint32_t index = sib >> 3 & 7;
     address = base == kEbp && mod == 0 ? fetch(4) : gpr[base];
-    if (index != kEsp)
+    if (index != kEsp) {
       address += gpr[index] << (sib >> 6);
+    }
   } else {
     address = rm == kEbp && mod == 0 ? fetch(4) : gpr[rm];
   }
-  if (mod == 1)
+  if (mod == 1) {
     address += fetch_signed_byte();
-  if (mod == 2)
+  }
+  if (mod == 2) {
     address += fetch(4);
+  }
   return address;
 }
 
 // Decodes the ModRM byte of an instruction that takes no register there.
 bool Interpreter::memory_operand() {
   decode_modrm();
-  if (!in_.rm.in_memory)
+  if (!in_.rm.in_memory) {
     fail(CallEnd::kInstruction);
+  }
   return in_.rm.in_memory;
 }
 
@@ -346,13 +365,15 @@ bool Interpreter::register_row(uint32_t opcode) {
 }
 
 void Interpreter::one_byte(uint32_t opcode) {
-  if (register_row(opcode))
+  if (register_row(opcode)) {
     return;
+}
   // Where an instruction comes in pairs of opcodes, the even one works on bytes.
   const uint32_t full = in_.operand_size;
   const uint32_t size = opcode & 1 ? full : 1;
-  if (opcode < 0x40 && (opcode & 7) < 6)
+  if (opcode < 0x40 && (opcode & 7) < 6) {
     return alu_operands(opcode, size);
+}
 
   switch (opcode) {
     case 0x06: case 0x0E: case 0x16: case 0x1E: return push(segment[opcode >> 3], full);
@@ -376,8 +397,9 @@ void Interpreter::one_byte(uint32_t opcode) {
     case 0x8A: case 0x8B: decode_modrm(); return set_reg(in_.reg, size, load(in_.rm, size));
     case 0x8C: return mov_segment(false);
     case 0x8D:  // LEA
-      if (memory_operand())
+      if (memory_operand()) {
         set_reg(in_.reg, full, in_.rm.where);
+}
       return;
     case 0x8E: return mov_segment(true);
     case 0x8F: return pop_operand();
@@ -405,16 +427,18 @@ void Interpreter::one_byte(uint32_t opcode) {
     case 0xC5: return load_far_pointer(kDs);
     case 0xC6: case 0xC7:
       decode_modrm();
-      if (in_.reg != 0)
+      if (in_.reg != 0) {
         return fail(CallEnd::kInstruction);
+}
       return store(in_.rm, size, fetch(size));
     case 0xC8: return enter();
     case 0xC9: return leave();
     case 0xCA: return return_far(fetch(2));
     case 0xCB: return return_far(0);
     case 0xCE:  // INTO
-      if (flag(kOverflow))
+      if (flag(kOverflow)) {
         fail(CallEnd::kInstruction);
+}
       return;
     case 0xCF: return return_from_interrupt();
     case 0xD4: return ascii_divide();
@@ -478,8 +502,9 @@ void Interpreter::two_byte(uint32_t opcode) {
     case 0xB6: case 0xB7: return mov_extended(false, opcode & 1 ? 2 : 1);
     case 0xBA:
       decode_modrm();
-      if (in_.reg < 4)
+      if (in_.reg < 4) {
         return fail(CallEnd::kInstruction);
+}
       return bit(in_.reg - 4, fetch(1));
     case 0xBB: return bit_by_register(kBtc);
     case 0xBC: case 0xBD: return bit_scan(opcode == 0xBD);
@@ -532,8 +557,9 @@ uint32_t Interpreter::alu(uint32_t operation, uint32_t a, uint32_t b, uint32_t s
 
 void Interpreter::alu_to(const Operand &target, uint32_t operation, uint32_t source, uint32_t size) {
   const uint32_t result = alu(operation, load(target, size), source & mask(size), size);
-  if (operation != kCmp)
+  if (operation != kCmp) {
     store(target, size, result);
+  }
 }
 
 // Opcodes 00 to 3D: the operation in bits 3 to 5, the operands in bits 0 to 2.
@@ -577,11 +603,13 @@ void Interpreter::group_unary(uint32_t size) {
 // Opcodes FE and FF.
 void Interpreter::group_inc_dec_branch(uint32_t opcode, uint32_t size) {
   decode_modrm();
-  if (in_.reg < 2)
+  if (in_.reg < 2) {
     return increment(in_.rm, in_.reg == 1, size);
+  }
   const bool far = in_.reg == 3 || in_.reg == 5;
-  if (opcode == 0xFE || (far && !in_.rm.in_memory))
+  if (opcode == 0xFE || (far && !in_.rm.in_memory)) {
     return fail(CallEnd::kInstruction);
+  }
   const uint32_t target = load(in_.rm, size);
   const uint32_t selector = far ? read_behind_operand(2) : 0;
   switch (in_.reg) {
@@ -623,16 +651,18 @@ void Interpreter::multiply_to_reg(uint32_t a, uint32_t b) {
 void Interpreter::divide(bool is_signed, uint32_t divisor, uint32_t size) {
   const uint64_t dividend =
       size == 1 ? reg(kEax, 2) : uint64_t{reg(kEdx, size)} << bits(size) | reg(kEax, size);
-  if (divisor == 0)
+  if (divisor == 0) {
     return fail(CallEnd::kDivision);
+  }
   uint64_t quotient = 0;
   uint64_t remainder = 0;
   bool fits = false;
   if (is_signed) {
     const int64_t n = as_signed(dividend, size * 2);
     const int64_t d = as_signed(divisor, size);
-    if (n == INT64_MIN && d == -1)
+    if (n == INT64_MIN && d == -1) {
       return fail(CallEnd::kDivision);
+    }
     quotient = static_cast<uint64_t>(n / d);
     remainder = static_cast<uint64_t>(n % d);
     fits = as_signed(quotient, size) == n / d;
@@ -641,8 +671,9 @@ void Interpreter::divide(bool is_signed, uint32_t divisor, uint32_t size) {
     remainder = dividend % divisor;
     fits = quotient <= mask(size);
   }
-  if (!fits)
+  if (!fits) {
     return fail(CallEnd::kDivision);
+  }
   set_reg(kEax, size, static_cast<uint32_t>(quotient));
   set_reg(size == 1 ? kAh : uint32_t{kEdx}, size, static_cast<uint32_t>(remainder));
 }
@@ -651,8 +682,9 @@ void Interpreter::divide(bool is_signed, uint32_t divisor, uint32_t size) {
 // undefined.
 uint32_t Interpreter::shift(uint32_t operation, uint32_t value, uint32_t count, uint32_t size) {
   count &= 31;
-  if (count == 0)
+  if (count == 0) {
     return value;
+  }
   const uint32_t width = bits(size);
   const uint32_t turn = count % width;
   const uint32_t carry_turn = count % (width + 1);  // RCL and RCR rotate through CF
@@ -693,12 +725,15 @@ uint32_t Interpreter::shift(uint32_t operation, uint32_t value, uint32_t count, 
   const bool left = operation == kRol || operation == kRcl || operation == kShl || operation == kSal;
   set_flag(kCarry, carry);
   set_flag(kOverflow, left ? sign(low, size) != carry : sign(low ^ low << 1, size));
-  if (operation == kShr)
+  if (operation == kShr) {
     set_flag(kOverflow, sign(value, size));
-  if (operation == kSar)
+  }
+  if (operation == kSar) {
     set_flag(kOverflow, false);
-  if (operation >= kShl)
+  }
+  if (operation >= kShl) {
     set_result_flags(low, size);
+  }
   return low;
 }
 
@@ -708,8 +743,9 @@ void Interpreter::double_shift(bool right, uint32_t count) {
   const uint32_t target = load(in_.rm, size);
   const uint32_t source = reg(in_.reg, size);
   count &= 31;
-  if (count == 0)
+  if (count == 0) {
     return store(in_.rm, size, target);  // the processor writes all the same
+  }
   uint64_t result = 0;
   if (right) {
     const uint64_t pair = uint64_t{source} << width | target;
@@ -759,8 +795,9 @@ void Interpreter::bit_scan(bool reverse) {
   const uint32_t size = in_.operand_size;
   const uint32_t value = load(in_.rm, size);
   set_flag(kZero, value == 0);
-  if (value == 0)
+  if (value == 0) {
     return;
+  }
   set_reg(in_.reg, size,
           static_cast<uint32_t>(reverse ? 31 - std::countl_zero(value) : std::countr_zero(value)));
 }
@@ -781,8 +818,9 @@ void Interpreter::decimal_adjust(bool subtracting) {
 // AAA and AAS.
 void Interpreter::ascii_adjust(bool subtracting) {
   const bool adjust = reg(kEax, 1) % 16 > 9 || flag(kAdjust);
-  if (adjust)
+  if (adjust) {
     set_reg(kEax, 2, subtracting ? gpr[kEax] - 0x106 : gpr[kEax] + 0x106);
+  }
   set_flag(kAdjust | kCarry, adjust);
   set_reg(kEax, 1, reg(kEax, 1) & 0xF);
 }
@@ -791,8 +829,9 @@ void Interpreter::ascii_adjust(bool subtracting) {
 void Interpreter::ascii_divide() {
   const uint32_t base = fetch(1);
   const uint32_t al = reg(kEax, 1);
-  if (base == 0)
+  if (base == 0) {
     return fail(CallEnd::kDivision);
+  }
   set_reg(kEax, 2, al / base << 8 | al % base);
   set_result_flags(al % base, 1);
 }
@@ -809,8 +848,9 @@ void Interpreter::ascii_multiply() {
 // Opcodes 8C and 8E. A segment register in memory is 16 bits; in a register it is zero-extended.
 void Interpreter::mov_segment(bool to_segment) {
   decode_modrm();
-  if (in_.reg > kGs || (to_segment && in_.reg == kCs))
+  if (in_.reg > kGs || (to_segment && in_.reg == kCs)) {
     return fail(CallEnd::kInstruction);
+  }
   if (to_segment) {
     segment[in_.reg] = static_cast<uint16_t>(load(in_.rm, 2));
   } else {
@@ -862,8 +902,9 @@ void Interpreter::exchange_add(uint32_t size) {
 
 // LDS, LES, LFS, LGS, LSS.
 void Interpreter::load_far_pointer(Segment into) {
-  if (!memory_operand())
+  if (!memory_operand()) {
     return;
+  }
   const uint32_t offset = read(in_.rm.where, in_.operand_size);
   segment[into] = static_cast<uint16_t>(read_behind_operand(2));
   set_reg(in_.reg, in_.operand_size, offset);
@@ -893,8 +934,9 @@ void Interpreter::pop_all() {
   const uint32_t size = in_.operand_size;
   for (uint32_t number = kEdi + 1; number-- > kEax;) {
     const uint32_t value = pop(size);
-    if (number != kEsp)
+    if (number != kEsp) {
       set_reg(number, size, value);
+    }
   }
 }
 
@@ -902,8 +944,9 @@ void Interpreter::pop_all() {
 void Interpreter::pop_operand() {
   const uint32_t value = pop(in_.operand_size);
   decode_modrm();
-  if (in_.reg != 0)
+  if (in_.reg != 0) {
     return fail(CallEnd::kInstruction);
+  }
   store(in_.rm, in_.operand_size, value);
 }
 
@@ -923,8 +966,9 @@ void Interpreter::enter() {
     outer -= size;
     push(read(outer, size), size);
   }
-  if (level > 0)
+  if (level > 0) {
     push(frame, size);
+  }
   set_reg(kEbp, size, frame);
   gpr[kEsp] -= locals;
 }
@@ -941,16 +985,19 @@ void Interpreter::leave() {
 void Interpreter::string(uint32_t opcode, uint32_t size) {
   const uint32_t kind = opcode & 0xFE;
   const bool compares = kind == 0xA6 || kind == 0xAE;
-  if (in_.repeat == 0)
+  if (in_.repeat == 0) {
     return string_once(kind, size);
+  }
   while (!failed()) {
     const uint32_t count = reg(kEcx, in_.address_size);
-    if (count == 0 || !spend())
+    if (count == 0 || !spend()) {
       return;
+    }
     string_once(kind, size);
     set_reg(kEcx, in_.address_size, count - 1);
-    if (compares && flag(kZero) != (in_.repeat == kRepeatWhileZero))
+    if (compares && flag(kZero) != (in_.repeat == kRepeatWhileZero)) {
       return;
+    }
   }
 }
 
@@ -991,10 +1038,12 @@ void Interpreter::string_once(uint32_t kind, uint32_t size) {
       break;
   }
   const uint32_t by = flag(kDirection) ? 0 - size : size;
-  if (uses_source)
+  if (uses_source) {
     set_reg(kEsi, width, source + by);
-  if (uses_target)
+  }
+  if (uses_target) {
     set_reg(kEdi, width, target + by);
+  }
 }
 
 // ---- Control flow
@@ -1004,8 +1053,9 @@ void Interpreter::jump(uint32_t target) {
 }
 
 void Interpreter::jump_relative(uint32_t displacement, bool taken) {
-  if (taken)
+  if (taken) {
     jump(eip + displacement);
+  }
 }
 
 void Interpreter::call(uint32_t target) {
@@ -1045,8 +1095,9 @@ void Interpreter::return_from_interrupt() {
 void Interpreter::loop(uint32_t opcode) {
   const uint32_t displacement = fetch_signed_byte();
   const uint32_t width = in_.address_size;
-  if (opcode == 0xE3)
+  if (opcode == 0xE3) {
     return jump_relative(displacement, reg(kEcx, width) == 0);
+  }
   set_reg(kEcx, width, gpr[kEcx] - 1);
   const bool more = reg(kEcx, width) != 0;
   switch (opcode) {
@@ -1057,14 +1108,16 @@ void Interpreter::loop(uint32_t opcode) {
 }
 
 void Interpreter::bound() {
-  if (!memory_operand())
+  if (!memory_operand()) {
     return;
+  }
   const uint32_t size = in_.operand_size;
   const int64_t index = as_signed(reg(in_.reg, size), size);
   const int64_t lower = as_signed(read(in_.rm.where, size), size);
   const int64_t upper = as_signed(read_behind_operand(size), size);
-  if (index < lower || index > upper)
+  if (index < lower || index > upper) {
     fail(CallEnd::kInstruction);
+  }
 }
 
 // Answers as an i486 without extensions, so that code does not choose instructions that are unknown here.

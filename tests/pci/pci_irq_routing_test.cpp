@@ -150,12 +150,14 @@ TEST_F(Routing, SourcesYieldAtMost64Entries) {
   rom.init_result = 0;
   std::string text = "(\nh\n";
   for (const int entries : {64, 65, 300}) {
-    while (std::count(text.begin(), text.end(), '\n') < entries + 2)
+    while (std::count(text.begin(), text.end(), '\n') < entries + 2) {
       text += "0 1 2 3 4 5\n";
+    }
     driver_report = text;
     WriteFile(proc_, text);
-    for (int slot = 0; slot < entries; ++slot)
+    for (int slot = 0; slot < entries; ++slot) {
       WriteFile(slots_ / std::to_string(slot) / "address", "0000:01:02");
+    }
     rom.size = static_cast<uint16_t>(16 * entries + 15);
     for (const auto source : {pci_irq_route_table_from_kelmd, pci_irq_route_table_from_sys,
                               pci_irq_route_table_from_proc, pci_irq_route_table_from_rom_internal}) {

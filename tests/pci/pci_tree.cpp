@@ -15,8 +15,9 @@ std::string driver_report;
 int driver_requests;
 
 int orvOpenRequest(const char *path, int mode) {
-  if (strcmp(path, kNodeReports) != 0)
+  if (strcmp(path, kNodeReports) != 0) {
     return open(path, mode);
+  }
   return driver_report.empty() ? -1 : open("/dev/null", mode);
 }
 
@@ -62,8 +63,9 @@ void PciTreeTest::WriteFile(const fs::path &path, const std::string &content) {
 
 void PciTreeTest::AddFunction(const std::string &name, const Bytes &bytes, size_t size) {
   std::string space(256, '\0');
-  for (const auto &[offset, value] : bytes)
+  for (const auto &[offset, value] : bytes) {
     space.at(offset) = static_cast<char>(value);
+  }
   WriteFile(buses_ / name, space.substr(0, size));
 }
 

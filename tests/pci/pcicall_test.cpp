@@ -50,16 +50,18 @@ TEST_F(Configuration, FailedReadLeavesOnes) {
   for (const auto &row : rows) {
     uint8_t value[5] = {};
     EXPECT_EQ(pci_read_config(row.bus, 0, 0, row.offset, value, row.size), -1) << row.offset;
-    for (size_t i = 0; i < sizeof(value); ++i)
+    for (size_t i = 0; i < sizeof(value); ++i) {
       EXPECT_EQ(value[i], i < row.size ? 0xFF : 0) << row.offset << " byte " << i;
+    }
   }
 }
 
 std::vector<int> Buses() {
   std::vector<int> buses;
   DIR *dir;
-  for (int bus = first_bus(&dir); bus >= 0; bus = next_bus(&dir))
+  for (int bus = first_bus(&dir); bus >= 0; bus = next_bus(&dir)) {
     buses.push_back(bus);
+  }
   EXPECT_EQ(next_bus(&dir), -1);
   return buses;
 }
@@ -67,21 +69,24 @@ std::vector<int> Buses() {
 std::vector<int> Devices(int bus) {
   std::vector<int> devices;
   DIR *dir;
-  for (int devfn = first_device(&dir, bus); devfn >= 0; devfn = next_device(&dir))
+  for (int devfn = first_device(&dir, bus); devfn >= 0; devfn = next_device(&dir)) {
     devices.push_back(devfn);
+  }
   EXPECT_EQ(next_device(&dir), -1);
   return devices;
 }
 
 TEST_F(Walk, ReadsBusesAndDevicesFromNames) {
   for (const char *name : {"05/00.0", "05/1f.7", "05/02.1", "05/1.2", "05/x", "0a/x", "1/00.0", "100/00.0",
-                           "0000:00/00.0", "devices"})
+                           "0000:00/00.0", "devices"}) {
     AddFunction(name);
+  }
   EXPECT_THAT(Buses(), UnorderedElementsAre(0x05, 0x0a));
   EXPECT_THAT(Devices(5), UnorderedElementsAre(0x00, 0xff, 0x11));
   // Odd names may be taken for any bus or device, but for nothing else, and do not end the walk.
-  for (const char *name : {"-1/x", "zz/x", "05/ff.f", "05/-1.-1", "05/99999999999999999999.0"})
+  for (const char *name : {"-1/x", "zz/x", "05/ff.f", "05/-1.-1", "05/99999999999999999999.0"}) {
     AddFunction(name);
+  }
   EXPECT_THAT(Buses(), AllOf(SizeIs(4), Each(Le(0xff))));
   EXPECT_THAT(Devices(5), AllOf(SizeIs(6), Each(Le(0xff))));
   fs::remove_all(buses_);
@@ -92,11 +97,13 @@ TEST_F(Walk, ReadsBusesAndDevicesFromNames) {
 TEST_F(Walk, VisitsTheWholeSystem) {
   pci_iter iter;
   EXPECT_EQ(first_pci_device(&iter), -1);
-  for (const char *name : {"00/00.0", "00/1f.2", "80/01.1", "80/1f.7"})
+  for (const char *name : {"00/00.0", "00/1f.2", "80/01.1", "80/1f.7"}) {
     AddFunction(name);
+  }
   std::vector<int> devices;
-  for (int device = first_pci_device(&iter); device >= 0; device = next_pci_device(&iter))
+  for (int device = first_pci_device(&iter); device >= 0; device = next_pci_device(&iter)) {
     devices.push_back(device);
+  }
   EXPECT_THAT(devices, UnorderedElementsAre(0x0000, 0x00fa, 0x8009, 0x80ff));
   EXPECT_EQ(next_pci_device(&iter), -1);
 
@@ -104,8 +111,9 @@ TEST_F(Walk, VisitsTheWholeSystem) {
     fs::remove_all(buses_ / bus);
     fs::create_directory(buses_ / bus);
     int device = first_pci_device(&iter);
-    for (int steps = 0; device >= 0; device = next_pci_device(&iter))
+    for (int steps = 0; device >= 0; device = next_pci_device(&iter)) {
       ASSERT_LT(++steps, 3);
+    }
     EXPECT_EQ(iter.busdir, nullptr);
   }
 }
@@ -121,8 +129,9 @@ TEST_F(Walk, FilterDropsOnlyTheTwoDots) {
 
 TEST_F(Configuration, SpeedFollowsStatusAndPciXCapability) {
   Bytes longest = {{6, 0x10}, {0x34, 0x40}, {0xFC, 7}};  // uses every place that there is
-  for (int at = 0x40; at < 0xFC; at += 4)
+  for (int at = 0x40; at < 0xFC; at += 4) {
     longest.insert(longest.end(), {{at, 1}, {at + 1, at + 4}});
+  }
   const struct {
     const char *what;
     int speed;

@@ -104,8 +104,9 @@ class Image {
     header.fields.entry = entry;
     header.fields.length = length;
     uint8_t sum = 0;
-    for (const char byte : header.chars)
+    for (const char byte : header.chars) {
       sum = static_cast<uint8_t>(sum + static_cast<uint8_t>(byte));
+    }
     header.fields.checksum = static_cast<uint8_t>(0 - sum);
     return put(address, header.chars, sizeof(header));
   }
@@ -354,8 +355,9 @@ TEST_F(RomAccess, HostileDirectories) {
 TEST_F(RomAccess, EndlessDirectoriesEverywhere) {
   Image image;
   image.put(0xB8000, "\xEB\xFE", 2);
-  for (uint32_t at = 0xA0000; at < 0xB8000; at += 16)
+  for (uint32_t at = 0xA0000; at < 0xB8000; at += 16) {
     image.directory(at, 0xB8000);
+  }
   install(image.bytes());
   EXPECT_EQ(init_messages(3, 0), "");
   EXPECT_EQ(ri_.pci_bios_entry_point, nullptr);
@@ -364,8 +366,9 @@ TEST_F(RomAccess, EndlessDirectoriesEverywhere) {
 // A real BIOS, as the machine's firmware would leave it: it completes the directory's header when it starts.
 TEST_F(RomAccess, SeaBios) {
   constexpr const char *kPath = "/usr/share/seabios/bios.bin";
-  if (!fs::exists(kPath))
+  if (!fs::exists(kPath)) {
     GTEST_SKIP() << kPath << " is not installed";
+  }
   const std::vector<char> bios = read_file(kPath);
   constexpr char kSignature[] = "_32_";
   constexpr char kEntryCode[] = "\x9C\x3D$PCI";  // pushf; cmp eax, "$PCI"

@@ -38,8 +38,9 @@ struct Call {
   x86_reg_t reg = {};
 
   Call() {
-    for (size_t i = 0; i < sizeof(buffer); ++i)
+    for (size_t i = 0; i < sizeof(buffer); ++i) {
       buffer[i] = static_cast<uint8_t>(i);
+    }
     reg.resi = kLentBase;
     reg.redi = kLentBase + 0x80;
   }

@@ -171,21 +171,27 @@ class Generator {
     v.opcode = v.form->first + v.form->stride * below((v.form->last - v.form->first) / v.form->stride + 1);
     v.operand_size = 4;
     prefixes(v);
-    if (v.opcode > 0xFF)
+    if (v.opcode > 0xFF) {
       v.code.push_back(0x0F);
+    }
     v.code.push_back(static_cast<uint8_t>(v.opcode));
     operands(v);
-    for (uint32_t &reg : v.gpr)
+    for (uint32_t &reg : v.gpr) {
       reg = value();
-    if (v.form->kind == kString && below(8) != 0)
+    }
+    if (v.form->kind == kString && below(8) != 0) {
       v.gpr[x86::kEcx] = (v.gpr[x86::kEcx] & 0xFFFF0000) | below(40);
-    if (v.form->kind == kString && below(2) != 0)
+    }
+    if (v.form->kind == kString && below(2) != 0) {
       v.gpr[x86::kEcx] &= 0xFFFF;
-    if (below(8) != 0)
+    }
+    if (below(8) != 0) {
       v.gpr[x86::kEsp] = 0x100 + below(kDataSize - 0x200);
+    }
     v.eflags = (static_cast<uint32_t>(random_()) & kArithmetic) | x86::kAlwaysSet;
-    if (v.form->kind == kString && below(2) != 0)
+    if (v.form->kind == kString && below(2) != 0) {
       v.eflags |= x86::kDirection;
+    }
     return v;
   }
 
@@ -194,8 +200,9 @@ class Generator {
   }
 
   void fill(uint8_t *to, size_t size) {
-    for (size_t i = 0; i < size; ++i)
+    for (size_t i = 0; i < size; ++i) {
       to[i] = static_cast<uint8_t>(random_());
+    }
   }
 
  private:
@@ -204,21 +211,26 @@ class Generator {
       v.code.push_back(0x66);
       v.operand_size = 2;
     }
-    if (below(4) == 0)
+    if (below(4) == 0) {
       v.code.push_back(0x67);
-    if (below(16) == 0)
+    }
+    if (below(16) == 0) {
       v.code.push_back(0x26);
-    if (below(24) == 0)
+    }
+    if (below(24) == 0) {
       v.code.push_back(0xF0);
-    if (v.form->kind == kString && below(3) != 0)
+    }
+    if (v.form->kind == kString && below(3) != 0) {
       v.code.push_back(below(2) ? 0xF2 : 0xF3);
+    }
   }
 
   void operands(Vector &v) {
     const bool narrow = std::find(v.code.begin(), v.code.end(), 0x67) != v.code.end();
     const Shape shape = v.form->shape;
-    if (shape == kModrm || shape == kModrmByte || shape == kModrmFull)
+    if (shape == kModrm || shape == kModrmByte || shape == kModrmFull) {
       modrm(v, narrow);
+    }
     switch (shape) {
       case kByte:
       case kModrmByte:
@@ -246,8 +258,9 @@ class Generator {
       v.reg_field = first + below(static_cast<uint32_t>(v.form->reg_last) - first + 1);
     }
     append(v, mod << 6 | v.reg_field << 3 | rm, 1);
-    if (mod == 3)
+    if (mod == 3) {
       return;
+    }
     uint32_t base = rm;
     if (!narrow && rm == 4) {
       const uint32_t sib = below(256);
@@ -255,15 +268,18 @@ class Generator {
       base = sib & 7;
     }
     const bool bare = mod == 0 && base == (narrow ? 6u : 5u);
-    if (mod == 1)
+    if (mod == 1) {
       append(v, below(256), 1);
-    if (mod == 2 || bare)
+    }
+    if (mod == 2 || bare) {
       append(v, below(4) == 0 ? value() : below(0x8000), narrow ? 2 : 4);
+    }
   }
 
   static void append(Vector &v, uint32_t bytes, uint32_t size) {
-    for (uint32_t i = 0; i < size; ++i)
+    for (uint32_t i = 0; i < size; ++i) {
       v.code.push_back(static_cast<uint8_t>(bytes >> 8 * i));
+    }
   }
 
   // Mostly addresses in the data window; else boundaries and anything.
@@ -291,23 +307,28 @@ uint32_t undefined_flags(const Vector &v) {
     const uint32_t operation = alu_form ? opcode >> 3 : v.reg_field;
     return operation == 1 || operation == 4 || operation == 6 ? kLogic : kNone;
   }
-  if (opcode == 0xD4 || opcode == 0xD5)
+  if (opcode == 0xD4 || opcode == 0xD5) {
     return kAsciiMultiplied;
-  if (v.form->undefined != kByCount)
+  }
+  if (v.form->undefined != kByCount) {
     return v.form->undefined;
+  }
 
   const bool twice = opcode > 0xFF;
   const bool by_cl = twice ? (opcode & 1) != 0 : opcode >= 0xD2;
   const bool by_one = opcode == 0xD0 || opcode == 0xD1;
   const uint32_t count = (by_one ? 1 : by_cl ? v.gpr[x86::kEcx] : v.count_immediate) & 31;
   const uint32_t width = !twice && !(opcode & 1) ? 8 : v.operand_size * 8;
-  if (count == 0)
+  if (count == 0) {
     return kNone;
+  }
   const uint32_t overflow = count == 1 ? kNone : static_cast<uint32_t>(kOverflow);
-  if (twice)
+  if (twice) {
     return count > width ? 0xFFFFFFFF : overflow | kAdjust;
-  if (v.reg_field < 4)
+  }
+  if (v.reg_field < 4) {
     return overflow;
+  }
   return overflow | kAdjust | (count >= width && v.reg_field != 7 ? static_cast<uint32_t>(kCarry) : kNone);
 }
 
@@ -315,8 +336,9 @@ uint32_t undefined_flags(const Vector &v) {
 // ENTER leaves the upper half of EBP alone, and LOCK does not change the flags of NEG.
 bool out_of_scope(const Vector &v) {
   const bool locked = std::find(v.code.begin(), v.code.end(), 0xF0) != v.code.end();
-  if (v.opcode >= 0x1C8 || v.opcode == 0xC8)
+  if (v.opcode >= 0x1C8 || v.opcode == 0xC8) {
     return v.operand_size == 2;
+  }
   return locked && (v.opcode == 0xF6 || v.opcode == 0xF7) && v.reg_field == 3;
 }
 
@@ -333,14 +355,16 @@ class Unicorn {
 
   // Runs one instruction, which is expected to lead to `until`.
   bool run(Vector &v, uint32_t start, uint32_t until) {
-    for (size_t i = 0; i < 8; ++i)
+    for (size_t i = 0; i < 8; ++i) {
       uc_reg_write(engine_, kUnicornRegisters[i], &v.gpr[i]);
+    }
     uc_reg_write(engine_, UC_X86_REG_EFLAGS, &v.eflags);
     uc_ctl_remove_cache(engine_, start, start + kSlot);
     uc_ctl_remove_cache(engine_, until, until + 1);
     const uc_err error = uc_emu_start(engine_, start, until, kPatience, 0);
-    for (size_t i = 0; i < 8; ++i)
+    for (size_t i = 0; i < 8; ++i) {
       uc_reg_read(engine_, kUnicornRegisters[i], &v.gpr[i]);
+    }
     uc_reg_read(engine_, UC_X86_REG_EFLAGS, &v.eflags);
     uint32_t eip = 0;
     uc_reg_read(engine_, UC_X86_REG_EIP, &eip);
@@ -404,8 +428,9 @@ TEST(X86Differential, AgreesWithUnicorn) {
   for (uint64_t i = 0; i < count && reported < 10; ++i) {
     const uint32_t offset = static_cast<uint32_t>(i * kSlot % (kCodeSize - 0x2000));
     const Vector before = generator.next();
-    if (out_of_scope(before))
+    if (out_of_scope(before)) {
       continue;
+    }
     std::memcpy(code + offset, before.code.data(), before.code.size());
 
     Vector mine = before;
@@ -430,12 +455,15 @@ TEST(X86Differential, AgreesWithUnicorn) {
       difference = my_success ? "only Unicorn fails" : "only the interpreter fails";
     } else if (my_success && undefined != 0xFFFFFFFF) {
       ++succeeded;
-      if (std::memcmp(mine.gpr, theirs.gpr, sizeof(mine.gpr)) != 0)
+      if (std::memcmp(mine.gpr, theirs.gpr, sizeof(mine.gpr)) != 0) {
         difference += "registers ";
-      if ((mine.eflags ^ theirs.eflags) & kCompared & ~undefined)
+      }
+      if ((mine.eflags ^ theirs.eflags) & kCompared & ~undefined) {
         difference += "flags ";
-      if (std::memcmp(data[0], data[1], kDataSize) != 0)
+      }
+      if (std::memcmp(data[0], data[1], kDataSize) != 0) {
         difference += "memory ";
+      }
     }
     if (!difference.empty()) {
       ++reported;
