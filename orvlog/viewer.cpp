@@ -17,6 +17,10 @@ constexpr std::uint32_t kReadLength = 512;     // what a read states as its leng
 constexpr std::uint16_t kReadEvtLength = 284;  // what a read states as the record's length
 constexpr std::uint32_t kDescriptionSize = 256;
 
+/// Numbers in a row that may have no entry. A driver that has nothing to return for more of them would have
+/// the whole range of 32 bits asked for before the listing ends; no log has such gaps.
+constexpr int kLongestGap = 1'000'000;
+
 struct FreeMemory {
   void operator()(void *memory) const {
     free(memory);
@@ -147,15 +151,18 @@ int GetTotalIMLEntries() {
     return 0;
   }
   int total = 0;
-  for (; total < INT_MAX; ++total) {
+  for (int gap = 0; total < INT_MAX && gap < kLongestGap; ++total) {
     const int status = log.read(static_cast<std::uint32_t>(total));
-    if (status == kEventRead || status == kEventNoEntry) {
-      continue;
+    if (status == kEventRead) {
+      gap = 0;
+    } else if (status == kEventNoEntry) {
+      ++gap;
+    } else {
+      if (status != kEventEndOfLog) {
+        fprintf(stderr, "orvlog: Invalid error code returned.\n");
+      }
+      break;
     }
-    if (status != kEventEndOfLog) {
-      fprintf(stderr, "orvlog: Invalid error code returned.\n");
-    }
-    break;
   }
   return total;
 }
@@ -175,6 +182,7 @@ int view_entire_log(char c, std::uint32_t offset) {
   }
 
   bool headerprinted = false;
+  int gap = 0;
   std::uint32_t current_evt = offset;
   for (;;) {
     const int status = log.read(current_evt);
@@ -182,7 +190,9 @@ int view_entire_log(char c, std::uint32_t offset) {
       break;
     }
     std::uint32_t next_evt = current_evt + 1;
+    ++gap;
     if (status == kEventRead) {
+      gap = 0;
       if (!headerprinted) {
         print_out("\nID   Severity       Initial Time      Update Time       Count\n");
         print_out("-------------------------------------------------------------\n");
@@ -194,7 +204,7 @@ int view_entire_log(char c, std::uint32_t offset) {
       fprintf(stderr, "orvlog: Invalid error code returned.\n");
       break;
     }
-    if (next_evt <= current_evt) {  // the driver would keep us here for ever
+    if (next_evt <= current_evt || gap == kLongestGap) {  // the driver would keep us here for ever
       fprintf(stderr, "orvlog: The IML does not advance past entry %u.\n", current_evt);
       break;
     }

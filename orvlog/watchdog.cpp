@@ -21,12 +21,11 @@ bool is_allowed_timeout(std::uint32_t minutes) {
   return minutes <= 30 && (kAllowedTimeouts >> minutes & 1) != 0;
 }
 
-/// Issues one request on the ASR node; nothing happens when it cannot be opened.
-void request_asr(unsigned int code, void *buffer, unsigned int length) {
+/// Issues one request on the ASR node. Returns whether it succeeded; a node that cannot be opened is passed
+/// over.
+bool request_asr(unsigned int code, void *buffer, unsigned int length) {
   const Channel node(kNodeAsr, kOpenRead);
-  if (node.is_open()) {
-    node.request(code, buffer, length);
-  }
+  return node.is_open() && node.request(code, buffer, length) == 0;
 }
 
 /// Writes the timeout into the firmware variable, whose other bytes stay as they were read.
@@ -47,7 +46,9 @@ void set_timeout(ASREVSTRUCT &AsrEvStruct, std::uint32_t minutes) {
 
 void ControlASR(const char *option) {
   std::int32_t curstat = 0;
-  request_asr(kRequestAsrState, &curstat, sizeof curstat);
+  if (!request_asr(kRequestAsrState, &curstat, sizeof curstat)) {
+    curstat = 0;  // whatever a request that failed has left there
+  }
   ASREVSTRUCT AsrEvStruct = {};
   int nbytes = sizeof AsrEvStruct;
   get_ev(kAsrVariable, &AsrEvStruct, &nbytes);

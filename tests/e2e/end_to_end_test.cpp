@@ -197,4 +197,14 @@ TEST_F(EndToEnd, MakersLibrariesComeFirstOnTheLoadersPath) {
   EXPECT_EQ(outcome.out, "orvlog: The IML Log is empty.\n");
 }
 
+TEST_F(EndToEnd, DriverThatSkipsForEverEndsTheListing) {
+  const Outcome outcome = run(program({"-v"}), [] {
+    setenv("LD_LIBRARY_PATH", OTHER_DRIVER_DIR, 1);
+    setenv("OTHER_DRIVER_STATUS", "3", 1);
+  });
+  EXPECT_EQ(outcome.err,
+            "orvlog: This server has no IML support.\norvlog: The IML does not advance past entry 999999.\n");
+  EXPECT_EQ(outcome.out, "");
+}
+
 }  // namespace

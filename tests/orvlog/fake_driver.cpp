@@ -77,10 +77,10 @@ int orvIoctlRequest(int fd, unsigned int code, void *buffer, unsigned int length
   }
   if (node == "casr") {
     if (code == kRequestAsrState) {
-      if (driver.asr_state < 0) {
-        return -1;
-      }
-      memcpy(buffer, &driver.asr_state, sizeof driver.asr_state);
+      // A negative state is a request that fails after it has filled the buffer.
+      const int state = driver.asr_state < 0 ? 1 : driver.asr_state;
+      memcpy(buffer, &state, sizeof state);
+      return driver.asr_state < 0 ? -1 : 0;
     } else if (buffer != nullptr) {
       dprintf(trace_fd(), "buffer not null\n");
     }

@@ -503,6 +503,7 @@ TEST(Watchdog, SubOptions) {
       {"STATUS", 2, "Current ASR Status is ENABLED and the timeout value is 15\n", "", ""},
       {"STATUS", 0, "Current ASR Status is DISABLED and the timeout value is 15\n", "", ""},
       {"STATUS", -1, "Current ASR Status is DISABLED and the timeout value is 15\n", "", ""},
+      {"TIMEOUT=10", -1, "", asr_disabled, ""},
       {"ENABLE", 0, "Enabling ASR timer\n", "", "open casr 0\nioctl casr 4 0\nclose casr\n"},
       {"DISABLE", 1, "Disabling ASR timer\n", "", "open casr 0\nioctl casr 3 0\nclose casr\n"},
       {"TIMEOUT=30", 1, "Setting ASR timer to 30\n", "", "set_ev VXHCPR 8\nvalue 01 02 1e 04 05 06 07 08\n"},
