@@ -1,6 +1,5 @@
 #include "orvlog/channel.h"
 
-#include <cstdio>
 #include <cstdlib>
 
 #include "orvlog/output.h"
@@ -45,17 +44,17 @@ void Get_Qm_100_Series() {
 std::uint16_t do_init() {
   const Channel node(kNodeDataTables, kOpenRead);
   if (!node.is_open()) {
-    fprintf(stderr, "orvlog: Cannot open /dev/cdt.\n");
-    fprintf(stderr, "The Health Monitor may not be activated.\n");
+    print_err("orvlog: Cannot open /dev/cdt.\n");
+    print_err("The Health Monitor may not be activated.\n");
     return 0;
   }
   _EVENTLOGHEADER log = {};
   if (read_data_table(node.fd(), kTableEventLogHeader, log) != 0) {
-    fprintf(stderr, "orvlog: ioctl call failed to check for IML support.\n");
+    print_err("orvlog: ioctl call failed to check for IML support.\n");
     return 1;
   }
   if (log.ucDataAvailable == 0) {
-    fprintf(stderr, "orvlog: This server has no IML support.\n");
+    print_err("orvlog: This server has no IML support.\n");
     return 0;
   }
   return 1;

@@ -45,9 +45,9 @@ void require_single_option(const char *progname, const char *word) {
   if (strlen(word) <= 2) {
     return;
   }
-  fprintf(stderr, "orvlog: Invalid argument --> %s.\n", word);
-  fprintf(stderr, "The options are limited to one character.\n");
-  fprintf(stderr, "Make sure there is a space between your option and the supported value.\n\n");
+  print_err("orvlog: Invalid argument --> %s.\n", word);
+  print_err("The options are limited to one character.\n");
+  print_err("Make sure there is a space between your option and the supported value.\n\n");
   refuse(progname);
 }
 
@@ -60,15 +60,15 @@ void check_command_line(int argc, char **argv) {
   const char *const first = argv[1];
   if (strcmp(first, "-V") == 0 && (argc > 3 || (argc == 3 && !is_numeric(argv[2])))) {
     if (argc == 3) {
-      fprintf(stderr, "orvlog: Invalid Input for the -V option: please enter numeric value\n");
+      print_err("orvlog: Invalid Input for the -V option: please enter numeric value\n");
     } else {
-      fprintf(stderr, "orvlog: Invalid argument --> %s.\n", argv[3]);
+      print_err("orvlog: Invalid argument --> %s.\n", argv[3]);
     }
     refuse(progname);
   }
   if (strchr(first, '-') == nullptr) {
-    fprintf(stderr, "orvlog: Invalid argument --> %s.\n", first);
-    fprintf(stderr, "Please make sure the '-' character precedes your option.\n\n");
+    print_err("orvlog: Invalid argument --> %s.\n", first);
+    print_err("Please make sure the '-' character precedes your option.\n\n");
     refuse(progname);
   }
   require_single_option(progname, first);
@@ -91,7 +91,7 @@ class OptionLoop {
     if (options_ == 0) {
       print_usage(argv_[0]);
     } else if (severity_processed_ != 0 && lognote_processed_ == 0) {
-      fprintf(stderr, "orvlog: The -s option requires a -l option to log a maintenance note.\n\n");
+      print_err("orvlog: The -s option requires a -l option to log a maintenance note.\n\n");
       refuse(argv_[0]);
     }
     finish(EXIT_SUCCESS);
@@ -127,7 +127,7 @@ class OptionLoop {
   void choose_severity() {
     const int code = set_severity(argv_[2]);
     if (code == kNoSeverity) {
-      fprintf(stderr, "orvlog:  Invalid '-s' option!\n\n");
+      print_err("orvlog:  Invalid '-s' option!\n\n");
       print_usage(argv_[0]);
       return;
     }
@@ -146,8 +146,8 @@ class OptionLoop {
     ++lognote_processed_;
     const char *const note = argv_[4];
     if (strlen(note) > kNoteLimit) {
-      fprintf(stderr, "orvlog: The maintenance note feature has a character limit of 200.\n");
-      fprintf(stderr, "orvlog: Please enter a new note.\n");
+      print_err("orvlog: The maintenance note feature has a character limit of 200.\n");
+      print_err("orvlog: Please enter a new note.\n");
       return;
     }
     do_init();
@@ -169,7 +169,7 @@ class OptionLoop {
 int main(int argc, char **argv) {
   hold_standard_streams();
   if (getuid() != 0) {
-    fprintf(stderr, "orvlog: You must be root to run this utility\n");
+    print_err("orvlog: You must be root to run this utility\n");
     finish(EXIT_FAILURE);
   }
   check_command_line(argc, argv);

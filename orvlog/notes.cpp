@@ -2,12 +2,12 @@
 
 #include <cctype>
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 
 #include "orvlog/channel.h"
+#include "orvlog/output.h"
 
 namespace {
 
@@ -41,14 +41,14 @@ std::int16_t asterisk_found(const char *str) {
   if (strchr(str, '*') == nullptr) {
     return 0;
   }
-  fprintf(stderr, "orvlog: Please avoid using the '*' character in your maintenance notes.\n");
+  print_err("orvlog: Please avoid using the '*' character in your maintenance notes.\n");
   return 1;
 }
 
 int log_maintenance_note(const char *str, int severity) {
   Channel node(kNodeEvents, kOpenRead);
   if (!node.is_open()) {
-    fprintf(stderr, "orvlog: Unable to open the /dev/zythealth/cevt file.\n");
+    print_err("orvlog: Unable to open the /dev/zythealth/cevt file.\n");
     return 0;
   }
   const std::size_t length = strlen(str);
@@ -56,7 +56,7 @@ int log_maintenance_note(const char *str, int severity) {
       static_cast<char *>(calloc(1, length + sizeof(_ioctlEntry) + 1)), &free);
   if (buffer == nullptr) {
     node.close();
-    fprintf(stderr, "orvlog: Unable to allocate memory to log message.\n");
+    print_err("orvlog: Unable to allocate memory to log message.\n");
     return 0;
   }
   auto *const request = reinterpret_cast<PEVT_IOCTL_ENTRY>(buffer.get());
@@ -71,7 +71,7 @@ int log_maintenance_note(const char *str, int severity) {
   header.dwCount = 1;
   memcpy(buffer.get() + offsetof(_ioctlEntry, Evt.Data), str, length + 1);
   if (node.request(kRequestEventEntry, request, sizeof *request) == -1) {
-    fprintf(stderr, "orvlog: Adding Maintenance Note failed: err=%dh.\n", errno);
+    print_err("orvlog: Adding Maintenance Note failed: err=%dh.\n", errno);
   }
   return 1;
 }

@@ -27,6 +27,14 @@ void print_out(const char *format, ...) {
   va_end(args);
 }
 
+void print_err(const char *format, ...) {
+  flush_output();
+  va_list args;
+  va_start(args, format);
+  vfprintf(stderr, format, args);
+  va_end(args);
+}
+
 void flush_output() {
   if (fflush(stdout) != 0) {
     note_failure();

@@ -1,6 +1,5 @@
 #include "orvlog/sensors.h"
 
-#include <cstdio>
 #include <cstring>
 
 #include "orvlog/channel.h"
@@ -25,11 +24,11 @@ void print_proc_data(unsigned int type) {
   char report[kReportSize + 1] = {};  // the driver may fill all of kReportSize
   Channel node(kNodeReports, kOpenRead);
   if (!node.is_open()) {
-    fprintf(stderr, "orvlog: Cannot open /dev/zythealth/proc.\n");
+    print_err("orvlog: Cannot open /dev/zythealth/proc.\n");
     strcpy(report, "Could not get temperature data. Make sure the health monitor is activated\n");
   } else {
     if (node.request(type, report, kReportRequestLength) != 0) {
-      fprintf(stderr, "orvlog: GET_%s_PD ioctl failed\n", report_name(type));
+      print_err("orvlog: GET_%s_PD ioctl failed\n", report_name(type));
       strcpy(report, "ioctl failed\n");
     }
     node.close();

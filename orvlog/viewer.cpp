@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <climits>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -32,13 +31,13 @@ class EventReader {
  public:
   EventReader() : node_(kNodeEvents, kOpenRead) {
     if (!node_.is_open()) {
-      fprintf(stderr, "orvlog: Unable to open the /dev/zythealth/cevt file.\n");
+      print_err("orvlog: Unable to open the /dev/zythealth/cevt file.\n");
       return;
     }
     buffer_.reset(calloc(1, kReadLength));
     if (buffer_ == nullptr) {
       node_.close();
-      fprintf(stderr, "orvlog: Unable to allocate memory to log message.\n");
+      print_err("orvlog: Unable to allocate memory to log message.\n");
     }
   }
 
@@ -159,7 +158,7 @@ int GetTotalIMLEntries() {
       ++gap;
     } else {
       if (status != kEventEndOfLog) {
-        fprintf(stderr, "orvlog: Invalid error code returned.\n");
+        print_err("orvlog: Invalid error code returned.\n");
       }
       break;
     }
@@ -176,7 +175,7 @@ int view_entire_log(char c, std::uint32_t offset) {
     const int total = GetTotalIMLEntries();
     if (total != 0 && offset >= static_cast<std::uint32_t>(total)) {
       log.close();
-      fprintf(stderr, "orvlog: Invalid argument for the -V option; only %d events exist.\n", total);
+      print_err("orvlog: Invalid argument for the -V option; only %d events exist.\n", total);
       return 0;
     }
   }
@@ -201,11 +200,11 @@ int view_entire_log(char c, std::uint32_t offset) {
       print_entry(log.record());
       next_evt = log.record().Hdr.dwEvtNumber + 1;
     } else if (status != kEventNoEntry) {
-      fprintf(stderr, "orvlog: Invalid error code returned.\n");
+      print_err("orvlog: Invalid error code returned.\n");
       break;
     }
     if (next_evt <= current_evt || gap == kLongestGap) {  // the driver would keep us here for ever
-      fprintf(stderr, "orvlog: The IML does not advance past entry %u.\n", current_evt);
+      print_err("orvlog: The IML does not advance past entry %u.\n", current_evt);
       break;
     }
     current_evt = next_evt;

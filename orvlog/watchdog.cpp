@@ -1,7 +1,6 @@
 #include "orvlog/watchdog.h"
 
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -37,8 +36,8 @@ void set_timeout(ASREVSTRUCT &AsrEvStruct, std::uint32_t minutes) {
   // own.
   int nbytes = sizeof AsrEvStruct;
   if (set_ev(kAsrVariable, &AsrEvStruct, &nbytes) != 0) {
-    fprintf(stderr, non_Brix != 0 ? "orvlog: Set IPMI Watchdog Timeout failed\n"
-                                  : "orvlog: Set ASR Timeout failed\n");
+    print_err(non_Brix != 0 ? "orvlog: Set IPMI Watchdog Timeout failed\n"
+                            : "orvlog: Set ASR Timeout failed\n");
   }
 }
 
@@ -65,10 +64,10 @@ void ControlASR(const char *option) {
     request_asr(kRequestDisableAsr, nullptr, 0);
   } else if (strstr(option, kTimeoutPrefix) != nullptr) {
     if (curstat != 1) {
-      fprintf(stderr, non_Brix != 0 ? "ERROR: IPMI Watchdog status is currently disabled.\n"
-                                      "IPMI Watchdog must be enabled before setting timeout value.\n"
-                                    : "ERROR: ASR status is currently disabled.\n"
-                                      "ASR must be enabled before setting timeout value.\n");
+      print_err(non_Brix != 0 ? "ERROR: IPMI Watchdog status is currently disabled.\n"
+                                "IPMI Watchdog must be enabled before setting timeout value.\n"
+                              : "ERROR: ASR status is currently disabled.\n"
+                                "ASR must be enabled before setting timeout value.\n");
       return;
     }
     // The number stands behind the prefix's length, wherever the prefix itself stands; it is narrowed on
@@ -77,11 +76,11 @@ void ControlASR(const char *option) {
     if (is_allowed_timeout(minutes)) {
       set_timeout(AsrEvStruct, minutes);
     } else {
-      fprintf(stderr, "val must be 5, 10, 15, 20 or 30 minutes.\n");
+      print_err("val must be 5, 10, 15, 20 or 30 minutes.\n");
       print_usage("orvlog");
     }
   } else {
-    fprintf(stderr, "Invalid -a option %s\n", option);
+    print_err("Invalid -a option %s\n", option);
     print_usage("orvlog");
   }
 }

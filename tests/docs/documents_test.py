@@ -36,7 +36,7 @@ def options(root):
 
 LITERAL = r'"(?:[^"\\]|\\.)*"'
 # A call that writes to standard error, up to its end; usage texts are the options' check.
-TO_STDERR = rf'\b(?:fprintf\(\s*stderr|perror\(|fputs\((?=[^;]*stderr))(?:{LITERAL}|[^";])*;'
+TO_STDERR = rf'\b(?:fprintf\(\s*stderr|print_err\(|perror\(|fputs\((?=[^;]*stderr))(?:{LITERAL}|[^";])*;'
 # What looks like a message, wherever it goes.
 MESSAGE = r"orvlog: |ERROR"
 
