@@ -120,9 +120,9 @@ class OptionLoop {
     }
   }
 
-  // Severity and note are read by their place on the command line, not from behind their options: the one
-  // form that works is "-s <severity> -l <note>" as the first four words. No shorter command line that passes
-  // the checks brings the parser to return these options, so the words exist.
+  // Severity and note are read from fixed words of argv as the parser has left it, not from behind their
+  // options: the form to use is "-s <severity> -l <note>" as the first four words. No shorter command line
+  // that passes the checks brings the parser to return these options, so the words exist.
 
   void choose_severity() {
     const int code = set_severity(argv_[2]);
