@@ -75,7 +75,8 @@ def messages(root):
 
 def map_of(root):
     """What the pages name exists; the readme names all presets and scripts, the map all files worth a line."""
-    faults = []
+    faults = [f"README.md:{number}: longer than 120 characters"
+              for number, line in enumerate((root / "README.md").read_text().splitlines(), 1) if len(line) > 120]
     pages = [*root.glob("*.md"), *root.glob("docs/*.md")]
     folders = "|".join(sorted(path.name for path in root.iterdir() if path.is_dir() and path.name != "build"))
     for page in pages:
