@@ -26,9 +26,8 @@ constexpr uint8_t kCapabilityPciX = 7;
 constexpr int kPciXStatus = 4;  // from the start of the capability
 constexpr uint32_t kPciXStatus133MHz = 1U << 17;
 
-// A configuration space of 256 bytes has room for 48 capabilities behind its header; a longer list runs in a
-// ring.
-constexpr int kMaxCapabilities = 48;
+// A configuration space of 256 bytes has room for no more aligned capabilities; a longer list runs in a ring.
+constexpr int kMaxCapabilities = 256 / 4;
 
 // A failure that the system reports as -1 must not pass for offset -1, or for the size that converts to it.
 bool seek_to(int fd, int offset) {

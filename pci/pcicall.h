@@ -46,8 +46,7 @@ int first_bus(DIR **dp);
 int next_bus(DIR **dp);
 
 // Walk the functions of one bus: return device << 3 | function (always within 0-255), or -1 when the walk is
-// over, with
-// `*dp` closed and null.
+// over, with `*dp` closed and null.
 int first_device(DIR **dp, int bus);
 int next_device(DIR **dp);
 

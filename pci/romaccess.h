@@ -37,8 +37,9 @@ static_assert(offsetof(bios_t, fields.entry) == 4 && offsetof(bios_t, fields.rev
 static_assert(offsetof(bios_t, fields.length) == 9 && offsetof(bios_t, fields.checksum) == 10);
 static_assert(offsetof(bios_t, fields.reserved) == 11);
 
-// Instructions that one call with all its retries, or one search with all its calls, may take.
-inline constexpr uint64_t kServiceBudget = 2 * kCallBudget;
+// Instructions that one call with all its retries, or one search with all its calls, may take: a few seconds,
+// in which a ROM can take its time 501 times over to answer that it is busy.
+inline constexpr uint64_t kServiceBudget = 10 * kCallBudget;
 
 // romcall_init's `skip`: the INT 15h entry, the "$EVS" search, everything from the PCI BIOS search on.
 inline constexpr int kSkipInt15 = 1;

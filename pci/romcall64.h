@@ -114,8 +114,7 @@ inline constexpr uint64_t kCallBudget = 10'000'000;
 // Windows that a machine may have.
 inline constexpr size_t kMaxWindows = 8;
 
-// The machine that a call runs in. The call adds the stack; I/O ports are reached through
-// pci/portio.h.
+// The machine that a call runs in. The call adds the stack; I/O ports are reached through pci/portio.h.
 struct RomMachine {
   std::span<const MemoryWindow> windows;
   uint64_t budget = kCallBudget;  // instructions left; a call counts it down
