@@ -22,6 +22,17 @@ if(ORVLOG_WERROR)
 endif()
 
 # What ships carries no exceptions and no run-time type information: nothing in it throws, and both cost start-up time.
+# Nor does it keep tables for unwinding or code that is never called.
 function(orvlog_product_options target)
   target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>)
+  if(NOT ORVLOG_INSTRUMENTED)
+    target_compile_options(
+      ${target} PRIVATE -fno-asynchronous-unwind-tables -fno-unwind-tables -ffunction-sections -fdata-sections)
+    get_target_property(type ${target} TYPE)
+    if(type MATCHES "EXECUTABLE|SHARED_LIBRARY")
+      # It loads the C library alone, and what it links on purpose.
+      target_link_options(
+        ${target} PRIVATE LINKER:--gc-sections LINKER:--as-needed LINKER:-z,defs -static-libstdc++ -static-libgcc)
+    endif()
+  endif()
 endfunction()
