@@ -1,0 +1,35 @@
+# What the installed binaries load, where they look for it, and what the shared translator exports.
+set -euo pipefail
+tree=$1 lib=$1/$2
+failed=0
+
+expect() {  # what, the lines wanted, the lines found
+  if [ "$2" != "$3" ]; then
+    printf '%s:\n--- wanted\n%s\n--- found\n%s\n' "$1" "$2" "$3" >&2
+    failed=1
+  fi
+}
+dynamic() { readelf -W -d "$2" | sed -nE "s/.*\(($1)\).*\[(.*)\]/\2/p" | sort; }
+
+expect "libraries of orvlog" $'libc.so.6\nlibkelmintrfc64.so.3\nliborvev64.so.1' "$(dynamic NEEDED "$tree/sbin/orvlog")"
+expect "libraries of libiml" libc.so.6 "$(dynamic NEEDED "$lib/libiml.so.1")"
+expect "name of libiml" libiml.so.1 "$(dynamic SONAME "$lib/libiml.so.1")"
+for library in libkelmintrfc64.so.3 liborvev64.so.1; do
+  expect "libraries of $library" libc.so.6 "$(dynamic NEEDED "$lib/orvlog-simulator/$library")"
+done
+for file in "$tree/sbin/orvlog" "$lib/libiml.so.1" "$lib"/orvlog-simulator/*.so.*; do
+  expect "run path of $file" "" "$(dynamic 'RPATH|RUNPATH' "$file")"
+done
+
+entries='TranslateEventLogClass TranslateEventLogMessage TranslateEventLogSeverity'
+expect "exports of libiml" "${entries// /$'\n'}" \
+  "$(nm -D --defined-only "$lib/libiml.so.1" | awk '$2 != "A" { sub(/@.*/, "", $3); print $3 }' | sort)"
+
+# Without the maker's libraries the loader says which one is missing.
+status=0
+message=$(env -u LD_LIBRARY_PATH "$tree/sbin/orvlog" -t 2>&1) || status=$?
+if [ -z "$(ldconfig -p | grep libkelmintrfc64)" ]; then
+  expect "status without the maker's libraries" 127 $status
+  expect "the loader's message" 1 "$(grep -c 'error while loading shared libraries: libkelmintrfc64.so.3' <<<"$message")"
+fi
+exit $failed

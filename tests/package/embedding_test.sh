@@ -1,0 +1,29 @@
+# The examples, built with the installed library in each way that it offers, print what orvlog prints.
+set -euo pipefail
+tree=$1 lib=$1/$2 server=$3 orvlog=$4 cmake=$5 cc=$6
+examples=$tree/share/doc/libiml-dev/examples
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+export LD_LIBRARY_PATH=$lib PKG_CONFIG_PATH=$lib/pkgconfig
+unset CFLAGS LDFLAGS CPPFLAGS
+
+ORVLOG_SIMULATOR=$server LD_LIBRARY_PATH= "$orvlog" -v | sed -n 's/^LOG: //p' >"$work/orvlog"
+[ "$(wc -l <"$work/orvlog")" -gt 50 ]
+"$examples/translate.py" "$server/cevt" >"$work/python"
+
+read -ra flags < <(pkg-config --cflags --libs libiml)
+strict=(-std=c11 -Wall -Wextra -Wpedantic -Werror)
+"$cc" "${strict[@]}" "$examples/translate.c" "${flags[@]}" -o "$work/translate"
+"$work/translate" "$server/cevt" >"$work/pkg-config"
+
+"$cc" "${strict[@]}" "$examples/translate.c" -I"$tree/include" "$lib/libiml.a" -o "$work/translate-static"
+"$work/translate-static" <"$server/cevt" >"$work/static"
+
+"$cmake" -S "$examples" -B "$work/build" -DCMAKE_PREFIX_PATH="$tree" -DCMAKE_C_COMPILER="$cc" >/dev/null
+"$cmake" --build "$work/build" >/dev/null
+"$work/build/translate" "$server/cevt" >"$work/find_package"
+
+for way in python pkg-config static find_package; do
+  cut -f 4 "$work/$way" | diff -u "$work/orvlog" - >&2 || { echo "$way differs" >&2; exit 1; }
+  diff -u "$work/python" "$work/$way" >&2
+done
