@@ -60,8 +60,8 @@ library alone.
 .
 This package has the shared and the static library, the headers for C and C++,
 and the files for pkg-config and CMake.")
-set(CPACK_DEBIAN_LIBIML-DEV_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/libiml-dev/shlibs
-                                                   ${PROJECT_SOURCE_DIR}/packaging/libiml-dev/triggers)
+set(CPACK_DEBIAN_LIBIML-DEV_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/shlibs
+                                                   ${PROJECT_SOURCE_DIR}/packaging/triggers)
 
 orvlog_package(orvlog-simulator utils "simulated server for trying orvlog on any machine"
 "Stand-ins for the two libraries of the server's maker that orvlog needs, a
