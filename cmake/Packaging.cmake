@@ -28,6 +28,15 @@ set(CPACK_RPM_COMPONENT_INSTALL ON)
 set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
 set(CPACK_RPM_PACKAGE_LICENSE "All rights reserved")
 set(CPACK_RPM_PACKAGE_RELOCATABLE OFF)
+# Folders that are the system's, beside those that CPack knows.
+set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
+    /usr/sbin
+    /usr/lib64/cmake
+    /usr/lib64/pkgconfig
+    /usr/share/man
+    /usr/share/man/man8
+    /usr/share/bash-completion
+    /usr/share/bash-completion/completions)
 
 # orvlog_package(COMPONENT DEBIAN_SECTION SUMMARY DESCRIPTION)
 macro(orvlog_package component section summary description)
