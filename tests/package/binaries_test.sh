@@ -28,7 +28,7 @@ expect "exports of libiml" "${entries// /$'\n'}" \
 # Without the maker's libraries the loader says which one is missing.
 status=0
 message=$(env -u LD_LIBRARY_PATH "$tree/sbin/orvlog" -t 2>&1) || status=$?
-if [ -z "$(ldconfig -p | grep libkelmintrfc64)" ]; then
+if ! grep -q libkelmintrfc64 <<<"$(ldconfig -p)"; then
   expect "status without the maker's libraries" 127 $status
   expect "the loader's message" 1 "$(grep -c 'error while loading shared libraries: libkelmintrfc64.so.3' <<<"$message")"
 fi

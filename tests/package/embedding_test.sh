@@ -7,7 +7,7 @@ trap 'rm -rf "$work"' EXIT
 export LD_LIBRARY_PATH=$lib PKG_CONFIG_PATH=$lib/pkgconfig
 unset CFLAGS LDFLAGS CPPFLAGS
 
-ORVLOG_SIMULATOR=$server LD_LIBRARY_PATH= "$orvlog" -v | sed -n 's/^LOG: //p' >"$work/orvlog"
+ORVLOG_SIMULATOR=$server LD_LIBRARY_PATH="" "$orvlog" -v | sed -n 's/^LOG: //p' >"$work/orvlog"
 [ "$(wc -l <"$work/orvlog")" -gt 50 ]
 "$examples/translate.py" "$server/cevt" >"$work/python"
 
