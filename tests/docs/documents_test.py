@@ -90,7 +90,8 @@ def map_of(root):
     presets = json.loads((root / "CMakePresets.json").read_text())["configurePresets"]
     named = {
         "README.md": [f"`{preset['name']}`" for preset in presets if not preset.get("hidden")]
-                     + [f"scripts/{path.name}" for path in root.glob("scripts/*") if path.name != "check-hardening"],
+                     + [f"`scripts/{path.name}`" for path in root.glob("scripts/*")
+                        if path.name not in ("setup", "demo", "test")],
         "docs/architecture.md": [f"`{path.stem}" for folder, pattern in (
             ("cmake", "*.cmake"), ("orvlog", "*.cpp"), ("iml", "[!c]*.cpp"), ("pci", "*.cpp"), ("fuzz", "*.cpp"),
             ("platform", "*.h")) for path in root.glob(f"{folder}/{pattern}")],
