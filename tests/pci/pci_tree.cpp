@@ -8,6 +8,7 @@
 
 #include "pci/paths.h"
 #include "platform/kelmintrfc64.h"
+#include "tests/pci/fake_portio.h"
 
 namespace fs = std::filesystem;
 
@@ -47,6 +48,8 @@ PciTreeTest::PciTreeTest() : root_(MakeRoot()), descriptors_(CountDescriptors())
   pci_proc_dir = buses_.c_str();
   pci_slots_dir = slots_.c_str();
   zytpci_path = proc_.c_str();
+  physical_mem_path = mem_.c_str();
+  fake_portio::reset();
   driver_report.clear();
   driver_requests = 0;
 }
@@ -71,4 +74,14 @@ void PciTreeTest::AddFunction(const std::string &name, const Bytes &bytes, size_
 
 void PciTreeTest::AddBridge(const std::string &name, int secondary) {
   AddFunction(name, {{10, 4}, {11, 6}, {25, secondary}});
+}
+
+void PciTreeTest::Install(const std::string &image) {
+  WriteFile(mem_, std::string(0x100000 - image.size(), '\0') + image);
+}
+
+void PciTreeTest::InstallRom(const char *name) {
+  std::ifstream file(fs::path(ROM_DIR) / name, std::ios::binary);
+  ASSERT_TRUE(file) << name;
+  Install({std::istreambuf_iterator<char>(file), {}});
 }

@@ -1,4 +1,5 @@
-// A PCI tree, a slot directory and a proc file of the test's own, and what stands in for the closed library.
+// A PCI tree, a slot directory, a proc file and a physical memory of the test's own, and what stands in for
+// the closed library.
 #pragma once
 
 #include <filesystem>
@@ -12,7 +13,7 @@
 extern std::string driver_report;
 extern int driver_requests;
 
-using Bytes = std::vector<std::pair<size_t, int>>;  // offset and value
+using Bytes = std::vector<std::pair<size_t, uint32_t>>;  // offset and value
 
 // Repoints the fixed paths, and checks at the end that no descriptor was left open.
 class PciTreeTest : public testing::Test {
@@ -25,11 +26,15 @@ class PciTreeTest : public testing::Test {
   void AddFunction(const std::string &name, const Bytes &bytes = {}, size_t size = 256);
   // Makes a PCI-to-PCI bridge that leads to bus `secondary`.
   void AddBridge(const std::string &name, int secondary);
+  // Makes a first megabyte that ends with `image`, or with the image assembled from roms/.
+  void Install(const std::string &image);
+  void InstallRom(const char *name);
 
   const std::filesystem::path root_;
   const std::filesystem::path buses_ = root_ / "buses";
   const std::filesystem::path slots_ = root_ / "slots";
   const std::filesystem::path proc_ = root_ / "zytpci";
+  const std::filesystem::path mem_ = root_ / "mem";
 
  private:
   const size_t descriptors_;

@@ -1,38 +1,22 @@
 // The routing table from a ROM image, through everything that lies between.
-#include <fstream>
-#include <sstream>
-
 #include <gtest/gtest.h>
 
-#include "pci/paths.h"
 #include "pci/pci_irq_routing_state.h"
 #include "tests/pci/fake_portio.h"
 #include "tests/pci/pci_tree.h"
 
 namespace {
 
-class RouteFromRom : public PciTreeTest {
- protected:
+struct RouteFromRom : PciTreeTest {
   RouteFromRom() {
-    fake_portio::reset();
     internal_table_size = 0;
     rom_initialized = 0;
     ri = {};
-    physical_mem_path = mem_.c_str();
   }
-
-  // Makes a first megabyte that ends with `image`.
-  void Install(const std::string &image) {
-    WriteFile(mem_, std::string(0x100000 - image.size(), '\0') + image);
-  }
-
-  const std::filesystem::path mem_ = root_ / "mem";
 };
 
 TEST_F(RouteFromRom, IsPrintedAndKept) {
-  std::ostringstream image;
-  image << std::ifstream(ROM_DIR "/services.rom", std::ios::binary).rdbuf();
-  Install(image.str());
+  InstallRom("services.rom");
   AddBridge("05/01.0", 6);
   AddFunction("06/1f.7");
   for (int run = 0; run < 2; ++run) {
@@ -45,6 +29,7 @@ TEST_F(RouteFromRom, IsPrintedAndKept) {
               " 6\t\t1f\t\t 7\t\t62\t\t c00\t\t 3\n\n");
     std::filesystem::remove(mem_);  // the second time the ROM is not needed
   }
+  EXPECT_EQ(fake_portio::writes, (std::vector<fake_portio::Write>{{0xCF8, 4, 0x80000060}}));
   EXPECT_EQ(ri.rom, nullptr);
 }
 
