@@ -80,7 +80,7 @@ struct Image {
   }
 };
 
-TEST_F(RomAccess, FindsServicesBehindDecoys) {
+TEST_F(RomAccess, FindsThePciBiosBehindDecoys) {
   InstallRom("services.rom");
   EXPECT_EQ(init(kPciBiosOnly, 0), "");
   EXPECT_EQ(ri_.int15_entry_point, nullptr);
@@ -90,13 +90,19 @@ TEST_F(RomAccess, FindsServicesBehindDecoys) {
   EXPECT_EQ(fake_portio::writes, Writes{}) << "a decoy was called";
   x86_reg_t reg = {};
   EXPECT_EQ(pci_bios(0xB1FF, &reg), -0x81);
+}
 
-  EXPECT_EQ(romcall_fini(&ri_), 0);
-  EXPECT_EQ(init(kSkipPciBios, 0), "");
-  EXPECT_EQ(ri_.int15_entry_point - ri_.rom, 0xFF859 - 0xA0000);
-  EXPECT_EQ(ri_.ev_entry_point, nullptr);  // no directory knows it
-  EXPECT_EQ(ri_.pci_bios_entry_point, nullptr);
-  EXPECT_EQ(ri_.pci_es, 0);
+TEST_F(RomAccess, SkipBits) {
+  Install(Image().answer(0xF0000, 0x1234).bytes);
+  for (const int skip : {kSkipInt15, kSkipEv, kSkipPciBios}) {
+    SCOPED_TRACE(skip);
+    EXPECT_EQ(init(skip, 0), "");
+    EXPECT_EQ(ri_.int15_entry_point, skip == kSkipInt15 ? nullptr : ri_.rom + (0xFF859 - kRomBase));
+    EXPECT_EQ(ri_.ev_entry_point, skip == kSkipEv ? nullptr : ri_.rom + (0xF1234 - kRomBase));
+    EXPECT_EQ(ri_.pci_bios_entry_point, skip == kSkipPciBios ? nullptr : ri_.rom + (0xF1234 - kRomBase));
+    EXPECT_EQ(ri_.pci_es, 0);
+    EXPECT_EQ(romcall_fini(&ri_), 0);
+  }
 }
 
 TEST_F(RomAccess, ForeignRomStaysMappedUntilFini) {
@@ -164,7 +170,7 @@ TEST_F(RomAccess, BusyRomIsUnlockedOnceAndAskedOnceMore) {
     ASSERT_EQ(writes.size(), row.writes);
     EXPECT_EQ(std::count(writes.begin(), writes.end(), kUnlock), row.writes > 500);
     EXPECT_EQ(writes[row.writes > 500 ? 500 : 0] == kUnlock, row.writes > 500);
-    EXPECT_EQ(writes[499], (fake_portio::Write{0x80, 1, 0x81}));
+    EXPECT_EQ(writes[499], (fake_portio::Write{0x80, 2, 0xB181})) << "each call has the same registers";
   }
 }
 

@@ -8,7 +8,7 @@ directory:
 	directory_for pci_bios
 
 pci_bios:
-	out	PORT_CALLED, al
+	out	PORT_CALLED, ax
 	push	eax
 	in	al, PORT_LOCK
 	test	al, al
