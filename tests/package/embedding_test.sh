@@ -19,7 +19,7 @@ strict=(-std=c11 -Wall -Wextra -Wpedantic -Werror)
 "$cc" "${strict[@]}" "$examples/translate.c" -I"$tree/include" "$lib/libiml.a" -o "$work/translate-static"
 "$work/translate-static" <"$server/cevt" >"$work/static"
 
-"$cmake" -S "$examples" -B "$work/build" -DCMAKE_PREFIX_PATH="$tree" -DCMAKE_C_COMPILER="$cc" >/dev/null
+"$cmake" -G Ninja -S "$examples" -B "$work/build" -DCMAKE_PREFIX_PATH="$tree" -DCMAKE_C_COMPILER="$cc" >/dev/null
 "$cmake" --build "$work/build" >/dev/null
 "$work/build/translate" "$server/cevt" >"$work/find_package"
 
