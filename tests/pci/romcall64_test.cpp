@@ -69,6 +69,7 @@ constexpr Row kFamilies[] = {
     {"div ecx", "F7 F1", {1, 3, 1}, {0x55555555, 3, 2}},
     {"rep movsd", "F3 A5 8B 47 F8", {0, 2, 0}, {0x03020100, 0, 0}},
     {"pushad; popad skips ESP", "60 31 C0 31 C9 31 D2 61", {1, 2, 3}, {1, 2, 3}},
+    {"pop [esp] addresses after the pop", "6A 01 6A 02 8F 04 24 58", {}, {2, 0, 0}},
     {"call; ret 4", "6A 07 E8 02 00 00 00 EB 07 8B 44 24 04 C2 04 00", {}, {7, 0, 0}},
 };
 
@@ -80,12 +81,7 @@ constexpr Row kApart[] = {
     {"cpuid, leaf 0", "0F A2", {0, 9, 9}, {1, 0x6C65746E, 0x49656E69}},
     {"cpuid has no extensions", "0F A2", {1, 9, 9}, {0x480, 0, 0}},
     {"popfd of ones, then of zeros", "6A FF 9D 9C 58 6A 00 9D 9C 59", {}, {0x244ED7, 0x202, 0}},
-    {"stc; pushfd; clc; push cs; push; iretd",
-     "F9 9C F8 0E 68 0C 00 0F 00 CF F4 F4 40",
-     {},
-     {1, 0, 0},
-     kCarry,
-     kCarry},
+    {"iretd pops CF", "F9 9C F8 0E 68 0C 00 0F 00 CF F4 F4 40", {}, {1, 0, 0}, kCarry, kCarry},
     {"bound at both ends", "89 36 89 76 04 62 36", {}, {}},
     // The target counts in EAX and keeps its CS in ECX.
     {"push cs; call; retf 4", "6A 07 0E E8 02 00 00 00 EB 06 40 8C C9 CA 04 00", {}, {1, 8, 0}},
@@ -99,10 +95,7 @@ constexpr Row kApart[] = {
     {"mov gs,ax; push gs; pop fs", "8E E8 0F A8 0F A1 8C E1", {0x1234, 0, 0}, {0x1234, 0x1234, 0}},
     {"what the call pushes", "58 59 51 50", {}, {kReturnAddress, kCodeSelector, 0}},
     // Each of the instructions that take LOCK.
-    {"lock add, and, neg, inc",
-     "F0 01 0E F0 80 26 0E F0 F7 1E F0 FF 06 8B 06",
-     {0, 2, 0},
-     {0xFCFDFEFF, 2, 0}},
+    {"lock add to inc", "F0 01 0E F0 80 26 0E F0 F7 1E F0 FF 06 8B 06", {0, 2, 0}, {0xFCFDFEFF, 2, 0}},
     {"lock bts, btr", "F0 0F BA 2E 00 F0 0F B3 0E 8B 06", {0, 8, 0}, {0x03020001, 8, 0}},
     {"lock xchg, cmpxchg, xadd", "F0 87 0E F0 0F B1 16 F0 0F C1 16 8B 06", {7, 7, 5}, {10, 0x03020100, 5}},
 };

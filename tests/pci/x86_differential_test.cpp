@@ -2,9 +2,12 @@
 // the same registers, flags and memory. ORVLOG_X86_VECTORS and ORVLOG_X86_SEED in the environment change the
 // number of vectors and the seed.
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <random>
+#include <sstream>
 #include <string>
 #include <unicorn/unicorn.h>
 #include <vector>
@@ -117,11 +120,10 @@ std::vector<std::pair<const Form *, uint32_t>> all_instructions() {
   return all;
 }
 
-struct State {
-  uint32_t gpr[8];
-  uint32_t eflags;
-  uint32_t eip;
-};
+// The general registers by their numbers, then EFLAGS and EIP.
+using State = std::array<uint32_t, 10>;
+constexpr size_t kFlags = 8;
+constexpr size_t kEip = 9;
 
 struct Vector {
   const Form *form;
@@ -145,14 +147,14 @@ class Generator {
     prefixes(v);
     append(v, v.opcode > 0xFF ? v.opcode << 8 | 0x0F : v.opcode, v.opcode > 0xFF ? 2 : 1);
     operands(v);
-    std::generate(std::begin(v.state.gpr), std::end(v.state.gpr), [this] { return value(); });
-    v.state.eflags = (static_cast<uint32_t>(random_()) & kArithmetic) | kAlwaysSet;
+    std::generate(v.state.begin(), v.state.end(), [this] { return value(); });
+    v.state[kFlags] = (static_cast<uint32_t>(random_()) & kArithmetic) | kAlwaysSet;
     if (below(8) != 0) {
-      v.state.gpr[kEsp] = 0x100 + below(kDataSize - 0x200);
+      v.state[kEsp] = 0x100 + below(kDataSize - 0x200);
     }
     if (v.form->kind == kString) {
-      v.state.gpr[kEcx] = below(4) == 0 ? value() : below(2) << 16 | below(40);
-      v.state.eflags |= below(2) * kDirection;
+      v.state[kEcx] = below(4) == 0 ? value() : below(2) << 16 | below(40);
+      v.state[kFlags] |= below(2) * kDirection;
     }
     return v;
   }
@@ -258,7 +260,7 @@ class Generator {
 // otherwise than a processor: 16-bit ENTER leaves the upper half of EBP alone, LOCK does not change NEG's
 // flags.
 bool out_of_scope(const Vector &v) {
-  const uint32_t count = v.opcode & 1 ? v.state.gpr[kEcx] : v.immediate;
+  const uint32_t count = v.opcode & 1 ? v.state[kEcx] : v.immediate;
   const bool undefined = (v.opcode & ~9u) == 0x1A4 && count % 32 > 16;
   const bool differs = v.opcode >= 0x1C8 || v.opcode == 0xC8;
   const bool negated = (v.opcode & ~1u) == 0xF6 && v.field == 3;
@@ -281,19 +283,16 @@ class Unicorn {
     static constexpr int kRegisters[] = {UC_X86_REG_EAX,    UC_X86_REG_ECX, UC_X86_REG_EDX, UC_X86_REG_EBX,
                                          UC_X86_REG_ESP,    UC_X86_REG_EBP, UC_X86_REG_ESI, UC_X86_REG_EDI,
                                          UC_X86_REG_EFLAGS, UC_X86_REG_EIP};
-    uint32_t values[std::size(kRegisters)];
-    std::memcpy(values, &state, sizeof(values));
-    for (size_t i = 0; i < std::size(kRegisters); ++i) {
-      uc_reg_write(engine_, kRegisters[i], &values[i]);
+    for (size_t i = 0; i < state.size(); ++i) {
+      uc_reg_write(engine_, kRegisters[i], &state[i]);
     }
-    uc_ctl_remove_cache(engine_, state.eip, state.eip + kSlot);
+    uc_ctl_remove_cache(engine_, state[kEip], state[kEip] + kSlot);
     uc_ctl_remove_cache(engine_, until, until + 1);
-    const uc_err error = uc_emu_start(engine_, state.eip, until, 0, kBudget);
-    for (size_t i = 0; i < std::size(kRegisters); ++i) {
-      uc_reg_read(engine_, kRegisters[i], &values[i]);
+    const uc_err error = uc_emu_start(engine_, state[kEip], until, 0, kBudget);
+    for (size_t i = 0; i < state.size(); ++i) {
+      uc_reg_read(engine_, kRegisters[i], &state[i]);
     }
-    std::memcpy(&state, values, sizeof(values));
-    return error == UC_ERR_OK && state.eip == until;  // some exceptions are no errors to Unicorn
+    return error == UC_ERR_OK && state[kEip] == until;  // some exceptions are no errors to Unicorn
   }
 
  private:
@@ -304,25 +303,22 @@ CallEnd interpret(const Vector &v, State &state, std::span<const MemoryWindow> w
   const bool branch = v.form->kind == kBranch;
   uint64_t budget = branch ? 1 : kBudget;
   Interpreter cpu(windows, budget);
-  std::copy(std::begin(state.gpr), std::end(state.gpr), cpu.gpr);
-  cpu.eflags = state.eflags;
-  cpu.eip = state.eip;
-  const CallEnd end = cpu.run(branch ? kReturnAddress : state.eip + static_cast<uint32_t>(v.code.size()));
-  std::copy(std::begin(cpu.gpr), std::end(cpu.gpr), state.gpr);
-  state.eflags = cpu.eflags;
-  state.eip = cpu.eip;
+  std::copy_n(state.begin(), kFlags, cpu.gpr);
+  cpu.eflags = state[kFlags];
+  cpu.eip = state[kEip];
+  const CallEnd end = cpu.run(branch ? kReturnAddress : state[kEip] + static_cast<uint32_t>(v.code.size()));
+  std::copy_n(cpu.gpr, kFlags, state.begin());
+  state[kFlags] = cpu.eflags;
+  state[kEip] = cpu.eip;
   return branch && end == CallEnd::kBudget ? CallEnd::kReturned : end;
 }
 
-std::string describe(const State &state) {
-  std::string text;
-  char number[16];
-  for (const uint32_t reg : state.gpr) {
-    snprintf(number, sizeof(number), "%08x ", reg);
-    text += number;
-  }
-  snprintf(number, sizeof(number), "%04x %08x", state.eflags, state.eip);
-  return text + number;
+template <typename Numbers>
+std::string hex(const Numbers &numbers) {
+  std::ostringstream text;
+  text << std::hex;
+  std::copy(numbers.begin(), numbers.end(), std::ostream_iterator<uint32_t>(text, " "));
+  return text.str();
 }
 
 uint64_t setting(const char *name, uint64_t otherwise) {
@@ -349,42 +345,36 @@ TEST(X86Differential, AgreesWithUnicorn) {
     }
     const uint32_t offset = static_cast<uint32_t>(i * kSlot % (kCodeSize - 0x2000));
     std::memcpy(code + offset, v.code.data(), v.code.size());
-    v.state.eip = kCodeBase + offset;
+    const uint32_t start = kCodeBase + offset;
+    v.state[kEip] = start;
     State mine = v.state;
     State theirs = v.state;
     const CallEnd end = interpret(v, mine, windows);
     const bool my_success = end == CallEnd::kReturned;
+    const uint32_t my_eip = mine[kEip];
     // Unicorn lets LOCK stand where the architecture refuses it; a branch may lead to where nothing is, or to
     // itself.
-    if ((v.locked && end == CallEnd::kInstruction) ||
-        (mine.eip >= kDataSize && mine.eip - kCodeBase >= kCodeSize) ||
-        (my_success && mine.eip == v.state.eip)) {
+    if ((v.locked && end == CallEnd::kInstruction) || (my_success && my_eip == start) ||
+        (my_eip >= kDataSize && my_eip - kCodeBase >= kCodeSize)) {
       std::memcpy(data[0], data[1], kDataSize);
       continue;
     }
-    const bool their_success =
-        unicorn.run(theirs, my_success ? mine.eip : v.state.eip + static_cast<uint32_t>(v.code.size()));
+    const uint32_t next = start + static_cast<uint32_t>(v.code.size());
+    const bool their_success = unicorn.run(theirs, my_success ? my_eip : next);
 
     std::string difference;
     if (my_success != their_success) {
       difference = my_success ? "only Unicorn fails" : "only the interpreter fails";
     } else if (my_success) {
       ++succeeded;
-      if (std::memcmp(mine.gpr, theirs.gpr, sizeof(mine.gpr)) != 0) {
-        difference += "registers ";
-      }
-      if ((mine.eflags ^ theirs.eflags) & kCompared & ~v.form->undefined) {
-        difference += "flags ";
-      }
-      if (std::memcmp(data[0], data[1], kDataSize) != 0) {
-        difference += "memory ";
-      }
+      difference += std::equal(mine.begin(), mine.begin() + kFlags, theirs.begin()) ? "" : "registers ";
+      difference += (mine[kFlags] ^ theirs[kFlags]) & kCompared & ~v.form->undefined ? "flags " : "";
+      difference += std::memcmp(data[0], data[1], kDataSize) == 0 ? "" : "memory ";
     }
     if (!difference.empty()) {
       ++reported;
-      ADD_FAILURE() << difference << "\n  code " << testing::PrintToString(v.code) << "\n  before "
-                    << describe(v.state) << "\n  interpreter " << describe(mine) << "\n  Unicorn "
-                    << describe(theirs);
+      ADD_FAILURE() << difference << "\n  code " << hex(v.code) << "\n  before " << hex(v.state)
+                    << "\n  interpreter " << hex(mine) << "\n  Unicorn " << hex(theirs);
     }
     if (!my_success || !their_success || !difference.empty()) {
       std::memcpy(data[0], data[1], kDataSize);
