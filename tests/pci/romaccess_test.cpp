@@ -103,6 +103,9 @@ TEST_F(RomAccess, SkipBits) {
     EXPECT_EQ(ri_.pci_es, 0);
     EXPECT_EQ(romcall_fini(&ri_), 0);
   }
+  InstallRom("services.rom");  // whose directory knows the PCI BIOS only
+  EXPECT_EQ(init(kSkipPciBios, 0), "");
+  EXPECT_EQ(ri_.ev_entry_point, nullptr);
 }
 
 TEST_F(RomAccess, ForeignRomStaysMappedUntilFini) {
