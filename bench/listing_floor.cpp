@@ -1,40 +1,46 @@
-// Asks the driver for every entry of the log, as orvlog -v does, and writes listing_floor's argument in
-// bytes.
+// What a listing costs apart from its text: listing_floor BYTES ENTRIES asks the driver for every entry of
+// the log, as orvlog -v does, and writes BYTES bytes in as many pieces as the log has ENTRIES.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "orvlog/channel.h"
+#include "orvlog/probe.h"
 
 int main(int argc, char **argv) {
-  long bytes = argc > 1 ? strtol(argv[1], nullptr, 10) : 0;
-  const long entries = argc > 2 ? strtol(argv[2], nullptr, 10) : 1;
-  const long share = bytes / entries;
+  char piece[4096];
+  long bytes = argc == 3 ? strtol(argv[1], nullptr, 10) : 0;
+  const long entries = argc == 3 ? strtol(argv[2], nullptr, 10) : 0;
+  if (bytes <= 0 || entries <= 0 || bytes / entries > static_cast<long>(sizeof piece)) {
+    fprintf(stderr, "usage: listing_floor BYTES ENTRIES\n");
+    return EXIT_FAILURE;
+  }
+  memset(piece, '.', sizeof piece);
+  const auto write = [&](long size) {
+    bytes -= static_cast<long>(fwrite(piece, 1, static_cast<size_t>(size), stdout));
+  };
+
   Get_Qm_100_Series();
   do_init();
   const Channel node(kNodeEvents, kOpenRead);
-  char line[4096];
-  memset(line, '.', sizeof line);
-  union {
-    _ioctlEntry request;
-    char bytes[512];
-  } buffer;
+  char buffer[kReadLength];
+  auto *const request = reinterpret_cast<_ioctlEntry *>(buffer);
+  const long share = bytes / entries;
   for (int number = 0;; ++number) {
-    memset(&buffer, 0, sizeof buffer);
-    buffer.request.info.length = sizeof buffer;
-    buffer.request.info.choice = kChoiceRead;
-    buffer.request.info.EvtNumber = number;
-    buffer.request.Evt.Hdr.wEvtLength = 284;
-    const int status = node.request(kRequestEventEntry, &buffer.request, sizeof buffer.request);
-    if (status != kEventRead && status != kEventNoEntry) {
+    memset(buffer, 0, sizeof buffer);
+    request->info.length = kReadLength;
+    request->info.choice = kChoiceRead;
+    request->info.EvtNumber = number;
+    request->Evt.Hdr.wEvtLength = kReadEvtLength;
+    const int status = node.request(kRequestEventEntry, request, sizeof *request);
+    if (status == kEventRead) {
+      write(share);
+    } else if (status != kEventNoEntry) {
       break;
     }
-    if (status == kEventRead) {
-      bytes -= static_cast<long>(fwrite(line, 1, static_cast<size_t>(share), stdout));
-    }
   }
-  while (bytes > 0) {
-    bytes -= static_cast<long>(fwrite(line, 1, static_cast<size_t>(bytes < 4096 ? bytes : 4096), stdout));
+  for (long left = bytes; left > 0; left -= static_cast<long>(sizeof piece)) {
+    write(left < static_cast<long>(sizeof piece) ? left : static_cast<long>(sizeof piece));
   }
   return fflush(stdout) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 }

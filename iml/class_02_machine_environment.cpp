@@ -100,7 +100,7 @@ void TranslateMachOverheatSAS(EventText &szString, const EVT_MACH_SAS_OVERHEAT &
 
 void TranslateMachExtFanFailSAS(EventText &szString, const EVT_MACH_EXT_SAS_FAN_FAIL &record) {
   Scratch fan;
-  EventText szFan(fan.Buffer(), Scratch::kSize);
+  EventText szFan(fan);
   if (record.bFanId != 0 && record.bFanModule != 0) {
     szFan.Format("Fan %u, Fan Module %u", record.bFanId, record.bFanModule);
   } else if (record.bFanModule != 0) {
@@ -117,7 +117,7 @@ void TranslateMachExtFanFailSAS(EventText &szString, const EVT_MACH_EXT_SAS_FAN_
 /// Worded as overheating, except for the server itself; the slot description closes every parenthesis.
 void TranslateMachCriticalOverheat(EventText &szString, const EVT_MACH_CRIT_OVERHEAT &record) {
   Scratch suffix_buffer;
-  EventText szSuffix(suffix_buffer.Buffer(), Scratch::kSize);
+  EventText szSuffix(suffix_buffer);
   AppendDetail(szSuffix, NextText(record.szChassis_Sun));
   const char *const suffix = suffix_buffer.Buffer();
 

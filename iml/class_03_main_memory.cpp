@@ -171,7 +171,7 @@ void TranslateCandidateList(EventText &szString, const Wording<1> &event, const 
   SerialNumbers serials(record.bResolution != 0 ? record.cSerialNumber : "");
   for (std::size_t i = 0; i < CountCandidates(record); ++i) {
     Scratch suffix;
-    EventText szSuffix(suffix.Buffer(), Scratch::kSize);
+    EventText szSuffix(suffix);
     AppendSerialNumber(szSuffix, serials.Next(Scratch()));
     if (i != 0) {
       szList.Append(", or ");
@@ -235,7 +235,7 @@ constexpr Wording<3> kProcessorMirrorEngaged =
 template <class Record>
 void TranslateProcessorTakeOver(EventText &szString, const Wording<3> &wording, const Record &record) {
   Scratch suffix;
-  EventText szSuffix(suffix.Buffer(), Scratch::kSize);
+  EventText szSuffix(suffix);
   AppendSerialNumber(szSuffix, record.cSerialNumber);
   szString.FormatWording(
       wording, {Byte2Str(record.bSlot, Scratch()), Byte2Str(record.bModule, Scratch()), suffix.Buffer()});
@@ -295,12 +295,12 @@ void TranslateMainMemCfChg(EventText &szString, const EVT_MAIN_MEMORY_CONFIG_CHG
 
 void TranslateMainMemRomDiagFail(EventText &szString, const EVT_MAIN_MEMORY_FAIL_IN_ROM_DIAG &record) {
   Scratch prefix;
-  EventText szPrefix(prefix.Buffer(), Scratch::kSize);
+  EventText szPrefix(prefix);
   if (record.bBoard != 0) {
     szPrefix.Format("Board %d, ", record.bBoard);
   }
   Scratch suffix;
-  EventText szSuffix(suffix.Buffer(), Scratch::kSize);
+  EventText szSuffix(suffix);
   AppendSerialNumber(szSuffix, record.szSerialNumber);
   const char *const szSpareNumber = NextText(record.szSerialNumber);
   if (*szSpareNumber != '\0') {

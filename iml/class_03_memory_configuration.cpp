@@ -1,5 +1,4 @@
 // Faults that the firmware meets while it sets up and trains the memory.
-#include "iml/eventstr_helpers.h"
 #include "iml/memory_events.h"
 
 namespace iml {

@@ -26,7 +26,7 @@ const char *GetPciExpressLocation(std::uint8_t bSlot, ScratchRef szDest) {
   if (bSlot == 0) {
     return "Embedded device";
   }
-  EventText(szDest.Buffer(), Scratch::kSize).Format("Slot %s", Byte2Str(bSlot, Scratch()));
+  EventText(szDest).Format("Slot %s", Byte2Str(bSlot, Scratch()));
   return szDest.Buffer();
 }
 

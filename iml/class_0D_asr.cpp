@@ -1,6 +1,5 @@
 // Automatic Server Recovery.
 #include "iml/class_decoders.h"
-#include "iml/eventstr_helpers.h"
 
 namespace iml {
 

@@ -35,12 +35,12 @@ const char *GetShutdownMessage(std::uint8_t bCause) {
 
 void TranslateOsPwrShed(EventText &szString, const EVT_OS_PWR_SHED &record) {
   switch (record.bZoneType) {
-    case 13:  // network slot
+    case kZoneNetworkComponent:
       szString.Format(
           "Server Blade Enclosure Network Component Shutdown Via Power Management Software (Slot %s)",
           Byte2Str(record.bZoneId, Scratch()));
       break;
-    case 14:  // blade slot
+    case kZoneBlade:
       szString.Format("Server Blade Enclosure Blade Shutdown Via Power Management Software (Slot %s)",
                       Byte2Str(record.bZoneId, Scratch()));
       break;

@@ -39,7 +39,7 @@ const char *TranslatePhyDisabledSASDevice(std::uint8_t bDevice) {
 /// The device at one end of a PHY link, whose types are coded in another way.
 const char *GetSASPhyGenericDeviceString(ScratchRef szString, std::uint8_t bBox, std::uint8_t bBay,
                                          std::uint8_t bType) {
-  EventText text(szString.Buffer(), Scratch::kSize);
+  EventText text(szString);
   switch (bType) {
     case 1: text.Format("SATA Device, Box %u, Bay %u", bBox, bBay); break;
     case 2: text.Format("SAS Device, Box %u, Bay %u", bBox, bBay); break;

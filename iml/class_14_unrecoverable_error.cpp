@@ -37,7 +37,7 @@ void TranslateClass14(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData,
     case 2: szString.Append("An Unrecoverable System Error (BINIT) has occurred"); break;
     case 3: {
       Scratch detail;
-      EventText szDetail(detail.Buffer(), Scratch::kSize);
+      EventText szDetail(detail);
       TranslateNmiPlusData(szDetail, pEventData->NmiPlusData);
       szString.Format("An Unrecoverable System Error (NMI) has occurred (%s)", detail.Buffer());
       break;

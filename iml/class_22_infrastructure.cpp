@@ -5,10 +5,6 @@
 namespace iml {
 namespace {
 
-// Zone types that tell a blade from a network component.
-constexpr std::uint8_t kZoneNetworkComponent = 13;
-constexpr std::uint8_t kZoneBlade = 14;
-
 constexpr const char *szInadequatePowerReason[] = {
     "Lost Redundant Power",
     "Not Enough Power",

@@ -1,6 +1,5 @@
 // Memory modules that keep their contents in flash memory while the power is off.
 #include "iml/class_decoders.h"
-#include "iml/eventstr_helpers.h"
 #include "iml/memory_events.h"
 
 namespace iml {
@@ -11,7 +10,7 @@ const char *GetSerialPart(const char *cSerialNumber, ScratchRef szDest) {
   if (*cSerialNumber == '\0') {
     return "";
   }
-  EventText(szDest.Buffer(), Scratch::kSize).Format(", Serial Number %.8s", cSerialNumber);
+  EventText(szDest).Format(", Serial Number %.8s", cSerialNumber);
   return szDest.Buffer();
 }
 

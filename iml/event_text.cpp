@@ -9,6 +9,7 @@ namespace iml {
 
 namespace {
 
+constexpr unsigned kWidest = 10;  // digits of a number: no event text pads further
 constexpr unsigned kNoPrecision = std::numeric_limits<unsigned>::max();
 
 unsigned ReadDigits(const char *&p) {
@@ -40,14 +41,14 @@ void EventText::Append(std::string_view text) {
 
 void EventText::AppendNumber(unsigned value, bool negative, unsigned base, bool upper_case, unsigned width) {
   const char *const digits = upper_case ? "0123456789ABCDEF" : "0123456789abcdef";
-  char number[16];
+  char number[kWidest + 1];  // and a sign
   char *const end = number + sizeof number;
   char *first = end;
   do {
     *--first = digits[value % base];
     value /= base;
   } while (value != 0);
-  while (static_cast<unsigned>(end - first) < width) {
+  for (width = std::min(width, kWidest); static_cast<unsigned>(end - first) < width;) {
     *--first = '0';
   }
   if (negative) {
@@ -92,7 +93,9 @@ void EventText::Format(const char *szFormat, ...) {
       }
       case 'x': AppendNumber(va_arg(args, unsigned), false, 16, false, width); break;
       case 'X': AppendNumber(va_arg(args, unsigned), false, 16, true, width); break;
-      default: Append("%"); break;  // "%%": no event text uses any other directive
+      case '%': Append("%"); break;
+      default:
+        __builtin_trap();  // a directive that is not known here, which the first test of its message meets
     }
   }
   va_end(args);
@@ -101,11 +104,8 @@ void EventText::Format(const char *szFormat, ...) {
 void EventText::FormatTexts(const char *szFormat, std::span<const char *const> texts) {
   const char *p = szFormat;
   for (const char *const text : texts) {
-    const char *const directive = strchrnul(p, '%');
+    const char *const directive = strchrnul(p, '%');  // always found: Wording has counted them
     Append({p, static_cast<std::size_t>(directive - p)});
-    if (*directive == '\0') {
-      return;
-    }
     Append(text);
     p = directive + 2;
   }

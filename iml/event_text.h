@@ -15,7 +15,7 @@ void WordingHasWrongPlaceholders();
 /// A format kept in a table: exactly `Texts` directives, each "%s".
 template <std::size_t Texts>
 struct Wording {
-  consteval Wording(const char *szWording) : szFormat(szWording) {  // NOLINT(google-explicit-constructor)
+  consteval Wording(const char *szWording) : szFormat(szWording) {
     std::size_t directives = 0;
     for (const char *p = szWording; *p != '\0'; ++p) {
       if (*p != '%') {
@@ -34,12 +34,46 @@ struct Wording {
   const char *szFormat;
 };
 
+/// Room for one text while a message is put together: a temporary in the call that fills it lives until the
+/// message is written. It holds the longest text that a record can yield, with its frame, and is left
+/// uninitialised.
+class Scratch {
+ public:
+  static constexpr std::size_t kSize = 320;
+
+  Scratch() {}  // not defaulted: `Scratch()` would clear the buffer
+
+  char *Buffer() {
+    return sz_;
+  }
+
+ private:
+  char sz_[kSize];
+};
+
+/// A scratch buffer as the helpers take it, named or temporary.
+class ScratchRef {
+ public:
+  ScratchRef(Scratch &scratch) : sz_(scratch.Buffer()) {}
+  ScratchRef(Scratch &&scratch) : sz_(scratch.Buffer()) {}
+
+  [[nodiscard]] char *Buffer() const {
+    return sz_;
+  }
+
+ private:
+  char *sz_;  // Scratch::kSize bytes
+};
+
 /// A text that grows inside a buffer of fixed size. It is terminated after every call; what does not fit is
 /// dropped, so a text is cut once, at the buffer's size - 1 characters.
 class EventText {
  public:
   /// Starts an empty text in `ulSize` bytes at `szString`. With a size of 0 nothing is ever written.
   EventText(char *szString, std::size_t ulSize);
+
+  /// Starts an empty text in a scratch buffer.
+  explicit EventText(ScratchRef scratch) : EventText(scratch.Buffer(), Scratch::kSize) {}
 
   EventText(const EventText &) = delete;
   EventText &operator=(const EventText &) = delete;
@@ -69,38 +103,6 @@ class EventText {
   char *begin_;
   char *next_;
   char *last_;  // where the terminator of a full text goes; null when there is no buffer
-};
-
-/// Room for one text while a message is put together: a temporary in the call that fills it lives until the
-/// message is written. It holds the longest text that a record can yield, with its frame, and is left
-/// uninitialised.
-class Scratch {
- public:
-  static constexpr std::size_t kSize = 320;
-
-  Scratch() {
-  }  // NOLINT(modernize-use-equals-default): a defaulted one would have `Scratch()` clear the buffer
-
-  char *Buffer() {
-    return sz_;
-  }
-
- private:
-  char sz_[kSize];
-};
-
-/// A scratch buffer as the helpers take it, named or temporary.
-class ScratchRef {
- public:
-  ScratchRef(Scratch &scratch) : sz_(scratch.Buffer()) {}   // NOLINT(google-explicit-constructor)
-  ScratchRef(Scratch &&scratch) : sz_(scratch.Buffer()) {}  // NOLINT(google-explicit-constructor)
-
-  [[nodiscard]] char *Buffer() const {
-    return sz_;
-  }
-
- private:
-  char *sz_;  // Scratch::kSize bytes
 };
 
 }  // namespace iml

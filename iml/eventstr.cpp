@@ -25,42 +25,47 @@ union GuardedPayload {
 void TranslateEventToMessage(std::uint16_t wEventClass, std::uint16_t wEventCode,
                              const EVT_FREE_FORM *pEventData, EventText &szString, std::int8_t bDataLength) {
   switch (wEventClass) {
-    case 0x00: szString.Append("Empty"); break;
-    case 0x01: szString.Append("Reserved"); break;
-    case 0x02: TranslateClass02(wEventCode, pEventData, szString); break;
-    case 0x03: TranslateClass03(wEventCode, pEventData, szString); break;
-    case 0x04: TranslateClass04(wEventCode, pEventData, szString); break;
-    case 0x05: TranslateClass05(wEventCode, pEventData, szString); break;
-    case 0x06: TranslateClass06(wEventCode, pEventData, szString); break;
-    case 0x07: TranslateClass07(wEventCode, pEventData, szString); break;
-    case 0x08: TranslateClass08(wEventCode, pEventData, szString); break;
-    case 0x09: TranslateClass09(wEventCode, pEventData, szString); break;
-    case 0x0A: TranslateClass0A(wEventCode, pEventData, szString); break;
-    case 0x0B: TranslateClass0B(wEventCode, pEventData, szString, bDataLength); break;
-    case 0x0D: TranslateClass0D(wEventCode, pEventData, szString); break;
-    case 0x0E: TranslateClass0E(wEventCode, pEventData, szString); break;
-    case 0x11: TranslateClass11(wEventCode, pEventData, szString); break;
-    case 0x12: TranslateClass12(wEventCode, pEventData, szString); break;
-    case 0x13: TranslateClass13(wEventCode, pEventData, szString); break;
-    case 0x14: TranslateClass14(wEventCode, pEventData, szString); break;
-    case 0x20: TranslateClass20(wEventCode, pEventData, szString); break;
-    case 0x21: TranslateClass21(wEventCode, pEventData, szString); break;
-    case 0x22: TranslateClass22(wEventCode, pEventData, szString); break;
-    case 0x25: TranslateClass25(wEventCode, pEventData, szString); break;
-    case 0x26: TranslateClass26(wEventCode, pEventData, szString); break;
-    case 0x27: TranslateClass27(wEventCode, pEventData, szString); break;
-    case 0x28: TranslateClass28(wEventCode, pEventData, szString); break;
-    case 0x29: TranslateClass29(wEventCode, pEventData, szString); break;
-    case 0x2A: TranslateClass2A(wEventCode, pEventData, szString); break;
+    case kClassEmpty: szString.Append("Empty"); break;
+    case kClassTest: szString.Append("Reserved"); break;
+    case kClassMachineEnvironment: TranslateClass02(wEventCode, pEventData, szString); break;
+    case kClassMainMemory: TranslateClass03(wEventCode, pEventData, szString); break;
+    case kClassCacheMemory: TranslateClass04(wEventCode, pEventData, szString); break;
+    case kClassCpu: TranslateClass05(wEventCode, pEventData, szString); break;
+    case kClassHostBus: TranslateClass06(wEventCode, pEventData, szString); break;
+    case kClassEisaBus: TranslateClass07(wEventCode, pEventData, szString); break;
+    case kClassPciBus: TranslateClass08(wEventCode, pEventData, szString); break;
+    case kClassExpansionSlot: TranslateClass09(wEventCode, pEventData, szString); break;
+    case kClassPostMessages: TranslateClass0A(wEventCode, pEventData, szString); break;
+    case kClassPowerSubsystem: TranslateClass0B(wEventCode, pEventData, szString, bDataLength); break;
+    case kClassAsr: TranslateClass0D(wEventCode, pEventData, szString); break;
+    case kClassOperatingSystem: TranslateClass0E(wEventCode, pEventData, szString); break;
+    case kClassNetworkAdapter: TranslateClass11(wEventCode, pEventData, szString); break;
+    case kClassScsi: TranslateClass12(wEventCode, pEventData, szString); break;
+    case kClassDriveArray: TranslateClass13(wEventCode, pEventData, szString); break;
+    case kClassUnrecoverableSystemError: TranslateClass14(wEventCode, pEventData, szString); break;
+    case kClassSystemRevision: TranslateClass20(wEventCode, pEventData, szString); break;
+    case kClassMaintenance: TranslateClass21(wEventCode, pEventData, szString); break;
+    case kClassInfrastructure: TranslateClass22(wEventCode, pEventData, szString); break;
+    case kClassKrx: TranslateClass25(wEventCode, pEventData, szString); break;
+    case kClassPellory: TranslateClass26(wEventCode, pEventData, szString); break;
+    case kClassPowerCapping: TranslateClass27(wEventCode, pEventData, szString); break;
+    case kClassFlashMedia: TranslateClass28(wEventCode, pEventData, szString); break;
+    case kClassInterlock: TranslateClass29(wEventCode, pEventData, szString); break;
+    case kClassNonVolatileMemory: TranslateClass2A(wEventCode, pEventData, szString); break;
     default: break;
+  }
+}
+
+/// Sets all of a caller's buffer to zero.
+void Clear(char *szString, std::uint32_t ulSize) {
+  if (ulSize != 0) {  // with a size of 0 there may be no buffer
+    std::memset(szString, 0, ulSize);
   }
 }
 
 /// Writes a name, or "Unknown" where there is none. Returns what the entries return.
 std::uint8_t WriteName(const char *szName, char *szString, std::uint32_t ulSize) {
-  if (ulSize != 0) {
-    std::memset(szString, 0, ulSize);
-  }
+  Clear(szString, ulSize);
   EventText(szString, ulSize).Append(szName != nullptr ? szName : szUnknown);
   return szName != nullptr ? 1 : 0;
 }
@@ -118,9 +123,7 @@ static_assert(sizeof kClassNames / sizeof *kClassNames == 0x2B);
 
 std::uint8_t TranslateEventLogMessage(const EVT_LOG_ENTRY *pEvtLogEntry, char *szString,
                                       std::uint32_t ulSize) {
-  if (ulSize != 0) {
-    std::memset(szString, 0, ulSize);
-  }
+  iml::Clear(szString, ulSize);
   const EVT_HEADER &header = pEvtLogEntry->Hdr;
   const iml::GuardedPayload payload(pEvtLogEntry->Data);
   iml::EventText text(szString, ulSize);
@@ -141,11 +144,11 @@ std::uint8_t TranslateEventLogClass(std::uint16_t wClass, char *szString, std::u
 std::uint8_t TranslateEventLogSeverity(std::uint8_t bSeverity, char *szString, std::uint32_t ulSize) {
   const char *szName = nullptr;
   switch (bSeverity) {
-    case 2:
-    case 3: szName = "Informational"; break;
-    case 6: szName = "Repaired"; break;
-    case 9: szName = "Caution"; break;
-    case 15: szName = "Critical"; break;
+    case kSeverityInformational:
+    case kSeverityInformationalAlternate: szName = "Informational"; break;
+    case kSeverityRepaired: szName = "Repaired"; break;
+    case kSeverityCaution: szName = "Caution"; break;
+    case kSeverityCritical: szName = "Critical"; break;
     default: break;
   }
   return iml::WriteName(szName, szString, ulSize);

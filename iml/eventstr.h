@@ -11,6 +11,8 @@
 
 #if defined(__GNUC__) && !defined(IML_API)
 #  define IML_API __attribute__((visibility("default")))
+#elif !defined(IML_API)
+#  define IML_API
 #endif
 
 #ifdef __cplusplus

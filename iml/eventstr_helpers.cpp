@@ -7,11 +7,6 @@ namespace iml {
 
 namespace {
 
-/// A text that is put together in a scratch buffer.
-struct ScratchText : EventText {
-  explicit ScratchText(ScratchRef scratch) : EventText(scratch.Buffer(), Scratch::kSize) {}
-};
-
 bool IsSpace(char c) {
   return std::isspace(static_cast<unsigned char>(c)) != 0;
 }
@@ -32,7 +27,7 @@ const char *Byte2Str(std::uint8_t bValue, ScratchRef szDest) {
   if (bValue == 0xFF) {
     return szUnknown;
   }
-  ScratchText(szDest).Format("%u", bValue);
+  EventText(szDest).Format("%u", bValue);
   return szDest.Buffer();
 }
 
@@ -40,7 +35,7 @@ const char *Char2Str(char bValue, ScratchRef szDest) {
   if (static_cast<unsigned char>(bValue) == 0xFF) {
     return szUnknown;
   }
-  ScratchText(szDest).Format("%c", bValue);
+  EventText(szDest).Format("%c", bValue);
   return szDest.Buffer();
 }
 
@@ -48,12 +43,12 @@ const char *Dword2Str(std::uint32_t dwValue, ScratchRef szDest) {
   if (dwValue == 0xFFFFFFFF) {
     return szUnknown;
   }
-  ScratchText(szDest).Format("%u", dwValue);
+  EventText(szDest).Format("%u", dwValue);
   return szDest.Buffer();
 }
 
 const char *Dword2HexStr(std::uint32_t dwValue, ScratchRef szDest) {
-  ScratchText(szDest).Format("0x%08X", dwValue);
+  EventText(szDest).Format("0x%08X", dwValue);
   return szDest.Buffer();
 }
 
@@ -61,12 +56,12 @@ const char *GetTemp(std::uint8_t bTemp, ScratchRef szDest) {
   if (bTemp == 0xFF) {
     return szUnknown;
   }
-  ScratchText(szDest).Format("%uC", bTemp);
+  EventText(szDest).Format("%uC", bTemp);
   return szDest.Buffer();
 }
 
 const char *GetBCDString(std::uint8_t bBCD, ScratchRef pszString) {
-  ScratchText(pszString).Format("%02x", bBCD);
+  EventText(pszString).Format("%02x", bBCD);
   return pszString.Buffer();
 }
 
@@ -92,7 +87,7 @@ const char *GetInternalExternal(const EVT_CHASSIS &Chassis) {
 
 const char *GetSASPort(ScratchRef szString, const char (&szPortID)[2]) {
   // Without its first character the name is empty, whatever the second one is.
-  ScratchText(szString).Append({szPortID, strnlen(szPortID, sizeof szPortID)});
+  EventText(szString).Append({szPortID, strnlen(szPortID, sizeof szPortID)});
   return szString.Buffer();
 }
 
@@ -104,7 +99,7 @@ const char *GetSysChassis(std::uint8_t bChassisId, const char *szChassisName, Sc
 }
 
 const char *GetChassisEx(const char *pszName, const EVT_CHASSIS &Chassis, ScratchRef pszString) {
-  ScratchText text(pszString);
+  EventText text(pszString);
   if (pszName != nullptr && std::isalnum(static_cast<unsigned char>(*pszName)) != 0) {
     text.Format("Enclosure Serial Number %.16s", pszName);
   } else {
@@ -117,12 +112,12 @@ const char *GetStorChassis(const char *szChassisName, ScratchRef szDest) {
   if (*szChassisName == '\0') {
     return "";
   }
-  ScratchText(szDest).Format("Chassis %s, ", szChassisName);
+  EventText(szDest).Format("Chassis %s, ", szChassisName);
   return szDest.Buffer();
 }
 
 const char *GetSlotChassisSun(ScratchRef szString, const char *szChassis_Sun, std::uint8_t bSlotNumber) {
-  ScratchText text(szString);
+  EventText text(szString);
   text.Append(GetStorChassis(szChassis_Sun, Scratch()));
   const char *const szSlot = NextText(szChassis_Sun);
   if (*szSlot != '\0') {
@@ -134,7 +129,7 @@ const char *GetSlotChassisSun(ScratchRef szString, const char *szChassis_Sun, st
 }
 
 const char *CopyAndReformat(ScratchRef szDest, std::string_view szSrc) {
-  ScratchText text(szDest);
+  EventText text(szDest);
   while (!szSrc.empty()) {
     if (IsSpace(szSrc.front())) {
       szSrc.remove_prefix(1);

@@ -7,9 +7,10 @@
 #include <getopt.h>
 #include <unistd.h>
 
-#include "orvlog/channel.h"
 #include "orvlog/notes.h"
+#include "orvlog/orvlog.h"
 #include "orvlog/output.h"
+#include "orvlog/probe.h"
 #include "orvlog/sensors.h"
 #include "orvlog/usage.h"
 #include "orvlog/viewer.h"
@@ -137,10 +138,9 @@ class OptionLoop {
 
   void log_note() {
     if (severity_processed_ == 0) {
-      fprintf(
-          stderr,
-          "orvlog: The -s option for setting the severity must precede the -l option to log a maintenance "
-          "note.\n\n");
+      // clang-format off
+      print_err("orvlog: The -s option for setting the severity must precede the -l option to log a maintenance note.\n\n");
+      // clang-format on
       refuse(argv_[0]);
     }
     ++lognote_processed_;

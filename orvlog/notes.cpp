@@ -12,7 +12,8 @@
 namespace {
 
 constexpr std::uint16_t kNoteCode = 2;
-constexpr std::size_t kRecordOverhead = 30;  // header, terminator and one byte more: what the driver expects
+constexpr std::size_t kRecordOverhead =
+    sizeof(EVT_HEADER) + 2;  // the terminator, and one byte that the driver expects
 
 }  // namespace
 
@@ -52,8 +53,8 @@ int log_maintenance_note(const char *str, int severity) {
     return 0;
   }
   const std::size_t length = strlen(str);
-  const std::unique_ptr<char, decltype(&free)> buffer(
-      static_cast<char *>(calloc(1, length + sizeof(_ioctlEntry) + 1)), &free);
+  const std::unique_ptr<char, FreeMemory> buffer(
+      static_cast<char *>(calloc(1, length + sizeof(_ioctlEntry) + 1)));
   if (buffer == nullptr) {
     node.close();
     print_err("orvlog: Unable to allocate memory to log message.\n");

@@ -93,6 +93,11 @@ typedef struct [[gnu::packed]] _EVENTLOGHEADER {
 } * PEVENTLOGHEADER;
 static_assert(sizeof(_EVENTLOGHEADER) == 3);
 
+// What a read of the event node states as its length, which is the size of its buffer, and as the record's
+// length.
+inline constexpr uint32_t kReadLength = 512;
+inline constexpr uint16_t kReadEvtLength = 284;
+
 // What LOG_INFO asks of the event node.
 enum EventChoice : int32_t {
   kChoiceAdd = 1,   // append the record that follows

@@ -43,8 +43,8 @@ void flush_output() {
 
 void finish(int status) {
   flush_output();
-  if (ferror(stdout) != 0) {
-    note_failure();
+  if (ferror(stdout) != 0 && write_error == 0) {
+    write_error = EIO;  // a failure that nobody has noted
   }
   if (write_error != 0) {
     fprintf(stderr, "orvlog: Cannot write standard output: %s\n", strerror(write_error));

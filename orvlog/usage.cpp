@@ -1,7 +1,7 @@
 #include "orvlog/usage.h"
 
-#include "orvlog/channel.h"
 #include "orvlog/output.h"
+#include "orvlog/probe.h"
 
 void print_usage(const char *progname) {
   print_err("usage: %s  [options]\n", progname);

@@ -12,19 +12,11 @@
 
 namespace {
 
-constexpr std::uint32_t kReadLength = 512;     // what a read states as its length, and the size of its buffer
-constexpr std::uint16_t kReadEvtLength = 284;  // what a read states as the record's length
 constexpr std::uint32_t kDescriptionSize = 256;
 
 /// Numbers in a row that may have no entry. A driver that has nothing to return for more of them would have
 /// the whole range of 32 bits asked for before the listing ends; no log has such gaps.
 constexpr int kLongestGap = 1'000'000;
-
-struct FreeMemory {
-  void operator()(void *memory) const {
-    free(memory);
-  }
-};
 
 /// The event node with the buffer of its read requests.
 class EventReader {

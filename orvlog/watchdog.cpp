@@ -6,6 +6,7 @@
 
 #include "orvlog/channel.h"
 #include "orvlog/output.h"
+#include "orvlog/probe.h"
 #include "orvlog/usage.h"
 #include "platform/orvev64.h"
 
@@ -13,8 +14,8 @@ namespace {
 
 constexpr char kTimeoutPrefix[] = "TIMEOUT=";
 
-/// Bit n is set when a timeout of n minutes is allowed: 5, 10, 15, 20 and 30.
-constexpr std::uint32_t kAllowedTimeouts = 0x40108420;
+/// Bit n is set when a timeout of n minutes is allowed.
+constexpr std::uint32_t kAllowedTimeouts = 1U << 5 | 1U << 10 | 1U << 15 | 1U << 20 | 1U << 30;
 
 bool is_allowed_timeout(std::uint32_t minutes) {
   return minutes <= 30 && (kAllowedTimeouts >> minutes & 1) != 0;

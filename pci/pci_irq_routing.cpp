@@ -32,10 +32,7 @@ constexpr int kSecondaryBus = offsetof(PCIConfigHeader, Type.One.SecondaryBus);
 constexpr uint8_t kClassBridge = 6;
 constexpr uint8_t kSubClassPciToPci = 4;
 
-// PCI BIOS: get IRQ routing options.
-constexpr uint8_t kPciBios = 0xB1;
-constexpr uint8_t kGetRoutingOptions = 0x8E;
-constexpr int kRomCallMode = 2;
+constexpr uint8_t kGetRoutingOptions = 0x8E;  // of the PCI BIOS
 
 // Where the PCI BIOS finds the request's two buffers.
 constexpr uint32_t kGuestInfo = kLentBase;
@@ -66,8 +63,9 @@ pci_irq_route_entry read_slot(const char *slot_name) {
   if (fd < 0) {
     return entry;
   }
-  char text[128 + 1] = {};
-  if (read(fd, text, sizeof(text) - 1) > 0) {
+  constexpr size_t kAddressSize = 128;
+  char text[kAddressSize + 1] = {};
+  if (read(fd, text, kAddressSize) > 0) {
     unsigned bus = 0;
     unsigned device = 0;
     // What cannot be read stays 0, and a number that is too large only loses its high bits.
@@ -188,7 +186,7 @@ int pci_irq_route_table_from_proc() {
     return -1;
   }
   internal_table_size = read_proc_routes(file, internal_table);
-  (void)fclose(file);
+  fclose(file);
   return 0;
 }
 
@@ -294,9 +292,10 @@ void print_pci_data() {
   pci_irq_route_entry table[kReportRows] = {};
   int count = kReportRows;
   printf("\nBusNumber\tDeviceNumber\tFunctionNumber\tLinkIntA\tIRQBitMapIntA\tSlotNumber\n");
+  fflush(stdout);  // what the sources have to say comes behind it
   if (pci_irq_route_table(table, &count) != 0) {
     count = 0;
-    (void)fprintf(stderr, "orvlog: No PCI IRQ routing table is available.\n");
+    fprintf(stderr, "orvlog: No PCI IRQ routing table is available.\n");
   }
   for (int i = 0; i < std::min(count, kReportRows); ++i) {
     const pci_irq_route_entry &entry = table[i];

@@ -19,7 +19,9 @@ constexpr uint32_t kIdentityAddress = 0xFFFEA;
 constexpr char kIdentity[] = "VELDRA";
 constexpr uint32_t kInt15Address = 0xFF859;
 
-constexpr uint8_t kBusy = 0x8A;  // AH of a ROM that asks to be called again
+constexpr uint32_t kCarryFlag = 1;  // in EFLAGS
+constexpr uint32_t kIoSpace = 1;    // in a base address register
+constexpr uint8_t kBusy = 0x8A;     // AH of a ROM that asks to be called again
 constexpr int kBusyAnswersBeforeUnlock = 500;
 
 // The management controller's PCI function, and its unlock port behind the I/O base.
@@ -76,15 +78,15 @@ int call_within(const rominfo *ri, x86_reg_t *reg, const uint8_t *entry_point,
     }
   }
   *reg = work;
-  return work.reflags & 1 ? -work.u1.s3.rah : work.u1.s3.rah;
+  return work.reflags & kCarryFlag ? -work.u1.s3.rah : work.u1.s3.rah;
 }
 
 bool valid_header(const rominfo *ri, const uint8_t *place) {
   bios_t header;
-  if (std::memcmp(place, "_32_", sizeof(header.fields.signature)) != 0) {
+  if (memcmp(place, "_32_", sizeof(header.fields.signature)) != 0) {
     return false;
   }
-  std::memcpy(&header, place, sizeof(header));
+  memcpy(&header, place, sizeof(header));
   const size_t size = header.fields.length * size_t{16};
   const size_t left = kRomSize - static_cast<size_t>(place - ri->rom);
   if (header.fields.revision != 0 || size == 0 || size > left) {
@@ -115,7 +117,7 @@ bool unlock_through(const char *path) {
     return false;
   }
   const uint32_t *bars = header.Type.Zero.BaseAddressReg;
-  const uint32_t base = (bars[0] & 1 ? bars[0] : bars[1]) & ~1u;
+  const uint32_t base = (bars[0] & kIoSpace ? bars[0] : bars[1]) & ~kIoSpace;
   // A port number is 16 bits: what a register holds above them is dropped.
   port_out(static_cast<uint16_t>(base + kUnlockPortOffset), 1, 0);
   return true;
@@ -145,7 +147,7 @@ bool unlock_on_bus(const char *bus_name) {
 }  // namespace
 
 int check_for_veldra_ROM(const rominfo *ri) {
-  return std::memcmp(rom_at(ri, kIdentityAddress), kIdentity, sizeof(kIdentity) - 1) == 0;
+  return memcmp(rom_at(ri, kIdentityAddress), kIdentity, sizeof(kIdentity) - 1) == 0;
 }
 
 int romcall_init(rominfo *ri, int skip) {
@@ -221,9 +223,9 @@ void find_pci_bios_call(rominfo *ri) {
 
 int pci_bios_present(rominfo *ri, const uint8_t *entry_point) {
   x86_reg_t reg = {};
-  reg.u1.s3.rah = 0xB1;
-  reg.u1.s3.ral = 0x81;
-  const int result = do_rom_call(ri, &reg, entry_point, 2);
+  reg.u1.s3.rah = kPciBios;
+  reg.u1.s3.ral = kPciBiosPresent;
+  const int result = do_rom_call(ri, &reg, entry_point, kRomCallMode);
   ri->pci_es = result == 0 ? reg.res : 0;
   return result;
 }
@@ -245,7 +247,7 @@ const uint8_t *find_call(const rominfo *ri, const char *signature, uint64_t budg
       return nullptr;
     }
     x86_reg_t reg = {};
-    std::memcpy(&reg.u1.s1.reax, signature, sizeof(reg.u1.s1.reax));
+    memcpy(&reg.u1.s1.reax, signature, sizeof(reg.u1.s1.reax));
     // A call that fails leaves AL as it is, a character of the signature: the search goes on.
     call_within(ri, &reg, rom_at(ri, entry), {}, budget);
     if (reg.u1.s3.ral != 0) {
@@ -264,9 +266,8 @@ const uint8_t *find_call(const rominfo *ri, const char *signature, uint64_t budg
   return nullptr;
 }
 
-int do_rom_call(const rominfo *ri, x86_reg_t *reg, const uint8_t *entry_point, int mode,
+int do_rom_call(const rominfo *ri, x86_reg_t *reg, const uint8_t *entry_point, int /*mode*/,
                 std::span<const MemoryWindow> lent) {
-  static_cast<void>(mode);
   uint64_t budget = kServiceBudget;
   return call_within(ri, reg, entry_point, lent, budget);
 }
@@ -275,7 +276,7 @@ int rom_peek(const rominfo *ri, uint32_t addr, void *buffer, size_t size) {
   if (ri->rom == nullptr || !in_rom_area(addr) || size > kRomSize - (addr - kRomBase)) {
     return -1;
   }
-  std::memcpy(buffer, rom_at(ri, addr), size);
+  memcpy(buffer, rom_at(ri, addr), size);
   return 0;
 }
 

@@ -41,6 +41,11 @@ static_assert(offsetof(bios_t, fields.reserved) == 11);
 // in which a ROM can take its time 501 times over to answer that it is busy.
 inline constexpr uint64_t kServiceBudget = 10 * kCallBudget;
 
+// The PCI BIOS service: AH of its calls, and AL of the presence call; what do_rom_call's `mode` is given.
+inline constexpr uint8_t kPciBios = 0xB1;
+inline constexpr uint8_t kPciBiosPresent = 0x81;
+inline constexpr int kRomCallMode = 2;
+
 // romcall_init's `skip`: the INT 15h entry, the "$EVS" search, everything from the PCI BIOS search on.
 inline constexpr int kSkipInt15 = 1;
 inline constexpr int kSkipEv = 2;

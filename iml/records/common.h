@@ -36,6 +36,11 @@ typedef struct IML_PACKED _evtChassis {
 } EVT_CHASSIS;
 IML_ASSERT_SIZE(EVT_CHASSIS, 3);
 
+enum EvtZoneType {  // locations that tell a blade of an enclosure from a network component
+  kZoneNetworkComponent = 13,
+  kZoneBlade = 14,
+};
+
 enum EvtChassisType {
   kChassisSystem = 1,  // the server itself when bId is 0, else a chassis attached to it
   kChassisExternalStorage = 2,

@@ -2,7 +2,7 @@
 // status, one that answers it to every read.
 #include <cstdlib>
 
-#include "platform/kelmintrfc64.h"
+#include "orvlog/orvlog.h"
 
 #pragma GCC visibility push(default)
 int orvOpenRequest(const char * /*path*/, int /*mode*/) {
@@ -10,7 +10,7 @@ int orvOpenRequest(const char * /*path*/, int /*mode*/) {
 }
 int orvIoctlRequest(int /*fd*/, unsigned int code, void * /*buffer*/, unsigned int /*length*/) {
   static const char *const status = getenv("OTHER_DRIVER_STATUS");
-  return code != 81 ? 0 : status != nullptr ? atoi(status) : 1;
+  return code != kRequestEventEntry ? 0 : status != nullptr ? atoi(status) : 1;
 }
 int orvCloseRequest(int /*fd*/) {
   return 0;

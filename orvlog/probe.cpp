@@ -1,7 +1,8 @@
-#include "orvlog/channel.h"
+#include "orvlog/probe.h"
 
 #include <cstdlib>
 
+#include "orvlog/channel.h"
 #include "orvlog/output.h"
 
 int non_Brix = 0;
