@@ -1,5 +1,5 @@
-// Records a second through TranslateEventLogMessage: the sample server's log as it is, and each of its
-// classes alone.
+// Records a second through TranslateEventLogMessage: the
+// sample server's log as it is, and each of its classes alone.
 #include <cstdio>
 #include <fstream>
 #include <iterator>

@@ -7,11 +7,8 @@ add_link_options(LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
 # The start-up files that some distributions ship do not say that they keep to a shadow stack, though they do.
 add_link_options(LINKER:-z,shstk)
 
-# Sanitizers and coverage replace or count the calls that fortifying would change, and keep every section.
-if(ORVLOG_SANITIZE OR ORVLOG_COVERAGE)
-  set(ORVLOG_INSTRUMENTED ON)
-else()
-  set(ORVLOG_INSTRUMENTED OFF)
+# Sanitizers and coverage replace or count the calls that fortifying would change.
+if(NOT ORVLOG_INSTRUMENTED)
   set(optimized $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
   add_compile_options($<${optimized}:-U_FORTIFY_SOURCE> $<${optimized}:-D_FORTIFY_SOURCE=3>)
   # Two clones give the same bytes: run paths of the build tree are relative, and debug information names sources

@@ -1,5 +1,6 @@
 # One line per test program: orvlog_add_test(NAME SOURCES... [LIBS ...]).
 find_package(GTest REQUIRED)
+find_package(Python3 3.10 COMPONENTS Interpreter REQUIRED)
 include(GoogleTest)
 
 function(orvlog_add_test name)

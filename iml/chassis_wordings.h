@@ -10,10 +10,10 @@
 
 namespace iml {
 
-/// The six wordings of one event. All show the event's `Details` texts in order; an external chassis puts its
-/// name in front of them, a storage system its chassis and its slot. An enclosure shows `EnclosureTexts`
-/// texts: the details alone, the details and the enclosure, or the details, a text of its own and the
-/// enclosure.
+/// The six wordings of one event. All show the event's `Details` texts in order; an
+/// external chassis puts its name in front of them, a storage system its chassis
+/// and its slot. An enclosure shows `EnclosureTexts` texts: the details alone, the
+/// details and the enclosure, or the details, a text of its own and the enclosure.
 template <std::size_t Details, std::size_t EnclosureTexts = Details + 1>
 struct ChassisWordings {
   static_assert(EnclosureTexts >= Details && EnclosureTexts <= Details + 2);

@@ -330,8 +330,8 @@ void TranslateClass0B(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData,
                       pEventData->PsModNotRed.cChassisName, {});
       break;
     case 0x10: TranslatePowerModule(szString, kModuleOverload, pEventData->PsModOverload); break;
-    // Codes 0x08, 0x02 and 0x01 with a service text behind the record, which is shown also where the chassis
-    // type has no wording.
+    // Codes 0x08, 0x02 and 0x01 with a service text behind the record,
+    // which is shown also where the chassis type has no wording.
     case 0x11:
       TranslateAcProblem(szString, pEventData->PsAcVolt);
       AppendDetail(szString, NextText(pEventData->PsAcVolt.cChassisName));

@@ -1,5 +1,5 @@
-// The one place where the translator writes: a caller's buffer with its bound, and the formats that tables
-// hold.
+// The one place where the translator writes: a caller's
+// buffer with its bound, and the formats that tables hold.
 #pragma once
 
 #include <array>
@@ -34,9 +34,9 @@ struct Wording {
   const char *szFormat;
 };
 
-/// Room for one text while a message is put together: a temporary in the call that fills it lives until the
-/// message is written. It holds the longest text that a record can yield, with its frame, and is left
-/// uninitialised.
+/// Room for one text while a message is put together: a temporary in the call
+/// that fills it lives until the message is written. It holds the longest
+/// text that a record can yield, with its frame, and is left uninitialised.
 class Scratch {
  public:
   static constexpr std::size_t kSize = 320;

@@ -1,6 +1,6 @@
-// What all class decoders share, so that each of them prints numbers, unknown values, chassis, enclosures and
-// slots the same way. Texts taken from a payload are terminated: see TranslateEventLogMessage, the one place
-// that sees to it.
+// What all class decoders share, so that each of them prints numbers, unknown
+// values, chassis, enclosures and slots the same way. Texts taken from a payload
+// are terminated: see TranslateEventLogMessage, the one place that sees to it.
 #pragma once
 
 #include <cstddef>
@@ -34,8 +34,8 @@ const char *NextText(const char *szText);
 /// Appends a text that may follow a description, behind ", "; nothing when it is empty.
 void AppendDetail(EventText &szString, const char *szDetail);
 
-// Each of the following returns the text to print: a constant, or the text that it wrote into the scratch
-// buffer.
+// Each of the following returns the text to print: a constant,
+// or the text that it wrote into the scratch buffer.
 
 /// A number, "Unknown" for 255.
 const char *Byte2Str(std::uint8_t bValue, ScratchRef szDest);
@@ -65,8 +65,8 @@ const char *GetSysChassis(std::uint8_t bChassisId, const char *szChassisName, Sc
 const char *GetChassisEx(const char *pszName, const EVT_CHASSIS &Chassis, ScratchRef pszString);
 /// The chassis name as the front of a slot; empty for an empty name.
 const char *GetStorChassis(const char *szChassisName, ScratchRef szDest);
-/// Chassis and slot of a storage device: the texts of szChassis_Sun, the slot by number where it has no
-/// description.
+/// Chassis and slot of a storage device: the texts of
+/// szChassis_Sun, the slot by number where it has no description.
 const char *GetSlotChassisSun(ScratchRef szString, const char *szChassis_Sun, std::uint8_t bSlotNumber);
 /// A copy of a text without leading and trailing white space, each run of it inside folded to one blank.
 const char *CopyAndReformat(ScratchRef szDest, std::string_view szSrc);

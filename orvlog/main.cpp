@@ -19,7 +19,7 @@
 
 namespace {
 
-constexpr std::size_t kNoteLimit = 200;  // characters
+constexpr size_t kNoteLimit = 200;  // characters
 
 [[noreturn]] void refuse(const char *progname) {
   print_usage(progname);
@@ -40,8 +40,8 @@ bool is_numeric(const char *word) {
   return word[strspn(word, "0123456789")] == '\0';
 }
 
-/// One word holds one option: values are words of their own. Ends the process where `word` is longer than
-/// that.
+/// One word holds one option: values are words of their
+/// own. Ends the process where `word` is longer than that.
 void require_single_option(const char *progname, const char *word) {
   if (strlen(word) <= 2) {
     return;
@@ -108,7 +108,7 @@ class OptionLoop {
       case 'V':
         do_init();
         // Parsed in the widest type, then narrowed on purpose: entry numbers have 32 bits.
-        view_entire_log('V', static_cast<std::uint32_t>(strtol(optarg, nullptr, 10)));
+        view_entire_log('V', static_cast<uint32_t>(strtol(optarg, nullptr, 10)));
         break;
       case 't': print_proc_data(kReportThermal); break;
       case 'f': print_proc_data(kReportFan); break;

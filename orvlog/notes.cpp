@@ -11,8 +11,8 @@
 
 namespace {
 
-constexpr std::uint16_t kNoteCode = 2;
-constexpr std::size_t kRecordOverhead =
+constexpr uint16_t kNoteCode = 2;
+constexpr size_t kRecordOverhead =
     sizeof(EVT_HEADER) + 2;  // the terminator, and one byte that the driver expects
 
 }  // namespace
@@ -38,7 +38,7 @@ int set_severity(char *Severity) {
   return kNoSeverity;
 }
 
-std::int16_t asterisk_found(const char *str) {
+int16_t asterisk_found(const char *str) {
   if (strchr(str, '*') == nullptr) {
     return 0;
   }
@@ -52,7 +52,7 @@ int log_maintenance_note(const char *str, int severity) {
     print_err("orvlog: Unable to open the /dev/zythealth/cevt file.\n");
     return 0;
   }
-  const std::size_t length = strlen(str);
+  const size_t length = strlen(str);
   const std::unique_ptr<char, FreeMemory> buffer(
       static_cast<char *>(calloc(1, length + sizeof(_ioctlEntry) + 1)));
   if (buffer == nullptr) {
@@ -61,12 +61,12 @@ int log_maintenance_note(const char *str, int severity) {
     return 0;
   }
   auto *const request = reinterpret_cast<PEVT_IOCTL_ENTRY>(buffer.get());
-  const auto record_length = static_cast<std::uint16_t>(length + kRecordOverhead);
-  request->info.length = record_length + static_cast<std::uint32_t>(sizeof(LOG_INFO));
+  const auto record_length = static_cast<uint16_t>(length + kRecordOverhead);
+  request->info.length = record_length + static_cast<uint32_t>(sizeof(LOG_INFO));
   request->info.choice = kChoiceAdd;
   EVT_HEADER &header = request->Evt.Hdr;
   header.wEvtLength = record_length;
-  header.bSeverity = static_cast<std::uint8_t>(severity);
+  header.bSeverity = static_cast<uint8_t>(severity);
   header.wClass = kClassMaintenance;
   header.wCode = kNoteCode;
   header.dwCount = 1;

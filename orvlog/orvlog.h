@@ -8,7 +8,7 @@
 #include "iml/iml_record.h"
 #include "platform/kelmintrfc64.h"
 
-// Request codes of the nodes other than the reports' node, whose codes are the reports' numbers.
+/// Request codes of the nodes other than the reports' node, whose codes are the reports' numbers.
 enum DriverRequest : unsigned int {
   kRequestDisableAsr = 3,   // ASR node, no buffer
   kRequestEnableAsr = 4,    // ASR node, no buffer
@@ -17,7 +17,7 @@ enum DriverRequest : unsigned int {
   kRequestEventEntry = 81,  // event node, _ioctlEntry
 };
 
-// Answers of the event node to a read.
+/// Answers of the event node to a read.
 enum EventStatus : int {
   kEventRead = 0,
   kEventEndOfLog = 1,
@@ -41,12 +41,12 @@ typedef struct [[gnu::packed]] _dtIoctl {
 } DT_IOCTL;
 static_assert(sizeof(DT_IOCTL) == 22 && offsetof(DT_IOCTL, pData) == 10 && offsetof(DT_IOCTL, pad) == 18);
 
-// Data tables.
+/// Data tables.
 inline constexpr uint16_t kTableBmcDeviceId = 5002;
 inline constexpr uint16_t kTableEventLogHeader = 51;
 
-// Table 5002: the response data of the IPMI Get Device ID command without its completion code. Each byte that
-// is a group of bits can be read whole, too.
+/// Table 5002: the response data of the IPMI Get Device ID command without its completion code. Each byte
+/// that is a group of bits can be read whole, too.
 struct BmcDeviceRevision {
   uint8_t bits_DeviceRev : 4, bits_Reserved : 3, bit_SupportsSDR : 1;
 };
@@ -85,7 +85,7 @@ typedef struct [[gnu::packed]] _bmcDeviceId {
 } BMC_DEVICE_ID;
 static_assert(sizeof(BMC_DEVICE_ID) == 15 && offsetof(BMC_DEVICE_ID, ucManufacturerId) == 6);
 
-// Table 51: what the server's event log can do.
+/// Table 51: what the server's event log can do.
 typedef struct [[gnu::packed]] _EVENTLOGHEADER {
   uint8_t ucLogType;
   uint8_t ucDataAvailable;  // 0: the server keeps no IML
@@ -93,12 +93,12 @@ typedef struct [[gnu::packed]] _EVENTLOGHEADER {
 } * PEVENTLOGHEADER;
 static_assert(sizeof(_EVENTLOGHEADER) == 3);
 
-// What a read of the event node states as its length, which is the size of its buffer, and as the record's
-// length.
+/// What a read of the event node states as its length, which
+/// is the size of its buffer, and as the record's length.
 inline constexpr uint32_t kReadLength = 512;
 inline constexpr uint16_t kReadEvtLength = 284;
 
-// What LOG_INFO asks of the event node.
+/// What LOG_INFO asks of the event node.
 enum EventChoice : int32_t {
   kChoiceAdd = 1,   // append the record that follows
   kChoiceRead = 2,  // read entry EvtNumber into the record that follows
@@ -118,7 +118,7 @@ typedef struct [[gnu::packed]] _ioctlEntry {
 } * PEVT_IOCTL_ENTRY;
 static_assert(sizeof(_ioctlEntry) == 256 && offsetof(_ioctlEntry, Evt) == 16);
 
-// Firmware variable "VXHCPR": the ASR timer's settings.
+/// Firmware variable "VXHCPR": the ASR timer's settings.
 typedef struct [[gnu::packed]] _ASREVSTRUCT {
   uint8_t ucMajor_version;
   uint8_t ucMinor_version;

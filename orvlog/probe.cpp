@@ -9,7 +9,7 @@ int non_Brix = 0;
 
 namespace {
 
-constexpr std::uint8_t kIpmiController = 18;  // ucDeviceID of a controller of the IPMI kind
+constexpr uint8_t kIpmiController = 18;  // ucDeviceID of a controller of the IPMI kind
 
 char cdt_path[19] = "/dev/zythealth/cdt";
 static_assert(sizeof cdt_path == sizeof kNodeDataTables);
@@ -18,7 +18,7 @@ int cdt_fd = -1;  // the probe's node, open until the process ends
 
 /// Has the driver fill `table` from data table `type`. Returns what the request returned.
 template <class Table>
-int read_data_table(int fd, std::uint16_t type, Table &table) {
+int read_data_table(int fd, uint16_t type, Table &table) {
   DT_IOCTL request = {};
   request.DtHdr.size = sizeof table;
   request.DtHdr.DT_Type = type;
@@ -42,7 +42,7 @@ void Get_Qm_100_Series() {
   }
 }
 
-std::uint16_t do_init() {
+uint16_t do_init() {
   const Channel node(kNodeDataTables, kOpenRead);
   if (!node.is_open()) {
     print_err("orvlog: Cannot open /dev/cdt.\n");

@@ -12,4 +12,4 @@ void Get_Qm_100_Series();
 
 /// Asks whether the server keeps an IML and says so on standard error where it does not. Returns 0 when it
 /// does not or its node cannot be opened, else 1, also when the driver could not answer.
-std::uint16_t do_init();
+uint16_t do_init();

@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr std::uint32_t kDescriptionSize = 256;
+constexpr uint32_t kDescriptionSize = 256;
 
 /// Numbers in a row that may have no entry. A driver that has nothing to return for more of them would have
 /// the whole range of 32 bits asked for before the listing ends; no log has such gaps.
@@ -38,12 +38,12 @@ class EventReader {
   }
 
   /// Reads one entry. Returns 0, a driver status, or the errno of a request that failed.
-  int read(std::uint32_t number) {
+  int read(uint32_t number) {
     memset(buffer_.get(), 0, kReadLength);
     _ioctlEntry *const request = entry();
     request->info.length = kReadLength;
     request->info.choice = kChoiceRead;
-    request->info.EvtNumber = static_cast<std::int32_t>(number);
+    request->info.EvtNumber = static_cast<int32_t>(number);
     request->Evt.Hdr.wEvtLength = kReadEvtLength;
     const int status = node_.request(kRequestEventEntry, request, sizeof *request);
     return status == -1 ? errno : status;
@@ -125,7 +125,7 @@ void print_entry(const EVT_LOG_ENTRY &record) {
 
 }  // namespace
 
-const char *GetSeverity(std::uint8_t b_Severity) {
+const char *GetSeverity(uint8_t b_Severity) {
   switch (b_Severity) {
     case kSeverityInformational:
     case kSeverityInformationalAlternate: return "Information";
@@ -143,7 +143,7 @@ int GetTotalIMLEntries() {
   }
   int total = 0;
   for (int gap = 0; total < INT_MAX && gap < kLongestGap; ++total) {
-    const int status = log.read(static_cast<std::uint32_t>(total));
+    const int status = log.read(static_cast<uint32_t>(total));
     if (status == kEventRead) {
       gap = 0;
     } else if (status == kEventNoEntry) {
@@ -158,14 +158,14 @@ int GetTotalIMLEntries() {
   return total;
 }
 
-int view_entire_log(char c, std::uint32_t offset) {
+int view_entire_log(char c, uint32_t offset) {
   EventReader log;
   if (!log.is_ready()) {
     return 0;
   }
   if (c == 'V') {
     const int total = GetTotalIMLEntries();
-    if (total != 0 && offset >= static_cast<std::uint32_t>(total)) {
+    if (total != 0 && offset >= static_cast<uint32_t>(total)) {
       log.close();
       print_err("orvlog: Invalid argument for the -V option; only %d events exist.\n", total);
       return 0;
@@ -174,13 +174,13 @@ int view_entire_log(char c, std::uint32_t offset) {
 
   bool headerprinted = false;
   int gap = 0;
-  std::uint32_t current_evt = offset;
+  uint32_t current_evt = offset;
   for (;;) {
     const int status = log.read(current_evt);
     if (status == kEventEndOfLog) {
       break;
     }
-    std::uint32_t next_evt = current_evt + 1;
+    uint32_t next_evt = current_evt + 1;
     ++gap;
     if (status == kEventRead) {
       gap = 0;

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 /// Name of a severity code as the listing shows it, "Unknown" for a code without one.
-const char *GetSeverity(std::uint8_t b_Severity);
+const char *GetSeverity(uint8_t b_Severity);
 
 /// The number of entry numbers before the end of the log, gaps included; 0 on failure.
 int GetTotalIMLEntries();
@@ -12,4 +12,4 @@ int GetTotalIMLEntries();
 /// Lists the log from entry number `offset` on, which is checked against the log's size when `c` is 'V' ('v'
 /// lists the whole log from 0). Returns 1 when the log was walked, also when it is empty; 0 when it could not
 /// be or the start was refused.
-int view_entire_log(char c, std::uint32_t offset);
+int view_entire_log(char c, uint32_t offset);

@@ -15,26 +15,26 @@ namespace {
 constexpr char kTimeoutPrefix[] = "TIMEOUT=";
 
 /// Bit n is set when a timeout of n minutes is allowed.
-constexpr std::uint32_t kAllowedTimeouts = 1U << 5 | 1U << 10 | 1U << 15 | 1U << 20 | 1U << 30;
+constexpr uint32_t kAllowedTimeouts = 1U << 5 | 1U << 10 | 1U << 15 | 1U << 20 | 1U << 30;
 
-bool is_allowed_timeout(std::uint32_t minutes) {
+bool is_allowed_timeout(uint32_t minutes) {
   return minutes <= 30 && (kAllowedTimeouts >> minutes & 1) != 0;
 }
 
-/// Issues one request on the ASR node. Returns whether it succeeded; a node that cannot be opened is passed
-/// over.
+/// Issues one request on the ASR node. Returns whether it
+/// succeeded; a node that cannot be opened is passed over.
 bool request_asr(unsigned int code, void *buffer, unsigned int length) {
   const Channel node(kNodeAsr, kOpenRead);
   return node.is_open() && node.request(code, buffer, length) == 0;
 }
 
 /// Writes the timeout into the firmware variable, whose other bytes stay as they were read.
-void set_timeout(ASREVSTRUCT &AsrEvStruct, std::uint32_t minutes) {
+void set_timeout(ASREVSTRUCT &AsrEvStruct, uint32_t minutes) {
   print_out(non_Brix != 0 ? "Setting IPMI Watchdog timer to %d\n" : "Setting ASR timer to %d\n",
             static_cast<int>(minutes));
-  AsrEvStruct.ucTimeoutValue = static_cast<std::uint8_t>(minutes);
-  // The size is given afresh: a read that failed may have left another one, and the variable must keep its
-  // own.
+  AsrEvStruct.ucTimeoutValue = static_cast<uint8_t>(minutes);
+  // The size is given afresh: a read that failed may have
+  // left another one, and the variable must keep its own.
   int nbytes = sizeof AsrEvStruct;
   if (set_ev(kAsrVariable, &AsrEvStruct, &nbytes) != 0) {
     print_err(non_Brix != 0 ? "orvlog: Set IPMI Watchdog Timeout failed\n"
@@ -45,7 +45,7 @@ void set_timeout(ASREVSTRUCT &AsrEvStruct, std::uint32_t minutes) {
 }  // namespace
 
 void ControlASR(const char *option) {
-  std::int32_t curstat = 0;
+  int32_t curstat = 0;
   if (!request_asr(kRequestAsrState, &curstat, sizeof curstat)) {
     curstat = 0;  // whatever a request that failed has left there
   }
@@ -71,9 +71,9 @@ void ControlASR(const char *option) {
                                 "ASR must be enabled before setting timeout value.\n");
       return;
     }
-    // The number stands behind the prefix's length, wherever the prefix itself stands; it is narrowed on
-    // purpose.
-    const auto minutes = static_cast<std::uint32_t>(strtol(option + strlen(kTimeoutPrefix), nullptr, 10));
+    // The number stands behind the prefix's length, wherever
+    // the prefix itself stands; it is narrowed on purpose.
+    const auto minutes = static_cast<uint32_t>(strtol(option + strlen(kTimeoutPrefix), nullptr, 10));
     if (is_allowed_timeout(minutes)) {
       set_timeout(AsrEvStruct, minutes);
     } else {

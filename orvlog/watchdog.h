@@ -1,5 +1,5 @@
-// The Automatic Server Recovery (ASR) watchdog, presented as the IPMI watchdog where the controller is of
-// that kind.
+// The Automatic Server Recovery (ASR) watchdog, presented as
+// the IPMI watchdog where the controller is of that kind.
 #pragma once
 
 /// Carries out the sub-option of -a: STATUS, ENABLE, DISABLE or TIMEOUT=<minutes>. Every failure is said on

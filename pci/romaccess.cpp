@@ -158,7 +158,8 @@ int romcall_init(rominfo *ri, int skip) {
     ri->fd_mem = 0;
     return -1;
   }
-  // Nothing is executed in place: a system that refuses to map physical memory executable will do.
+  // Mapped executable, as the ROM's callers have always done; where the system refuses that, readable alone
+  // will do, since nothing is executed in place.
   void *rom = mmap(nullptr, kRomSize, PROT_READ | PROT_EXEC, MAP_SHARED, ri->fd_mem, kRomBase);
   if (rom == MAP_FAILED) {
     rom = mmap(nullptr, kRomSize, PROT_READ, MAP_SHARED, ri->fd_mem, kRomBase);

@@ -48,7 +48,7 @@ constexpr uint32_t sign_extend(uint32_t value, uint32_t size) {
 
 }  // namespace
 
-// ---- Running
+// Running.
 
 bool Interpreter::failed() const {
   return end_ != CallEnd::kReturned;
@@ -92,7 +92,7 @@ void Interpreter::step() {
   }
 }
 
-// ---- Memory, instruction bytes, registers, operands
+// Memory, instruction bytes, registers, operands.
 
 // The host's bytes behind an access, or null.
 uint8_t *Interpreter::host(uint32_t address, uint32_t size, bool to_write) const {
@@ -199,7 +199,7 @@ uint32_t Interpreter::pop(uint32_t size) {
   return value;
 }
 
-// ---- Decoding
+// Decoding.
 
 // One line for each group of opcodes.
 // clang-format off
@@ -229,10 +229,10 @@ bool Interpreter::lockable(uint32_t opcode) {
   const uint32_t field = modrm >> 3 & 7;
   if (modrm >> 6 == 3) {
     return false;
-}
+  }
   if (opcode < 0x38) {
     return (opcode & 7) < 2;  // ALU operations into r/m, but not CMP
-}
+  }
   switch (opcode) {
     case 0x80: case 0x81: case 0x82: case 0x83: return field != kCmp;
     case 0x86: case 0x87: return true;  // XCHG
@@ -311,7 +311,7 @@ bool Interpreter::memory_operand() {
   return in_.rm.in_memory;
 }
 
-// ---- Flags
+// Flags.
 
 bool Interpreter::flag(uint32_t which) const {
   return (eflags & which) != 0;
@@ -343,7 +343,7 @@ bool Interpreter::condition(uint32_t code) const {
   return holds != ((code & 1) != 0);
 }
 
-// ---- Opcode maps
+// Opcode maps.
 // One line for each group of opcodes.
 // clang-format off
 
@@ -367,13 +367,13 @@ bool Interpreter::register_row(uint32_t opcode) {
 void Interpreter::one_byte(uint32_t opcode) {
   if (register_row(opcode)) {
     return;
-}
+  }
   // Where an instruction comes in pairs of opcodes, the even one works on bytes.
   const uint32_t full = in_.operand_size;
   const uint32_t size = opcode & 1 ? full : 1;
   if (opcode < 0x40 && (opcode & 7) < 6) {
     return alu_operands(opcode, size);
-}
+  }
 
   switch (opcode) {
     case 0x06: case 0x0E: case 0x16: case 0x1E: return push(segment[opcode >> 3], full);
@@ -399,7 +399,7 @@ void Interpreter::one_byte(uint32_t opcode) {
     case 0x8D:  // LEA
       if (memory_operand()) {
         set_reg(in_.reg, full, in_.rm.where);
-}
+      }
       return;
     case 0x8E: return mov_segment(true);
     case 0x8F: return pop_operand();
@@ -413,9 +413,9 @@ void Interpreter::one_byte(uint32_t opcode) {
     case 0x9E: eflags = (eflags & ~kLowFlags) | (reg(kAh, 1) & kLowFlags); return;
     case 0x9F: return set_reg(kAh, 1, eflags);
     case 0xA0: case 0xA1: case 0xA2: case 0xA3: return mov_offset(opcode, size);
-    case 0xA8: case 0xA9: logic(reg(kEax, size) & fetch(size), size); return;
     case 0xA4: case 0xA5: case 0xA6: case 0xA7: case 0xAA: case 0xAB: case 0xAC: case 0xAD: case 0xAE:
     case 0xAF: return string(opcode, size);
+    case 0xA8: case 0xA9: logic(reg(kEax, size) & fetch(size), size); return;
     case 0xC0: case 0xC1: case 0xD0: case 0xD1: case 0xD2: case 0xD3: {
       decode_modrm();
       const uint32_t count = opcode < 0xD0 ? fetch(1) : opcode < 0xD2 ? 1 : reg(kEcx, 1);
@@ -429,7 +429,7 @@ void Interpreter::one_byte(uint32_t opcode) {
       decode_modrm();
       if (in_.reg != 0) {
         return fail(CallEnd::kInstruction);
-}
+      }
       return store(in_.rm, size, fetch(size));
     case 0xC8: return enter();
     case 0xC9: return leave();
@@ -438,7 +438,7 @@ void Interpreter::one_byte(uint32_t opcode) {
     case 0xCE:  // INTO
       if (flag(kOverflow)) {
         fail(CallEnd::kInstruction);
-}
+      }
       return;
     case 0xCF: return return_from_interrupt();
     case 0xD4: return ascii_divide();
@@ -504,7 +504,7 @@ void Interpreter::two_byte(uint32_t opcode) {
       decode_modrm();
       if (in_.reg < 4) {
         return fail(CallEnd::kInstruction);
-}
+      }
       return bit(in_.reg - 4, fetch(1));
     case 0xBB: return bit_by_register(kBtc);
     case 0xBC: case 0xBD: return bit_scan(opcode == 0xBD);
@@ -515,7 +515,7 @@ void Interpreter::two_byte(uint32_t opcode) {
 }
 
 // clang-format on
-// ---- Arithmetic and logic
+// Arithmetic and logic.
 
 uint32_t Interpreter::add(uint32_t a, uint32_t b, bool carry, uint32_t size) {
   const uint64_t wide = uint64_t{a} + b + carry;
@@ -678,8 +678,8 @@ void Interpreter::divide(bool is_signed, uint32_t divisor, uint32_t size) {
   set_reg(size == 1 ? kAh : uint32_t{kEdx}, size, static_cast<uint32_t>(remainder));
 }
 
-// Shifts and rotates. A count of 0 changes no flag; OF is set as for a count of 1, with others it is
-// undefined.
+// Shifts and rotates. A count of 0 changes no flag; OF is
+// set as for a count of 1, with others it is undefined.
 uint32_t Interpreter::shift(uint32_t operation, uint32_t value, uint32_t count, uint32_t size) {
   count &= 31;
   if (count == 0) {
@@ -843,7 +843,7 @@ void Interpreter::ascii_multiply() {
   set_result_flags(result, 1);
 }
 
-// ---- Moves
+// Moves.
 
 // Opcodes 8C and 8E. A segment register in memory is 16 bits; in a register it is zero-extended.
 void Interpreter::mov_segment(bool to_segment) {
@@ -920,7 +920,7 @@ void Interpreter::convert(uint32_t opcode) {
   }
 }
 
-// ---- Stack
+// Stack.
 
 void Interpreter::push_all() {
   const uint32_t size = in_.operand_size;
@@ -978,10 +978,10 @@ void Interpreter::leave() {
   set_reg(kEbp, in_.operand_size, pop(in_.operand_size));
 }
 
-// ---- Strings
+// Strings.
 
-// One string instruction with its repetitions. Both REP prefixes repeat; which of the two it is matters to
-// CMPS and SCAS only.
+// One string instruction with its repetitions. Both REP prefixes
+// repeat; which of the two it is matters to CMPS and SCAS only.
 void Interpreter::string(uint32_t opcode, uint32_t size) {
   const uint32_t kind = opcode & 0xFE;
   const bool compares = kind == 0xA6 || kind == 0xAE;
@@ -1046,7 +1046,7 @@ void Interpreter::string_once(uint32_t kind, uint32_t size) {
   }
 }
 
-// ---- Control flow
+// Control flow.
 
 void Interpreter::jump(uint32_t target) {
   eip = target & mask(in_.operand_size);

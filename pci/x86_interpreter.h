@@ -29,14 +29,14 @@ class Interpreter {
   uint32_t eflags = kAlwaysSet;
   uint16_t segment[6] = {};  // by Segment
 
-  // Runs in the memory of `windows`, for at most `budget` instructions; both must outlive the interpreter.
+  /// Runs in the memory of `windows`, for at most `budget` instructions; both must outlive the interpreter.
   Interpreter(std::span<const MemoryWindow> windows, uint64_t &budget) : windows_(windows), budget_(budget) {}
 
-  // Interprets from eip until control reaches `stop` (kReturned) or something fails. The registers are
-  // meaningful only after kReturned.
+  /// Interprets from eip until control reaches `stop` (kReturned) or something fails. The registers are
+  /// meaningful only after kReturned.
   CallEnd run(uint32_t stop);
 
-  // Pushes the low `size` bytes of `value`.
+  /// Pushes the low `size` bytes of `value`.
   void push(uint32_t value, uint32_t size);
 
  private:
@@ -45,7 +45,7 @@ class Interpreter {
     uint32_t where;  // address, or register number
   };
 
-  // What is known of the instruction being interpreted. Sizes are in bytes: 1, 2 or 4.
+  /// What is known of the instruction being interpreted. Sizes are in bytes: 1, 2 or 4.
   struct Instruction {
     uint32_t length = 0;
     uint32_t operand_size = 4;
@@ -60,8 +60,8 @@ class Interpreter {
   void fail(CallEnd why);
   bool spend();
 
-  // Memory, instruction bytes, registers, operands and ports. After a failure reads give 0 and writes are
-  // dropped.
+  /// Memory, instruction bytes, registers, operands and ports.
+  /// After a failure reads give 0 and writes are dropped.
   uint8_t *host(uint32_t address, uint32_t size, bool to_write) const;
   uint32_t read(uint32_t address, uint32_t size);
   void write(uint32_t address, uint32_t size, uint32_t value);
@@ -76,7 +76,7 @@ class Interpreter {
   uint32_t input(uint32_t port, uint32_t size);
   void output(uint32_t port, uint32_t size, uint32_t value);
 
-  // Decoding.
+  /// Decoding.
   void step();
   uint32_t decode_prefixes();
   bool lockable(uint32_t opcode);
@@ -85,13 +85,13 @@ class Interpreter {
   uint32_t address_32(uint32_t mod, uint32_t rm);
   bool memory_operand();
 
-  // Flags.
-  bool flag(uint32_t mask) const;
-  void set_flag(uint32_t mask, bool on);
+  /// Flags.
+  bool flag(uint32_t which) const;
+  void set_flag(uint32_t which, bool on);
   void set_result_flags(uint32_t result, uint32_t size);
   bool condition(uint32_t code) const;
 
-  // Instructions by family.
+  /// Instructions by family.
   void one_byte(uint32_t opcode);
   bool register_row(uint32_t opcode);
   void two_byte(uint32_t opcode);
@@ -134,7 +134,7 @@ class Interpreter {
   void enter();
   void leave();
   void string(uint32_t opcode, uint32_t size);
-  void string_once(uint32_t opcode, uint32_t size);
+  void string_once(uint32_t kind, uint32_t size);
 
   void jump(uint32_t target);
   void jump_relative(uint32_t displacement, bool taken);

@@ -1,5 +1,5 @@
-// Contract of libkelmintrfc64.so.3, the maker's request library for the health driver, and of the driver
-// behind it.
+// Contract of libkelmintrfc64.so.3, the maker's request
+// library for the health driver, and of the driver behind it.
 #pragma once
 
 #ifdef __cplusplus

@@ -36,9 +36,9 @@ struct Identity {
   bool operator==(const Identity &) const = default;
 };
 
-// A node is a file or folder of the server's directory. Once opened it is recognised by what it is, not by
-// the number of its descriptor: a descriptor closed behind our back, and its number used again, is never
-// taken for a node.
+// A node is a file or folder of the server's directory. Once opened it is
+// recognised by what it is, not by the number of its descriptor: a descriptor
+// closed behind our back, and its number used again, is never taken for a node.
 struct Node {
   const char *path;
   Kind kind;
@@ -71,8 +71,8 @@ const char *name_in_server(const char *node_path) {
   return node_path + strlen(kDriverDirectory);
 }
 
-// As with the driver, the mode does not limit the requests: a note is added through a node opened for
-// reading.
+// As with the driver, the mode does not limit the requests:
+// a note is added through a node opened for reading.
 int open_node(Node &node) {
   const int fd = simulator::open_in_server(name_in_server(node.path), node.kind, O_RDONLY);
   Identity identity;

@@ -22,8 +22,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// The program with what it runs under: the words of the environment's ORVLOG_UNDER (a checker's command), if
-/// any.
+/// The program with what it runs under: the words of the
+/// environment's ORVLOG_UNDER (a checker's command), if any.
 std::vector<std::string> program(const std::vector<std::string> &arguments) {
   std::vector<std::string> words;
   if (const char *const under = getenv("ORVLOG_UNDER")) {
@@ -39,8 +39,8 @@ std::vector<std::string> program(const std::vector<std::string> &arguments) {
 class EndToEnd : public testing::Test {
  protected:
   void SetUp() override {
-    char name[] = "/tmp/orvlog-server-XXXXXX";
-    ASSERT_NE(mkdtemp(name), nullptr);
+    std::string name = testing::TempDir() + "orvlog-server-XXXXXX";
+    ASSERT_NE(mkdtemp(name.data()), nullptr);
     server_ = name;
     fs::copy(SAMPLE_SERVER, server_, fs::copy_options::recursive);
   }

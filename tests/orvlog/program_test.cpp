@@ -1,5 +1,5 @@
-// The whole program over a scripted driver: what it says, what it asks of the driver and in which order, how
-// it ends.
+// The whole program over a scripted driver: what it says,
+// what it asks of the driver and in which order, how it ends.
 #include <cerrno>
 #include <cstring>
 #include <map>
@@ -141,8 +141,8 @@ TEST(CommandLine, ProbeChoosesTheWordsAndMustOpen) {
   EXPECT_EQ(closed.trace, "open cdt 2\n");
   EXPECT_EQ(closed.status, 1);
 
-  // The second word is looked at for -V alone; a lone dash or none at the front leaves the parser without an
-  // option.
+  // The second word is looked at for -V alone; a lone dash or
+  // none at the front leaves the parser without an option.
   for (const char *word : {"v-", "-", "--"}) {
     const Outcome none = orvlog({word, "x"}, use_ipmi);
     EXPECT_EQ(none.err, ipmi(kUsage));

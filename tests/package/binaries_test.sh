@@ -1,5 +1,6 @@
 # What the installed binaries load, where they look for it, and what the shared translator exports.
 set -euo pipefail
+export LC_ALL=C
 tree=$1 lib=$1/$2
 failed=0
 

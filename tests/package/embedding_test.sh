@@ -1,6 +1,6 @@
 # The examples, built with the installed library in each way that it offers, print what orvlog prints.
 set -euo pipefail
-tree=$1 lib=$1/$2 server=$3 orvlog=$4 cmake=$5 cc=$6
+tree=$1 lib=$1/$2 server=$3 orvlog=$4 cmake=$5 generator=$6 cc=$7
 examples=$tree/share/doc/libiml-dev/examples
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -19,7 +19,7 @@ strict=(-std=c11 -Wall -Wextra -Wpedantic -Werror)
 "$cc" "${strict[@]}" "$examples/translate.c" -I"$tree/include" "$lib/libiml.a" -o "$work/translate-static"
 "$work/translate-static" <"$server/cevt" >"$work/static"
 
-"$cmake" -G Ninja -S "$examples" -B "$work/build" -DCMAKE_PREFIX_PATH="$tree" -DCMAKE_C_COMPILER="$cc" >/dev/null
+"$cmake" -G "$generator" -S "$examples" -B "$work/build" -DCMAKE_PREFIX_PATH="$tree" -DCMAKE_C_COMPILER="$cc" >/dev/null
 "$cmake" --build "$work/build" >/dev/null
 "$work/build/translate" "$server/cevt" >"$work/find_package"
 

@@ -12,8 +12,8 @@ struct Outcome {
   std::string trace;  // what the child wrote to trace_fd()
 };
 
-/// Forks, runs `body` in the child with its output captured, and ends the child with exit(0) when `body`
-/// returns.
+/// Forks, runs `body` in the child with its output captured,
+/// and ends the child with exit(0) when `body` returns.
 Outcome capture(const std::function<void()> &body);
 
 /// Runs a program with its arguments (words[0] is its path); `prepare` runs in the child before.
