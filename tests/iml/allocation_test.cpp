@@ -1,6 +1,10 @@
 // The translator allocates nothing, whatever it decodes: every way to the heap is counted.
+#include <algorithm>
 #include <cstdlib>
+#include <memory>
 #include <new>
+#include <random>
+#include <vector>
 
 #include "tests/iml/event_case.h"
 
@@ -54,16 +58,29 @@ TEST(Allocation, IsCounted) {
   EXPECT_EQ(allocations, 2);
 }
 
-TEST(Allocation, NeverHappensInTheTranslator) {
-  const std::string payloads[] = {std::string(212, '\x01'), std::string(212, '5'), std::string(100, ','), ""};
-  char text[256];
-  for (const std::string &payload : payloads) {
-    for (std::uint16_t c = 0; c < 0x30; ++c) {
-      for (std::uint16_t code = 0; code < 0x110; ++code) {
-        const EVT_LOG_ENTRY record = event_case::Record(c, code, payload);
+// Every class and code over any payload: one terminated line that fits, whatever the buffer's size.
+TEST(HostileRecords, GiveOneLineWithoutAllocation) {
+  std::vector<std::string> payloads(18, std::string(212, '\0'));
+  std::minstd_rand random;
+  for (std::size_t i = 0; i < payloads.size(); ++i) {
+    constexpr unsigned char kFillers[] = {0x00, 0x01, 0x02, 0x04, '5', ',', 0x7F, 0x80, 0xFF};
+    std::generate(payloads[i].begin(), payloads[i].end(),
+                  [&] { return static_cast<char>(i < std::size(kFillers) ? kFillers[i] : random() >> 8); });
+  }
+  for (int c = 0; c < 0x30; ++c) {
+    for (int code = 0; code < 0x110; ++code) {
+      for (const std::string &payload : payloads) {
+        EVT_LOG_ENTRY record = event_case::Record(c, code, payload);
+        record.Hdr.wEvtLength = static_cast<std::uint16_t>(code * 7 + c);
+        const std::string whole = event_case::Line(record);
+        ASSERT_FALSE(whole.empty());
+        ASSERT_LT(whole.size(), event_case::kLineSize - 1);
+        const auto size = static_cast<std::uint32_t>(code % 64 + 1);
+        const std::unique_ptr<char[]> exact(new char[size]);
         allocations = 0;
-        TranslateEventLogMessage(&record, text, sizeof text);
+        TranslateEventLogMessage(&record, exact.get(), size);
         ASSERT_EQ(allocations, 0) << "class " << c << " code " << code;
+        ASSERT_EQ(std::string(exact.get()), whole.substr(0, size - 1));
       }
     }
   }

@@ -6,7 +6,7 @@
 #include <initializer_list>
 #include <string>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include "iml/eventstr.h"
 
@@ -16,12 +16,11 @@ namespace event_case {
 struct Raw {
   std::string bytes;
 };
-inline Raw U16(std::uint16_t value) {
+inline Raw U16(unsigned value) {
   return {{static_cast<char>(value & 0xFF), static_cast<char>(value >> 8)}};
 }
 inline Raw U32(std::uint32_t value) {
-  return {U16(static_cast<std::uint16_t>(value & 0xFFFF)).bytes +
-          U16(static_cast<std::uint16_t>(value >> 16)).bytes};
+  return {U16(value & 0xFFFF).bytes + U16(value >> 16).bytes};
 }
 /// `count` times the same byte.
 inline Raw Fill(std::size_t count, int byte) {
@@ -46,13 +45,11 @@ std::string P(const Parts &...parts) {
 
 /// The payload's bytes in a record of its class and code; what the payload leaves free is filled with
 /// `filler`.
-inline EVT_LOG_ENTRY Record(std::uint16_t wClass, std::uint16_t wCode, const std::string &payload,
-                            int filler = 0) {
-  EVT_LOG_ENTRY record;
-  std::memset(&record, 0, sizeof record);
+inline EVT_LOG_ENTRY Record(int wClass, int wCode, const std::string &payload, int filler = 0) {
+  EVT_LOG_ENTRY record = {};
   record.Hdr.wEvtLength = static_cast<std::uint16_t>(sizeof(EVT_HEADER) + payload.size());
-  record.Hdr.wClass = wClass;
-  record.Hdr.wCode = wCode;
+  record.Hdr.wClass = static_cast<std::uint16_t>(wClass);
+  record.Hdr.wCode = static_cast<std::uint16_t>(wCode);
   std::memset(&record.Data, filler, sizeof record.Data);
   EXPECT_LE(payload.size(), sizeof record.Data);
   std::memcpy(&record.Data, payload.data(), std::min(payload.size(), sizeof record.Data));
@@ -67,6 +64,9 @@ inline std::string Line(const EVT_LOG_ENTRY &record) {
   char text[kLineSize];
   TranslateEventLogMessage(&record, text, sizeof text);
   return text;
+}
+inline std::string Line(int wClass, int wCode, const std::string &payload) {
+  return Line(Record(wClass, wCode, payload));
 }
 
 struct EventCase {
@@ -84,9 +84,7 @@ inline std::string Fallback(int wClass, int wCode) {
 
 inline void ExpectLines(int wClass, std::initializer_list<EventCase> cases) {
   for (const EventCase &c : cases) {
-    const EVT_LOG_ENTRY record =
-        Record(static_cast<std::uint16_t>(wClass), static_cast<std::uint16_t>(c.code), c.payload);
-    EXPECT_EQ(Line(record), c.line) << "class " << wClass << " code " << c.code;
+    EXPECT_EQ(Line(wClass, c.code, c.payload), c.line) << "class " << wClass << " code " << c.code;
   }
 }
 
