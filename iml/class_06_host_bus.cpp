@@ -4,6 +4,12 @@
 
 namespace iml {
 
+void TranslateChipsetError(EventText &szString, const EVT_UNCORRECTABLE_CHIPSET_ERROR &record) {
+  szString.Format("Uncorrectable Chipset Error (Error status 1 %s, Error status 2 %s)",
+                  Dword2HexStr(record.dwErrorStatus1, Scratch()),
+                  Dword2HexStr(record.dwErrorStatus2, Scratch()));
+}
+
 void TranslateClass06(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
     case 1:
@@ -25,11 +31,7 @@ void TranslateClass06(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData,
           Dword2HexStr(pEventData->QPIError.dwLocalInterfaceError, Scratch()),
           Dword2HexStr(pEventData->QPIError.dwProtocolError, Scratch()));
       break;
-    case 4:
-      szString.Format("Uncorrectable Chipset Error (Error status 1 %s, Error status 2 %s)",
-                      Dword2HexStr(pEventData->ChipsetUncorr.dwErrorStatus1, Scratch()),
-                      Dword2HexStr(pEventData->ChipsetUncorr.dwErrorStatus2, Scratch()));
-      break;
+    case 4: TranslateChipsetError(szString, pEventData->ChipsetUncorr); break;
     default: break;
   }
 }

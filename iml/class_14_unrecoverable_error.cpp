@@ -42,11 +42,7 @@ void TranslateClass14(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData,
       szString.Format("An Unrecoverable System Error (NMI) has occurred (%s)", detail.Buffer());
       break;
     }
-    case 4:
-      szString.Format("Uncorrectable Chipset Error (Error status 1 %s, Error status 2 %s)",
-                      Dword2HexStr(pEventData->ChipsetUncorr.dwErrorStatus1, Scratch()),
-                      Dword2HexStr(pEventData->ChipsetUncorr.dwErrorStatus2, Scratch()));
-      break;
+    case 4: TranslateChipsetError(szString, pEventData->ChipsetUncorr); break;
     // clang-format off
     case 5: szString.Append("Unrecoverable System Error (NMI) has occurred.  System Firmware will log additional details in a separate IML entry if possible"); break;
     // clang-format on

@@ -37,4 +37,7 @@ void TranslateClass28(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData,
 void TranslateClass29(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
 void TranslateClass2A(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
 
+/// The event that classes 0x06 and 0x14 share.
+void TranslateChipsetError(EventText &szString, const EVT_UNCORRECTABLE_CHIPSET_ERROR &record);
+
 }  // namespace iml
