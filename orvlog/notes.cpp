@@ -12,8 +12,8 @@
 namespace {
 
 constexpr uint16_t kNoteCode = 2;
-constexpr size_t kRecordOverhead =
-    sizeof(EVT_HEADER) + 2;  // the terminator, and one byte that the driver expects
+// Behind the note: its terminator, and one byte more that the driver expects.
+constexpr size_t kRecordOverhead = sizeof(EVT_HEADER) + 2;
 
 }  // namespace
 

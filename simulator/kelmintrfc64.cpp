@@ -22,35 +22,13 @@ namespace {
 constexpr char kDriverDirectory[] = "/dev/zythealth/";
 
 constexpr char kAsrStateFile[] = "state";
-constexpr const char *kReportFiles[] = {"thermal", "fan", "power", "pci",
-                                        "debug"};  // by request code, from 1
-
-int data_table_request(int fd, unsigned int code, void *buffer, unsigned int length);
-int event_request(int fd, unsigned int code, void *buffer, unsigned int length);
-int asr_request(int fd, unsigned int code, void *buffer, unsigned int length);
-int report_request(int fd, unsigned int code, void *buffer, unsigned int length);
+// By request code, from 1.
+constexpr const char *kReportFiles[] = {"thermal", "fan", "power", "pci", "debug"};
 
 struct Identity {
   dev_t device;
   ino_t inode;
   bool operator==(const Identity &) const = default;
-};
-
-// A node is a file or folder of the server's directory. Once opened it is
-// recognised by what it is, not by the number of its descriptor: a descriptor
-// closed behind our back, and its number used again, is never taken for a node.
-struct Node {
-  const char *path;
-  Kind kind;
-  int (*request)(int fd, unsigned int code, void *buffer, unsigned int length);
-  Identity identity;
-};
-
-Node nodes[] = {
-    {kNodeDataTables, Kind::kFolder, data_table_request, {}},
-    {kNodeEvents, Kind::kFile, event_request, {}},
-    {kNodeAsr, Kind::kFolder, asr_request, {}},
-    {kNodeReports, Kind::kFolder, report_request, {}},
 };
 
 bool identify(int fd, Identity *identity) {
@@ -71,32 +49,19 @@ const char *name_in_server(const char *node_path) {
   return node_path + strlen(kDriverDirectory);
 }
 
-// As with the driver, the mode does not limit the requests:
-// a note is added through a node opened for reading.
-int open_node(Node &node) {
-  const int fd = simulator::open_in_server(name_in_server(node.path), node.kind, O_RDONLY);
-  Identity identity;
-  if (fd >= 0 && identify(fd, &identity)) {
-    for (Node &other : nodes) {
-      if (other.identity == identity) {
-        other.identity = {};  // of a server that is gone
-      }
-    }
-    node.identity = identity;
+// What every request with a buffer has to be, checked in this order; sets errno for what it is not.
+bool is_well_formed(bool is_known, const void *buffer, bool has_its_length) {
+  if (is_known && buffer != nullptr && has_its_length) {
+    return true;
   }
-  return fd;
+  errno = !is_known ? ENOTTY : buffer == nullptr ? EFAULT : EINVAL;
+  return false;
 }
 
 int data_table_request(int fd, unsigned int code, void *buffer, unsigned int length) {
-  if (code != kRequestDataTable) {
-    return fail(ENOTTY);
-  }
-  if (buffer == nullptr) {
-    return fail(EFAULT);
-  }
   DT_IOCTL request;
-  if (length != sizeof request) {
-    return fail(EINVAL);
+  if (!is_well_formed(code == kRequestDataTable, buffer, length == sizeof request)) {
+    return -1;
   }
   memcpy(&request, buffer, sizeof request);
   if (request.pData == nullptr) {
@@ -120,15 +85,9 @@ int data_table_request(int fd, unsigned int code, void *buffer, unsigned int len
 }
 
 int event_request(int fd, unsigned int code, void *buffer, unsigned int length) {
-  if (code != kRequestEventEntry) {
-    return fail(ENOTTY);
-  }
-  if (buffer == nullptr) {
-    return fail(EFAULT);
-  }
   auto *request = static_cast<PEVT_IOCTL_ENTRY>(buffer);
-  if (length != sizeof *request) {
-    return fail(EINVAL);
+  if (!is_well_formed(code == kRequestEventEntry, buffer, length == sizeof *request)) {
+    return -1;
   }
   switch (request->info.choice) {
     case kChoiceRead: return simulator::read_entry(fd, request);
@@ -144,11 +103,8 @@ int event_request(int fd, unsigned int code, void *buffer, unsigned int length) 
 }
 
 int read_asr_state(int fd, void *buffer, unsigned int length) {
-  if (buffer == nullptr) {
-    return fail(EFAULT);
-  }
-  if (length != sizeof(int32_t)) {
-    return fail(EINVAL);
+  if (!is_well_formed(true, buffer, length == sizeof(int32_t))) {
+    return -1;
   }
   const File file(simulator::open_in_folder(fd, kAsrStateFile));
   char text[16] = {};
@@ -183,14 +139,9 @@ int asr_request(int fd, unsigned int code, void *buffer, unsigned int length) {
 }
 
 int report_request(int fd, unsigned int code, void *buffer, unsigned int length) {
-  if (code < kReportThermal || code > kReportDebug) {
-    return fail(ENOTTY);
-  }
-  if (buffer == nullptr) {
-    return fail(EFAULT);
-  }
-  if (length != kReportRequestLength) {
-    return fail(EINVAL);
+  const bool is_report = code >= kReportThermal && code <= kReportDebug;
+  if (!is_well_formed(is_report, buffer, length == kReportRequestLength)) {
+    return -1;
   }
   const File report(simulator::open_in_folder(fd, kReportFiles[code - kReportThermal]));
   if (!report.is_open()) {
@@ -204,6 +155,39 @@ int report_request(int fd, unsigned int code, void *buffer, unsigned int length)
     static_cast<char *>(buffer)[got] = '\0';
   }
   return 0;
+}
+
+// A node is a file or folder of the server's directory. Once opened it is
+// recognised by what it is, not by the number of its descriptor: a descriptor
+// closed behind our back, and its number used again, is never taken for a node.
+struct Node {
+  const char *path;
+  Kind kind;
+  int (*request)(int fd, unsigned int code, void *buffer, unsigned int length);
+  Identity identity;
+};
+
+Node nodes[] = {
+    {kNodeDataTables, Kind::kFolder, data_table_request, {}},
+    {kNodeEvents, Kind::kFile, event_request, {}},
+    {kNodeAsr, Kind::kFolder, asr_request, {}},
+    {kNodeReports, Kind::kFolder, report_request, {}},
+};
+
+// As with the driver, the mode does not limit the requests:
+// a note is added through a node opened for reading.
+int open_node(Node &node) {
+  const int fd = simulator::open_in_server(name_in_server(node.path), node.kind, O_RDONLY);
+  Identity identity;
+  if (fd >= 0 && identify(fd, &identity)) {
+    for (Node &other : nodes) {
+      if (other.identity == identity) {
+        other.identity = {};  // of a server that is gone
+      }
+    }
+    node.identity = identity;
+  }
+  return fd;
 }
 
 }  // namespace
