@@ -2,7 +2,9 @@
  *
  * The functions keep no state, allocate nothing and do no input or output. Each first sets all `ulSize` bytes
  * of `szString` to zero and then writes one terminated line of at most `ulSize` - 1 characters; what does not
- * fit is cut there. With `ulSize` 0 nothing is written and `szString` may be null. */
+ * fit is cut there. With `ulSize` 0 nothing is written and `szString` may be null.
+ *
+ * The headers need C99 or C++11, and a compiler that knows GCC's attributes. */
 #pragma once
 
 #include <stdint.h>

@@ -1,14 +1,19 @@
 #include "iml/eventstr_helpers.h"
 
-#include <cctype>
 #include <cstring>
 
 namespace iml {
 
 namespace {
 
+// ASCII alone: what the C library's predicates say depends on the locale of the program that uses the
+// library.
 bool IsSpace(char c) {
-  return std::isspace(static_cast<unsigned char>(c)) != 0;
+  return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+bool IsLetterOrDigit(char c) {
+  return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
 }
 
 }  // namespace
@@ -100,7 +105,7 @@ const char *GetSysChassis(std::uint8_t bChassisId, const char *szChassisName, Sc
 
 const char *GetChassisEx(const char *pszName, const EVT_CHASSIS &Chassis, ScratchRef pszString) {
   EventText text(pszString);
-  if (pszName != nullptr && std::isalnum(static_cast<unsigned char>(*pszName)) != 0) {
+  if (pszName != nullptr && IsLetterOrDigit(*pszName)) {
     text.Format("Enclosure Serial Number %.16s", pszName);
   } else {
     text.Format("Enclosure Address %04X", Chassis.bId * 256U + Chassis.bPort);

@@ -1,5 +1,5 @@
 // One entry of the Integrated Management Log as the firmware keeps it: a header and a payload whose record
-// depends on the event's class and code. Usable from C and C++.
+// depends on the event's class and code. C99 and C++11, GCC or Clang.
 #pragma once
 
 #include "iml/records/common.h"

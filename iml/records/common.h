@@ -1,4 +1,4 @@
-// What the payload records share. All records are packed and little-endian.
+// What the payload records share. All records are packed and little-endian. C99 and C++11, GCC or Clang.
 //
 // A field that is declared as the last one with a single element (cMessage, cText, cChassisName,
 // cSerialNumber, cCause, szSerialNumber, szChassis_Sun, and the byte arrays bMIDChain and data) is only the
@@ -13,9 +13,16 @@
 #include <stdint.h>
 
 #define IML_PACKED __attribute__((packed))
-#define IML_ASSERT_SIZE(record, size) static_assert(sizeof(record) == (size), "size of " #record)
+
+// C99 has no assertions at compile time; there the macros declare a function that nobody calls.
+#if defined(__cplusplus) || __STDC_VERSION__ >= 201112L
+#  define IML_ASSERT(condition, what) static_assert(condition, what)
+#else
+#  define IML_ASSERT(condition, what) void iml_assert_nothing(void)
+#endif
+#define IML_ASSERT_SIZE(record, size) IML_ASSERT(sizeof(record) == (size), "size of " #record)
 #define IML_ASSERT_OFFSET(record, field, offset) \
-  static_assert(offsetof(record, field) == (offset), "offset of " #record "." #field)
+  IML_ASSERT(offsetof(record, field) == (offset), "offset of " #record "." #field)
 
 // Binary numbers, not BCD.
 typedef struct IML_PACKED _evtTimeStamp {

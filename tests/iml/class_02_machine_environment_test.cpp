@@ -67,8 +67,8 @@ TEST(MachineEnvironment, StorageEnclosuresShowPlainNumbers) {
        // Without its first character a port has no name.
        {0x0D, P(3, 4, 0, 0, 0, 0, 0, 'E', 1, "", "Bay X"),
         "Internal Storage Enclosure Fan Failure (Fan 0, Location System, Box 1, Port , Bay X)"},
-       {0x0D, P(3, 4, 0, 0, 2, 0, 'E', 0, 1, "", ""),
-        "Internal Storage Enclosure Fan Failure (Fan Module 2, Location System, Box 1, Port E, Slot 4)"},
+       {0x0D, P(3, 4, 0, 0, 1, 0, 'E', 0, 1, "", ""),
+        "Internal Storage Enclosure Fan Failure (Fan Module 1, Location System, Box 1, Port E, Slot 4)"},
        {0x0D, P(3, 4, 0, 1, 2, 0, Raw{"1E"}, 1, "", ""),
         "Internal Storage Enclosure Fan Failure (Fan 1, Fan Module 2, Location System, Box 1, Port 1E, Slot "
         "4)"},

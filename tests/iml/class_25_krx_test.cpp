@@ -39,6 +39,7 @@ TEST(Krx, AccessFailuresNameTheirSource) {
                 {2, P(kUpper, 0x12, 0, zeros, 0, 0), "Upper KRX Board, KRX 2 access"},
                 {2, P(kNoBoard, 0x0F, 0, zeros, 0, 0), "Lower KRX Board, KRX 1 access"},
                 {2, P(kLower, 0, 0, zeros, 5, 1), "Proc 6 (Lower Tray, Processor 3) access"},
+                {2, P(kLower, 0, 0, zeros, 7, 1), "Proc 8 (Lower Tray, Processor 1) access"},
                 {2, P(kUpper, 0, 0, zeros, 0, 1), "Unknown access"}});
   ExpectLines(kKrx, {{1, P(kUpper, 0, '0', 0xE1, 0xE2, low, high),
                       "Proc 1 (Upper Tray, Processor 1) side-band access failure reported by upper KRX board "

@@ -87,9 +87,9 @@ TEST(TranslatorHelpers, ChassisWithoutAName) {
 TEST(EventText, FormatsAsPrintfDoes) {
   char text[128];
   EventText sink(text, sizeof text);
-  sink.Format("%s|%.2s|%c%c|%d|%u|%x|%02X|%08X|%04X|100%%", "a", "bcd", 'e', '\0', -2147483647 - 1,
+  sink.Format("%s|%.2s|%c%c|%d|%d|%u|%x|%02X|%08X|%04X|100%%", "a", "bcd", 'e', '\0', -2147483647 - 1, -1,
               4294967295U, 0xABU, 0x5U, 0x1234ABCDU, 0x12345U);
-  EXPECT_STREQ(text, "a|bc|e|-2147483648|4294967295|ab|05|1234ABCD|12345|100%");
+  EXPECT_STREQ(text, "a|bc|e|-2147483648|-1|4294967295|ab|05|1234ABCD|12345|100%");
 }
 
 }  // namespace

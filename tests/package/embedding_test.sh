@@ -12,7 +12,7 @@ ORVLOG_SIMULATOR=$server LD_LIBRARY_PATH="" "$orvlog" -v | sed -n 's/^LOG: //p' 
 "$examples/translate.py" "$server/cevt" >"$work/python"
 
 read -ra flags < <(pkg-config --cflags --libs libiml)
-strict=(-std=c11 -Wall -Wextra -Wpedantic -Werror)
+strict=(-std=c99 -Wall -Wextra -Wpedantic -Werror)
 "$cc" "${strict[@]}" "$examples/translate.c" "${flags[@]}" -o "$work/translate"
 "$work/translate" "$server/cevt" >"$work/pkg-config"
 
