@@ -4,8 +4,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "orvlog/channel.h"
+#include "driver/channel.h"
 #include "orvlog/probe.h"
+#include "platform/health_driver.h"
 
 int main(int argc, char **argv) {
   char piece[4096];

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "pci/route_text.h"
-#include "platform/kelmintrfc64.h"
+#include "platform/health_driver.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   std::string text(reinterpret_cast<const char *>(data), size < kReportSize ? size : kReportSize);

@@ -4,10 +4,11 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 
-#include "orvlog/channel.h"
+#include "driver/channel.h"
+#include "orvlog/orvlog.h"
 #include "orvlog/output.h"
+#include "platform/ownership.h"
 
 namespace {
 
@@ -53,8 +54,7 @@ int log_maintenance_note(const char *str, int severity) {
     return 0;
   }
   const size_t length = strlen(str);
-  const std::unique_ptr<char, FreeMemory> buffer(
-      static_cast<char *>(calloc(1, length + sizeof(_ioctlEntry) + 1)));
+  const Allocated<char> buffer(static_cast<char *>(calloc(1, length + sizeof(_ioctlEntry) + 1)));
   if (buffer == nullptr) {
     node.close();
     print_err("orvlog: Unable to allocate memory to log message.\n");

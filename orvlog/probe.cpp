@@ -2,7 +2,8 @@
 
 #include <cstdlib>
 
-#include "orvlog/channel.h"
+#include "driver/channel.h"
+#include "orvlog/orvlog.h"
 #include "orvlog/output.h"
 
 int non_Brix = 0;
@@ -12,18 +13,18 @@ namespace {
 constexpr uint8_t kIpmiController = 18;  // ucDeviceID of a controller of the IPMI kind
 
 char cdt_path[19] = "/dev/zythealth/cdt";
-static_assert(sizeof cdt_path == sizeof kNodeDataTables);
+static_assert(sizeof(cdt_path) == sizeof(kNodeDataTables));
 
 int cdt_fd = -1;  // the probe's node, open until the process ends
 
-/// Has the driver fill `table` from data table `type`. Returns what the request returned.
+// Has the driver fill `table` from data table `type`. Returns what the request returned.
 template <class Table>
 int read_data_table(int fd, uint16_t type, Table &table) {
   DT_IOCTL request = {};
-  request.DtHdr.size = sizeof table;
+  request.DtHdr.size = sizeof(table);
   request.DtHdr.DT_Type = type;
   request.pData = &table;
-  return orvIoctlRequest(fd, kRequestDataTable, &request, sizeof request);
+  return orvIoctlRequest(fd, kRequestDataTable, &request, sizeof(request));
 }
 
 }  // namespace

@@ -2,7 +2,8 @@
 
 #include <cstring>
 
-#include "orvlog/channel.h"
+#include "driver/channel.h"
+#include "orvlog/orvlog.h"
 #include "orvlog/output.h"
 
 namespace {

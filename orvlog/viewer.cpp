@@ -1,71 +1,28 @@
 #include "orvlog/viewer.h"
 
-#include <cerrno>
 #include <climits>
-#include <cstdlib>
-#include <cstring>
-#include <memory>
 
+#include "driver/event_reader.h"
 #include "iml/eventstr.h"
-#include "orvlog/channel.h"
 #include "orvlog/output.h"
 
 namespace {
 
 constexpr uint32_t kDescriptionSize = 256;
 
-/// Numbers in a row that may have no entry. A driver that has nothing to return for more of them would have
-/// the whole range of 32 bits asked for before the listing ends; no log has such gaps.
-constexpr int kLongestGap = 1'000'000;
-
-/// The event node with the buffer of its read requests.
-class EventReader {
- public:
-  EventReader() : node_(kNodeEvents, kOpenRead) {
-    if (!node_.is_open()) {
+// Reports why the log could not be opened. Returns whether it is ready to be read.
+bool is_ready(const EventReader &log) {
+  switch (log.opening()) {
+    case EventReader::Opening::kReady: return true;
+    case EventReader::Opening::kCannotOpen:
       print_err("orvlog: Unable to open the /dev/zythealth/cevt file.\n");
-      return;
-    }
-    buffer_.reset(calloc(1, kReadLength));
-    if (buffer_ == nullptr) {
-      node_.close();
+      break;
+    case EventReader::Opening::kNoMemory:
       print_err("orvlog: Unable to allocate memory to log message.\n");
-    }
+      break;
   }
-
-  [[nodiscard]] bool is_ready() const {
-    return buffer_ != nullptr;
-  }
-
-  /// Reads one entry. Returns 0, a driver status, or the errno of a request that failed.
-  int read(uint32_t number) {
-    memset(buffer_.get(), 0, kReadLength);
-    _ioctlEntry *const request = entry();
-    request->info.length = kReadLength;
-    request->info.choice = kChoiceRead;
-    request->info.EvtNumber = static_cast<int32_t>(number);
-    request->Evt.Hdr.wEvtLength = kReadEvtLength;
-    const int status = node_.request(kRequestEventEntry, request, sizeof *request);
-    return status == -1 ? errno : status;
-  }
-
-  /// The record that the last successful read returned.
-  [[nodiscard]] const EVT_LOG_ENTRY &record() const {
-    return entry()->Evt;
-  }
-
-  void close() {
-    node_.close();
-  }
-
- private:
-  [[nodiscard]] _ioctlEntry *entry() const {
-    return static_cast<_ioctlEntry *>(buffer_.get());
-  }
-
-  Channel node_;
-  std::unique_ptr<void, FreeMemory> buffer_;
-};
+  return false;
+}
 
 /// A time stamp as "hour:minute  month/day/year", each number of at least two digits. Written by hand, since
 /// a listing spends more time on its numbers than on its texts.
@@ -137,30 +94,26 @@ const char *GetSeverity(uint8_t b_Severity) {
 }
 
 int GetTotalIMLEntries() {
-  EventReader log;
-  if (!log.is_ready()) {
+  EventReader log(0, EventReader::Step::kByOne);
+  if (!is_ready(log)) {
     return 0;
   }
-  int total = 0;
-  for (int gap = 0; total < INT_MAX && gap < kLongestGap; ++total) {
-    const int status = log.read(static_cast<uint32_t>(total));
-    if (status == kEventRead) {
-      gap = 0;
-    } else if (status == kEventNoEntry) {
-      ++gap;
-    } else {
-      if (status != kEventEndOfLog) {
-        print_err("orvlog: Invalid error code returned.\n");
-      }
-      break;
-    }
+  EventReader::Answer answer = EventReader::Answer::kEntry;
+  while (answer == EventReader::Answer::kEntry && log.number() < INT_MAX) {
+    answer = log.next();
   }
-  return total;
+  if (answer == EventReader::Answer::kDoesNotAdvance || log.number() >= INT_MAX) {
+    return 0;
+  }
+  if (answer == EventReader::Answer::kInvalidCode) {
+    print_err("orvlog: Invalid error code returned.\n");
+  }
+  return static_cast<int>(log.number());
 }
 
 int view_entire_log(char c, uint32_t offset) {
-  EventReader log;
-  if (!log.is_ready()) {
+  EventReader log(offset);
+  if (!is_ready(log)) {
     return 0;
   }
   if (c == 'V') {
@@ -173,35 +126,21 @@ int view_entire_log(char c, uint32_t offset) {
   }
 
   bool headerprinted = false;
-  int gap = 0;
-  uint32_t current_evt = offset;
-  for (;;) {
-    const int status = log.read(current_evt);
-    if (status == kEventEndOfLog) {
-      break;
+  EventReader::Answer answer = log.next();
+  for (; answer == EventReader::Answer::kEntry; answer = log.next()) {
+    if (!headerprinted) {
+      print_out("\nID   Severity       Initial Time      Update Time       Count\n");
+      print_out("-------------------------------------------------------------\n");
+      headerprinted = true;
     }
-    uint32_t next_evt = current_evt + 1;
-    ++gap;
-    if (status == kEventRead) {
-      gap = 0;
-      if (!headerprinted) {
-        print_out("\nID   Severity       Initial Time      Update Time       Count\n");
-        print_out("-------------------------------------------------------------\n");
-        headerprinted = true;
-      }
-      print_entry(log.record());
-      next_evt = log.record().Hdr.dwEvtNumber + 1;
-    } else if (status != kEventNoEntry) {
-      print_err("orvlog: Invalid error code returned.\n");
-      break;
-    }
-    if (next_evt <= current_evt || gap == kLongestGap) {  // the driver would keep us here for ever
-      print_err("orvlog: The IML does not advance past entry %u.\n", current_evt);
-      break;
-    }
-    current_evt = next_evt;
+    print_entry(log.record());
   }
-  if (current_evt == 0 && !headerprinted) {
+  if (answer == EventReader::Answer::kInvalidCode) {
+    print_err("orvlog: Invalid error code returned.\n");
+  } else if (answer == EventReader::Answer::kDoesNotAdvance) {
+    print_err("orvlog: The IML does not advance past entry %u.\n", log.number());
+  }
+  if (log.number() == 0 && !headerprinted) {
     print_out("orvlog: The IML Log is empty.\n");
   }
   return 1;

@@ -3,13 +3,14 @@
 
 #include <cstdint>
 
-/// Name of a severity code as the listing shows it, "Unknown" for a code without one.
+// Name of a severity code as the listing shows it, "Unknown" for a code without one.
 const char *GetSeverity(uint8_t b_Severity);
 
-/// The number of entry numbers before the end of the log, gaps included; 0 on failure.
+// The number of entry numbers before the end of the log, gaps included. Returns 0 on failure, and also when
+// the end cannot be found because the log does not advance or is too long to be counted.
 int GetTotalIMLEntries();
 
-/// Lists the log from entry number `offset` on, which is checked against the log's size when `c` is 'V' ('v'
-/// lists the whole log from 0). Returns 1 when the log was walked, also when it is empty; 0 when it could not
-/// be or the start was refused.
+// Lists the log from entry number `offset` on. When `c` is 'V', a start beyond the counted entries is
+// refused; 'v' lists the whole log from 0. Returns 1 when the log was walked, also when it is empty; 0 when
+// it could not be opened or the start was refused.
 int view_entire_log(char c, uint32_t offset);

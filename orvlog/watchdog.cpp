@@ -4,7 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "orvlog/channel.h"
+#include "driver/channel.h"
+#include "orvlog/orvlog.h"
 #include "orvlog/output.h"
 #include "orvlog/probe.h"
 #include "orvlog/usage.h"

@@ -13,6 +13,7 @@
 #include "pci/pcicall.h"
 #include "pci/romaccess.h"
 #include "pci/route_text.h"
+#include "platform/health_driver.h"
 #include "platform/kelmintrfc64.h"
 
 pci_irq_route_entry internal_table[kRouteTableEntries];

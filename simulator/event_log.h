@@ -1,7 +1,7 @@
 // The log: a plain file of 240-byte slots, one record each. README.md says how slots are numbered.
 #pragma once
 
-#include "orvlog/orvlog.h"
+#include "platform/health_driver.h"
 
 namespace simulator {
 

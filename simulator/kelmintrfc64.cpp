@@ -9,7 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "orvlog/orvlog.h"
+#include "platform/health_driver.h"
 #include "simulator/event_log.h"
 #include "simulator/server_directory.h"
 

@@ -2,7 +2,8 @@
 // status, one that answers it to every read.
 #include <cstdlib>
 
-#include "orvlog/orvlog.h"
+#include "platform/health_driver.h"
+#include "platform/kelmintrfc64.h"
 
 #pragma GCC visibility push(default)
 int orvOpenRequest(const char * /*path*/, int /*mode*/) {

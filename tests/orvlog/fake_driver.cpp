@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "platform/kelmintrfc64.h"
 #include "platform/orvev64.h"
 #include "tests/support/capture.h"
 
@@ -61,8 +62,10 @@ int orvOpenRequest(const char *path, int mode) {
 
 int orvIoctlRequest(int fd, unsigned int code, void *buffer, unsigned int length) {
   const std::string node = node_of(fd);
-  dprintf(trace_fd(), "ioctl %s %u %u\n", node.c_str(), code, length);
   FakeDriver &driver = fake_driver();
+  if (driver.traces_requests) {
+    dprintf(trace_fd(), "ioctl %s %u %u\n", node.c_str(), code, length);
+  }
   if (node == "cdt") {
     DT_IOCTL request;
     memcpy(&request, buffer, sizeof request);

@@ -16,6 +16,7 @@ struct FakeDriver {
     return 0;
   };
   std::function<int(_ioctlEntry &request)> event = [](_ioctlEntry &) { return 1; };
+  bool traces_requests = true;
   int asr_state = 1;
   std::function<int(unsigned code, char *text)> report = [](unsigned, char *) { return 0; };
   std::function<int(ASREVSTRUCT &value, int &size)> get_variable = [](ASREVSTRUCT &, int &) { return 0; };

@@ -1,5 +1,6 @@
 // The whole program over a scripted driver: what it says,
 // what it asks of the driver and in which order, how it ends.
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <map>
@@ -339,6 +340,18 @@ TEST(Viewer, StatusMayComeThroughErrno) {
   EXPECT_EQ(failed.status, 0);
   const Outcome at_once = orvlog({"-v"}, failing_at(0, EIO));
   EXPECT_EQ(at_once.out, "orvlog: The IML Log is empty.\n");
+  // Neither a failure without a reason nor a negative status takes over an errno that was there before.
+  for (const int status : {-1, -2}) {
+    const Outcome bare = orvlog({"-v"}, [status](FakeDriver &driver) {
+      driver.event = [status](_ioctlEntry &) {
+        errno = status == -1 ? errno : 1;
+        return status;
+      };
+      errno = 1;
+    });
+    EXPECT_EQ(bare.out, "orvlog: The IML Log is empty.\n");
+    EXPECT_EQ(bare.err, "orvlog: Invalid error code returned.\n");
+  }
   const Outcome counted = orvlog({"-V", "3"}, failing_at(2, EIO));
   EXPECT_EQ(counted.err,
             "orvlog: Invalid error code returned.\n"
@@ -362,6 +375,34 @@ TEST(Viewer, InsistsOnProgress) {
   });
   EXPECT_EQ(wrapped.err, "orvlog: The IML does not advance past entry 0.\n");
   EXPECT_EQ(wrapped.out, kHeader + entry_text("-0001", "Caution", "0"));
+}
+
+// The count for -V ends where the listing would, and does not refuse a start then.
+TEST(Viewer, CountsNoFurtherThanTheLogAdvances) {
+  const Outcome repeats = orvlog({"-V", "3"}, [](FakeDriver &driver) {
+    driver.event = log_of(99, [](_ioctlEntry &request) {
+      request.Evt.Hdr.dwEvtNumber = std::min(request.Evt.Hdr.dwEvtNumber, 4U);
+      return 0;
+    });
+  });
+  EXPECT_EQ(repeats.out, kHeader + entry_text("0003", "Caution", "3") + entry_text("0004", "Caution", "4") +
+                             entry_text("0004", "Caution", "5"));
+  EXPECT_EQ(repeats.err, "orvlog: The IML does not advance past entry 5.\n");
+
+  const auto sparse = [](FakeDriver &driver) {
+    driver.traces_requests = false;
+    driver.event = [](_ioctlEntry &request) {
+      const int number = request.info.EvtNumber;
+      request.Evt.Hdr.dwEvtNumber = static_cast<uint32_t>(number);
+      return number <= 1'200'000 && number % 600'000 == 0 ? 0 : 3;
+    };
+  };
+  const Outcome gaps = orvlog({"-V", "1200000"}, sparse);
+  EXPECT_EQ(gaps.out.substr(0, kHeader.size() + 8), kHeader + "1200000 ");
+  EXPECT_EQ(gaps.err, "orvlog: The IML does not advance past entry 2200000.\n");
+  const Outcome beyond = orvlog({"-V", "5000000"}, sparse);
+  EXPECT_EQ(beyond.err, "orvlog: The IML does not advance past entry 5999999.\n");
+  EXPECT_EQ(orvlog({"-v"}, sparse).err, gaps.err);
 }
 
 TEST(Reports, AreCopiedAsTheyAre) {

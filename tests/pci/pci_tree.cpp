@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "pci/paths.h"
+#include "platform/health_driver.h"
 #include "platform/kelmintrfc64.h"
 #include "tests/pci/fake_portio.h"
 

@@ -17,6 +17,7 @@
 #include <gtest/gtest.h>
 
 #include "orvlog/orvlog.h"
+#include "platform/kelmintrfc64.h"
 #include "platform/orvev64.h"
 
 namespace {

@@ -1,0 +1,83 @@
+// The Integrated Management Log, read entry by entry from the health driver.
+#pragma once
+
+#include <cstdint>
+
+#include "driver/channel.h"
+#include "platform/health_driver.h"
+#include "platform/ownership.h"
+
+// Reads the log from one number on. No driver can keep the walk going in a circle: each answer has to lead to
+// a higher number, and a gap has a longest size.
+class EventReader {
+ public:
+  enum class Opening { kReady, kCannotOpen, kNoMemory };
+
+  // Where the walk goes from an entry.
+  enum class Step {
+    kPastRecord,  // to the number after the one that the record carries: lists the log
+    kByOne,       // to the number after the one asked for: counts the log's numbers
+  };
+
+  enum class Answer {
+    kEntry,           // record() is the next entry
+    kEndOfLog,        // there is no entry from number() on
+    kInvalidCode,     // the driver answered number() with something else; see status() and error()
+    kDoesNotAdvance,  // the last answer does not lead past number()
+  };
+
+  // Numbers in a row that may have no entry. Without a limit, a driver that has nothing to return would be
+  // asked for every number of 32 bits; no log has such gaps.
+  static constexpr uint32_t kLongestGap = 1'000'000;
+
+  // Opens the log. Nothing is read yet.
+  explicit EventReader(uint32_t first, Step step = Step::kPastRecord);
+
+  // Only a reader that is kReady may be asked for entries.
+  [[nodiscard]] Opening opening() const {
+    return opening_;
+  }
+
+  // Asks for the next entry and skips the numbers without one. After kDoesNotAdvance the walk is over; after
+  // kEndOfLog and kInvalidCode the same number is asked for again.
+  Answer next();
+
+  // The record of the last entry, valid until the next call of next().
+  [[nodiscard]] const EVT_LOG_ENTRY &record() const {
+    return request_->Evt;
+  }
+
+  // The number to ask for next; after an answer other than kEntry also the last one asked for.
+  [[nodiscard]] uint32_t number() const {
+    return number_;
+  }
+
+  // What the last request returned.
+  [[nodiscard]] int status() const {
+    return status_;
+  }
+
+  // The errno of an opening or a request that failed, else 0. It is 0, too, when the driver gave no reason.
+  [[nodiscard]] int error() const {
+    return error_;
+  }
+
+  // Closes the log before the end of the scope.
+  void close() {
+    node_.close();
+  }
+
+ private:
+  int ask();
+  void advance(uint32_t answered);
+
+  Channel node_;
+  Allocated<_ioctlEntry> request_;  // kReadLength bytes
+  Opening opening_ = Opening::kReady;
+  Step step_;
+  uint32_t number_;
+  uint32_t gap_ = 0;  // numbers without an entry, up to the current one
+  bool stuck_ = false;
+  int status_ = 0;
+  int error_ = 0;
+};
