@@ -1,5 +1,5 @@
-# What `cmake --install` puts where. A component is a package; the simulator is installed only when it is asked for
-# (--component orvlog-simulator), and where its libraries never shadow the maker's.
+# What `cmake --install` puts where. A component is a package. The simulator is installed only on request
+# (--component orvlog-simulator), into a folder where its libraries never shadow the maker's.
 include(CMakePackageConfigHelpers)
 find_program(GZIP gzip REQUIRED)
 
@@ -16,7 +16,7 @@ function(orvlog_install_compressed component file name destination)
   install(FILES ${compressed} DESTINATION ${destination} COMPONENT ${component} ${ARGN})
 endfunction()
 
-foreach(component IN ITEMS orvlog libiml-dev orvlog-simulator)
+foreach(component IN ITEMS orvlog libimltext1 libimltext-dev orvlog-simulator)
   set(when "")
   if(component STREQUAL "orvlog-simulator")
     set(when EXCLUDE_FROM_ALL)
@@ -27,40 +27,68 @@ foreach(component IN ITEMS orvlog libiml-dev orvlog-simulator)
                             ${CMAKE_INSTALL_DATADIR}/doc/${component} ${when})
 endforeach()
 
-# The program.
-install(TARGETS orvlog RUNTIME DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT orvlog)
-orvlog_install_compressed(orvlog ${PROJECT_SOURCE_DIR}/docs/orvlog.8 orvlog.8 ${CMAKE_INSTALL_MANDIR}/man8)
-install(FILES completions/orvlog DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT orvlog)
+# Installs a program with its manual page and its completion.
+function(orvlog_install_program program destination)
+  install(TARGETS ${program} RUNTIME DESTINATION ${destination} COMPONENT ${program})
+  orvlog_install_compressed(
+    ${program} ${PROJECT_SOURCE_DIR}/docs/${program}.8 ${program}.8 ${CMAKE_INSTALL_MANDIR}/man8)
+  install(FILES ${PROJECT_SOURCE_DIR}/completions/${program}
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT ${program})
+endfunction()
 
-# The translator, for others.
-set(iml_headers ${CMAKE_INSTALL_INCLUDEDIR}/iml)
-set(iml_package ${CMAKE_INSTALL_LIBDIR}/cmake/iml)
-install(TARGETS iml iml_shared EXPORT iml
-        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT libiml-dev
-        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT libiml-dev
+orvlog_install_program(orvlog ${CMAKE_INSTALL_SBINDIR})
+# The loader would look for the maker's libraries where the build tree has the simulator's.
+install(
+  CODE "file(RPATH_REMOVE FILE \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_SBINDIR}/orvlog\")"
+  COMPONENT orvlog)
+
+# The translator for other projects: libimltext1 has what a program needs to run, libimltext-dev what it needs to build.
+set(imltext_headers ${CMAKE_INSTALL_INCLUDEDIR}/iml)
+set(imltext_package ${CMAKE_INSTALL_LIBDIR}/cmake/imltext)
+set(imltext_examples ${CMAKE_INSTALL_DATADIR}/doc/libimltext-dev/examples)
+install(TARGETS imltext_static imltext_shared EXPORT imltext
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT libimltext1 NAMELINK_COMPONENT libimltext-dev
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT libimltext-dev
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+# Programs find the library only when the loader's cache has it.
+install(CODE "
+  if(NOT DEFINED ENV{DESTDIR} AND CMAKE_INSTALL_PREFIX MATCHES \"^/usr(/local)?$\")
+    execute_process(COMMAND /sbin/ldconfig RESULT_VARIABLE failed)
+    if(failed)
+      message(WARNING \"ldconfig failed: run it as root, so that programs find libimltext.so.${PROJECT_VERSION_MAJOR}\")
+    endif()
+  endif()" COMPONENT libimltext1)
 install(CODE "
   if(CMAKE_INSTALL_DO_STRIP) # which leaves archives alone
     execute_process(COMMAND ${CMAKE_STRIP} --strip-debug --enable-deterministic-archives
-      \$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/libiml.a COMMAND_ERROR_IS_FATAL ANY)
-  endif()" COMPONENT libiml-dev)
-install(FILES iml/eventstr.h iml/iml_record.h DESTINATION ${iml_headers} COMPONENT libiml-dev)
-install(DIRECTORY iml/records DESTINATION ${iml_headers} COMPONENT libiml-dev FILES_MATCHING PATTERN *.h)
+      \$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/libimltext.a RESULT_VARIABLE failed)
+    if(failed)
+      message(FATAL_ERROR \"libimltext.a cannot be stripped\")
+    endif()
+  endif()" COMPONENT libimltext-dev)
+install(FILES iml/eventstr.h iml/iml_record.h DESTINATION ${imltext_headers} COMPONENT libimltext-dev)
+install(DIRECTORY iml/records DESTINATION ${imltext_headers} COMPONENT libimltext-dev FILES_MATCHING PATTERN *.h)
 
-install(EXPORT iml FILE iml-config.cmake NAMESPACE iml:: DESTINATION ${iml_package} COMPONENT libiml-dev)
-write_basic_package_version_file(${PROJECT_BINARY_DIR}/iml-config-version.cmake COMPATIBILITY SameMajorVersion)
-install(FILES ${PROJECT_BINARY_DIR}/iml-config-version.cmake DESTINATION ${iml_package} COMPONENT libiml-dev)
+install(EXPORT imltext FILE imltext-config.cmake NAMESPACE imltext:: DESTINATION ${imltext_package}
+        COMPONENT libimltext-dev)
+write_basic_package_version_file(
+  ${PROJECT_BINARY_DIR}/imltext-config-version.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/imltext-config-version.cmake DESTINATION ${imltext_package}
+        COMPONENT libimltext-dev)
 
-# The file finds its prefix from where it lies, so that --prefix at installation holds for it too.
-file(RELATIVE_PATH PREFIX_FROM_PKGCONFIG /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
-string(REGEX REPLACE "/$" "" PREFIX_FROM_PKGCONFIG ${PREFIX_FROM_PKGCONFIG})
-configure_file(iml/libiml.pc.in ${PROJECT_BINARY_DIR}/libiml.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/libiml.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT libiml-dev)
+# The prefix is known only at installation, when --prefix may replace it.
+install(CODE "
+  set(prefix \${CMAKE_INSTALL_PREFIX})
+  set(libdir ${CMAKE_INSTALL_LIBDIR})
+  set(includedir ${CMAKE_INSTALL_INCLUDEDIR})
+  set(version ${PROJECT_VERSION})
+  configure_file(${PROJECT_SOURCE_DIR}/iml/imltext.pc.in ${PROJECT_BINARY_DIR}/imltext.pc @ONLY)"
+  COMPONENT libimltext-dev)
+install(FILES ${PROJECT_BINARY_DIR}/imltext.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+        COMPONENT libimltext-dev)
 
-install(FILES examples/CMakeLists.txt examples/translate.c DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libiml-dev/examples
-        COMPONENT libiml-dev)
-install(PROGRAMS examples/translate.py DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libiml-dev/examples
-        COMPONENT libiml-dev)
+install(FILES examples/CMakeLists.txt examples/translate.c DESTINATION ${imltext_examples} COMPONENT libimltext-dev)
+install(PROGRAMS examples/translate.py DESTINATION ${imltext_examples} COMPONENT libimltext-dev)
 
 # The simulator, its sample server and the tool that makes servers.
 set(simulator_data ${CMAKE_INSTALL_DATADIR}/orvlog-simulator)

@@ -1,20 +1,28 @@
-# Sanitizers, coverage and fuzzing: chosen once, for every target, so that no object is built without what the others carry.
+# Sanitizers, coverage and fuzzing. They are chosen once, for every target: a mix of objects with and without them
+# gives false reports.
 if(ORVLOG_SANITIZE)
-  add_compile_options(-fsanitize=${ORVLOG_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
-  add_link_options(-fsanitize=${ORVLOG_SANITIZE})
+  target_compile_options(
+    orvlog_build INTERFACE -fsanitize=${ORVLOG_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(orvlog_build INTERFACE -fsanitize=${ORVLOG_SANITIZE})
 endif()
 if(ORVLOG_COVERAGE)
-  add_compile_options(--coverage -O0)
-  add_link_options(--coverage)
+  target_compile_options(orvlog_build INTERFACE --coverage -O0)
+  target_link_options(orvlog_build INTERFACE --coverage)
 endif()
 if(ORVLOG_FUZZ)
   if(NOT ORVLOG_SANITIZE)
-    message(FATAL_ERROR "ORVLOG_FUZZ needs ORVLOG_SANITIZE: fuzzing without sanitizers finds crashes alone")
+    message(FATAL_ERROR "ORVLOG_FUZZ needs ORVLOG_SANITIZE: without sanitizers fuzzing finds only crashes")
   endif()
-  add_compile_options(-fsanitize=fuzzer-no-link)
+  target_compile_options(orvlog_build INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 if(ORVLOG_SANITIZE OR ORVLOG_COVERAGE)
   set(ORVLOG_INSTRUMENTED ON)
 else()
   set(ORVLOG_INSTRUMENTED OFF)
+  # What ships has no unwind tables and no code that is never called. It loads the C library and what it links on
+  # purpose, nothing else.
+  target_compile_options(
+    orvlog_product INTERFACE -fno-asynchronous-unwind-tables -fno-unwind-tables -ffunction-sections -fdata-sections)
+  target_link_options(
+    orvlog_product INTERFACE LINKER:--gc-sections LINKER:--as-needed LINKER:-z,defs -static-libstdc++ -static-libgcc)
 endif()

@@ -13,7 +13,7 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_STRIP_FILES ON)
-set(CPACK_COMPONENTS_ALL orvlog libiml-dev orvlog-simulator)
+set(CPACK_COMPONENTS_ALL orvlog libimltext1 libimltext-dev orvlog-simulator)
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -62,22 +62,27 @@ set(CPACK_DEBIAN_ORVLOG_PACKAGE_SUGGESTS orvlog-simulator)
 set(CPACK_RPM_ORVLOG_PACKAGE_AUTOREQ OFF)
 set(CPACK_RPM_ORVLOG_PACKAGE_REQUIRES glibc)
 
-orvlog_package(libiml-dev libdevel "translator of Integrated Management Log records"
-"libiml turns the 240-byte records of a server's Integrated Management Log into
-a line of English each. It allocates nothing, keeps no state and needs the C
-library alone.
-.
-This package has the shared and the static library, the headers for C and C++,
-and the files for pkg-config and CMake.")
-set(CPACK_DEBIAN_LIBIML-DEV_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/shlibs
+orvlog_package(libimltext1 libs "translator of Integrated Management Log records"
+"libimltext turns the 240-byte records of a server's Integrated Management Log
+into a line of English each. It allocates nothing, keeps no state and needs
+only the C library.")
+set(CPACK_DEBIAN_LIBIMLTEXT1_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/shlibs
                                                    ${PROJECT_SOURCE_DIR}/packaging/triggers)
+
+orvlog_package(libimltext-dev libdevel "development files of the IML translator"
+"libimltext turns the 240-byte records of a server's Integrated Management Log
+into a line of English each.
+.
+This package has the static library, the headers for C and C++, the files for
+pkg-config and CMake, and an example.")
+set(CPACK_DEBIAN_LIBIMLTEXT-DEV_PACKAGE_DEPENDS "libimltext1 (= ${PROJECT_VERSION})")
 
 orvlog_package(orvlog-simulator utils "simulated server for trying orvlog on any machine"
 "Stand-ins for the two libraries of the server's maker that orvlog needs, a
 sample server to copy, and the tool that turns servers and their logs from
 readable text into what the stand-ins serve. They stay in a folder of their
 own and take effect only where the loader is pointed at it.")
-set(CPACK_DEBIAN_ORVLOG-SIMULATOR_PACKAGE_RECOMMENDS "orvlog, python3 (>= 3.10)")
+set(CPACK_DEBIAN_ORVLOG-SIMULATOR_PACKAGE_RECOMMENDS "orvlog, python3 (>= 3.9)")
 set(CPACK_DEBIAN_ORVLOG-SIMULATOR_PACKAGE_ENHANCES orvlog)
 # RPM would offer the stand-ins to whoever needs the maker's libraries.
 set(CPACK_RPM_ORVLOG-SIMULATOR_PACKAGE_AUTOPROV OFF)

@@ -1,11 +1,29 @@
-# One line per test program: orvlog_add_test(NAME SOURCES... [LIBS ...]).
-find_package(GTest REQUIRED)
-find_package(Python3 3.10 COMPONENTS Interpreter REQUIRED)
-include(GoogleTest)
+# What only tests need. Where something is missing, its tests are skipped and a line says which package has it.
+function(orvlog_skip what tests package)
+  message(STATUS "${what} not found: ${tests} skipped (package ${package})")
+endfunction()
 
+find_package(Python3 3.9 COMPONENTS Interpreter)
+if(NOT Python3_Interpreter_FOUND)
+  orvlog_skip("Python 3.9" "the tests of documents, completions and the sample server are" python3)
+endif()
+
+# GoogleTest's files for CMake stop the configuration where gmock is missing, so that is looked for first.
+find_library(GMOCK_LIBRARY gmock)
+if(GMOCK_LIBRARY)
+  find_package(GTest CONFIG QUIET)
+endif()
+if(GTest_FOUND)
+  include(GoogleTest)
+else()
+  orvlog_skip(GoogleTest "the tests in C++ are" libgmock-dev)
+endif()
+
+# One line per test program: orvlog_add_test(NAME SOURCES... [LIBS ...]).
 function(orvlog_add_test name)
   cmake_parse_arguments(arg "" "" "SOURCES;LIBS" ${ARGN})
   add_executable(${name} ${arg_SOURCES})
-  target_link_libraries(${name} PRIVATE ${arg_LIBS} GTest::gmock GTest::gtest GTest::gtest_main)
+  target_link_libraries(
+    ${name} PRIVATE orvlog::build ${arg_LIBS} GTest::gmock GTest::gtest GTest::gtest_main)
   gtest_discover_tests(${name} TEST_PREFIX "${name}/" PROPERTIES TIMEOUT 120)
 endfunction()

@@ -1,4 +1,4 @@
-/* Prints a line for each entry of a log of 240-byte records: number, severity, class and description, parted
+/* Prints a line for each entry of a log of 240-byte records: number, severity, class and description, separated
  * by tabs. Usage: translate [FILE]; without a file it reads standard input. */
 #include <stdio.h>
 

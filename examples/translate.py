@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What translate.c does, from Python: translate.py [FILE]. The loader has to find libiml.so.1."""
+"""What translate.c does, from Python: translate.py [FILE]. The loader has to find libimltext.so.1."""
 
 import ctypes
 import struct
@@ -7,7 +7,7 @@ import sys
 
 RECORD = struct.Struct("<HIBBHH6s6sI212s")  # EVT_LOG_ENTRY
 
-iml = ctypes.CDLL("libiml.so.1")
+iml = ctypes.CDLL("libimltext.so.1")
 iml.TranslateEventLogMessage.argtypes = [ctypes.c_char_p, ctypes.c_char_p, ctypes.c_uint32]
 iml.TranslateEventLogClass.argtypes = [ctypes.c_uint16, ctypes.c_char_p, ctypes.c_uint32]
 iml.TranslateEventLogSeverity.argtypes = [ctypes.c_uint8, ctypes.c_char_p, ctypes.c_uint32]

@@ -1,4 +1,4 @@
-/* libiml: turns records of the Integrated Management Log into text.
+/* libimltext: turns records of the Integrated Management Log into text.
  *
  * The functions keep no state, allocate nothing and do no input or output. Each first sets all `ulSize` bytes
  * of `szString` to zero and then writes one terminated line of at most `ulSize` - 1 characters; what does not

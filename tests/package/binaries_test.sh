@@ -13,18 +13,18 @@ expect() {  # what, the lines wanted, the lines found
 dynamic() { readelf -W -d "$2" | sed -nE "s/.*\(($1)\).*\[(.*)\]/\2/p" | sort; }
 
 expect "libraries of orvlog" $'libc.so.6\nlibkelmintrfc64.so.3\nliborvev64.so.1' "$(dynamic NEEDED "$tree/sbin/orvlog")"
-expect "libraries of libiml" libc.so.6 "$(dynamic NEEDED "$lib/libiml.so.1")"
-expect "name of libiml" libiml.so.1 "$(dynamic SONAME "$lib/libiml.so.1")"
+expect "libraries of libimltext" libc.so.6 "$(dynamic NEEDED "$lib/libimltext.so.1")"
+expect "name of libimltext" libimltext.so.1 "$(dynamic SONAME "$lib/libimltext.so.1")"
 for library in libkelmintrfc64.so.3 liborvev64.so.1; do
   expect "libraries of $library" libc.so.6 "$(dynamic NEEDED "$lib/orvlog-simulator/$library")"
 done
-for file in "$tree/sbin/orvlog" "$lib/libiml.so.1" "$lib"/orvlog-simulator/*.so.*; do
+for file in "$tree/sbin/orvlog" "$lib/libimltext.so.1" "$lib"/orvlog-simulator/*.so.*; do
   expect "run path of $file" "" "$(dynamic 'RPATH|RUNPATH' "$file")"
 done
 
 entries='TranslateEventLogClass TranslateEventLogMessage TranslateEventLogSeverity'
-expect "exports of libiml" "${entries// /$'\n'}" \
-  "$(nm -D --defined-only "$lib/libiml.so.1" | awk '$2 != "A" { sub(/@.*/, "", $3); print $3 }' | sort)"
+expect "exports of libimltext" "${entries// /$'\n'}" \
+  "$(nm -D --defined-only "$lib/libimltext.so.1" | awk '$2 != "A" { sub(/@.*/, "", $3); print $3 }' | sort)"
 
 # Without the maker's libraries the loader says which one is missing.
 status=0

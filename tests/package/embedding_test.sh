@@ -1,7 +1,7 @@
 # The examples, built with the installed library in each way that it offers, print what orvlog prints.
 set -euo pipefail
 tree=$1 lib=$1/$2 server=$3 orvlog=$4 cmake=$5 generator=$6 cc=$7
-examples=$tree/share/doc/libiml-dev/examples
+examples=$tree/share/doc/libimltext-dev/examples
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 export LD_LIBRARY_PATH=$lib PKG_CONFIG_PATH=$lib/pkgconfig
@@ -11,12 +11,12 @@ ORVLOG_SIMULATOR=$server LD_LIBRARY_PATH="" "$orvlog" -v | sed -n 's/^LOG: //p' 
 [ "$(wc -l <"$work/orvlog")" -gt 50 ]
 "$examples/translate.py" "$server/cevt" >"$work/python"
 
-read -ra flags < <(pkg-config --cflags --libs libiml)
+read -ra flags < <(pkg-config --cflags --libs imltext)
 strict=(-std=c99 -Wall -Wextra -Wpedantic -Werror)
 "$cc" "${strict[@]}" "$examples/translate.c" "${flags[@]}" -o "$work/translate"
 "$work/translate" "$server/cevt" >"$work/pkg-config"
 
-"$cc" "${strict[@]}" "$examples/translate.c" -I"$tree/include" "$lib/libiml.a" -o "$work/translate-static"
+"$cc" "${strict[@]}" "$examples/translate.c" -I"$tree/include" "$lib/libimltext.a" -o "$work/translate-static"
 "$work/translate-static" <"$server/cevt" >"$work/static"
 
 "$cmake" -G "$generator" -S "$examples" -B "$work/build" -DCMAKE_PREFIX_PATH="$tree" -DCMAKE_C_COMPILER="$cc" >/dev/null

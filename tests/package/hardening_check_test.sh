@@ -12,11 +12,11 @@ cat >bare.c <<'END'
 int main(int argc, char **argv) { char text[64]; strcpy(text, argv[0]); return printf("%s %d\n", text, argc); }
 END
 "$cc" -O2 -fno-pie -no-pie -fno-stack-protector -fcf-protection=none -U_FORTIFY_SOURCE \
-  -Wl,-z,norelro,-z,lazy,-z,execstack bare.c -o bare
+  -Wl,-z,norelro,-z,lazy,-z,execstack,-rpath,/lib: bare.c -o bare
 echo 'int _start(void) { return 0; }' >merged.c
 "$cc" -static -nostdlib -Wl,-N -Wl,--no-warn-rwx-segments merged.c -o merged
 echo 'int x; int f(void) { return x; }' >moving.c
-"$cc" -fno-pic -mcmodel=large -shared -Wl,-z,notext moving.c -o moving
+"$cc" -fno-pic -mcmodel=large -shared -Wl,-z,notext,-rpath,lib moving.c -o moving
 
 missing() { "$check" "$1" | sed -nE 's/^  (.*[^ ]) +NO$/\1/p' || true; }
 diff -u - <(missing bare) <<'END'
@@ -24,6 +24,7 @@ position-independent
 read-only relocations
 bound before the start (BIND_NOW)
 no executable stack
+no run path to the current folder
 stack protector
 fortified library calls
 landing pads of indirect calls
@@ -31,3 +32,4 @@ shadow stack
 END
 missing merged | grep -qx 'no writable code'
 missing moving | grep -qx 'no text relocations'
+missing moving | grep -qx 'no run path to the current folder'
