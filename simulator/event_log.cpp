@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <cstring>
 #include <ctime>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,10 +13,10 @@ namespace {
 
 constexpr off_t kSlotSize = sizeof(EVT_LOG_ENTRY);
 
-// Dumps of servers that count their entries from 1 have entry 1 in the first slot.
+// A server may count its entries from 1: its dump has entry 1 in the first slot.
 uint32_t first_number(int log) {
   EVT_HEADER first;
-  const bool has_one = read_at(log, &first, sizeof first, 0) == sizeof first;
+  const bool has_one = read_at(log, &first, sizeof(first), 0) == sizeof(first);
   return has_one && first.dwEvtNumber == 1 ? 1 : 0;
 }
 
@@ -37,18 +36,10 @@ EVT_TIME_STAMP now() {
   return stamp;
 }
 
-int lock(int log) {
-  int result;
-  do {
-    result = flock(log, LOCK_EX);
-  } while (result < 0 && errno == EINTR);
-  return result;
-}
-
 }  // namespace
 
 int read_entry(int log, PEVT_IOCTL_ENTRY request) {
-  if (request->info.length < sizeof *request || request->info.EvtNumber < 0) {
+  if (request->info.length < sizeof(*request) || request->info.EvtNumber < 0) {
     return fail(EINVAL);
   }
   const off_t slot = static_cast<off_t>(request->info.EvtNumber) - first_number(log);
@@ -57,17 +48,17 @@ int read_entry(int log, PEVT_IOCTL_ENTRY request) {
   }
   static constexpr char kUnused[kSlotSize] = {};
   char record[kSlotSize];
-  const ssize_t got = read_at(log, record, sizeof record, slot * kSlotSize);
+  const ssize_t got = read_at(log, record, sizeof(record), slot * kSlotSize);
   if (got < 0) {
     return -1;
   }
   if (got < kSlotSize) {
     return kEventEndOfLog;
   }
-  if (memcmp(record, kUnused, sizeof record) == 0) {
+  if (memcmp(record, kUnused, sizeof(record)) == 0) {
     return kEventNoEntry;
   }
-  memcpy(&request->Evt, record, sizeof record);
+  memcpy(&request->Evt, record, sizeof(record));
   return kEventRead;
 }
 
@@ -81,7 +72,7 @@ int add_entry(int log, const _ioctlEntry *request) {
   if (lock(log) < 0 || fstat(log, &status) < 0) {
     return -1;
   }
-  // What a killed writer left of a slot lies behind the last whole one and is written over.
+  // Part of a slot after the last whole one was left by a killed writer. It is overwritten.
   const off_t slot = status.st_size / kSlotSize;
   if (slot >= INT32_MAX) {
     return fail(ENOSPC);
@@ -93,7 +84,7 @@ int add_entry(int log, const _ioctlEntry *request) {
   record.Hdr.UpdateTime = record.Hdr.InitTime;
   record.Hdr.dwCount = 1;
 
-  const ssize_t written = pwrite(log, &record, sizeof record, slot * kSlotSize);
+  const ssize_t written = pwrite(log, &record, sizeof(record), slot * kSlotSize);
   if (written == kSlotSize && fsync(log) == 0) {
     return 0;
   }

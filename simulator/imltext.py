@@ -5,7 +5,7 @@
   imltext.py log TEXT LOG        one log
   imltext.py bytes TEXT FILE     one binary file
   imltext.py text LOG            a log as text, on standard output; compiling it gives the same bytes again
-  imltext.py place DUMP LOG      a raw dump, each record put into the slot of its own number
+  imltext.py place DUMP LOG      a raw dump, each record moved to the slot of its own number
   imltext.py renumber DUMP LOG   a raw dump, each record given the number of its slot
 
 README.md describes the text form.
@@ -66,7 +66,7 @@ class Line:
         return TextError(self.place, message)
 
     def fields(self):
-        """The words of the line, in one list for each field: commas part the fields."""
+        """The words of the line, in one list for each field: commas separate the fields."""
         fields = [[]]
         for kind, value in self.tokens:
             if kind == "comma":
@@ -321,24 +321,32 @@ def compile_server(folder, out):
                 target.write_bytes(source.read_bytes())
 
 
+def compile_file(compiler):
+    return lambda source, target: pathlib.Path(target).write_bytes(compiler(source))
+
+
+def print_log(log):
+    sys.stdout.write(log_text(pathlib.Path(log).read_bytes()))
+
+
+# The function of each command, and the number of its arguments.
+COMMANDS = {
+    "server": (compile_server, 2),
+    "log": (compile_file(compile_log), 2),
+    "bytes": (compile_file(compile_bytes), 2),
+    "text": (print_log, 1),
+    "place": (compile_file(place), 2),
+    "renumber": (compile_file(renumber), 2),
+}
+
+
 def main(arguments):
+    command, count = COMMANDS.get(arguments[0] if arguments else "", (None, 0))
+    if command is None or len(arguments) != 1 + count:
+        sys.stderr.write(__doc__)
+        return 2
     try:
-        match arguments:
-            case ["server", folder, out]:
-                compile_server(folder, out)
-            case ["log", text, log]:
-                pathlib.Path(log).write_bytes(compile_log(text))
-            case ["bytes", text, out]:
-                pathlib.Path(out).write_bytes(compile_bytes(text))
-            case ["text", log]:
-                sys.stdout.write(log_text(pathlib.Path(log).read_bytes()))
-            case ["place", dump, log]:
-                pathlib.Path(log).write_bytes(place(dump))
-            case ["renumber", dump, log]:
-                pathlib.Path(log).write_bytes(renumber(dump))
-            case _:
-                sys.stderr.write(__doc__)
-                return 2
+        command(*arguments[1:])
     except (TextError, OSError, UnicodeDecodeError) as problem:
         sys.stderr.write(f"imltext.py: {problem}\n")
         return 1

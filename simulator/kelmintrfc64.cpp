@@ -10,11 +10,11 @@
 #include <unistd.h>
 
 #include "platform/health_driver.h"
+#include "platform/ownership.h"
 #include "simulator/event_log.h"
 #include "simulator/server_directory.h"
 
 using simulator::fail;
-using simulator::File;
 using simulator::Kind;
 
 namespace {
@@ -49,7 +49,7 @@ const char *name_in_server(const char *node_path) {
   return node_path + strlen(kDriverDirectory);
 }
 
-// What every request with a buffer has to be, checked in this order; sets errno for what it is not.
+// Argument checks common to all requests with a buffer, in this order: ENOTTY, EFAULT, EINVAL.
 bool is_well_formed(bool is_known, const void *buffer, bool has_its_length) {
   if (is_known && buffer != nullptr && has_its_length) {
     return true;
@@ -60,16 +60,16 @@ bool is_well_formed(bool is_known, const void *buffer, bool has_its_length) {
 
 int data_table_request(int fd, unsigned int code, void *buffer, unsigned int length) {
   DT_IOCTL request;
-  if (!is_well_formed(code == kRequestDataTable, buffer, length == sizeof request)) {
+  if (!is_well_formed(code == kRequestDataTable, buffer, length == sizeof(request))) {
     return -1;
   }
-  memcpy(&request, buffer, sizeof request);
+  memcpy(&request, buffer, sizeof(request));
   if (request.pData == nullptr) {
     return fail(EFAULT);
   }
-  char name[sizeof "65535"];
-  static_cast<void>(snprintf(name, sizeof name, "%u", static_cast<unsigned int>(request.DtHdr.DT_Type)));
-  const File table(simulator::open_in_folder(fd, name));
+  char name[sizeof("65535")];
+  static_cast<void>(snprintf(name, sizeof(name), "%u", static_cast<unsigned int>(request.DtHdr.DT_Type)));
+  const Descriptor table(simulator::open_in_folder(fd, name));
   struct stat status;
   if (!table.is_open() || fstat(table.fd(), &status) < 0) {
     return -1;
@@ -86,13 +86,13 @@ int data_table_request(int fd, unsigned int code, void *buffer, unsigned int len
 
 int event_request(int fd, unsigned int code, void *buffer, unsigned int length) {
   auto *request = static_cast<PEVT_IOCTL_ENTRY>(buffer);
-  if (!is_well_formed(code == kRequestEventEntry, buffer, length == sizeof *request)) {
+  if (!is_well_formed(code == kRequestEventEntry, buffer, length == sizeof(*request))) {
     return -1;
   }
   switch (request->info.choice) {
     case kChoiceRead: return simulator::read_entry(fd, request);
     case kChoiceAdd: {
-      const File log(simulator::open_in_server(name_in_server(kNodeEvents), Kind::kFile, O_RDWR));
+      const Descriptor log(simulator::open_in_server(name_in_server(kNodeEvents), Kind::kFile, O_RDWR));
       if (!log.is_open()) {
         return -1;
       }
@@ -106,13 +106,13 @@ int read_asr_state(int fd, void *buffer, unsigned int length) {
   if (!is_well_formed(true, buffer, length == sizeof(int32_t))) {
     return -1;
   }
-  const File file(simulator::open_in_folder(fd, kAsrStateFile));
+  const Descriptor file(simulator::open_in_folder(fd, kAsrStateFile));
   char text[16] = {};
-  const ssize_t got = file.is_open() ? simulator::read_at(file.fd(), text, sizeof text, 0) : -1;
+  const ssize_t got = file.is_open() ? simulator::read_at(file.fd(), text, sizeof(text), 0) : -1;
   if (got < 0) {
     return -1;
   }
-  if (got == sizeof text) {
+  if (got == sizeof(text)) {
     return fail(EIO);
   }
   char *end;
@@ -121,7 +121,7 @@ int read_asr_state(int fd, void *buffer, unsigned int length) {
   if (end == text || (*end != '\0' && strcmp(end, "\n") != 0) || state != value) {
     return fail(EIO);
   }
-  memcpy(buffer, &state, sizeof state);
+  memcpy(buffer, &state, sizeof(state));
   return 0;
 }
 
@@ -143,7 +143,7 @@ int report_request(int fd, unsigned int code, void *buffer, unsigned int length)
   if (!is_well_formed(is_report, buffer, length == kReportRequestLength)) {
     return -1;
   }
-  const File report(simulator::open_in_folder(fd, kReportFiles[code - kReportThermal]));
+  const Descriptor report(simulator::open_in_folder(fd, kReportFiles[code - kReportThermal]));
   if (!report.is_open()) {
     return -1;
   }
@@ -157,9 +157,8 @@ int report_request(int fd, unsigned int code, void *buffer, unsigned int length)
   return 0;
 }
 
-// A node is a file or folder of the server's directory. Once opened it is
-// recognised by what it is, not by the number of its descriptor: a descriptor
-// closed behind our back, and its number used again, is never taken for a node.
+// A node is a file or folder of the server's directory. Once open it is recognised by device and inode. Its
+// descriptor alone would not do: the program may close it, and its number may then stand for another file.
 struct Node {
   const char *path;
   Kind kind;
@@ -174,8 +173,7 @@ Node nodes[] = {
     {kNodeReports, Kind::kFolder, report_request, {}},
 };
 
-// As with the driver, the mode does not limit the requests:
-// a note is added through a node opened for reading.
+// As with the driver, the mode does not limit the requests: a node opened for reading takes a note.
 int open_node(Node &node) {
   const int fd = simulator::open_in_server(name_in_server(node.path), node.kind, O_RDONLY);
   Identity identity;

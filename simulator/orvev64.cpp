@@ -7,21 +7,21 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include "platform/ownership.h"
 #include "simulator/server_directory.h"
 
 using simulator::fail;
-using simulator::File;
 
 namespace {
 
 constexpr char kVariableFolder[] = "ev";
 
-// Drafts of variables being written begin with a full stop.
+// A name that begins with a full stop is the draft of a variable being written.
 bool is_variable_name(const char *name) {
   return *name != '\0' && *name != '.' && strchr(name, '/') == nullptr;
 }
 
-// Checks what both calls are given. Returns the folder's descriptor, or -1.
+// Checks the arguments of both calls. Returns the folder's descriptor, or -1.
 int open_folder(const char *name, const void *buffer, const int *size) {
   if (name == nullptr || buffer == nullptr || size == nullptr) {
     return fail(EFAULT);
@@ -36,13 +36,13 @@ int open_folder(const char *name, const void *buffer, const int *size) {
 
 extern "C" {
 
-// A variable that does not fit leaves the buffer alone and its size in *size.
+// A variable that does not fit leaves the buffer unchanged; *size then has the variable's size.
 [[gnu::visibility("default")]] int get_ev(const char *name, void *buffer, int *size) {
-  const File folder(open_folder(name, buffer, size));
+  const Descriptor folder(open_folder(name, buffer, size));
   if (!folder.is_open()) {
     return -1;
   }
-  const File variable(simulator::open_in_folder(folder.fd(), name));
+  const Descriptor variable(simulator::open_in_folder(folder.fd(), name));
   struct stat status;
   if (!variable.is_open() || fstat(variable.fd(), &status) < 0) {
     return -1;
@@ -64,7 +64,7 @@ extern "C" {
 }
 
 [[gnu::visibility("default")]] int set_ev(const char *name, void *buffer, int *size) {
-  const File folder(open_folder(name, buffer, size));
+  const Descriptor folder(open_folder(name, buffer, size));
   return folder.is_open() ? simulator::replace_file(folder.fd(), name, buffer, static_cast<size_t>(*size))
                           : -1;
 }

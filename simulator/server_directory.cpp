@@ -5,25 +5,27 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include "platform/ownership.h"
 
 namespace simulator {
 namespace {
 
-// O_NONBLOCK: a named pipe in the place of a file must not hold the caller.
+// O_NONBLOCK: opening a named pipe would wait for its other end.
 int open_kind(int folder, const char *name, Kind kind, int flags) {
-  const int fd = openat(folder, name, flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-  if (fd < 0) {
+  Descriptor opened(openat(folder, name, flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  if (!opened.is_open()) {
     return -1;
   }
   struct stat status;
-  if (fstat(fd, &status) == 0 &&
-      (kind == Kind::kFolder ? S_ISDIR(status.st_mode) : S_ISREG(status.st_mode))) {
-    return fd;
+  if (fstat(opened.fd(), &status) < 0) {
+    return -1;
   }
-  close(fd);
-  return fail(EINVAL);
+  const bool is_right = kind == Kind::kFolder ? S_ISDIR(status.st_mode) : S_ISREG(status.st_mode);
+  return is_right ? opened.release() : fail(EINVAL);
 }
 
 int write_all(int fd, const void *data, size_t size) {
@@ -44,25 +46,17 @@ int write_all(int fd, const void *data, size_t size) {
 
 }  // namespace
 
-File::~File() {
-  if (fd_ >= 0) {
-    const int error = errno;
-    close(fd_);
-    errno = error;
-  }
-}
-
 int open_in_server(const char *name, Kind kind, int flags) {
   const char *directory = secure_getenv(kServerVariable);
   if (directory == nullptr || *directory == '\0') {
     return fail(ENOENT);
   }
-  const File server(open_kind(AT_FDCWD, directory, Kind::kFolder, O_RDONLY));
-  return server.is_open() ? open_kind(server.fd(), name, kind, flags) : -1;
+  const Descriptor server(open_kind(AT_FDCWD, directory, Kind::kFolder, O_RDONLY));
+  return server.is_open() ? open_kind(server.fd(), name, kind, flags | O_NOFOLLOW) : -1;
 }
 
 int open_in_folder(int folder, const char *name) {
-  return open_kind(folder, name, Kind::kFile, O_RDONLY);
+  return open_kind(folder, name, Kind::kFile, O_RDONLY | O_NOFOLLOW);
 }
 
 ssize_t read_at(int fd, void *buffer, size_t size, off_t offset) {
@@ -86,24 +80,36 @@ ssize_t read_at(int fd, void *buffer, size_t size, off_t offset) {
 
 int replace_file(int folder, const char *name, const void *data, size_t size) {
   char draft[NAME_MAX + 1];
-  const int length = snprintf(draft, sizeof draft, ".%s.%d", name, static_cast<int>(getpid()));
-  if (length < 0 || static_cast<size_t>(length) >= sizeof draft) {
+  const int length = snprintf(draft, sizeof(draft), ".%s.draft", name);
+  if (length < 0 || static_cast<size_t>(length) >= sizeof(draft)) {
     return fail(ENAMETOOLONG);
   }
-  {
-    const File file(
-        openat(folder, draft, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0644));
-    if (!file.is_open()) {
-      return -1;
-    }
-    if (write_all(file.fd(), data, size) == 0 && fsync(file.fd()) == 0 &&
-        renameat(folder, draft, folder, name) == 0) {
-      return fsync(folder);
-    }
+  // The folder is opened anew: a lock belongs to the open file, which a forked process shares with its
+  // parent.
+  const Descriptor locked(openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!locked.is_open() || lock(locked.fd()) < 0) {
+    return -1;
+  }
+  unlinkat(folder, draft, 0);  // of a writer that was killed
+  const Descriptor file(openat(folder, draft, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
+  if (!file.is_open()) {
+    return -1;
+  }
+  if (write_all(file.fd(), data, size) == 0 && fsync(file.fd()) == 0 &&
+      renameat(folder, draft, folder, name) == 0) {
+    return fsync(folder);
   }
   const int error = errno;
   unlinkat(folder, draft, 0);
   return fail(error);
+}
+
+int lock(int fd) {
+  int result;
+  do {
+    result = flock(fd, LOCK_EX);
+  } while (result < 0 && errno == EINTR);
+  return result;
 }
 
 int fail(int error) {
