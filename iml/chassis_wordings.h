@@ -10,11 +10,11 @@
 
 namespace iml {
 
-/// The six wordings of one event. All show the event's `Details` texts in order; an
-/// external chassis puts its name in front of them, a storage system its chassis
-/// and its slot. An enclosure shows `EnclosureTexts` texts: the details alone, the
-/// details and the enclosure, or the details, a text of its own and the enclosure.
-template <std::size_t Details, std::size_t EnclosureTexts = Details + 1>
+// The six wordings of one event. All show the event's `Details` texts in order; an
+// external chassis puts its name in front of them, a storage system its chassis
+// and its slot. An enclosure shows `EnclosureTexts` texts: the details alone, the
+// details and the enclosure, or the details, a text of its own and the enclosure.
+template <size_t Details, size_t EnclosureTexts = Details + 1>
 struct ChassisWordings {
   static_assert(EnclosureTexts >= Details && EnclosureTexts <= Details + 2);
 
@@ -26,21 +26,21 @@ struct ChassisWordings {
   Wording<EnclosureTexts> PowerEnclosure;
 };
 
-/// Writes the wording for `Chassis`; nothing for a type that has none. `szEnclosureDetail` is the text of
-/// their own that enclosures show.
-template <std::size_t Details, std::size_t EnclosureTexts>
+// Writes the wording for `Chassis`; nothing for a type that has none. `szEnclosureDetail` is the text of
+// their own that enclosures show.
+template <size_t Details, size_t EnclosureTexts>
 void FormatByChassis(EventText &szString, const ChassisWordings<Details, EnclosureTexts> &wordings,
                      const EVT_CHASSIS &Chassis, const char *cChassisName,
                      const std::array<const char *, Details> &details, const char *szEnclosureDetail = "") {
   Scratch number;
-  Scratch chassis;
+  Scratch chassis_name;
   const auto behind = [&details](auto... front) {
     std::array<const char *, sizeof...(front) + Details> texts = {front...};
     std::copy(details.begin(), details.end(), texts.begin() + sizeof...(front));
     return texts;
   };
   const auto storage = [&] {
-    return behind(GetStorChassis(cChassisName, chassis), Byte2Str(Chassis.bId, number));
+    return behind(GetStorChassis(cChassisName, chassis_name), Byte2Str(Chassis.bId, number));
   };
   const auto enclosure = [&] {
     std::array<const char *, EnclosureTexts> texts{};
@@ -49,7 +49,7 @@ void FormatByChassis(EventText &szString, const ChassisWordings<Details, Enclosu
       texts[Details] = szEnclosureDetail;
     }
     if constexpr (EnclosureTexts > Details) {
-      texts[EnclosureTexts - 1] = GetChassisEx(cChassisName, Chassis, chassis);
+      texts[EnclosureTexts - 1] = GetChassisEx(cChassisName, Chassis, chassis_name);
     }
     return texts;
   };
@@ -57,16 +57,15 @@ void FormatByChassis(EventText &szString, const ChassisWordings<Details, Enclosu
   switch (Chassis.bType) {
     case kChassisSystem:
       if (Chassis.bId == 0) {
-        szString.FormatWording(wordings.System, details);
+        szString.format(wordings.System, details);
       } else {
-        szString.FormatWording(wordings.ExternalChassis,
-                               behind(GetSysChassis(Chassis.bId, cChassisName, number)));
+        szString.format(wordings.ExternalChassis, behind(GetSysChassis(Chassis.bId, cChassisName)));
       }
       break;
-    case kChassisExternalStorage: szString.FormatWording(wordings.ExternalStorage, storage()); break;
-    case kChassisInternalStorage: szString.FormatWording(wordings.InternalStorage, storage()); break;
-    case kChassisServerBladeEnclosure: szString.FormatWording(wordings.BladeEnclosure, enclosure()); break;
-    case kChassisPowerEnclosure: szString.FormatWording(wordings.PowerEnclosure, enclosure()); break;
+    case kChassisExternalStorage: szString.format(wordings.ExternalStorage, storage()); break;
+    case kChassisInternalStorage: szString.format(wordings.InternalStorage, storage()); break;
+    case kChassisServerBladeEnclosure: szString.format(wordings.BladeEnclosure, enclosure()); break;
+    case kChassisPowerEnclosure: szString.format(wordings.PowerEnclosure, enclosure()); break;
     default: break;
   }
 }

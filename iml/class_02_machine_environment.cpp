@@ -64,19 +64,15 @@ constexpr ChassisWordings<1> kFansNotRedundant = {
 };
 
 void TranslateMachOverheat(EventText &szString, const EVT_MACH_OVERHEAT &record) {
-  Scratch sensor;
-  Scratch temperature;
-  FormatByChassis(
-      szString, kOverheating, record.Chassis, record.cChassisName,
-      {Byte2Str(record.bZoneId, sensor), GetLocation(record.bZoneType), GetTemp(record.bTemp, temperature)});
+  FormatByChassis(szString, kOverheating, record.Chassis, record.cChassisName,
+                  {Byte2Str(record.bZoneId), GetLocation(record.bZoneType), GetTemp(record.bTemp)});
 }
 
-/// The records of a fan's failure, removal and insertion are laid out alike.
+// The records of a fan's failure, removal and insertion are laid out alike.
 template <class Record>
 void TranslateMachFan(EventText &szString, const ChassisWordings<2> &wordings, const Record &record) {
-  Scratch fan;
   FormatByChassis(szString, wordings, record.Chassis, record.cChassisName,
-                  {Byte2Str(record.bFanId, fan), GetLocation(record.bFanZoneType)});
+                  {Byte2Str(record.bFanId), GetLocation(record.bFanZoneType)});
 }
 
 void TranslateMachDoor(EventText &szString, const EVT_MACH_DOOR_OPEN &record) {
@@ -84,102 +80,96 @@ void TranslateMachDoor(EventText &szString, const EVT_MACH_DOOR_OPEN &record) {
 }
 
 void TranslateMachFanFailSAS(EventText &szString, const EVT_MACH_SAS_FAN_FAIL &record) {
-  szString.Format("%s Storage Enclosure Fan Failure (Fan %u, Location %s, Box %u, Port %s, %s)",
+  szString.format("%s Storage Enclosure Fan Failure (Fan %u, Location %s, Box %u, Port %s, %s)",
                   GetInternalExternal(record.Chassis), record.bFanId, GetLocation(record.bFanZoneType),
-                  record.bBox, GetSASPort(Scratch(), record.szPortID),
-                  GetSlotChassisSun(Scratch(), record.szChassis_Sun, record.Chassis.bId));
+                  record.bBox, GetSASPort(record.szPortID),
+                  GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
 }
 
 void TranslateMachOverheatSAS(EventText &szString, const EVT_MACH_SAS_OVERHEAT &record) {
-  szString.Format(
+  szString.format(
       "%s Storage Enclosure Overheating (Temperature Sensor %u, Location %s, Box %u, Port %s, %s)",
       GetInternalExternal(record.Chassis), record.bSensorId, GetLocation(record.bZoneType), record.bBox,
-      GetSASPort(Scratch(), record.szPortID),
-      GetSlotChassisSun(Scratch(), record.szChassis_Sun, record.Chassis.bId));
+      GetSASPort(record.szPortID), GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
 }
 
 void TranslateMachExtFanFailSAS(EventText &szString, const EVT_MACH_EXT_SAS_FAN_FAIL &record) {
-  Scratch fan;
-  EventText szFan(fan);
+  Scratch szFan;
   if (record.bFanId != 0 && record.bFanModule != 0) {
-    szFan.Format("Fan %u, Fan Module %u", record.bFanId, record.bFanModule);
+    szFan.format("Fan %u, Fan Module %u", record.bFanId, record.bFanModule);
   } else if (record.bFanModule != 0) {
-    szFan.Format("Fan Module %u", record.bFanModule);
+    szFan.format("Fan Module %u", record.bFanModule);
   } else {
-    szFan.Format("Fan %u", record.bFanId);
+    szFan.format("Fan %u", record.bFanId);
   }
-  szString.Format("%s Storage Enclosure Fan Failure (%s, Location %s, Box %u, Port %s, %s)",
-                  GetInternalExternal(record.Chassis), fan.Buffer(), GetLocation(record.bFanZoneType),
-                  record.bBox, GetSASPort(Scratch(), record.szPortID),
-                  GetSlotChassisSun(Scratch(), record.szChassis_Sun, record.Chassis.bId));
+  szString.format("%s Storage Enclosure Fan Failure (%s, Location %s, Box %u, Port %s, %s)",
+                  GetInternalExternal(record.Chassis), szFan.c_str(), GetLocation(record.bFanZoneType),
+                  record.bBox, GetSASPort(record.szPortID),
+                  GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
 }
 
-/// Worded as overheating, except for the server itself; the slot description closes every parenthesis.
+// Worded as overheating, except for the server itself; the slot description closes every parenthesis.
 void TranslateMachCriticalOverheat(EventText &szString, const EVT_MACH_CRIT_OVERHEAT &record) {
-  Scratch suffix_buffer;
-  EventText szSuffix(suffix_buffer);
-  AppendDetail(szSuffix, NextText(record.szChassis_Sun));
-  const char *const suffix = suffix_buffer.Buffer();
-
   const EVT_CHASSIS &chassis = record.Chassis;
   const char *const name = record.szChassis_Sun;
-  Scratch sensor_number;
+  Scratch number;
   Scratch degrees;
-  const char *const sensor = Byte2Str(record.bZoneId, sensor_number);
+  Scratch detail;
+  const char *const sensor = Byte2Str(record.bZoneId, number);
   const char *const location = GetLocation(record.bZoneType);
   const char *const temperature = GetTemp(record.bTemp, degrees);
+  AppendDetail(detail, NextText(record.szChassis_Sun));
+  const char *const suffix = detail.c_str();
 
   switch (chassis.bType) {
     case kChassisSystem:
       if (chassis.bId != 0) {
-        szString.Format(
+        szString.format(
             "External Chassis Overheating (Chassis %s, Temperature Sensor %s, Location %s, Temperature %s%s)",
-            GetSysChassis(chassis.bId, name, Scratch()), sensor, location, temperature, suffix);
+            GetSysChassis(chassis.bId, name), sensor, location, temperature, suffix);
       } else if (record.bZoneId == 0xFF) {
-        szString.Append("Critical Temperature Threshold Exceeded");
+        szString.append("Critical Temperature Threshold Exceeded");
       } else {
-        szString.Format(
+        szString.format(
             "Critical Temperature Threshold Exceeded (Temperature Sensor %s, Location %s, Temperature %s%s)",
             sensor, location, temperature, suffix);
       }
       break;
     case kChassisExternalStorage:
-      szString.Format(
+      szString.format(
           "External Storage System Overheating (%sSlot %s, Temperature Sensor %s, Location %s, Temperature "
           "%s%s)",
-          GetStorChassis(name, Scratch()), Byte2Str(chassis.bId, Scratch()), sensor, location, temperature,
-          suffix);
+          GetStorChassis(name), Byte2Str(chassis.bId), sensor, location, temperature, suffix);
       break;
     case kChassisInternalStorage:
-      szString.Format(
+      szString.format(
           "Internal Storage System Overheating (%sSlot %s, Temperature Sensor %s, Location %s, Temperature "
           "%s%s)",
-          GetStorChassis(name, Scratch()), Byte2Str(chassis.bId, Scratch()), sensor, location, temperature,
-          suffix);
+          GetStorChassis(name), Byte2Str(chassis.bId), sensor, location, temperature, suffix);
       break;
     case kChassisServerBladeEnclosure:
-      szString.Format(
+      szString.format(
           "Server Blade Enclosure Overheating (Temperature Sensor %s, Location %s, Temperature %s, %s%s)",
-          sensor, location, temperature, GetChassisEx(name, chassis, Scratch()), suffix);
+          sensor, location, temperature, GetChassisEx(name, chassis), suffix);
       break;
     case kChassisPowerEnclosure:
-      szString.Format(
+      szString.format(
           "Power Enclosure Overheating (Temperature Sensor %s, Location %s, Temperature %s, %s%s)", sensor,
-          location, temperature, GetChassisEx(name, chassis, Scratch()), suffix);
+          location, temperature, GetChassisEx(name, chassis), suffix);
       break;
     default: break;
   }
 }
 
 void TranslateMachOverheatSASController(EventText &szString, const EVT_MACH_SAS_CONTROLLER_OVERHEAT &record) {
-  szString.Format("%s Storage Controller Overheating (Temperature Sensor %u, Location %s, %s)",
+  szString.format("%s Storage Controller Overheating (Temperature Sensor %u, Location %s, %s)",
                   GetInternalExternal(record.Chassis), record.bSensorId, GetLocation(record.bZoneType),
-                  GetSlotChassisSun(Scratch(), record.szChassis_Sun, record.Chassis.bId));
+                  GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
 }
 
 }  // namespace
 
-void TranslateClass02(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+void TranslateClass02(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
     case 0x01: TranslateMachOverheat(szString, pEventData->MachHeat); break;
     case 0x02: TranslateMachFan(szString, kFanFailure, pEventData->MachFan); break;
@@ -193,7 +183,7 @@ void TranslateClass02(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData,
       break;
     }
     case 0x07:
-      szString.Format("System Fans Not Redundant (Shared Location %s)",
+      szString.format("System Fans Not Redundant (Shared Location %s)",
                       GetLocation(pEventData->MachFanNotRedShared.bSharedFanZoneType));
       break;
     // The same three events with a description of the slot behind the chassis name. It is shown also where
@@ -216,17 +206,17 @@ void TranslateClass02(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData,
     case 0x0E: TranslateMachCriticalOverheat(szString, pEventData->MachCritOverheat); break;
     case 0x0F: TranslateMachOverheatSASController(szString, pEventData->MachHeatSasController); break;
     case 0x10:
-      szString.Format("Critical Temperature Threshold Exceeded (Service Information: %s)",
+      szString.format("Critical Temperature Threshold Exceeded (Service Information: %s)",
                       pEventData->MachCritOverheatText.cText);
       break;
     case 0x11:
-      szString.Format(
+      szString.format(
           "Temperature sensor has stopped reporting, Maximum Cooling enabled as a precaution (Temperature "
           "sensor %d)",
           pEventData->MachSensorReports.bSensorId);
       break;
     case 0x12:
-      szString.Format(
+      szString.format(
           "Temperature sensor reporting restored, returning to previous Thermal Configuration (Temperature "
           "sensor %d)",
           pEventData->MachSensorReports.bSensorId);

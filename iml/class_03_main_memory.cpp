@@ -11,30 +11,30 @@
 namespace iml {
 namespace {
 
-constexpr std::uint8_t kSystemMemory = 0;  // as a board: memory that is on none
-constexpr std::uint8_t kUnknownNumber = 0xFF;
+constexpr uint8_t kSystemMemory = 0;  // as a board: memory that is on none
+constexpr uint8_t kUnknownNumber = 0xFF;
 
-/// The two wordings of one place; the second one closes with the serial number.
-template <std::size_t Texts>
+// The two wordings of one place; the second one closes with the serial number.
+template <size_t Texts>
 struct SerialWordings {
   Wording<Texts> Plain;
   Wording<Texts + 1> Serial;
 };
 
-/// The last one of `texts` is the serial number, which may be empty.
-template <std::size_t Texts>
+// The last one of `texts` is the serial number, which may be empty.
+template <size_t Texts>
 void FormatWithSerial(EventText &szString, const SerialWordings<Texts> &wordings,
                       const std::array<const char *, Texts + 1> &texts) {
   if (*texts.back() != '\0') {
-    szString.FormatWording(wordings.Serial, texts);
+    szString.format(wordings.Serial, texts);
   } else {
     std::array<const char *, Texts> place{};
     std::copy_n(texts.begin(), Texts, place.begin());
-    szString.FormatWording(wordings.Plain, place);
+    szString.format(wordings.Plain, place);
   }
 }
 
-/// How one event words the place of a module, or of a bank.
+// How one event words the place of a module, or of a bank.
 struct LocationWordings {
   SerialWordings<0> SystemMemory;
   SerialWordings<1> SystemMemoryModule;
@@ -89,9 +89,9 @@ constexpr LocationWordings kFurtherCandidate = {
 };
 // clang-format on
 
-/// `szModule` is the text of `bModule`, a module's number or a bank's letter.
-void FormatLocation(EventText &szString, const LocationWordings &wordings, std::uint8_t bSlot,
-                    std::uint8_t bModule, const char *szModule, const char *szSerial) {
+// `szModule` is the text of `bModule`, a module's number or a bank's letter.
+void FormatLocation(EventText &szString, const LocationWordings &wordings, uint8_t bSlot, uint8_t bModule,
+                    const char *szModule, const char *szSerial) {
   if (bSlot == kSystemMemory && bModule == kUnknownNumber) {
     FormatWithSerial(szString, wordings.SystemMemory, {szSerial});
   } else if (bSlot == kSystemMemory) {
@@ -99,90 +99,87 @@ void FormatLocation(EventText &szString, const LocationWordings &wordings, std::
   } else if (bSlot == kUnknownNumber && bModule == kUnknownNumber) {
     FormatWithSerial(szString, wordings.Unknown, {szSerial});
   } else {
-    FormatWithSerial(szString, wordings.Board, {Byte2Str(bSlot, Scratch()), szModule, szSerial});
+    FormatWithSerial(szString, wordings.Board, {Byte2Str(bSlot), szModule, szSerial});
   }
 }
 
 void TranslateModuleError(EventText &szString, const LocationWordings &wordings,
                           const EVT_MAIN_MEMORY &record) {
-  FormatLocation(szString, wordings, record.bSlot, record.bModule, Byte2Str(record.bModule, Scratch()),
+  FormatLocation(szString, wordings, record.bSlot, record.bModule, Byte2Str(record.bModule),
                  record.cSerialNumber);
 }
 
-/// The letter of a bank, which is stored in place of a module's number.
-const char *GetBank(std::uint8_t bModule, ScratchRef szDest) {
+// The letter of a bank, which is stored in place of a module's number.
+const char *GetBank(uint8_t bModule, EventText &szDest = Scratch().here()) {
   return Char2Str(static_cast<char>(bModule), szDest);
 }
 
-/// The serial numbers of a list's modules, handed out in order.
+// The serial numbers of a list's modules, handed out in order.
 class SerialNumbers {
  public:
-  explicit SerialNumbers(const char *szList) : szNext_(szList) {}
+  explicit SerialNumbers(const char *list) : next_(list) {}
 
-  /// The next serial number; empty when it was not recorded or there are no more.
-  const char *Next(ScratchRef szDest) {
-    const std::size_t size = std::strcspn(szNext_, ",");
-    const char *const szSerial = CopyAndReformat(szDest, {szNext_, size});
-    szNext_ += size;
-    if (*szNext_ == ',') {
-      ++szNext_;
+  // The next serial number; empty when it was not recorded or there are no more.
+  const char *next(EventText &dest = Scratch().here()) {
+    const size_t size = strcspn(next_, ",");
+    const char *const serial = CopyAndReformat({next_, size}, dest);
+    next_ += size;
+    if (*next_ == ',') {
+      ++next_;
     }
-    return szSerial;
+    return serial;
   }
 
  private:
-  const char *szNext_;
+  const char *next_;
 };
 
-/// How many modules of a list are shown: the first one always, never more than the record has room for.
-std::size_t CountCandidates(const EVT_MAIN_MEMORY_MULTI &record) {
-  return std::clamp<std::size_t>(record.bResolution, 1, std::size(record.mm));
+// How many modules of a list are shown: the first one always, never more than the record has room for.
+size_t CountCandidates(const EVT_MAIN_MEMORY_MULTI &record) {
+  return std::clamp<size_t>(record.bResolution, 1, std::size(record.mm));
 }
 
 void TranslateCandidates(EventText &szString, const LocationWordings &first,
                          const EVT_MAIN_MEMORY_MULTI &record) {
   SerialNumbers serials(record.cSerialNumber);
-  for (std::size_t i = 0; i < CountCandidates(record); ++i) {
+  for (size_t i = 0; i < CountCandidates(record); ++i) {
     const EVT_MEM_SINGLE &entry = record.mm[i];
     FormatLocation(szString, i == 0 ? first : kFurtherCandidate, entry.bSlot, entry.bModule,
-                   Byte2Str(entry.bModule, Scratch()), serials.Next(Scratch()));
+                   Byte2Str(entry.bModule), serials.next());
   }
 }
 
 void AppendSerialNumber(EventText &szString, const char *szSerial) {
   if (*szSerial != '\0') {
-    szString.Format(", Serial Number %s", szSerial);
+    szString.format(", Serial Number %s", szSerial);
   }
 }
 
 constexpr Wording<3> kProcessorEntry = "(Processor %s, Memory Module %s%s)";
 constexpr Wording<3> kBoardEntry = "(Board %s, Memory Module %s%s)";
 
-/// Room for four entries at their longest, which share the serial numbers that a payload has room for.
-constexpr std::size_t kCandidateListSize =
-    4 * sizeof ", or (Processor Unknown, Memory Module Unknown, Serial Number )" + sizeof(EVT_FREE_FORM);
+// Room for four entries at their longest, which share the serial numbers that a payload has room for.
+constexpr size_t kCandidateListSize =
+    4 * sizeof(", or (Processor Unknown, Memory Module Unknown, Serial Number )") + sizeof(EVT_FREE_FORM);
 
-/// The modules of a list, each in parentheses of its own, make up the text of `event`. Serial numbers are
-/// shown only where the record counts its modules.
+// The modules of a list, each in parentheses of its own, make up the text of `event`. Serial numbers are
+// shown only where the record counts its modules.
 void TranslateCandidateList(EventText &szString, const Wording<1> &event, const Wording<3> &entry,
                             const EVT_MAIN_MEMORY_MULTI &record) {
-  char list[kCandidateListSize];
-  EventText szList(list, sizeof list);
+  OwnText<kCandidateListSize> szList;
   SerialNumbers serials(record.bResolution != 0 ? record.cSerialNumber : "");
-  for (std::size_t i = 0; i < CountCandidates(record); ++i) {
-    Scratch suffix;
-    EventText szSuffix(suffix);
-    AppendSerialNumber(szSuffix, serials.Next(Scratch()));
+  for (size_t i = 0; i < CountCandidates(record); ++i) {
+    Scratch szSuffix;
+    AppendSerialNumber(szSuffix, serials.next());
     if (i != 0) {
-      szList.Append(", or ");
+      szList.append(", or ");
     }
-    szList.FormatWording(entry, {Byte2Str(record.mm[i].bSlot, Scratch()),
-                                 Byte2Str(record.mm[i].bModule, Scratch()), suffix.Buffer()});
+    szList.format(entry, {Byte2Str(record.mm[i].bSlot), Byte2Str(record.mm[i].bModule), szSuffix.c_str()});
   }
-  szString.FormatWording(event, {list});
+  szString.format(event, {szList.c_str()});
 }
 
-/// A spare or a mirror that stands in for a faulty module or bank.
+// A spare or a mirror that stands in for a faulty module or bank.
 struct TakeOverWordings {
   Wording<1> SystemMemory;
   Wording<2> Board;
@@ -212,17 +209,17 @@ constexpr TakeOverWordings kBankMirrorEngaged = {
 };
 // clang-format on
 
-/// The records of a spare and of a mirror are laid out alike. `szModule` as for FormatLocation.
+// The records of a spare and of a mirror are laid out alike. `szModule` as for FormatLocation.
 template <class Record>
 void TranslateTakeOver(EventText &szString, const TakeOverWordings &wordings, const Record &record,
                        const char *szModule) {
   if (record.bSlot == kSystemMemory) {
-    szString.FormatWording(wordings.SystemMemory, {szModule});
+    szString.format(wordings.SystemMemory, {szModule});
   } else if (wordings.szUnlocated != nullptr && record.bSlot == kUnknownNumber &&
              record.bModule == kUnknownNumber) {
-    szString.Append(wordings.szUnlocated);
+    szString.append(wordings.szUnlocated);
   } else {
-    szString.FormatWording(wordings.Board, {Byte2Str(record.bSlot, Scratch()), szModule});
+    szString.format(wordings.Board, {Byte2Str(record.bSlot), szModule});
   }
 }
 
@@ -231,14 +228,12 @@ constexpr Wording<3> kProcessorSpareEngaged =
 constexpr Wording<3> kProcessorMirrorEngaged =
     "Mirrored Memory Engaged for Faulty Module (Processor %s, Memory Module %s%s)";
 
-/// The same by processor.
+// The same by processor.
 template <class Record>
 void TranslateProcessorTakeOver(EventText &szString, const Wording<3> &wording, const Record &record) {
-  Scratch suffix;
-  EventText szSuffix(suffix);
+  Scratch szSuffix;
   AppendSerialNumber(szSuffix, record.cSerialNumber);
-  szString.FormatWording(
-      wording, {Byte2Str(record.bSlot, Scratch()), Byte2Str(record.bModule, Scratch()), suffix.Buffer()});
+  szString.format(wording, {Byte2Str(record.bSlot), Byte2Str(record.bModule), szSuffix.c_str()});
 }
 
 void TranslateMainMemAction(EventText &szString, const EVT_MAIN_MEMORY_USER_ACTION &record) {
@@ -247,17 +242,17 @@ void TranslateMainMemAction(EventText &szString, const EVT_MAIN_MEMORY_USER_ACTI
   const bool board = record.bCartridgeOrBoard == 0;
   const bool cartridge = record.bCartridgeOrBoard == 1;
   if (record.bAction == 0 && cartridge) {
-    szString.Format("Memory Cartridge Removed (Slot %s)", szSlot);
+    szString.format("Memory Cartridge Removed (Slot %s)", szSlot);
   } else if (record.bAction == 0 && board) {
-    szString.Format("Memory Board Removed (Slot %s)", szSlot);
+    szString.format("Memory Board Removed (Slot %s)", szSlot);
   } else if (record.bAction == 1 && cartridge) {
-    szString.Format("Memory Cartridge Inserted (Slot %s)", szSlot);
+    szString.format("Memory Cartridge Inserted (Slot %s)", szSlot);
   } else if (record.bAction == 1 && board) {
-    szString.Format("Memory Board Inserted (Slot %s)", szSlot);
+    szString.format("Memory Board Inserted (Slot %s)", szSlot);
   } else if (record.bAction == 2) {
-    szString.Format("Memory Cartridge Unlocked (Slot %s)", szSlot);
+    szString.format("Memory Cartridge Unlocked (Slot %s)", szSlot);
   } else if (record.bAction == 3) {
-    szString.Format("Memory Cartridge Locked (Slot %s)", szSlot);
+    szString.format("Memory Cartridge Locked (Slot %s)", szSlot);
   }
 }
 
@@ -265,61 +260,57 @@ void TranslateMainMemHwStat(EventText &szString, const EVT_MAIN_MEMORY_HW_STATUS
   Scratch number;
   const char *const szSlot = Byte2Str(record.bSlot, number);
   switch (record.bStatus) {
-    case 0: szString.Format("Memory Cartridge Bus Fault (Slot %s)", szSlot); break;
-    case 1: szString.Format("Memory Cartridge Power Fault (Slot %s)", szSlot); break;
-    case 2: szString.Format("Memory Cartridge Not Redundant (Slot %s)", szSlot); break;
-    case 3: szString.Format("Memory Cartridge Online (Slot %s)", szSlot); break;
+    case 0: szString.format("Memory Cartridge Bus Fault (Slot %s)", szSlot); break;
+    case 1: szString.format("Memory Cartridge Power Fault (Slot %s)", szSlot); break;
+    case 2: szString.format("Memory Cartridge Not Redundant (Slot %s)", szSlot); break;
+    case 3: szString.format("Memory Cartridge Online (Slot %s)", szSlot); break;
     default: break;
   }
 }
 
 void TranslateMainMemCfErr(EventText &szString, const EVT_MAIN_MEMORY_CONFIG_ERR &record) {
-  Scratch slot;
-  Scratch module;
-  const char *const szSlot = Byte2Str(record.bSlot, slot);
-  const char *const szModule = Byte2Str(record.bModule, module);
   if (record.bCartridgeOrBoard == 1) {
-    szString.Format("Memory Cartridge Configuration Error (Slot %s, Memory Module %s)", szSlot, szModule);
+    szString.format("Memory Cartridge Configuration Error (Slot %s, Memory Module %s)",
+                    Byte2Str(record.bSlot), Byte2Str(record.bModule));
   } else if (record.bCartridgeOrBoard == 0) {
-    szString.Format("Memory Board Configuration Error (Slot %s, Memory Module %s)", szSlot, szModule);
+    szString.format("Memory Board Configuration Error (Slot %s, Memory Module %s)", Byte2Str(record.bSlot),
+                    Byte2Str(record.bModule));
   }
 }
 
 void TranslateMainMemCfChg(EventText &szString, const EVT_MAIN_MEMORY_CONFIG_CHG &record) {
   if (record.bAction == 0) {
-    szString.Format("Memory Added (Size %s MB)", Dword2Str(record.ulSize, Scratch()));
+    szString.format("Memory Added (Size %s MB)", Dword2Str(record.ulSize));
   } else if (record.bAction == 1) {
-    szString.Append("Memory Successfully Removed");
+    szString.append("Memory Successfully Removed");
   }
 }
 
 void TranslateMainMemRomDiagFail(EventText &szString, const EVT_MAIN_MEMORY_FAIL_IN_ROM_DIAG &record) {
-  Scratch prefix;
-  EventText szPrefix(prefix);
+  Scratch szPrefix;
   if (record.bBoard != 0) {
-    szPrefix.Format("Board %d, ", record.bBoard);
+    szPrefix.format("Board %d, ", record.bBoard);
   }
-  Scratch suffix;
-  EventText szSuffix(suffix);
+  Scratch szSuffix;
   AppendSerialNumber(szSuffix, record.szSerialNumber);
   const char *const szSpareNumber = NextText(record.szSerialNumber);
   if (*szSpareNumber != '\0') {
-    szSuffix.Format(", Spare Number %s", szSpareNumber);
+    szSuffix.format(", Spare Number %s", szSpareNumber);
   }
   // clang-format off
   if (record.flags.bNotIsolated != 0) {
-    szString.Format("Uncorrectable Memory Error detected by ROM-based memory validation (unable to isolate to single module) (%sMemory Module %d%s)",
-                    prefix.Buffer(), record.bModule, suffix.Buffer());
+    szString.format("Uncorrectable Memory Error detected by ROM-based memory validation (unable to isolate to single module) (%sMemory Module %d%s)",
+                    szPrefix.c_str(), record.bModule, szSuffix.c_str());
   } else {
-    szString.Format("Uncorrectable Memory Error detected by ROM-based memory validation (%sMemory Module %d%s)",
-                    prefix.Buffer(), record.bModule, suffix.Buffer());
+    szString.format("Uncorrectable Memory Error detected by ROM-based memory validation (%sMemory Module %d%s)",
+                    szPrefix.c_str(), record.bModule, szSuffix.c_str());
   }
   // clang-format on
 }
 
 }  // namespace
 
-void TranslateClass03(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+void TranslateClass03(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   const EVT_FREE_FORM &data = *pEventData;
   switch (wEventCode) {
     case 0x01: TranslateModuleError(szString, kCorrectedModuleError, data.MainMem); break;
@@ -331,30 +322,29 @@ void TranslateClass03(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData,
     case 0x07: TranslateMainMemCfChg(szString, data.MainMemCfChg); break;
     case 0x08:
       TranslateTakeOver(szString, kModuleSpareEngaged, data.MainMemSpare,
-                        Byte2Str(data.MainMemSpare.bModule, Scratch()));
+                        Byte2Str(data.MainMemSpare.bModule));
       break;
     case 0x09:
       TranslateTakeOver(szString, kModuleMirrorEngaged, data.MainMemMirror,
-                        Byte2Str(data.MainMemMirror.bModule, Scratch()));
+                        Byte2Str(data.MainMemMirror.bModule));
       break;
     case 0x0A:
       FormatLocation(szString, kCorrectedBankError, data.MainMem.bSlot, data.MainMem.bModule,
-                     GetBank(data.MainMem.bModule, Scratch()), data.MainMem.cSerialNumber);
+                     GetBank(data.MainMem.bModule), data.MainMem.cSerialNumber);
       break;
     case 0x0B:
-      TranslateTakeOver(szString, kBankSpareEngaged, data.MainMemSpare,
-                        GetBank(data.MainMemSpare.bModule, Scratch()));
+      TranslateTakeOver(szString, kBankSpareEngaged, data.MainMemSpare, GetBank(data.MainMemSpare.bModule));
       break;
     case 0x0C:
       TranslateTakeOver(szString, kBankMirrorEngaged, data.MainMemMirror,
-                        GetBank(data.MainMemMirror.bModule, Scratch()));
+                        GetBank(data.MainMemMirror.bModule));
       break;
-    case 0x0D: szString.Append("Loss of Mirroring in Memory Subsystem"); break;
-    case 0x0E: szString.Append("Online Spare Memory Disabled"); break;
-    case 0x0F: szString.Append("Memory Subsystem Not In RAID Mode"); break;
-    case 0x10: szString.Append("Online Spare Memory Switchover Complete"); break;
+    case 0x0D: szString.append("Loss of Mirroring in Memory Subsystem"); break;
+    case 0x0E: szString.append("Online Spare Memory Disabled"); break;
+    case 0x0F: szString.append("Memory Subsystem Not In RAID Mode"); break;
+    case 0x10: szString.append("Online Spare Memory Switchover Complete"); break;
     case 0x11:
-      szString.Format("Memory Board Failure (Board %s)", Byte2Str(data.MainMemBoardFailure.bSlot, Scratch()));
+      szString.format("Memory Board Failure (Board %s)", Byte2Str(data.MainMemBoardFailure.bSlot));
       break;
     case 0x12: TranslateMainMemRomDiagFail(szString, data.MainMemFailInRomDiag); break;
     case 0x13: TranslateCandidates(szString, kCorrectedModuleError, data.MainMemMulti); break;

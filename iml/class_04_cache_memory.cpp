@@ -4,10 +4,10 @@
 
 namespace iml {
 
-void TranslateClass04(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+void TranslateClass04(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   if (wEventCode == 1) {
-    szString.Format("Accelerator Cache Memory Parity Error (Socket %s)",
-                    Byte2Str(pEventData->CacheAccelError.bSocket, Scratch()));
+    szString.format("Accelerator Cache Memory Parity Error (Socket %s)",
+                    Byte2Str(pEventData->CacheAccelError.bSocket));
   }
 }
 

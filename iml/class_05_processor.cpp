@@ -9,7 +9,7 @@ namespace {
 // numbers are shown as they are, also 255.
 
 void TranslateUncorrectableMCE(EventText &szString, const EVT_CPU_UNCORRECTABLE_MCE &record) {
-  szString.Format(
+  szString.format(
       // clang-format off
       "Uncorrectable Machine Check Exception (Board %u, Processor %u, APIC ID 0x%08X, Bank 0x%08X, Status 0x%08X'%08X, Address 0x%08X'%08X, Misc 0x%08X'%08X)",
       // clang-format on
@@ -19,7 +19,7 @@ void TranslateUncorrectableMCE(EventText &szString, const EVT_CPU_UNCORRECTABLE_
 }
 
 void TranslateUncorrectableMCETray(EventText &szString, const EVT_CPU_UNCORRECTABLE_MCE_TRAY &record) {
-  szString.Format(
+  szString.format(
       // clang-format off
       "Uncorrectable Machine Check Exception (Proc %u (%s Tray, Processor %u), APIC ID 0x%08X, Bank 0x%08X, Status 0x%08X'%08X, Address 0x%08X'%08X, Misc 0x%08X'%08X)",
       // clang-format on
@@ -30,33 +30,33 @@ void TranslateUncorrectableMCETray(EventText &szString, const EVT_CPU_UNCORRECTA
 
 }  // namespace
 
-void TranslateClass05(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+void TranslateClass05(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
     case 1: {
       const EVT_CPU_CORRECTABLE &record = pEventData->CpuCorr;
-      szString.Format("Processor Correctable error threshold exceeded (Board %s, Processor %s)",
-                      Byte2Str(record.bSlot, Scratch()), Byte2Str(record.bSocket, Scratch()));
+      szString.format("Processor Correctable error threshold exceeded (Board %s, Processor %s)",
+                      Byte2Str(record.bSlot), Byte2Str(record.bSocket));
       break;
     }
     case 2: {
       const EVT_CPU_UNCORRECTABLE &record = pEventData->CpuUncorr;
-      szString.Format("Processor Uncorrectable internal error (Board %s, Processor %s)",
-                      Byte2Str(record.bSlot, Scratch()), Byte2Str(record.bSocket, Scratch()));
+      szString.format("Processor Uncorrectable internal error (Board %s, Processor %s)",
+                      Byte2Str(record.bSlot), Byte2Str(record.bSocket));
       break;
     }
     case 3: TranslateUncorrectableMCE(szString, pEventData->CpuUncorrMCE); break;
     case 4: {
       const EVT_CPU_CORRECTABLE_TRAY &record = pEventData->CpuCorrTray;
-      szString.Format("Processor Correctable error threshold exceeded (Proc %s (%s Tray, Processor %s))",
-                      Byte2Str(record.bLogicalProcessor, Scratch()), GetTrayType(record.bTray),
-                      Byte2Str(record.bPhysicalProcessor, Scratch()));
+      szString.format("Processor Correctable error threshold exceeded (Proc %s (%s Tray, Processor %s))",
+                      Byte2Str(record.bLogicalProcessor), GetTrayType(record.bTray),
+                      Byte2Str(record.bPhysicalProcessor));
       break;
     }
     case 5: {
       const EVT_CPU_UNCORRECTABLE_TRAY &record = pEventData->CpuUncorrTray;
-      szString.Format("Processor Uncorrectable internal error (Proc %s (%s Tray, Processor %s))",
-                      Byte2Str(record.bLogicalProcessor, Scratch()), GetTrayType(record.bTray),
-                      Byte2Str(record.bPhysicalProcessor, Scratch()));
+      szString.format("Processor Uncorrectable internal error (Proc %s (%s Tray, Processor %s))",
+                      Byte2Str(record.bLogicalProcessor), GetTrayType(record.bTray),
+                      Byte2Str(record.bPhysicalProcessor));
       break;
     }
     case 6: TranslateUncorrectableMCETray(szString, pEventData->CpuUncorrMCETray); break;

@@ -5,31 +5,30 @@
 namespace iml {
 
 void TranslateChipsetError(EventText &szString, const EVT_UNCORRECTABLE_CHIPSET_ERROR &record) {
-  szString.Format("Uncorrectable Chipset Error (Error status 1 %s, Error status 2 %s)",
-                  Dword2HexStr(record.dwErrorStatus1, Scratch()),
-                  Dword2HexStr(record.dwErrorStatus2, Scratch()));
+  szString.format("Uncorrectable Chipset Error (Error status 1 %s, Error status 2 %s)",
+                  Dword2HexStr(record.dwErrorStatus1), Dword2HexStr(record.dwErrorStatus2));
 }
 
-void TranslateClass06(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+void TranslateClass06(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
     case 1:
       if (pEventData->HbUncorr.bError == 0) {
-        szString.Append("Unrecoverable Host Bus Address Parity error");
+        szString.append("Unrecoverable Host Bus Address Parity error");
       } else if (pEventData->HbUncorr.bError == 1) {
-        szString.Append("Unrecoverable Host Bus Data Parity error");
+        szString.append("Unrecoverable Host Bus Data Parity error");
       }
       break;
     case 2:
-      szString.Format("Unrecoverable Intermodule Bus error (Error code %s)",
-                      Dword2HexStr(pEventData->IntModUncorr.ulError, Scratch()));
+      szString.format("Unrecoverable Intermodule Bus error (Error code %s)",
+                      Dword2HexStr(pEventData->IntModUncorr.ulError));
       break;
     case 3:
-      szString.Format(
+      szString.format(
           // clang-format off
           "Uncorrectable QuickPath Interconnect Error (Local interface error status %s, Protocol error status %s)",
           // clang-format on
-          Dword2HexStr(pEventData->QPIError.dwLocalInterfaceError, Scratch()),
-          Dword2HexStr(pEventData->QPIError.dwProtocolError, Scratch()));
+          Dword2HexStr(pEventData->QPIError.dwLocalInterfaceError),
+          Dword2HexStr(pEventData->QPIError.dwProtocolError));
       break;
     case 4: TranslateChipsetError(szString, pEventData->ChipsetUncorr); break;
     default: break;

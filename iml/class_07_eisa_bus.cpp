@@ -4,17 +4,16 @@
 
 namespace iml {
 
-void TranslateClass07(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+void TranslateClass07(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
     case 1:
-      szString.Format("EISA Expansion Bus Master Timeout (Slot %s)",
-                      Byte2Str(pEventData->EisaBus.bSlot, Scratch()));
+      szString.format("EISA Expansion Bus Master Timeout (Slot %s)", Byte2Str(pEventData->EisaBus.bSlot));
       break;
-    case 2: szString.Append("EISA Expansion Bus Slave Timeout"); break;
+    case 2: szString.append("EISA Expansion Bus Slave Timeout"); break;
     case 3:
-      szString.Format("EISA Expansion Board Error (Slot %s)", Byte2Str(pEventData->EisaBus.bSlot, Scratch()));
+      szString.format("EISA Expansion Board Error (Slot %s)", Byte2Str(pEventData->EisaBus.bSlot));
       break;
-    case 4: szString.Append("EISA Expansion Bus Arbitration Error"); break;
+    case 4: szString.append("EISA Expansion Bus Arbitration Error"); break;
     default: break;
   }
 }

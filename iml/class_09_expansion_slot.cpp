@@ -27,16 +27,15 @@ constexpr SlotWordings kSlotEvents[] = {
 
 void TranslateSlotEvent(EventText &szString, const SlotWordings &wordings, const EVT_EXPANSION_SLOT &record) {
   if (record.Chassis.bId == 0) {
-    szString.FormatWording(wordings.WithoutChassis, {Byte2Str(record.bSlot, Scratch())});
+    szString.format(wordings.WithoutChassis, {Byte2Str(record.bSlot)});
   } else {
-    szString.FormatWording(wordings.WithChassis,
-                           {Byte2Str(record.Chassis.bId, Scratch()), Byte2Str(record.bSlot, Scratch())});
+    szString.format(wordings.WithChassis, {Byte2Str(record.Chassis.bId), Byte2Str(record.bSlot)});
   }
 }
 
 }  // namespace
 
-void TranslateClass09(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+void TranslateClass09(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   if (wEventCode >= 1 && wEventCode <= std::size(kSlotEvents)) {
     TranslateSlotEvent(szString, kSlotEvents[wEventCode - 1], pEventData->Slot);
   }

@@ -4,22 +4,18 @@
 
 namespace iml {
 
-void TranslateClass0A(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+void TranslateClass0A(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
-    case 1:
-      szString.Format("POST Error: %s", CopyAndReformat(Scratch(), pEventData->PostMsg.cMessage));
-      break;
+    case 1: szString.format("POST Error: %s", CopyAndReformat(pEventData->PostMsg.cMessage)); break;
     case 2:
-      szString.Format("POST Information: %s",
-                      CopyAndReformat(Scratch(), pEventData->PostInformation.cMessage));
+      szString.format("POST Information: %s", CopyAndReformat(pEventData->PostInformation.cMessage));
       break;
     case 3:
-      szString.Format("Option ROM POST Error: %s",
-                      CopyAndReformat(Scratch(), pEventData->OptRomPostMsg.cMessage));
+      szString.format("Option ROM POST Error: %s", CopyAndReformat(pEventData->OptRomPostMsg.cMessage));
       break;
     case 4:
-      szString.Format("Option ROM POST Information: %s",
-                      CopyAndReformat(Scratch(), pEventData->OptRomPostInformation.cMessage));
+      szString.format("Option ROM POST Information: %s",
+                      CopyAndReformat(pEventData->OptRomPostInformation.cMessage));
       break;
     default: break;
   }

@@ -6,7 +6,7 @@
 namespace iml {
 namespace {
 
-/// Names of redundancy domains.
+// Names of redundancy domains.
 constexpr const char *szRedundancy[] = {"Enclosure", "Power Module", "Bus Bar", "Breaker", "Power Subsystem"};
 
 constexpr const char *szACProblem[] = {
@@ -127,15 +127,15 @@ constexpr ChassisWordings<1, 1> kModuleOverload = {
     "Power Enclosure Power Module Overload (Power Module %s)",
 };
 
-const char *GetRedundancy(std::uint8_t bRedundancy) {
+const char *GetRedundancy(uint8_t bRedundancy) {
   return Lookup(szRedundancy, bRedundancy);
 }
 
-const char *GetACProblem(std::uint8_t bACProblem) {
+const char *GetACProblem(uint8_t bACProblem) {
   return Lookup(szACProblem, bACProblem);
 }
 
-const char *GetPSError(std::uint8_t bPSError) {
+const char *GetPSError(uint8_t bPSError) {
   switch (bPSError) {
     case 0x00: return "General Failure";
     case 0x01: return "BIST Failure";
@@ -154,7 +154,7 @@ const char *GetPSError(std::uint8_t bPSError) {
   }
 }
 
-/// The error comes before the chassis, so this event is none of the families.
+// The error comes before the chassis, so this event is none of the families.
 void TranslatePsFailure(EventText &szString, const EVT_POWER_SUPPLY_FAILURE &record) {
   const EVT_CHASSIS &chassis = record.Chassis;
   const char *const name = record.cChassisName;
@@ -164,27 +164,27 @@ void TranslatePsFailure(EventText &szString, const EVT_POWER_SUPPLY_FAILURE &rec
   switch (chassis.bType) {
     case kChassisSystem:
       if (chassis.bId == 0) {
-        szString.Format("System Power Supply: %s (Power Supply %s)", error, supply);
+        szString.format("System Power Supply: %s (Power Supply %s)", error, supply);
       } else {
-        szString.Format("External Chassis Power Supply: %s (Chassis %s, Power Supply %s)", error,
-                        GetSysChassis(chassis.bId, name, Scratch()), supply);
+        szString.format("External Chassis Power Supply: %s (Chassis %s, Power Supply %s)", error,
+                        GetSysChassis(chassis.bId, name), supply);
       }
       break;
     case kChassisExternalStorage:
-      szString.Format("External Storage System Power Supply: %s (%sSlot %s, Power Supply %s)", error,
-                      GetStorChassis(name, Scratch()), Byte2Str(chassis.bId, Scratch()), supply);
+      szString.format("External Storage System Power Supply: %s (%sSlot %s, Power Supply %s)", error,
+                      GetStorChassis(name), Byte2Str(chassis.bId), supply);
       break;
     case kChassisInternalStorage:
-      szString.Format("Internal Storage System Power Supply: %s (%sSlot %s, Power Supply %s)", error,
-                      GetStorChassis(name, Scratch()), Byte2Str(chassis.bId, Scratch()), supply);
+      szString.format("Internal Storage System Power Supply: %s (%sSlot %s, Power Supply %s)", error,
+                      GetStorChassis(name), Byte2Str(chassis.bId), supply);
       break;
     case kChassisServerBladeEnclosure:
-      szString.Format("Server Blade Enclosure Power Supply: %s (Power Supply %s, %s)", error, supply,
-                      GetChassisEx(name, chassis, Scratch()));
+      szString.format("Server Blade Enclosure Power Supply: %s (Power Supply %s, %s)", error, supply,
+                      GetChassisEx(name, chassis));
       break;
     case kChassisPowerEnclosure:
-      szString.Format("Power Enclosure Power Supply: %s (Power Supply %s, %s)", error, supply,
-                      GetChassisEx(name, chassis, Scratch()));
+      szString.format("Power Enclosure Power Supply: %s (Power Supply %s, %s)", error, supply,
+                      GetChassisEx(name, chassis));
       break;
     default: break;
   }
@@ -192,13 +192,13 @@ void TranslatePsFailure(EventText &szString, const EVT_POWER_SUPPLY_FAILURE &rec
 
 void TranslateBatteryLow(EventText &szString, const EVT_BATTERY_LOW &record) {
   if (record.Chassis.bId == 0) {
-    szString.Append("Real-Time Clock Battery Failing");
+    szString.append("Real-Time Clock Battery Failing");
   } else {
-    szString.Format("Real-Time Clock Battery Failing (Chassis %s)", Byte2Str(record.Chassis.bId, Scratch()));
+    szString.format("Real-Time Clock Battery Failing (Chassis %s)", Byte2Str(record.Chassis.bId));
   }
 }
 
-/// No wording for enclosures, and none that shows a chassis name.
+// No wording for enclosures, and none that shows a chassis name.
 void TranslatePowerModuleFailure(EventText &szString, const EVT_POWER_MODULE_FAILURE &record) {
   static constexpr const char *kSentences[] = {
       "A Power Module has Failed",
@@ -212,14 +212,14 @@ void TranslatePowerModuleFailure(EventText &szString, const EVT_POWER_MODULE_FAI
   }
   const char *const sentence = Lookup(kSentences, record.bConverterType, kSentences[0]);
   if (chassis.bType == kChassisSystem && chassis.bId == 0) {
-    szString.Format("%s (System Board, Socket %s)", sentence, Byte2Str(record.bConverter, Scratch()));
+    szString.format("%s (System Board, Socket %s)", sentence, Byte2Str(record.bConverter));
   } else {
-    szString.Format("%s (Chassis %s, Slot %s, Socket %s)", sentence, Byte2Str(chassis.bId, Scratch()),
-                    Byte2Str(record.bSlot, Scratch()), Byte2Str(record.bConverter, Scratch()));
+    szString.format("%s (Chassis %s, Slot %s, Socket %s)", sentence, Byte2Str(chassis.bId),
+                    Byte2Str(record.bSlot), Byte2Str(record.bConverter));
   }
 }
 
-/// The record of an enclosure holds one byte more, in front of the name.
+// The record of an enclosure holds one byte more, in front of the name.
 void TranslatePsNotRedundant(EventText &szString, const EVT_FREE_FORM &payload) {
   const EVT_CHASSIS &chassis = payload.PsNotRed.Chassis;
   const bool enclosure =
@@ -229,20 +229,18 @@ void TranslatePsNotRedundant(EventText &szString, const EVT_FREE_FORM &payload) 
                   GetRedundancy(payload.PsInfNotRed.bType));
 }
 
-/// The records of a power supply are laid out in several ways, but name it and its chassis alike.
-template <std::size_t EnclosureTexts, class Record>
+// The records of a power supply are laid out in several ways, but name it and its chassis alike.
+template <size_t EnclosureTexts, class Record>
 void TranslatePowerSupply(EventText &szString, const ChassisWordings<1, EnclosureTexts> &wordings,
                           const Record &record, const char *szEnclosureDetail = "") {
-  Scratch supply;
-  FormatByChassis(szString, wordings, record.Chassis, record.cChassisName, {Byte2Str(record.bPsId, supply)},
+  FormatByChassis(szString, wordings, record.Chassis, record.cChassisName, {Byte2Str(record.bPsId)},
                   szEnclosureDetail);
 }
 
-/// The same for the records of a power module.
+// The same for the records of a power module.
 template <class Record>
 void TranslatePowerModule(EventText &szString, const ChassisWordings<1, 1> &wordings, const Record &record) {
-  Scratch module;
-  FormatByChassis(szString, wordings, record.Chassis, record.cChassisName, {Byte2Str(record.bId, module)});
+  FormatByChassis(szString, wordings, record.Chassis, record.cChassisName, {Byte2Str(record.bId)});
 }
 
 void TranslateAcProblem(EventText &szString, const EVT_POWER_AC_VOLTAGE &record) {
@@ -250,58 +248,55 @@ void TranslateAcProblem(EventText &szString, const EVT_POWER_AC_VOLTAGE &record)
 }
 
 void TranslatePsFailureSAS(EventText &szString, const EVT_SAS_POWER_SUPPLY_FAILURE &record) {
-  szString.Format("%s Storage Enclosure Power Supply Failure (Power Supply %u, Box %u, Port %s, %s)",
-                  GetInternalExternal(record.Chassis), record.bPsId, record.bBox,
-                  GetSASPort(Scratch(), record.szPortID),
-                  GetSlotChassisSun(Scratch(), record.szChassis_Sun, record.Chassis.bId));
+  szString.format("%s Storage Enclosure Power Supply Failure (Power Supply %u, Box %u, Port %s, %s)",
+                  GetInternalExternal(record.Chassis), record.bPsId, record.bBox, GetSASPort(record.szPortID),
+                  GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
 }
 
-void TranslatePsServerPowerFault(EventText &szString, const EVT_SYS_POWER_FAULT &record,
-                                 std::int8_t bDataLength) {
+void TranslatePsServerPowerFault(EventText &szString, const EVT_SYS_POWER_FAULT &record, int8_t bDataLength) {
   // What the length leaves behind the registers, as a signed byte again: at most 127, or no modules at all.
-  const auto modules = static_cast<std::int8_t>(bDataLength - 2);
-  char sz[sizeof "XR: 00 00 MID:" + 127 * (sizeof " 00" - 1)];
-  EventText registers(sz, sizeof sz);
-  registers.Format("XR: %02X %02X", record.bXRegisters[0], record.bXRegisters[1]);
-  const std::uint8_t *const chain = record.bMIDChain;
+  const auto modules = static_cast<int8_t>(bDataLength - 2);
+  OwnText<sizeof("XR: 00 00 MID:") + 127 * (sizeof(" 00") - 1)> registers;
+  registers.format("XR: %02X %02X", record.bXRegisters[0], record.bXRegisters[1]);
+  const uint8_t *const chain = record.bMIDChain;
   if (modules > 0) {
-    registers.Append(" MID:");
+    registers.append(" MID:");
   }
   for (int i = 0; i < modules; ++i) {
-    registers.Format(" %02X", chain[i]);
+    registers.format(" %02X", chain[i]);
   }
   constexpr unsigned kSupplyUndersized = 0x04;
   if ((record.bXRegisters[1] & kSupplyUndersized) != 0) {
     // clang-format off
-    szString.Format("System Power Fault Detected. Consult Orv Wattplan To Ensure Power Supply Sizing. Increase Power If Required (%s)", sz);
+    szString.format("System Power Fault Detected. Consult Orv Wattplan To Ensure Power Supply Sizing. Increase Power If Required (%s)", registers.c_str());
     // clang-format on
   } else {
-    szString.Format("System Power Fault Detected (%s)", sz);
+    szString.format("System Power Fault Detected (%s)", registers.c_str());
   }
 }
 
 void TranslateQuellinBatFail(EventText &szString, const EVT_POWER_SUPPLY_STORBAT_FAILED &record) {
   // clang-format off
   switch (record.dwErrorCode) {
-    case 4: szString.Format("Quellin Battery failure (Battery %d, service information: 0x01). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support", record.bBatteryId); break;
-    case 5: szString.Format("Quellin Battery failure (Battery %d, service information: 0x02). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support", record.bBatteryId); break;
-    case 6: szString.Format("Quellin Battery did not charge at the expected rate, indicating a faulty battery (Battery %d, service information: 0x03). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support", record.bBatteryId); break;
-    case 7: szString.Format("Quellin Battery disabled due to high ambient temperature, will be re-enabled when temp is lowered (Battery %d, service information: 0x04). Action: 1. Verify proper ventilation and function of fans. 2. If issue persists, gather Tavlo log, contact Support.", record.bBatteryId); break;
-    case 8: szString.Format("Quellin Battery discharged to below minimum voltage, resulting in the inability of the battery to recharge properly (Battery %d, service information: 0x05).  Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support", record.bBatteryId); break;
-    case 9: szString.Format("Quellin Battery failure (Battery %d, service information: 0x06). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Orv Support", record.bBatteryId); break;
-    case 10: szString.Format("Quellin Battery has exceeded the maximum amount of devices supported (Battery %d, service information: 0x07). Action: 1. Remove additional devices. 2. Consult server troubleshooting guide. 3. Gather Tavlo log and contact Support", record.bBatteryId); break;
-    case 12: szString.Format("Quellin Battery failure (Battery %d, service information: 0x09). Action: Gather Tavlo log and contact Support", record.bBatteryId); break;
-    case 13: szString.Format("Quellin Battery failure (Battery %d, service information: 0x0A). Action: Gather Tavlo log and contact Support", record.bBatteryId); break;
-    case 14: szString.Format("Quellin Battery failure (Battery %d, service information: 0x0B). Action: 1. Consult server troubleshooting guide. 2 Gather Tavlo log and contact Support", record.bBatteryId); break;
-    default: szString.Format("Quellin Battery failure (Battery %d). Action: 1. Consult server troubleshooting guide. 2 Gather Tavlo log and contact Support", record.bBatteryId); break;
+    case 4: szString.format("Quellin Battery failure (Battery %d, service information: 0x01). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support", record.bBatteryId); break;
+    case 5: szString.format("Quellin Battery failure (Battery %d, service information: 0x02). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support", record.bBatteryId); break;
+    case 6: szString.format("Quellin Battery did not charge at the expected rate, indicating a faulty battery (Battery %d, service information: 0x03). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support", record.bBatteryId); break;
+    case 7: szString.format("Quellin Battery disabled due to high ambient temperature, will be re-enabled when temp is lowered (Battery %d, service information: 0x04). Action: 1. Verify proper ventilation and function of fans. 2. If issue persists, gather Tavlo log, contact Support.", record.bBatteryId); break;
+    case 8: szString.format("Quellin Battery discharged to below minimum voltage, resulting in the inability of the battery to recharge properly (Battery %d, service information: 0x05).  Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support", record.bBatteryId); break;
+    case 9: szString.format("Quellin Battery failure (Battery %d, service information: 0x06). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Orv Support", record.bBatteryId); break;
+    case 10: szString.format("Quellin Battery has exceeded the maximum amount of devices supported (Battery %d, service information: 0x07). Action: 1. Remove additional devices. 2. Consult server troubleshooting guide. 3. Gather Tavlo log and contact Support", record.bBatteryId); break;
+    case 12: szString.format("Quellin Battery failure (Battery %d, service information: 0x09). Action: Gather Tavlo log and contact Support", record.bBatteryId); break;
+    case 13: szString.format("Quellin Battery failure (Battery %d, service information: 0x0A). Action: Gather Tavlo log and contact Support", record.bBatteryId); break;
+    case 14: szString.format("Quellin Battery failure (Battery %d, service information: 0x0B). Action: 1. Consult server troubleshooting guide. 2 Gather Tavlo log and contact Support", record.bBatteryId); break;
+    default: szString.format("Quellin Battery failure (Battery %d). Action: 1. Consult server troubleshooting guide. 2 Gather Tavlo log and contact Support", record.bBatteryId); break;
   }
   // clang-format on
 }
 
 }  // namespace
 
-void TranslateClass0B(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString,
-                      std::int8_t bDataLength) {
+void TranslateClass0B(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString,
+                      int8_t bDataLength) {
   switch (wEventCode) {
     case 0x01: TranslatePsFailure(szString, pEventData->PsFail); break;
     case 0x02: TranslateBatteryLow(szString, pEventData->BatLow); break;
@@ -314,12 +309,10 @@ void TranslateClass0B(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData,
                       pEventData->PowerModNotRed.cChassisName, {});
       break;
     case 0x08: TranslateAcProblem(szString, pEventData->PsAcVolt); break;
-    case 0x09: {
-      Scratch voltage;
+    case 0x09:
       TranslatePowerSupply(szString, kAcOverload, pEventData->PsAcOverload,
-                           Byte2Str(pEventData->PsAcOverload.bVoltage, voltage));
+                           Byte2Str(pEventData->PsAcOverload.bVoltage));
       break;
-    }
     case 0x0A: TranslatePowerSupply(szString, kSupplyPoweredUp, pEventData->PsPowered); break;
     case 0x0B: TranslatePowerSupply(szString, kSupplyPoweredDown, pEventData->PsUnpowered); break;
     case 0x0C: TranslatePowerModule(szString, kModuleFailure, pEventData->PsModFail); break;
@@ -346,40 +339,40 @@ void TranslateClass0B(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData,
       AppendDetail(szString, NextText(pEventData->PsFail.cChassisName));
       break;
     case 0x14: TranslatePsFailureSAS(szString, pEventData->PsFailSas); break;
-    case 0x15: szString.Append("Mismatched Power Supply Installed"); break;
-    case 0x16: szString.Append("Server Powered On"); break;
-    case 0x17: szString.Append("Server Powered Off"); break;
-    case 0x18: szString.Append("Server Power Reset"); break;
-    case 0x19: szString.Append("Server Power Brownout"); break;
+    case 0x15: szString.append("Mismatched Power Supply Installed"); break;
+    case 0x16: szString.append("Server Powered On"); break;
+    case 0x17: szString.append("Server Powered Off"); break;
+    case 0x18: szString.append("Server Power Reset"); break;
+    case 0x19: szString.append("Server Power Brownout"); break;
     case 0x1A: TranslatePsServerPowerFault(szString, pEventData->PsSysPowerFault, bDataLength); break;
-    case 0x1B: szString.Append("System Board Power Protection Fault"); break;
-    case 0x1C: szString.Append("Power Supply or Power Backplane Detection Error"); break;
-    case 0x1D: szString.Append("Power Management Features Disabled By Power Supply"); break;
+    case 0x1B: szString.append("System Board Power Protection Fault"); break;
+    case 0x1C: szString.append("Power Supply or Power Backplane Detection Error"); break;
+    case 0x1D: szString.append("Power Management Features Disabled By Power Supply"); break;
     case 0x1E:
-      szString.Format("Quellin Battery Removed (Battery %d)", pEventData->PsStorBatRemoved.bBatteryId);
+      szString.format("Quellin Battery Removed (Battery %d)", pEventData->PsStorBatRemoved.bBatteryId);
       break;
     case 0x1F: TranslateQuellinBatFail(szString, pEventData->PsStorBatFailed); break;
     case 0x20:
-      szString.Format("Quellin Battery Not Responding (Battery %d)",
+      szString.format("Quellin Battery Not Responding (Battery %d)",
                       pEventData->PsStorBatI2CFault.bBatteryId);
       break;
     // clang-format off
-    case 0x21: szString.Append("The system contains multiple types of power supplies.  Certain features are not supported and power redundancy may be limited"); break;
-    case 0x22: szString.Append("A Power Supply hot-plug event occurred resulting in the system containing multiple types of power supplies when Dynamic Power Capping (DPC) is enabled.  DPC may not function properly in this state, and it is recommended power capping be disabled"); break;
-    case 0x23: szString.Append("A Power Supply hot-plug event occurred resulting in the system containing multiple types of power supplies when High Efficiency Mode (HEM) is enabled.  HEM may not function properly in this state, and it is recommended HEM be disabled"); break;
+    case 0x21: szString.append("The system contains multiple types of power supplies.  Certain features are not supported and power redundancy may be limited"); break;
+    case 0x22: szString.append("A Power Supply hot-plug event occurred resulting in the system containing multiple types of power supplies when Dynamic Power Capping (DPC) is enabled.  DPC may not function properly in this state, and it is recommended power capping be disabled"); break;
+    case 0x23: szString.append("A Power Supply hot-plug event occurred resulting in the system containing multiple types of power supplies when High Efficiency Mode (HEM) is enabled.  HEM may not function properly in this state, and it is recommended HEM be disabled"); break;
     // clang-format on
     case 0x24:
-      szString.Format("Power On Denied (Service Information: %s)", pEventData->PsPowerOnDenied.cText);
+      szString.format("Power On Denied (Service Information: %s)", pEventData->PsPowerOnDenied.cText);
       break;
     case 0x25:
-      szString.Format("Battery Backup Unit failure (Bay %d, %s)", pEventData->PsBBUFailure.bBayNumber,
+      szString.format("Battery Backup Unit failure (Bay %d, %s)", pEventData->PsBBUFailure.bBayNumber,
                       pEventData->PsBBUFailure.cText);
       break;
     case 0x26:
-      szString.Format("Battery Backup Unit inserted (Bay %d)", pEventData->PsBBUInsRem.bBayNumber);
+      szString.format("Battery Backup Unit inserted (Bay %d)", pEventData->PsBBUInsRem.bBayNumber);
       break;
     case 0x27:
-      szString.Format("Battery Backup Unit removed (Bay %d)", pEventData->PsBBUInsRem.bBayNumber);
+      szString.format("Battery Backup Unit removed (Bay %d)", pEventData->PsBBUInsRem.bBayNumber);
       break;
     default: break;
   }

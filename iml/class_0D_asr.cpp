@@ -3,11 +3,11 @@
 
 namespace iml {
 
-void TranslateClass0D(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+void TranslateClass0D(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
-    case 1: szString.Append("ASR Detected by System ROM"); break;
-    case 2: szString.Format("ASR Lockup Detected: %s", pEventData->AsrLockup.cMessage); break;
-    case 3: szString.Append("ASR Reset Limit Detected by System ROM"); break;
+    case 1: szString.append("ASR Detected by System ROM"); break;
+    case 2: szString.format("ASR Lockup Detected: %s", pEventData->AsrLockup.cMessage); break;
+    case 3: szString.append("ASR Reset Limit Detected by System ROM"); break;
     default: break;
   }
 }

@@ -28,7 +28,7 @@ constexpr const char *kShutdownsFrom80[] = {
     /* 0x88 */ "Automatic Operating System Shutdown Due to Power Supply Failure Aborted",
 };
 
-const char *GetShutdownMessage(std::uint8_t bCause) {
+const char *GetShutdownMessage(uint8_t bCause) {
   return bCause < 0x80 ? Lookup(kShutdownsFrom00, bCause, kShutdown)
                        : Lookup(kShutdownsFrom80, bCause - 0x80U, kShutdown);
 }
@@ -36,13 +36,13 @@ const char *GetShutdownMessage(std::uint8_t bCause) {
 void TranslateOsPwrShed(EventText &szString, const EVT_OS_PWR_SHED &record) {
   switch (record.bZoneType) {
     case kZoneNetworkComponent:
-      szString.Format(
+      szString.format(
           "Server Blade Enclosure Network Component Shutdown Via Power Management Software (Slot %s)",
-          Byte2Str(record.bZoneId, Scratch()));
+          Byte2Str(record.bZoneId));
       break;
     case kZoneBlade:
-      szString.Format("Server Blade Enclosure Blade Shutdown Via Power Management Software (Slot %s)",
-                      Byte2Str(record.bZoneId, Scratch()));
+      szString.format("Server Blade Enclosure Blade Shutdown Via Power Management Software (Slot %s)",
+                      Byte2Str(record.bZoneId));
       break;
     default: break;
   }
@@ -50,17 +50,17 @@ void TranslateOsPwrShed(EventText &szString, const EVT_OS_PWR_SHED &record) {
 
 }  // namespace
 
-void TranslateClass0E(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+void TranslateClass0E(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
-    case 1: szString.Format("Operating System failure (%s)", pEventData->OsCrash.cMessage); break;
-    case 2: szString.Append(GetShutdownMessage(pEventData->Shutdown.bCause)); break;
+    case 1: szString.format("Operating System failure (%s)", pEventData->OsCrash.cMessage); break;
+    case 2: szString.append(GetShutdownMessage(pEventData->Shutdown.bCause)); break;
     case 3:
-      szString.Format("Fatal Exception (Number %s, Cause %s)",
-                      Byte2Str(pEventData->OsExcept.bException, Scratch()), pEventData->OsExcept.cCause);
+      szString.format("Fatal Exception (Number %s, Cause %s)", Byte2Str(pEventData->OsExcept.bException),
+                      pEventData->OsExcept.cCause);
       break;
-    case 4: szString.Append("User Initiated NMI Switch"); break;
+    case 4: szString.append("User Initiated NMI Switch"); break;
     case 5: TranslateOsPwrShed(szString, pEventData->OsPwrShed); break;
-    case 6: szString.Append("User Remotely Initiated NMI Switch"); break;
+    case 6: szString.append("User Remotely Initiated NMI Switch"); break;
     default: break;
   }
 }

@@ -31,24 +31,20 @@ constexpr NicWordings kRedundancyReduced = {
     "Network Adapters Redundancy Reduced (Chassis %s, Slot %s, Port %s)",
 };
 
-/// The records of an adapter's error and of lost redundancy are laid out alike.
+// The records of an adapter's error and of lost redundancy are laid out alike.
 template <class Record>
 void TranslateNic(EventText &szString, const NicWordings &wordings, const Record &record) {
-  Scratch slot_number;
-  Scratch port_number;
-  const char *const slot = Byte2Str(record.bSlot, slot_number);
-  const char *const port = Byte2Str(record.Chassis.bPort, port_number);
   if (record.Chassis.bId == 0) {
-    szString.FormatWording(wordings.WithoutChassis, {slot, port});
+    szString.format(wordings.WithoutChassis, {Byte2Str(record.bSlot), Byte2Str(record.Chassis.bPort)});
   } else {
-    szString.FormatWording(wordings.WithChassis,
-                           {GetSysChassis(record.Chassis.bId, record.cChassisName, Scratch()), slot, port});
+    szString.format(wordings.WithChassis, {GetSysChassis(record.Chassis.bId, record.cChassisName),
+                                           Byte2Str(record.bSlot), Byte2Str(record.Chassis.bPort)});
   }
 }
 
 }  // namespace
 
-void TranslateClass11(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+void TranslateClass11(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
     case 1: TranslateNic(szString, kFault, pEventData->NicErr); break;
     case 2: TranslateNic(szString, kLinkDown, pEventData->NicErr); break;

@@ -6,35 +6,32 @@ namespace iml {
 namespace {
 
 void TranslateScsiCtrlFailure(EventText &szString, const EVT_SCSI_CTRL_FAILURE &record) {
-  Scratch slot_number;
-  const char *const slot = Byte2Str(record.bSlot, slot_number);
   if (record.Chassis.bId == 0) {
-    szString.Format("SCSI Controller Failure (Slot %s)", slot);
+    szString.format("SCSI Controller Failure (Slot %s)", Byte2Str(record.bSlot));
   } else {
-    szString.Format("SCSI Controller Failure (Chassis %s, Slot %s)",
-                    GetSysChassis(record.Chassis.bId, record.cChassisName, Scratch()), slot);
+    szString.format("SCSI Controller Failure (Chassis %s, Slot %s)",
+                    GetSysChassis(record.Chassis.bId, record.cChassisName), Byte2Str(record.bSlot));
   }
 }
 
-/// The chassis holds the controller's slot and the bus.
+// The chassis holds the controller's slot and the bus.
 void TranslateScsiDeviceFailure(EventText &szString, const EVT_SCSI_DEVICE_FAILURE &record) {
-  szString.Format("SCSI Device Failure (%sSlot %s, Bus %s, Bay %s)",
-                  GetStorChassis(record.cChassisName, Scratch()), Byte2Str(record.Chassis.bId, Scratch()),
-                  Byte2Str(record.Chassis.bPort, Scratch()), Byte2Str(record.bBay, Scratch()));
+  szString.format("SCSI Device Failure (%sSlot %s, Bus %s, Bay %s)", GetStorChassis(record.cChassisName),
+                  Byte2Str(record.Chassis.bId), Byte2Str(record.Chassis.bPort), Byte2Str(record.bBay));
 }
 
 void TranslateScsiCtrlsNotRedundant(EventText &szString, const EVT_SCSI_CTRLS_NOT_REDUNDANT &record) {
   if (record.Chassis.bId == 0) {
-    szString.Append("SCSI Controllers No Longer Redundant");
+    szString.append("SCSI Controllers No Longer Redundant");
   } else {
-    szString.Format("SCSI Controllers No Longer Redundant (Chassis %s)",
-                    GetSysChassis(record.Chassis.bId, record.cChassisName, Scratch()));
+    szString.format("SCSI Controllers No Longer Redundant (Chassis %s)",
+                    GetSysChassis(record.Chassis.bId, record.cChassisName));
   }
 }
 
 }  // namespace
 
-void TranslateClass12(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+void TranslateClass12(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
     case 1: TranslateScsiCtrlFailure(szString, pEventData->ScsiCtrl); break;
     case 2: TranslateScsiDeviceFailure(szString, pEventData->ScsiDev); break;

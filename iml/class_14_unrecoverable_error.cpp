@@ -5,8 +5,8 @@
 namespace iml {
 namespace {
 
-/// The name of what raised an NMI; null for a source without one.
-const char *GetNmiSource(std::uint8_t bSource) {
+// The name of what raised an NMI; null for a source without one.
+const char *GetNmiSource(uint8_t bSource) {
   switch (bSource) {
     case 0x1B: return "ASR timeout NMI";
     case 0x29: return "Brix NMI messaging";
@@ -15,42 +15,33 @@ const char *GetNmiSource(std::uint8_t bSource) {
   }
 }
 
-/// Writes the detail behind the message, not the message itself.
-void TranslateNmiPlusData(EventText &szDetail, const EVT_UNRECOV_NMI_OR_BINIT_PLUS_DATA &record) {
-  Scratch low_word;
-  Scratch high_word;
-  const char *const low = Dword2HexStr(record.ulDataLow, low_word);
-  const char *const high = Dword2HexStr(record.ulDataHigh, high_word);
-  const char *const szSource = GetNmiSource(static_cast<std::uint8_t>(record.ulDataLow & 0xFF));
+void TranslateNmiPlusData(EventText &szString, const EVT_UNRECOV_NMI_OR_BINIT_PLUS_DATA &record) {
+  const char *const szSource = GetNmiSource(static_cast<uint8_t>(record.ulDataLow & 0xFF));
   if (szSource != nullptr) {
-    szDetail.Format("%s, Service Information: %s, %s", szSource, low, high);
+    szString.format("An Unrecoverable System Error (NMI) has occurred (%s, Service Information: %s, %s)",
+                    szSource, Dword2HexStr(record.ulDataLow), Dword2HexStr(record.ulDataHigh));
   } else {
-    szDetail.Format("Service Information: %s, %s", low, high);
+    szString.format("An Unrecoverable System Error (NMI) has occurred (Service Information: %s, %s)",
+                    Dword2HexStr(record.ulDataLow), Dword2HexStr(record.ulDataHigh));
   }
 }
 
 }  // namespace
 
-void TranslateClass14(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+void TranslateClass14(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
-    case 1: szString.Append("An Unrecoverable System Error (NMI) has occurred"); break;
-    case 2: szString.Append("An Unrecoverable System Error (BINIT) has occurred"); break;
-    case 3: {
-      Scratch detail;
-      EventText szDetail(detail);
-      TranslateNmiPlusData(szDetail, pEventData->NmiPlusData);
-      szString.Format("An Unrecoverable System Error (NMI) has occurred (%s)", detail.Buffer());
-      break;
-    }
+    case 1: szString.append("An Unrecoverable System Error (NMI) has occurred"); break;
+    case 2: szString.append("An Unrecoverable System Error (BINIT) has occurred"); break;
+    case 3: TranslateNmiPlusData(szString, pEventData->NmiPlusData); break;
     case 4: TranslateChipsetError(szString, pEventData->ChipsetUncorr); break;
     // clang-format off
-    case 5: szString.Append("Unrecoverable System Error (NMI) has occurred.  System Firmware will log additional details in a separate IML entry if possible"); break;
+    case 5: szString.append("Unrecoverable System Error (NMI) has occurred.  System Firmware will log additional details in a separate IML entry if possible"); break;
     // clang-format on
     case 6:
-      szString.Append("Corrupted Data Detected.  Refer to previous events to determine the source");
+      szString.append("Corrupted Data Detected.  Refer to previous events to determine the source");
       break;
     case 7:
-      szString.Format("Server Critical Fault (Service Information: %s)",
+      szString.format("Server Critical Fault (Service Information: %s)",
                       pEventData->ServerCriticalFault.cText);
       break;
     default: break;

@@ -3,10 +3,10 @@
 
 namespace iml {
 
-void TranslateClass20(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+void TranslateClass20(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
-    case 1: szString.Format("ROM flashed (%s)", pEventData->RomFlash.cText); break;
-    case 2: szString.Format("Firmware flashed (%s)", pEventData->FirmwareFlash.cText); break;
+    case 1: szString.format("ROM flashed (%s)", pEventData->RomFlash.cText); break;
+    case 2: szString.format("Firmware flashed (%s)", pEventData->FirmwareFlash.cText); break;
     default: break;
   }
 }

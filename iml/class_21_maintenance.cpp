@@ -3,10 +3,10 @@
 
 namespace iml {
 
-void TranslateClass21(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+void TranslateClass21(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
-    case 1: szString.Format("IML Cleared (%s)", pEventData->Maint.cText); break;
-    case 2: szString.Format("Maintenance note: %s", pEventData->Maint.cText); break;
+    case 1: szString.format("IML Cleared (%s)", pEventData->Maint.cText); break;
+    case 2: szString.format("Maintenance note: %s", pEventData->Maint.cText); break;
     default: break;
   }
 }

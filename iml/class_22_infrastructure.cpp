@@ -94,43 +94,43 @@ constexpr const char *szPowerRequestDenied[] = {
     "Enclosure Error",
 };
 
-const char *GetInadequatePowerReason(std::uint8_t bReason) {
+const char *GetInadequatePowerReason(uint8_t bReason) {
   return Lookup(szInadequatePowerReason, bReason);
 }
 
-const char *GetImproperPowerReason(std::uint8_t bError) {
+const char *GetImproperPowerReason(uint8_t bError) {
   return Lookup(szImproperPowerReason, bError);
 }
 
-const char *GetRackSide(std::uint8_t bSide) {
+const char *GetRackSide(uint8_t bSide) {
   return Lookup(szRackSide, bSide, "Unknown Location");
 }
 
-const char *GetEthSwErr(std::uint8_t bProblem) {
+const char *GetEthSwErr(uint8_t bProblem) {
   return Lookup(szEthSwErr, bProblem);
 }
 
-const char *GetPwrBus(std::uint8_t bSide) {
+const char *GetPwrBus(uint8_t bSide) {
   return Lookup(szPwrBus, bSide);
 }
 
-const char *GetInfMainLocation(std::uint8_t bLocation) {
+const char *GetInfMainLocation(uint8_t bLocation) {
   return Lookup(szInfMainLocation, bLocation);
 }
 
-const char *GetInfSubLocation(std::uint8_t bSubLocation) {
+const char *GetInfSubLocation(uint8_t bSubLocation) {
   return Lookup(szInfSubLocation, bSubLocation);
 }
 
-const char *GetInfErrString(std::uint8_t bError) {
+const char *GetInfErrString(uint8_t bError) {
   return Lookup(szInfError, bError);
 }
 
-const char *GetPowerDenialReason(std::uint8_t bReason) {
+const char *GetPowerDenialReason(uint8_t bReason) {
   return Lookup(szPowerRequestDenied, bReason);
 }
 
-/// The word that most lines begin with. Other chassis have none, and the blank behind it then leads the line.
+// The word that most lines begin with. Other chassis have none, and the blank behind it then leads the line.
 const char *GetEnclosureType(const EVT_CHASSIS &Chassis) {
   switch (Chassis.bType) {
     case kChassisServerBladeEnclosure: return "Server Blade Enclosure";
@@ -139,25 +139,23 @@ const char *GetEnclosureType(const EVT_CHASSIS &Chassis) {
   }
 }
 
-/// The enclosure of any record that holds its name.
+// The enclosure of any record that holds its name.
 template <class Record>
-const char *GetEnclosure(const Record &record, ScratchRef szDest) {
+const char *GetEnclosure(const Record &record, EventText &szDest = Scratch().here()) {
   return GetChassisEx(record.cChassisName, record.Chassis, szDest);
 }
 
 void TranslateInfFuseOpen(EventText &szString, const EVT_INF_ENV_FUSE_OPEN &record) {
-  const auto bPosition = static_cast<std::uint8_t>(record.bZoneId & 0x0F);
+  const auto bPosition = static_cast<uint8_t>(record.bZoneId & 0x0F);
   const char *const fuse = (record.bZoneId & 0x10) != 0 ? "B" : "A";
   switch (record.bZoneType) {
     case kZoneBlade:
-      szString.Format("%s Blade Fuse or Breaker Tripped (%s, Slot %s, Fuse %s)",
-                      GetEnclosureType(record.Chassis), GetEnclosure(record, Scratch()),
-                      Byte2Str(bPosition, Scratch()), fuse);
+      szString.format("%s Blade Fuse or Breaker Tripped (%s, Slot %s, Fuse %s)",
+                      GetEnclosureType(record.Chassis), GetEnclosure(record), Byte2Str(bPosition), fuse);
       break;
     case kZoneNetworkComponent:
-      szString.Format("%s Network Component Fuse or Breaker Tripped (%s, %s, Fuse %s)",
-                      GetEnclosureType(record.Chassis), GetEnclosure(record, Scratch()),
-                      GetRackSide(bPosition), fuse);
+      szString.format("%s Network Component Fuse or Breaker Tripped (%s, %s, Fuse %s)",
+                      GetEnclosureType(record.Chassis), GetEnclosure(record), GetRackSide(bPosition), fuse);
       break;
     default: break;
   }
@@ -166,9 +164,8 @@ void TranslateInfFuseOpen(EventText &szString, const EVT_INF_ENV_FUSE_OPEN &reco
 void TranslateInfBladeInsRem(EventText &szString, const EVT_INF_ENV_BLADE_INS_REM &record) {
   constexpr Wording<3> kInserted = "%s Blade Inserted (%s, Slot %s)";
   constexpr Wording<3> kRemoved = "%s Blade Removed (%s, Slot %s)";
-  szString.FormatWording(record.bPresent != 0 ? kInserted : kRemoved,
-                         {GetEnclosureType(record.Chassis), GetEnclosure(record, Scratch()),
-                          Byte2Str(record.bBlade, Scratch())});
+  szString.format(record.bPresent != 0 ? kInserted : kRemoved,
+                  {GetEnclosureType(record.Chassis), GetEnclosure(record), Byte2Str(record.bBlade)});
 }
 
 void TranslateInfRackChange(EventText &szString, const EVT_INF_ENV_RACK_INFRASTRUCTURE_CHG &record) {
@@ -176,35 +173,35 @@ void TranslateInfRackChange(EventText &szString, const EVT_INF_ENV_RACK_INFRASTR
   const char *const type = GetEnclosureType(record.Chassis);
   const char *const enclosure = GetEnclosure(record, buffer);
   switch (record.bType) {
-    case 1: szString.Format("%s Rack Name Changed (%s)", type, enclosure); break;
-    case 2: szString.Format("%s Name Changed (%s)", type, enclosure); break;
-    case 3: szString.Format("%s Service Change (%s)", type, enclosure); break;
-    case 4: szString.Format("%s Rack Name Conflict (%s)", type, enclosure); break;
-    case 5: szString.Format("%s Rack Unique ID Changed (%s)", type, enclosure); break;
-    case 7: szString.Format("%s LAN Settings Changed (%s)", type, enclosure); break;
-    case 8: szString.Format("%s UID LED State Changed (%s)", type, enclosure); break;
+    case 1: szString.format("%s Rack Name Changed (%s)", type, enclosure); break;
+    case 2: szString.format("%s Name Changed (%s)", type, enclosure); break;
+    case 3: szString.format("%s Service Change (%s)", type, enclosure); break;
+    case 4: szString.format("%s Rack Name Conflict (%s)", type, enclosure); break;
+    case 5: szString.format("%s Rack Unique ID Changed (%s)", type, enclosure); break;
+    case 7: szString.format("%s LAN Settings Changed (%s)", type, enclosure); break;
+    case 8: szString.format("%s UID LED State Changed (%s)", type, enclosure); break;
     default:
-      szString.Format("%s Rack Infrastructure Changed (%s, Type 0x%02X)", type, enclosure, record.bType);
+      szString.format("%s Rack Infrastructure Changed (%s, Type 0x%02X)", type, enclosure, record.bType);
       break;
   }
 }
 
 void TranslateInfPwrMisconfig(EventText &szString, const EVT_INF_ENV_PWR_SUBSYS_MISCONFIGURED &record) {
   if (record.bLocation == 0) {
-    szString.Format("%s Power Subsystem Misconfigured: %s (%s)", GetEnclosureType(record.Chassis),
-                    GetImproperPowerReason(record.bError), GetEnclosure(record, Scratch()));
+    szString.format("%s Power Subsystem Misconfigured: %s (%s)", GetEnclosureType(record.Chassis),
+                    GetImproperPowerReason(record.bError), GetEnclosure(record));
   } else {
-    szString.Format("%s Power Subsystem Misconfigured: %s (%s, %s)", GetEnclosureType(record.Chassis),
+    szString.format("%s Power Subsystem Misconfigured: %s (%s, %s)", GetEnclosureType(record.Chassis),
                     GetImproperPowerReason(record.bError), GetRackSide(record.bLocation),
-                    GetEnclosure(record, Scratch()));
+                    GetEnclosure(record));
   }
 }
 
-/// The records of a blower's fault and removal are laid out alike.
+// The records of a blower's fault and removal are laid out alike.
 template <class Record>
 void TranslateInfBlower(EventText &szString, Wording<4> wording, const Record &record) {
-  szString.FormatWording(wording, {GetEnclosureType(record.Chassis), Byte2Str(record.bProblem, Scratch()),
-                                   GetRackSide(record.bSide), GetEnclosure(record, Scratch())});
+  szString.format(wording, {GetEnclosureType(record.Chassis), Byte2Str(record.bProblem),
+                            GetRackSide(record.bSide), GetEnclosure(record)});
 }
 
 void TranslateInfBladeInsRem2(EventText &szString, Wording<3> blade, Wording<3> network_component,
@@ -213,83 +210,78 @@ void TranslateInfBladeInsRem2(EventText &szString, Wording<3> blade, Wording<3> 
   if (!is_blade && record.bZoneType != kZoneNetworkComponent) {
     return;
   }
-  szString.FormatWording(is_blade ? blade : network_component,
-                         {GetEnclosureType(record.Chassis),
-                          is_blade ? Byte2Str(record.bZoneId, Scratch()) : GetRackSide(record.bZoneId),
-                          GetEnclosure(record, Scratch())});
+  szString.format(is_blade ? blade : network_component,
+                  {GetEnclosureType(record.Chassis),
+                   is_blade ? Byte2Str(record.bZoneId) : GetRackSide(record.bZoneId), GetEnclosure(record)});
 }
 
 void TranslateInfFirmwareMismatch(EventText &szString, const EVT_INF_FIRMWARE_MISMATCH &record) {
-  szString.Format("Chassis %s requires minimum firmware revision %s.%s. It is currently %s.%s.",
-                  GetEnclosure(record, Scratch()), GetBCDString(record.bRequiredMajor, Scratch()),
-                  GetBCDString(record.bRequiredMinor, Scratch()),
-                  GetBCDString(record.bCurrentMajor, Scratch()),
-                  GetBCDString(record.bCurrentMinor, Scratch()));
+  szString.format("Chassis %s requires minimum firmware revision %s.%s. It is currently %s.%s.",
+                  GetEnclosure(record), GetBCDString(record.bRequiredMajor),
+                  GetBCDString(record.bRequiredMinor), GetBCDString(record.bCurrentMajor),
+                  GetBCDString(record.bCurrentMinor));
 }
 
 }  // namespace
 
-void TranslateClass22(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+void TranslateClass22(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
     case 0x01: {
       const auto &record = pEventData->InfCantPwrOn;
-      szString.Format("%s Inadequate Power To Power On: %s (%s, Slot %s)", GetEnclosureType(record.Chassis),
-                      GetInadequatePowerReason(record.bReason), GetEnclosure(record, Scratch()),
-                      Byte2Str(record.bBlade, Scratch()));
+      szString.format("%s Inadequate Power To Power On: %s (%s, Slot %s)", GetEnclosureType(record.Chassis),
+                      GetInadequatePowerReason(record.bReason), GetEnclosure(record),
+                      Byte2Str(record.bBlade));
       break;
     }
     case 0x02: {
       const auto &record = pEventData->InfManOverride;
-      szString.Format("%s Blade Manual Power On (%s, Slot %s)", GetEnclosureType(record.Chassis),
-                      GetEnclosure(record, Scratch()), Byte2Str(record.bBlade, Scratch()));
+      szString.format("%s Blade Manual Power On (%s, Slot %s)", GetEnclosureType(record.Chassis),
+                      GetEnclosure(record), Byte2Str(record.bBlade));
       break;
     }
     case 0x03: TranslateInfFuseOpen(szString, pEventData->InfFuseOpen); break;
     case 0x04: {
       const auto &record = pEventData->InfI2cFlt;
-      szString.Format("%s Blade I2C Bus Fault (%s, Bus %s)", GetEnclosureType(record.Chassis),
-                      GetEnclosure(record, Scratch()), Byte2Str(record.bBus, Scratch()));
+      szString.format("%s Blade I2C Bus Fault (%s, Bus %s)", GetEnclosureType(record.Chassis),
+                      GetEnclosure(record), Byte2Str(record.bBus));
       break;
     }
     case 0x05: TranslateInfBladeInsRem(szString, pEventData->InfBladeInsRem); break;
     case 0x06: {
       const auto &record = pEventData->InfPwrLoadBal;
-      szString.Format("%s Power Not Balanced (%s, %s)", GetEnclosureType(record.Chassis),
-                      GetEnclosure(record, Scratch()), record.cSide == 1 ? "Power Bus A" : "Power Bus B");
+      szString.format("%s Power Not Balanced (%s, %s)", GetEnclosureType(record.Chassis),
+                      GetEnclosure(record), record.cSide == 1 ? "Power Bus A" : "Power Bus B");
       break;
     }
     case 0x07: {
       // Here the buses count from 0, in the event above from 1.
       const auto &record = pEventData->InfDcPwrProblem;
-      szString.Format("%s DC Power Out Of Tolerance (%s, %s, %d mV)", GetEnclosureType(record.Chassis),
-                      GetEnclosure(record, Scratch()), record.cSide == 0 ? "Power Bus A" : "Power Bus B",
+      szString.format("%s DC Power Out Of Tolerance (%s, %s, %d mV)", GetEnclosureType(record.Chassis),
+                      GetEnclosure(record), record.cSide == 0 ? "Power Bus A" : "Power Bus B",
                       record.wVoltage);
       break;
     }
     case 0x08: {
       const auto &record = pEventData->InfAcPwrProblem;
-      szString.Format("%s AC Facility Input Power Exceeded (%s)", GetEnclosureType(record.Chassis),
-                      GetEnclosure(record, Scratch()));
+      szString.format("%s AC Facility Input Power Exceeded (%s)", GetEnclosureType(record.Chassis),
+                      GetEnclosure(record));
       break;
     }
     case 0x09:
-      szString.Format("Loss Of Chassis Connectivity (%s)", GetEnclosure(pEventData->InfLostCon, Scratch()));
+      szString.format("Loss Of Chassis Connectivity (%s)", GetEnclosure(pEventData->InfLostCon));
       break;
-    case 0x0A:
-      szString.Format("New Chassis Connected (%s)", GetEnclosure(pEventData->InfNewCon, Scratch()));
-      break;
+    case 0x0A: szString.format("New Chassis Connected (%s)", GetEnclosure(pEventData->InfNewCon)); break;
     case 0x0B: TranslateInfRackChange(szString, pEventData->InfRackChange); break;
     case 0x0C: {
       const auto &record = pEventData->InfUnknownPwrUse;
-      szString.Format("%s Unknown Power Consumption (%s)", GetEnclosureType(record.Chassis),
-                      GetEnclosure(record, Scratch()));
+      szString.format("%s Unknown Power Consumption (%s)", GetEnclosureType(record.Chassis),
+                      GetEnclosure(record));
       break;
     }
     case 0x0D: TranslateInfPwrMisconfig(szString, pEventData->InfPwrMisconfig); break;
     case 0x0E: {
       const auto &record = pEventData->InfEnclMgrStatus;
-      szString.Format("%s Status Change (%s)", GetEnclosureType(record.Chassis),
-                      GetEnclosure(record, Scratch()));
+      szString.format("%s Status Change (%s)", GetEnclosureType(record.Chassis), GetEnclosure(record));
       break;
     }
     case 0x0F:
@@ -300,15 +292,14 @@ void TranslateClass22(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData,
       break;
     case 0x11: {
       const auto &record = pEventData->InfEthSwFlt;
-      szString.Format("%s Ethernet Switch Error - %s (%s, %s)", GetEnclosureType(record.Chassis),
-                      GetEthSwErr(record.bProblem), GetRackSide(record.bSide),
-                      GetEnclosure(record, Scratch()));
+      szString.format("%s Ethernet Switch Error - %s (%s, %s)", GetEnclosureType(record.Chassis),
+                      GetEthSwErr(record.bProblem), GetRackSide(record.bSide), GetEnclosure(record));
       break;
     }
     case 0x12: {
       const auto &record = pEventData->InfInPwrSenseErr;
-      szString.Format("%s Power Feed Missing (%s, %s)", GetEnclosureType(record.Chassis),
-                      GetPwrBus(record.bSide), GetEnclosure(record, Scratch()));
+      szString.format("%s Power Feed Missing (%s, %s)", GetEnclosureType(record.Chassis),
+                      GetPwrBus(record.bSide), GetEnclosure(record));
       break;
     }
     case 0x13:
@@ -320,20 +311,19 @@ void TranslateClass22(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData,
                                "%s Network Component Removed (%s, %s)", pEventData->InfBladeInsRem2);
       break;
     case 0x15:
-      szString.Format("%s Invalid Topology - Check Cabling", GetEnclosureType(pEventData->InfTopErr.Chassis));
+      szString.format("%s Invalid Topology - Check Cabling", GetEnclosureType(pEventData->InfTopErr.Chassis));
       break;
     case 0x18: {
       const auto &record = pEventData->InfChassisError;
-      szString.Format("Infrastructure Fault, %s at %s, %s", GetInfErrString(record.bError),
+      szString.format("Infrastructure Fault, %s at %s, %s", GetInfErrString(record.bError),
                       GetInfMainLocation(record.bLocation), GetInfSubLocation(record.bSubLocation));
       break;
     }
     case 0x19: TranslateInfFirmwareMismatch(szString, pEventData->InfFirmwareMismatch); break;
     case 0x1A: {
       const auto &record = pEventData->InfPowerRequestDenied;
-      szString.Format("%s Power Request Denied: %s (%s, Slot %s)", GetEnclosureType(record.Chassis),
-                      GetPowerDenialReason(record.bReason), GetEnclosure(record, Scratch()),
-                      Byte2Str(record.bBlade, Scratch()));
+      szString.format("%s Power Request Denied: %s (%s, Slot %s)", GetEnclosureType(record.Chassis),
+                      GetPowerDenialReason(record.bReason), GetEnclosure(record), Byte2Str(record.bBlade));
       break;
     }
     default: break;

@@ -10,17 +10,17 @@
 namespace iml {
 namespace {
 
-constexpr std::uint8_t kUpperBoard = 0x8A;
-constexpr std::uint8_t kLowerBoard = 0x8C;
+constexpr uint8_t kUpperBoard = 0x8A;
+constexpr uint8_t kLowerBoard = 0x8C;
 
-/// The board that reports an event, as messages name it and its partner.
+// The board that reports an event, as messages name it and its partner.
 struct KrxBoard {
   const char *szOwn;
   const char *szOther;
   const char *szReporter;
 };
 
-constexpr KrxBoard GetKrxBoard(std::uint8_t board) {
+constexpr KrxBoard GetKrxBoard(uint8_t board) {
   switch (board) {
     case kUpperBoard: return {"Upper", "Lower", "upper"};
     case kLowerBoard: return {"Lower", "Upper", "lower"};
@@ -43,7 +43,7 @@ constexpr char szUpperKrx2[] = "Upper KRX Board, KRX 2";
 constexpr char szLowerKrx1[] = "Lower KRX Board, KRX 1";
 constexpr char szLowerKrx2[] = "Lower KRX Board, KRX 2";
 
-/// What the QPI links of one processor lead to, by port; "NC" is not connected.
+// What the QPI links of one processor lead to, by port; "NC" is not connected.
 typedef struct _evtKRXchip {
   const char *szPort[4];
 } KRX_CPU_CHIP;
@@ -60,7 +60,7 @@ constexpr KRX_CPU_CHIP kQpiPartners[] = {
     /* Proc 5 */ {{szLowerKrx1, szProc6, szLowerKrx2, "LP IO"}},
 };
 
-/// A port of a KRX chip: its kind, its name, and the name of the port it leads to on the other board.
+// A port of a KRX chip: its kind, its name, and the name of the port it leads to on the other board.
 struct FabricPort {
   const char *szType;
   const char *szOwnPort;
@@ -102,7 +102,7 @@ constexpr char kFewerSockets[] = "Processor configuration degraded to %d sockets
 constexpr char kSocketsDisabled[] = "%s %s %s %s %s %s %s %s %s %s disabled by %s KRX board service processor.  Details: 0x%02X 0x%02X 0x%02X 0x%02X 0x%02X";
 // clang-format on
 
-const char *GetKrxChip(std::uint8_t board, bool second) {
+const char *GetKrxChip(uint8_t board, bool second) {
   if (board == kUpperBoard) {
     return second ? szUpperKrx2 : szUpperKrx1;
   }
@@ -110,7 +110,7 @@ const char *GetKrxChip(std::uint8_t board, bool second) {
 }
 
 const char *GetSourceModule(const EVT_DS2_ACCESS_TYPE &record) {
-  switch (GetBigEndianValue(record.src_modid, sizeof record.src_modid)) {
+  switch (GetBigEndianValue(record.src_modid, sizeof(record.src_modid))) {
     case 0x0000: return GetKrxChip(record.krx_board, (record.ds2_port_wr_op & 0xF0) != 0);
     case 0x0100: return "Main IO";
     case 0x0101: return "LP (Low Profile) IO";
@@ -127,8 +127,8 @@ const char *GetSourceModule(const EVT_DS2_ACCESS_TYPE &record) {
   }
 }
 
-/// The sockets set in a bitmap, tray by tray, as the ten texts that the formats show.
-std::array<const char *, 10> GetSockets(std::uint8_t map, const char *szUpperTray, const char *szLowerTray) {
+// The sockets set in a bitmap, tray by tray, as the ten texts that the formats show.
+std::array<const char *, 10> GetSockets(uint8_t map, const char *szUpperTray, const char *szLowerTray) {
   const auto socket = [map](unsigned bit, const char *szSocket) {
     return (map >> bit & 1) != 0 ? szSocket : "";
   };
@@ -148,33 +148,33 @@ void TranslatePeciAccess(EventText &szString, const EVT_PECI_ACCESS_TYPE &record
   const bool upper = record.krx_board == kUpperBoard;
   const bool lower_of_pair = upper ? record.peci_target == '0' : record.peci_target == '1';
   const int socket = (record.peci_interface == 0 ? 1 : 3) + (lower_of_pair ? 0 : 1);
-  szString.Format(kSideBandFailure, upper ? socket : 9 - socket, board.szOwn, socket, board.szReporter,
-                  record.wr_op, GetBigEndianValue(record.addr, sizeof record.addr), record.err_code,
-                  GetBigEndianValue(record.data, sizeof record.data));
+  szString.format(kSideBandFailure, upper ? socket : 9 - socket, board.szOwn, socket, board.szReporter,
+                  record.wr_op, GetBigEndianValue(record.addr, sizeof(record.addr)), record.err_code,
+                  GetBigEndianValue(record.data, sizeof(record.data)));
 }
 
 void TranslateDs2Access(EventText &szString, const EVT_DS2_ACCESS_TYPE &record, const KrxBoard &board) {
-  szString.Format(kAccessFailure, GetSourceModule(record), board.szReporter, record.ds2_port_wr_op,
-                  GetBigEndianValue(record.addr_lsh, sizeof record.addr_lsh),
-                  GetBigEndianValue(record.addr_msh, sizeof record.addr_msh), record.rsp_code);
+  szString.format(kAccessFailure, GetSourceModule(record), board.szReporter, record.ds2_port_wr_op,
+                  GetBigEndianValue(record.addr_lsh, sizeof(record.addr_lsh)),
+                  GetBigEndianValue(record.addr_msh, sizeof(record.addr_msh)), record.rsp_code);
 }
 
 void TranslateCpuSkuError(EventText &szString, const EVT_KRX_CPU_SKU_ERROR &record, const KrxBoard &board) {
   const bool unsupported = record.cpu_sku_unsupported_map != 0;
   const auto sockets = GetSockets(unsupported ? record.cpu_sku_unsupported_map : record.cpu_sku_mismatch_map,
                                   "   Upper Tray, Processor(s)", "   Lower Tray, Processor(s)");
-  szString.Format(kProcessorConfiguration, unsupported ? "Unsupported" : "Mismatched", sockets[0], sockets[1],
+  szString.format(kProcessorConfiguration, unsupported ? "Unsupported" : "Mismatched", sockets[0], sockets[1],
                   sockets[2], sockets[3], sockets[4], sockets[5], sockets[6], sockets[7], sockets[8],
                   sockets[9], board.szReporter, record.cpu_sku_mismatch_map,
-                  GetBigEndianValue(record.cpu_mpsup, sizeof record.cpu_mpsup),
-                  GetBigEndianValue(record.cpu_qpi_speed, sizeof record.cpu_qpi_speed));
+                  GetBigEndianValue(record.cpu_mpsup, sizeof(record.cpu_mpsup)),
+                  GetBigEndianValue(record.cpu_qpi_speed, sizeof(record.cpu_qpi_speed)));
 }
 
-/// The socket index is not checked: one that no board has shows the numbers that it leads to.
+// The socket index is not checked: one that no board has shows the numbers that it leads to.
 void TranslateSysSocket(EventText &szString, const EVT_KRX_SYS_SOCKET &record, const KrxBoard &board) {
   const bool lower = record.krx_board == kLowerBoard;
   const int index = record.data_item;
-  szString.Format(kInitializationFailure, lower ? index + 5 : index + 1, board.szOwn,
+  szString.format(kInitializationFailure, lower ? index + 5 : index + 1, board.szOwn,
                   lower ? 4 - index : index + 1, board.szReporter);
 }
 
@@ -182,26 +182,26 @@ void TranslateQpiLinkTraining(EventText &szString, const EVT_KRX_LINK_TRAINING_E
                               const KrxBoard &board) {
   const bool upper = record.krx_board == kUpperBoard;
   const int chip = record.chip_index;
-  const auto socket = static_cast<std::uint8_t>(upper ? chip + 1 : 4 - chip);
-  const auto proc = static_cast<std::uint8_t>(upper ? chip + 1 : 5 + chip);
-  const auto row = static_cast<std::uint8_t>(upper ? chip : 7 - chip);
+  const auto socket = static_cast<uint8_t>(upper ? chip + 1 : 4 - chip);
+  const auto proc = static_cast<uint8_t>(upper ? chip + 1 : 5 + chip);
+  const auto row = static_cast<uint8_t>(upper ? chip : 7 - chip);
   const char *const partner =
       row < std::size(kQpiPartners) ? kQpiPartners[row].szPort[record.port_index & 3] : szUnknown;
   switch (record.link_status) {
     case 2:
-      szString.Format(kQpiReducedWidth, proc, board.szOwn, socket, partner, board.szReporter,
+      szString.format(kQpiReducedWidth, proc, board.szOwn, socket, partner, board.szReporter,
                       record.link_status);
       break;
     case 3:
     case 4:
-      szString.Format(kQpiTrainingFailure, proc, board.szOwn, socket, partner, board.szReporter,
+      szString.format(kQpiTrainingFailure, proc, board.szOwn, socket, partner, board.szReporter,
                       record.link_status);
       break;
-    default: szString.Format("KRX event %d occurred", 7); break;
+    default: szString.format("KRX event %d occurred", 7); break;
   }
 }
 
-/// The fabric port of a link; null when there is no such chip, port or board.
+// The fabric port of a link; null when there is no such chip, port or board.
 const FabricPort *GetFabricPort(const EVT_KRX_LINK_TRAINING_ERROR &record) {
   const bool known_board = record.krx_board == kUpperBoard || record.krx_board == kLowerBoard;
   if (!known_board || record.chip_index >= std::size(kFabricPorts) ||
@@ -215,25 +215,25 @@ void TranslateFabricLinkTraining(EventText &szString, const EVT_KRX_LINK_TRAININ
                                  const KrxBoard &board) {
   const FabricPort *const port = GetFabricPort(record);
   if (port == nullptr) {
-    szString.Format(kUnknownFabricPort, board.szReporter, record.chip_index, record.port_index,
+    szString.format(kUnknownFabricPort, board.szReporter, record.chip_index, record.port_index,
                     record.link_status);
     return;
   }
   const int krx = record.chip_index + 1;
   if (record.link_status == 3) {
-    szString.Format(kFabricTrainingFailure, port->szType, board.szOwn, krx, port->szOwnPort, board.szOther,
+    szString.format(kFabricTrainingFailure, port->szType, board.szOwn, krx, port->szOwnPort, board.szOther,
                     krx, port->szPartnerPort, board.szReporter, record.link_status);
   } else {
-    szString.Format(kFabricReducedBandwidth, port->szType, board.szOwn, krx, port->szOwnPort, board.szOther,
+    szString.format(kFabricReducedBandwidth, port->szType, board.szOwn, krx, port->szOwnPort, board.szOther,
                     krx, port->szPartnerPort, board.szReporter, record.link_status);
   }
 }
 
 void TranslateSocketCount(EventText &szString, const EVT_KRX_SYS_SOCKET &record, const KrxBoard &board) {
   if (record.data_item == 0) {
-    szString.Format(kNoProcessors, board.szReporter);
+    szString.format(kNoProcessors, board.szReporter);
   } else {
-    szString.Format(kFewerSockets, record.data_item, board.szReporter);
+    szString.format(kFewerSockets, record.data_item, board.szReporter);
   }
 }
 
@@ -241,7 +241,7 @@ void TranslateSocketDisablement(EventText &szString, const EVT_KRX_SOCKET_DISABL
                                 const KrxBoard &board) {
   const auto sockets =
       GetSockets(record.error_socket, "Upper Tray, Processor(s)", "Lower Tray, Processor(s)");
-  szString.Format(kSocketsDisabled, sockets[0], sockets[1], sockets[2], sockets[3], sockets[4], sockets[5],
+  szString.format(kSocketsDisabled, sockets[0], sockets[1], sockets[2], sockets[3], sockets[4], sockets[5],
                   sockets[6], sockets[7], sockets[8], sockets[9], board.szReporter, record.error_cause,
                   record.sockets_noerror_reg, record.sockets_enabled_reg, record.sockets_noerror_reg_prev,
                   record.sockets_enabled_reg_prev);
@@ -250,7 +250,7 @@ void TranslateSocketDisablement(EventText &szString, const EVT_KRX_SOCKET_DISABL
 void TranslateIoDisablement(EventText &szString, const EVT_KRX_IO_DISABLEMENT &record,
                             const KrxBoard &board) {
   static constexpr const char *kIoBoards[] = {"Main IO", "Sub IO", "Low Profile (LP) IO"};
-  szString.Format("%s disabled by %s KRX board service processor. Details: 0x%02X 0x%02X 0x%02X",
+  szString.format("%s disabled by %s KRX board service processor. Details: 0x%02X 0x%02X 0x%02X",
                   Lookup(kIoBoards, record.error_io, "Unrecognized IO Board"), board.szReporter,
                   record.error_cause, record.io_reg, record.io_reg_prev);
 }
@@ -264,19 +264,19 @@ int GetRomErrorChip(const EVT_KRX_ROM_ERROR &record) {
   return (record.krx_number & 1) + 1;
 }
 
-/// Appends the record's bytes from offset `first` up to its length, which may claim more than the payload.
-void AppendDetails(EventText &szString, const EVT_FREE_FORM &payload, std::size_t first) {
-  const std::size_t end = std::min<std::size_t>(payload.KRX_Rom_Error.byte_count, sizeof payload);
-  for (std::size_t i = first; i < end; ++i) {
-    szString.Format(" 0x%02x", payload.ExtendDataSize[i]);
+// Appends the record's bytes from offset `first` up to its length, which may claim more than the payload.
+void AppendDetails(EventText &szString, const EVT_FREE_FORM &payload, size_t first) {
+  const size_t end = std::min<size_t>(payload.KRX_Rom_Error.byte_count, sizeof(payload));
+  for (size_t i = first; i < end; ++i) {
+    szString.format(" 0x%02x", payload.ExtendDataSize[i]);
   }
 }
 
-constexpr std::size_t kRomErrorData = offsetof(EVT_KRX_ROM_ERROR, data);
+constexpr size_t kRomErrorData = offsetof(EVT_KRX_ROM_ERROR, data);
 
 }  // namespace
 
-void TranslateClass25(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+void TranslateClass25(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   const KrxBoard board = GetKrxBoard(pEventData->KRX_Generic.board);
   const EVT_KRX_FAULT &fault = pEventData->KRX_Fault;
   const EVT_KRX_ROM_ERROR &rom_error = pEventData->KRX_Rom_Error;
@@ -287,55 +287,55 @@ void TranslateClass25(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData,
     case 6: TranslateSysSocket(szString, pEventData->KRX_Socket, board); break;
     case 7: TranslateQpiLinkTraining(szString, pEventData->KRX_Link_Error, board); break;
     case 8: TranslateFabricLinkTraining(szString, pEventData->KRX_Link_Error, board); break;
-    case 9: szString.Format(kCubeTimeout, board.szOther, board.szReporter); break;
-    case 10: szString.Format(kCubeNotDetected, board.szOther, board.szReporter); break;
+    case 9: szString.format(kCubeTimeout, board.szOther, board.szReporter); break;
+    case 10: szString.format(kCubeNotDetected, board.szOther, board.szReporter); break;
     case 52:
-      szString.Format("System initialization failure reported by %s KRX board service processor",
+      szString.format("System initialization failure reported by %s KRX board service processor",
                       board.szReporter);
       break;
     case 53: TranslateSocketCount(szString, pEventData->KRX_Socket, board); break;
     case 57: TranslateSocketDisablement(szString, pEventData->KRX_Socket_Disable, board); break;
     case 64: TranslateIoDisablement(szString, pEventData->KRX_IO_Disable, board); break;
     case 81:
-      szString.Format("Events from %s KRX board server processor were dropped", board.szReporter);
+      szString.format("Events from %s KRX board server processor were dropped", board.szReporter);
       break;
     case 128:
-      szString.Format("Power fault occurred on %s KRX board. Details: 0x%02X", board.szReporter,
+      szString.format("Power fault occurred on %s KRX board. Details: 0x%02X", board.szReporter,
                       fault.faultByte);
       break;
     case 129:
-      szString.Format("Reset occurred on %s KRX board service processor. Details: 0x%02X", board.szReporter,
+      szString.format("Reset occurred on %s KRX board service processor. Details: 0x%02X", board.szReporter,
                       fault.faultByte);
       break;
     case 130:
-      szString.Format("%s KRX board service processor initialization fault. Details: 0x%02X",
+      szString.format("%s KRX board service processor initialization fault. Details: 0x%02X",
                       board.szReporter, fault.faultByte);
       break;
     case 131:
-      szString.Format("Unexpected %s KRX board service processor FPGA Reconfiguration", board.szReporter);
+      szString.format("Unexpected %s KRX board service processor FPGA Reconfiguration", board.szReporter);
       break;
-    case 132: szString.Format("KRX %s board service processor is not available", board.szReporter); break;
+    case 132: szString.format("KRX %s board service processor is not available", board.szReporter); break;
     case 192:
-      szString.Format("Uncorrectable error detected on %s KRX Board, KRX %d. Details:",
+      szString.format("Uncorrectable error detected on %s KRX Board, KRX %d. Details:",
                       GetRomErrorBoard(rom_error), GetRomErrorChip(rom_error));
       AppendDetails(szString, *pEventData, kRomErrorData);
       break;
     case 193:
-      szString.Format("Correctable error detected on %s KRX Board, KRX %d. Details:",
+      szString.format("Correctable error detected on %s KRX Board, KRX %d. Details:",
                       GetRomErrorBoard(rom_error), GetRomErrorChip(rom_error));
       AppendDetails(szString, *pEventData, kRomErrorData);
       break;
     case 196:
-      szString.Format("Uncorrectable fabric error detected on %s KRX Board, KRX %d, link %d. Details:",
+      szString.format("Uncorrectable fabric error detected on %s KRX Board, KRX %d, link %d. Details:",
                       GetRomErrorBoard(rom_error), GetRomErrorChip(rom_error), rom_error.data[0]);
       AppendDetails(szString, *pEventData, kRomErrorData + 1);
       break;
     case 197:
-      szString.Format("Correctable fabric error detected on %s KRX Board, KRX %d, link %d. Details:",
+      szString.format("Correctable fabric error detected on %s KRX Board, KRX %d, link %d. Details:",
                       GetRomErrorBoard(rom_error), GetRomErrorChip(rom_error), rom_error.data[0]);
       AppendDetails(szString, *pEventData, kRomErrorData + 1);
       break;
-    default: szString.Format("Unknown KRX event occurred, Code 0x%02X", wEventCode); break;
+    default: szString.format("Unknown KRX event occurred, Code 0x%02X", wEventCode); break;
   }
 }
 

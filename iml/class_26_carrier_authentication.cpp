@@ -6,15 +6,14 @@ namespace iml {
 namespace {
 
 void TranslateCarrierAuthFailure(EventText &szString, const EVT_SAS_ARRAY_DEV_FAILURE &record) {
-  szString.Format("%s Storage Enclosure Device Not Authenticated As Genuine (Bay %u, Box %u, Port %s, %s)",
-                  GetInternalExternal(record.Chassis), record.bBay, record.bBox,
-                  GetSASPort(Scratch(), record.szPortID),
-                  GetSlotChassisSun(Scratch(), record.szChassis_Sun, record.Chassis.bId));
+  szString.format("%s Storage Enclosure Device Not Authenticated As Genuine (Bay %u, Box %u, Port %s, %s)",
+                  GetInternalExternal(record.Chassis), record.bBay, record.bBox, GetSASPort(record.szPortID),
+                  GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
 }
 
 }  // namespace
 
-void TranslateClass26(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+void TranslateClass26(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   if (wEventCode == 1) {
     TranslateCarrierAuthFailure(szString, pEventData->ArrayDevSas);
   }

@@ -3,18 +3,18 @@
 
 namespace iml {
 
-void TranslateClass27(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+void TranslateClass27(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
     case 1:
-      szString.Append("Processor(s) Operating at Reduced Performance Level Due to a Low Power Cap");
+      szString.append("Processor(s) Operating at Reduced Performance Level Due to a Low Power Cap");
       break;
-    case 2: szString.Append("Power Cap Cannot Be Reached With Current System Configuration"); break;
+    case 2: szString.append("Power Cap Cannot Be Reached With Current System Configuration"); break;
     case 3:
-      szString.Format("Power Cap Cannot Be Reached With Current System Configuration (Power Cap %dW)",
+      szString.format("Power Cap Cannot Be Reached With Current System Configuration (Power Cap %dW)",
                       pEventData->PowerCapUnreachableValue.wCurrentPowerCap);
       break;
     case 4:
-      szString.Append(
+      szString.append(
           "Power allocation not optimized. Increased power allocation requested. Server performance is not "
           "degraded.");
       break;

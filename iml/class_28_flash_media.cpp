@@ -3,9 +3,9 @@
 
 namespace iml {
 
-void TranslateClass28(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+void TranslateClass28(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
-    case 1: szString.Format("Boot From Flash Error (%s)", pEventData->FmBootFromFlashErr.cText); break;
+    case 1: szString.format("Boot From Flash Error (%s)", pEventData->FmBootFromFlashErr.cText); break;
     default: break;
   }
 }

@@ -4,10 +4,10 @@
 
 namespace iml {
 
-void TranslateClass29(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+void TranslateClass29(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
     case 1:
-      szString.Format("Improperly seated or missing device (%s%s)",
+      szString.format("Improperly seated or missing device (%s%s)",
                       GetInterlockType(pEventData->InterlockDevNotSeated.bInterType),
                       pEventData->InterlockDevNotSeated.cText);
       break;

@@ -9,35 +9,35 @@
 
 namespace iml {
 
-void TranslateClass02(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
-void TranslateClass03(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
-void TranslateClass04(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
-void TranslateClass05(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
-void TranslateClass06(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
-void TranslateClass07(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
-void TranslateClass08(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
-void TranslateClass09(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
-void TranslateClass0A(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
-/// `bDataLength` is the record's length without its header, as a signed byte.
-void TranslateClass0B(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString,
-                      std::int8_t bDataLength);
-void TranslateClass0D(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
-void TranslateClass0E(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
-void TranslateClass11(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
-void TranslateClass12(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
-void TranslateClass13(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
-void TranslateClass14(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
-void TranslateClass20(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
-void TranslateClass21(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
-void TranslateClass22(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
-void TranslateClass25(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
-void TranslateClass26(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
-void TranslateClass27(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
-void TranslateClass28(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
-void TranslateClass29(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
-void TranslateClass2A(std::uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
+void TranslateClass02(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
+void TranslateClass03(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
+void TranslateClass04(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
+void TranslateClass05(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
+void TranslateClass06(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
+void TranslateClass07(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
+void TranslateClass08(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
+void TranslateClass09(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
+void TranslateClass0A(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
+// `bDataLength` is the record's length without its header, as a signed byte.
+void TranslateClass0B(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString,
+                      int8_t bDataLength);
+void TranslateClass0D(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
+void TranslateClass0E(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
+void TranslateClass11(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
+void TranslateClass12(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
+void TranslateClass13(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
+void TranslateClass14(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
+void TranslateClass20(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
+void TranslateClass21(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
+void TranslateClass22(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
+void TranslateClass25(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
+void TranslateClass26(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
+void TranslateClass27(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
+void TranslateClass28(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
+void TranslateClass29(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
+void TranslateClass2A(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
 
-/// The event that classes 0x06 and 0x14 share.
+// The event that classes 0x06 and 0x14 share.
 void TranslateChipsetError(EventText &szString, const EVT_UNCORRECTABLE_CHIPSET_ERROR &record);
 
 }  // namespace iml

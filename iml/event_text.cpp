@@ -1,115 +1,103 @@
 #include "iml/event_text.h"
 
-#include <algorithm>
-#include <cstdarg>
 #include <cstring>
-#include <limits>
 
 namespace iml {
-
 namespace {
 
-constexpr unsigned kWidest = 10;  // digits of a number: no event text pads further
-constexpr unsigned kNoPrecision = std::numeric_limits<unsigned>::max();
-
-unsigned ReadDigits(const char *&p) {
-  unsigned value = 0;
-  while (*p >= '0' && *p <= '9') {
-    value = value * 10 + static_cast<unsigned>(*p++ - '0');
+// How many digits a number has at least; zeros make up for those that it lacks.
+size_t least_digits(const Directive &directive, bool negative) {
+  if (directive.has_precision) {
+    return directive.precision;
   }
-  return value;
+  return directive.zeros && !directive.left && directive.width != 0 ? directive.width - (negative ? 1U : 0U)
+                                                                    : 0;
 }
 
 }  // namespace
 
-EventText::EventText(char *szString, std::size_t ulSize)
-    : begin_(szString), next_(szString), last_(ulSize == 0 ? nullptr : szString + ulSize - 1) {
-  if (last_ != nullptr) {
-    *next_ = '\0';
-  }
-}
-
-void EventText::Append(std::string_view text) {
-  if (last_ == nullptr) {
+void EventText::append(std::string_view text) {
+  if (size_ == 0) {
     return;
   }
-  const std::size_t size = std::min(text.size(), static_cast<std::size_t>(last_ - next_));
-  std::memcpy(next_, text.data(), size);
-  next_ += size;
-  *next_ = '\0';
+  const size_t length = std::min<size_t>(text.size(), size_ - 1 - length_);
+  memcpy(buffer_ + length_, text.data(), length);
+  length_ += static_cast<uint32_t>(length);
+  buffer_[length_] = '\0';
 }
 
-void EventText::AppendNumber(unsigned value, bool negative, unsigned base, bool upper_case, unsigned width) {
-  const char *const digits = upper_case ? "0123456789ABCDEF" : "0123456789abcdef";
+void EventText::append_padded(const Directive &directive, std::string_view text) {
+  static constexpr std::string_view kBlanks = "                                ";
+  static_assert(kBlanks.size() == kWidest);
+  const size_t blanks = directive.width > text.size() ? directive.width - text.size() : 0;
+  if (blanks != 0 && !directive.left) {
+    append(kBlanks.substr(0, blanks));
+  }
+  append(text);
+  if (blanks != 0 && directive.left) {
+    append(kBlanks.substr(0, blanks));
+  }
+}
+
+void EventText::append_number(const Directive &directive, uint32_t magnitude, bool negative) {
+  const char *const digits = directive.conversion == 'X' ? "0123456789ABCDEF" : "0123456789abcdef";
+  const unsigned base = directive.conversion == 'x' || directive.conversion == 'X' ? 16 : 10;
   char number[kWidest + 1];  // and a sign
-  char *const end = number + sizeof number;
+  char *const end = number + sizeof(number);
   char *first = end;
   do {
-    *--first = digits[value % base];
-    value /= base;
-  } while (value != 0);
-  for (width = std::min(width, kWidest); static_cast<unsigned>(end - first) < width;) {
+    *--first = digits[magnitude % base];
+    magnitude /= base;
+  } while (magnitude != 0);
+  const size_t least = least_digits(directive, negative);
+  while (static_cast<size_t>(end - first) < least) {
     *--first = '0';
   }
   if (negative) {
     *--first = '-';
   }
-  Append({first, static_cast<std::size_t>(end - first)});
+  append_padded(directive, {first, static_cast<size_t>(end - first)});
 }
 
-void EventText::Format(const char *szFormat, ...) {
-  va_list args;
-  va_start(args, szFormat);
-  for (const char *p = szFormat;;) {
-    const char *const directive = strchrnul(p, '%');
-    Append({p, static_cast<std::size_t>(directive - p)});
-    if (*directive == '\0') {
+void EventText::write(const char *format, const Argument *argument) {
+  for (const char *p = format;;) {
+    const char *const percent = strchrnul(p, '%');
+    if (percent != p) {
+      append({p, static_cast<size_t>(percent - p)});
+    }
+    if (*percent == '\0') {
       break;
     }
-    p = directive + 1;
-    const unsigned width = ReadDigits(p);
-    unsigned precision = kNoPrecision;
-    if (*p == '.') {
-      precision = ReadDigits(++p);
+    p = percent + 1;
+    if (*p == 's') {  // most directives
+      append(argument++->text());
+      ++p;
+      continue;
     }
-    switch (*p++) {
+    const Directive directive = parse_directive(p);
+    switch (directive.conversion) {
       case 's': {
-        const char *const text = va_arg(args, const char *);
-        Append({text, strnlen(text, precision)});
+        const char *const text = argument->text();
+        ++argument;
+        append_padded(directive,
+                      {text, directive.has_precision ? strnlen(text, directive.precision) : strlen(text)});
         break;
       }
       case 'c': {
-        // A zero character ends the text that it is put into, so it adds nothing.
-        const char c = static_cast<char>(va_arg(args, int));
-        Append({&c, c == '\0' ? 0U : 1U});
+        const char c = static_cast<char>(argument++->number());
+        append({&c, c == '\0' ? 0U : 1U});  // a zero character would end the text that it is put into
         break;
       }
-      case 'u': AppendNumber(va_arg(args, unsigned), false, 10, false, width); break;
       case 'd': {
-        const int value = va_arg(args, int);
-        const unsigned magnitude = static_cast<unsigned>(value);
-        AppendNumber(value < 0 ? 0U - magnitude : magnitude, value < 0, 10, false, width);
+        const uint32_t value = argument++->number();
+        const bool negative = static_cast<int32_t>(value) < 0;
+        append_number(directive, negative ? 0U - value : value, negative);
         break;
       }
-      case 'x': AppendNumber(va_arg(args, unsigned), false, 16, false, width); break;
-      case 'X': AppendNumber(va_arg(args, unsigned), false, 16, true, width); break;
-      case '%': Append("%"); break;
-      default:
-        __builtin_trap();  // a directive that is not known here, which the first test of its message meets
+      case '%': append("%"); break;
+      default: append_number(directive, argument++->number(), false); break;
     }
   }
-  va_end(args);
-}
-
-void EventText::FormatTexts(const char *szFormat, std::span<const char *const> texts) {
-  const char *p = szFormat;
-  for (const char *const text : texts) {
-    const char *const directive = strchrnul(p, '%');  // always found: Wording has counted them
-    Append({p, static_cast<std::size_t>(directive - p)});
-    Append(text);
-    p = directive + 2;
-  }
-  Append(p);
 }
 
 }  // namespace iml

@@ -1,108 +1,250 @@
-// The one place where the translator writes: a caller's
-// buffer with its bound, and the formats that tables hold.
+// The one place where the translator writes: texts of bounded size, and formats that are checked when
+// compiling.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
-#include <span>
+#include <cstdint>
 #include <string_view>
+#include <type_traits>
 
 namespace iml {
 
-/// Stops the compilation of a table whose format does not show as many texts as its place demands.
-void WordingHasWrongPlaceholders();
+// One directive of a format. The known ones, which print what printf prints:
+//   %s with a width, also to the left ('-'), and a precision, which cuts the text
+//   %c, where a zero character prints nothing
+//   %d %u %x %X with a width, padded by blanks, also to the left, or by zeros ('0'), or with a precision
+//   %%
+struct Directive {
+  bool left = false;
+  bool zeros = false;
+  bool has_precision = false;
+  unsigned width = 0;
+  unsigned precision = 0;
+  char conversion = '\0';
+};
 
-/// A format kept in a table: exactly `Texts` directives, each "%s".
-template <std::size_t Texts>
+// The largest width of a directive, and the largest precision of a number.
+inline constexpr unsigned kWidest = 32;
+
+constexpr unsigned parse_number(const char *&p) {
+  unsigned value = 0;
+  while (*p >= '0' && *p <= '9') {
+    value = value * 10 + static_cast<unsigned>(*p++ - '0');
+  }
+  return value;
+}
+
+// Reads the directive after a '%' and moves `p` behind it; at the end of the format it stays there.
+constexpr Directive parse_directive(const char *&p) {
+  Directive directive;
+  for (; *p == '-' || *p == '0'; ++p) {
+    (*p == '-' ? directive.left : directive.zeros) = true;
+  }
+  directive.width = parse_number(p);
+  if (*p == '.') {
+    directive.has_precision = true;
+    directive.precision = parse_number(++p);
+  }
+  directive.conversion = *p;
+  if (*p != '\0') {
+    ++p;
+  }
+  return directive;
+}
+
+// What a directive can print.
+enum class ArgumentKind {
+  kOther,
+  kText,
+  kCharacter,
+  kSigned,    // %d
+  kUnsigned,  // %u %x %X
+  kSmall,     // unsigned and smaller than an int: all four
+};
+
+template <class T>
+constexpr ArgumentKind kind_of() {
+  if (std::is_same_v<T, const char *> || std::is_same_v<T, char *>) {
+    return ArgumentKind::kText;
+  }
+  if (std::is_same_v<T, char>) {
+    return ArgumentKind::kCharacter;
+  }
+  if (!std::is_integral_v<T> || std::is_same_v<T, bool> || sizeof(T) > sizeof(uint32_t)) {
+    return ArgumentKind::kOther;
+  }
+  if (std::is_signed_v<T>) {
+    return ArgumentKind::kSigned;
+  }
+  return sizeof(T) < sizeof(int) ? ArgumentKind::kSmall : ArgumentKind::kUnsigned;
+}
+
+// True for a known directive that prints an argument of this kind.
+constexpr bool directive_fits(const Directive &directive, ArgumentKind kind) {
+  const bool padded = directive.left || directive.zeros || directive.has_precision || directive.width != 0;
+  const bool number_fits = directive.width <= kWidest && directive.precision <= kWidest &&
+                           !(directive.has_precision && directive.precision == 0);
+  switch (directive.conversion) {
+    case 's': return kind == ArgumentKind::kText && directive.width <= kWidest && !directive.zeros;
+    case 'c': return kind == ArgumentKind::kCharacter && !padded;
+    case 'd': return (kind == ArgumentKind::kSigned || kind == ArgumentKind::kSmall) && number_fits;
+    case 'u':
+    case 'x':
+    case 'X': return (kind == ArgumentKind::kUnsigned || kind == ArgumentKind::kSmall) && number_fits;
+    default: return false;
+  }
+}
+
+// True when the directives of a format print `count` arguments of these kinds, in order and none besides.
+constexpr bool format_fits(const char *format, const ArgumentKind *kinds, size_t count) {
+  size_t used = 0;
+  for (const char *p = format; *p != '\0';) {
+    if (*p++ != '%') {
+      continue;
+    }
+    if (*p == '%') {
+      ++p;
+    } else if (used == count || !directive_fits(parse_directive(p), kinds[used++])) {
+      return false;
+    }
+  }
+  return used == count;
+}
+
+template <class... Args>
+constexpr bool format_fits(const char *format) {
+  const ArgumentKind kinds[] = {kind_of<Args>()..., ArgumentKind::kOther};
+  return format_fits(format, kinds, sizeof...(Args));
+}
+
+// Not constexpr on purpose: calling it from a consteval constructor fails the build.
+void format_does_not_fit_its_arguments();
+
+// A format whose directives print arguments of the types `Args`. Another one does not compile.
+template <class... Args>
+struct Format {
+  consteval Format(const char *format) : literal(format) {
+    if (!format_fits<Args...>(format)) {
+      format_does_not_fit_its_arguments();
+    }
+  }
+
+  const char *literal;
+};
+
+// A format kept in a table: it prints `Texts` texts.
+template <size_t Texts>
 struct Wording {
-  consteval Wording(const char *szWording) : szFormat(szWording) {
-    std::size_t directives = 0;
-    for (const char *p = szWording; *p != '\0'; ++p) {
-      if (*p != '%') {
-        continue;
-      }
-      ++directives;
-      if (*++p != 's') {
-        WordingHasWrongPlaceholders();
-      }
-    }
-    if (directives != Texts) {
-      WordingHasWrongPlaceholders();
+  consteval Wording(const char *format) : literal(format) {
+    ArgumentKind kinds[Texts + 1] = {};
+    std::fill_n(kinds, Texts, ArgumentKind::kText);
+    if (!format_fits(format, kinds, Texts)) {
+      format_does_not_fit_its_arguments();
     }
   }
 
-  const char *szFormat;
+  const char *literal;
 };
 
-/// Room for one text while a message is put together: a temporary in the call
-/// that fills it lives until the message is written. It holds the longest
-/// text that a record can yield, with its frame, and is left uninitialised.
-class Scratch {
+// An argument as the formatter takes it: a text or a number, the directive knows which.
+class Argument {
  public:
-  static constexpr std::size_t kSize = 320;
+  constexpr Argument() : text_(nullptr) {}
+  constexpr Argument(const char *text) : text_(text) {}
+  template <class T>
+  requires std::is_integral_v<T>
+  constexpr Argument(T number) : number_(static_cast<uint32_t>(number)) {}
 
-  Scratch() {}  // not defaulted: `Scratch()` would clear the buffer
-
-  char *Buffer() {
-    return sz_;
+  [[nodiscard]] constexpr const char *text() const {
+    return text_;
+  }
+  // Also a character, and a negative number in two's complement.
+  [[nodiscard]] constexpr uint32_t number() const {
+    return number_;
   }
 
  private:
-  char sz_[kSize];
+  union {
+    const char *text_;
+    uint32_t number_;
+  };
 };
 
-/// A scratch buffer as the helpers take it, named or temporary.
-class ScratchRef {
- public:
-  ScratchRef(Scratch &scratch) : sz_(scratch.Buffer()) {}
-  ScratchRef(Scratch &&scratch) : sz_(scratch.Buffer()) {}
-
-  [[nodiscard]] char *Buffer() const {
-    return sz_;
-  }
-
- private:
-  char *sz_;  // Scratch::kSize bytes
-};
-
-/// A text that grows inside a buffer of fixed size. It is terminated after every call; what does not fit is
-/// dropped, so a text is cut once, at the buffer's size - 1 characters.
+// A text that grows inside a buffer of fixed size. It is terminated after every call; what does not fit is
+// dropped, so a text is cut once, at the buffer's size - 1 characters.
 class EventText {
  public:
-  /// Starts an empty text in `ulSize` bytes at `szString`. With a size of 0 nothing is ever written.
-  EventText(char *szString, std::size_t ulSize);
-
-  /// Starts an empty text in a scratch buffer.
-  explicit EventText(ScratchRef scratch) : EventText(scratch.Buffer(), Scratch::kSize) {}
+  // Starts an empty text in the `size` bytes at `buffer`. With a size of 0 nothing is ever written.
+  EventText(char *buffer, uint32_t size) : buffer_(buffer), length_(0), size_(size) {
+    if (size != 0) {
+      *buffer = '\0';
+    }
+  }
 
   EventText(const EventText &) = delete;
   EventText &operator=(const EventText &) = delete;
 
-  /// Appends the formatted text. Of printf's directives it knows those that event texts use: %s with a
-  /// precision, %c, %d and %u, %x and %X with a width padded by zeros, and %%.
-  [[gnu::format(printf, 2, 3)]] void Format(const char *szFormat, ...);
-
-  /// Appends a table's format, filled with `texts` in order.
-  template <std::size_t Texts>
-  void FormatWording(const Wording<Texts> &wording, const std::array<const char *, Texts> &texts) {
-    FormatTexts(wording.szFormat, texts);
+  // Appends the formatted text.
+  template <class... Args>
+  void format(Format<std::type_identity_t<Args>...> checked, Args... args) {
+    const Argument arguments[] = {args..., Argument()};
+    write(checked.literal, arguments);
   }
 
-  /// Appends a text as it is.
-  void Append(std::string_view text);
+  // Appends a table's format, filled with `texts` in order.
+  template <size_t Texts>
+  void format(const Wording<Texts> &wording, const std::array<const char *, Texts> &texts) {
+    Argument arguments[Texts + 1];
+    std::copy(texts.begin(), texts.end(), arguments);
+    write(wording.literal, arguments);
+  }
 
-  /// True as long as nothing has been stored.
-  [[nodiscard]] bool Empty() const {
-    return next_ == begin_;
+  // Appends a text as it is.
+  void append(std::string_view text);
+
+  // True as long as nothing has been stored.
+  [[nodiscard]] bool empty() const {
+    return length_ == 0;
+  }
+
+  // The text so far; null when there is no buffer.
+  [[nodiscard]] const char *c_str() const {
+    return buffer_;
+  }
+
+  [[nodiscard]] std::string_view view() const {
+    return {buffer_, length_};
   }
 
  private:
-  void FormatTexts(const char *szFormat, std::span<const char *const> texts);
-  void AppendNumber(unsigned value, bool negative, unsigned base, bool upper_case, unsigned width);
+  void write(const char *format, const Argument *argument);
+  void append_number(const Directive &directive, uint32_t magnitude, bool negative);
+  void append_padded(const Directive &directive, std::string_view text);
 
-  char *begin_;
-  char *next_;
-  char *last_;  // where the terminator of a full text goes; null when there is no buffer
+  char *buffer_;
+  uint32_t length_;
+  uint32_t size_;
 };
+
+// A text with room of its own for `Size` bytes, terminator included.
+template <size_t Size>
+class OwnText : public EventText {
+ public:
+  OwnText() : EventText(room_, Size) {}
+
+  // The text as an argument that a temporary stands for: it lives until the end of the full expression.
+  EventText &here() {
+    return *this;
+  }
+
+ private:
+  char room_[Size];  // left uninitialised
+};
+
+// A text that is put together for a message: large enough for any text that a payload can yield, with its
+// frame.
+using Scratch = OwnText<320>;
 
 }  // namespace iml

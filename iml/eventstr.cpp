@@ -9,24 +9,24 @@
 namespace iml {
 namespace {
 
-/// The payload, followed by two zero bytes: whatever a record holds, each text in it is terminated, and the
-/// text behind the last one is empty. Decoders read texts through this and need no lengths.
+// The payload, followed by two zero bytes: whatever a record holds, each text in it is terminated, and the
+// text behind the last one is empty. Decoders read texts through this and need no lengths.
 union GuardedPayload {
   explicit GuardedPayload(const EVT_FREE_FORM &payload) {
-    std::memcpy(bytes, &payload, sizeof payload);
-    bytes[sizeof payload] = 0;
-    bytes[sizeof payload + 1] = 0;
+    memcpy(bytes, &payload, sizeof(payload));
+    bytes[sizeof(payload)] = 0;
+    bytes[sizeof(payload) + 1] = 0;
   }
 
   EVT_FREE_FORM Data;
   unsigned char bytes[sizeof(EVT_FREE_FORM) + 2];
 };
 
-void TranslateEventToMessage(std::uint16_t wEventClass, std::uint16_t wEventCode,
-                             const EVT_FREE_FORM *pEventData, EventText &szString, std::int8_t bDataLength) {
+void TranslateEventToMessage(uint16_t wEventClass, uint16_t wEventCode, const EVT_FREE_FORM *pEventData,
+                             EventText &szString, int8_t bDataLength) {
   switch (wEventClass) {
-    case kClassEmpty: szString.Append("Empty"); break;
-    case kClassTest: szString.Append("Reserved"); break;
+    case kClassEmpty: szString.append("Empty"); break;
+    case kClassTest: szString.append("Reserved"); break;
     case kClassMachineEnvironment: TranslateClass02(wEventCode, pEventData, szString); break;
     case kClassMainMemory: TranslateClass03(wEventCode, pEventData, szString); break;
     case kClassCacheMemory: TranslateClass04(wEventCode, pEventData, szString); break;
@@ -56,21 +56,21 @@ void TranslateEventToMessage(std::uint16_t wEventClass, std::uint16_t wEventCode
   }
 }
 
-/// Sets all of a caller's buffer to zero.
-void Clear(char *szString, std::uint32_t ulSize) {
+// Sets all of a caller's buffer to zero.
+void Clear(char *szString, uint32_t ulSize) {
   if (ulSize != 0) {  // with a size of 0 there may be no buffer
-    std::memset(szString, 0, ulSize);
+    memset(szString, 0, ulSize);
   }
 }
 
-/// Writes a name, or "Unknown" where there is none. Returns what the entries return.
-std::uint8_t WriteName(const char *szName, char *szString, std::uint32_t ulSize) {
+// Writes a name, or "Unknown" where there is none. Returns what the entries return.
+uint8_t WriteName(const char *szName, char *szString, uint32_t ulSize) {
   Clear(szString, ulSize);
-  EventText(szString, ulSize).Append(szName != nullptr ? szName : szUnknown);
+  EventText(szString, ulSize).append(szName != nullptr ? szName : szUnknown);
   return szName != nullptr ? 1 : 0;
 }
 
-/// Names of the classes, by class code; null for a class without one.
+// Names of the classes, by class code; null for a class without one.
 constexpr const char *kClassNames[] = {
     /* 0x00 */ "Empty",
     /* 0x01 */ "Internal Test",
@@ -116,32 +116,31 @@ constexpr const char *kClassNames[] = {
     /* 0x29 */ "Interlock",
     /* 0x2A */ "Non-Volatile Memory",
 };
-static_assert(sizeof kClassNames / sizeof *kClassNames == 0x2B);
+static_assert(sizeof(kClassNames) / sizeof(*kClassNames) == 0x2B);
 
 }  // namespace
 }  // namespace iml
 
-std::uint8_t TranslateEventLogMessage(const EVT_LOG_ENTRY *pEvtLogEntry, char *szString,
-                                      std::uint32_t ulSize) {
+uint8_t TranslateEventLogMessage(const EVT_LOG_ENTRY *pEvtLogEntry, char *szString, uint32_t ulSize) {
   iml::Clear(szString, ulSize);
   const EVT_HEADER &header = pEvtLogEntry->Hdr;
   const iml::GuardedPayload payload(pEvtLogEntry->Data);
   iml::EventText text(szString, ulSize);
   // The record's length is not trusted anywhere; the one decoder that looks at it sees its low byte, signed.
-  const auto bDataLength = static_cast<std::int8_t>(header.wEvtLength - sizeof(EVT_HEADER));
+  const auto bDataLength = static_cast<int8_t>(header.wEvtLength - sizeof(EVT_HEADER));
   iml::TranslateEventToMessage(header.wClass, header.wCode, &payload.Data, text, bDataLength);
-  if (!text.Empty()) {
+  if (!text.empty()) {
     return 1;
   }
-  text.Format("Unknown Event (Class 0x%02X, Code 0x%02X)", header.wClass, header.wCode);
+  text.format("Unknown Event (Class 0x%02X, Code 0x%02X)", header.wClass, header.wCode);
   return 0;
 }
 
-std::uint8_t TranslateEventLogClass(std::uint16_t wClass, char *szString, std::uint32_t ulSize) {
+uint8_t TranslateEventLogClass(uint16_t wClass, char *szString, uint32_t ulSize) {
   return iml::WriteName(iml::Lookup(iml::kClassNames, wClass, nullptr), szString, ulSize);
 }
 
-std::uint8_t TranslateEventLogSeverity(std::uint8_t bSeverity, char *szString, std::uint32_t ulSize) {
+uint8_t TranslateEventLogSeverity(uint8_t bSeverity, char *szString, uint32_t ulSize) {
   const char *szName = nullptr;
   switch (bSeverity) {
     case kSeverityInformational:

@@ -19,67 +19,67 @@ bool IsLetterOrDigit(char c) {
 }  // namespace
 
 const char *NextText(const char *szText) {
-  return szText + std::strlen(szText) + 1;
+  return szText + strlen(szText) + 1;
 }
 
 void AppendDetail(EventText &szString, const char *szDetail) {
   if (*szDetail != '\0') {
-    szString.Format(", %s", szDetail);
+    szString.format(", %s", szDetail);
   }
 }
 
-const char *Byte2Str(std::uint8_t bValue, ScratchRef szDest) {
+const char *Byte2Str(uint8_t bValue, EventText &szDest) {
   if (bValue == 0xFF) {
     return szUnknown;
   }
-  EventText(szDest).Format("%u", bValue);
-  return szDest.Buffer();
+  szDest.format("%u", bValue);
+  return szDest.c_str();
 }
 
-const char *Char2Str(char bValue, ScratchRef szDest) {
+const char *Char2Str(char bValue, EventText &szDest) {
   if (static_cast<unsigned char>(bValue) == 0xFF) {
     return szUnknown;
   }
-  EventText(szDest).Format("%c", bValue);
-  return szDest.Buffer();
+  szDest.format("%c", bValue);
+  return szDest.c_str();
 }
 
-const char *Dword2Str(std::uint32_t dwValue, ScratchRef szDest) {
+const char *Dword2Str(uint32_t dwValue, EventText &szDest) {
   if (dwValue == 0xFFFFFFFF) {
     return szUnknown;
   }
-  EventText(szDest).Format("%u", dwValue);
-  return szDest.Buffer();
+  szDest.format("%u", dwValue);
+  return szDest.c_str();
 }
 
-const char *Dword2HexStr(std::uint32_t dwValue, ScratchRef szDest) {
-  EventText(szDest).Format("0x%08X", dwValue);
-  return szDest.Buffer();
+const char *Dword2HexStr(uint32_t dwValue, EventText &szDest) {
+  szDest.format("0x%08X", dwValue);
+  return szDest.c_str();
 }
 
-const char *GetTemp(std::uint8_t bTemp, ScratchRef szDest) {
+const char *GetTemp(uint8_t bTemp, EventText &szDest) {
   if (bTemp == 0xFF) {
     return szUnknown;
   }
-  EventText(szDest).Format("%uC", bTemp);
-  return szDest.Buffer();
+  szDest.format("%uC", bTemp);
+  return szDest.c_str();
 }
 
-const char *GetBCDString(std::uint8_t bBCD, ScratchRef pszString) {
-  EventText(pszString).Format("%02x", bBCD);
-  return pszString.Buffer();
+const char *GetBCDString(uint8_t bBCD, EventText &pszString) {
+  pszString.format("%02x", bBCD);
+  return pszString.c_str();
 }
 
-const char *GetLocation(std::uint8_t bLocation) {
+const char *GetLocation(uint8_t bLocation) {
   return Lookup(szLocations, bLocation);
 }
 
-const char *GetTrayType(std::uint8_t bTray) {
+const char *GetTrayType(uint8_t bTray) {
   static constexpr const char *kTrays[] = {szUnknown, "Upper", "Lower"};
   return Lookup(kTrays, bTray);
 }
 
-const char *GetInterlockType(std::uint8_t interType) {
+const char *GetInterlockType(uint8_t interType) {
   static constexpr const char *kTypes[] = {"Unknown interlock type, ", "Standby fault, ", "Runtime fault, ",
                                            "Power on fault, "};
   return Lookup(kTypes, interType, "");
@@ -90,72 +90,69 @@ const char *GetInternalExternal(const EVT_CHASSIS &Chassis) {
   return Lookup(kKinds, Chassis.bType, "");
 }
 
-const char *GetSASPort(ScratchRef szString, const char (&szPortID)[2]) {
+const char *GetSASPort(const char (&szPortID)[2], EventText &szString) {
   // Without its first character the name is empty, whatever the second one is.
-  EventText(szString).Append({szPortID, strnlen(szPortID, sizeof szPortID)});
-  return szString.Buffer();
+  szString.append({szPortID, strnlen(szPortID, sizeof(szPortID))});
+  return szString.c_str();
 }
 
-const char *GetSysChassis(std::uint8_t bChassisId, const char *szChassisName, ScratchRef szDest) {
+const char *GetSysChassis(uint8_t bChassisId, const char *szChassisName, EventText &szDest) {
   if (szChassisName != nullptr && *szChassisName != '\0') {
     return szChassisName;
   }
   return Byte2Str(bChassisId, szDest);
 }
 
-const char *GetChassisEx(const char *pszName, const EVT_CHASSIS &Chassis, ScratchRef pszString) {
-  EventText text(pszString);
+const char *GetChassisEx(const char *pszName, const EVT_CHASSIS &Chassis, EventText &pszString) {
   if (pszName != nullptr && IsLetterOrDigit(*pszName)) {
-    text.Format("Enclosure Serial Number %.16s", pszName);
+    pszString.format("Enclosure Serial Number %.16s", pszName);
   } else {
-    text.Format("Enclosure Address %04X", Chassis.bId * 256U + Chassis.bPort);
+    pszString.format("Enclosure Address %04X", Chassis.bId * 256U + Chassis.bPort);
   }
-  return pszString.Buffer();
+  return pszString.c_str();
 }
 
-const char *GetStorChassis(const char *szChassisName, ScratchRef szDest) {
+const char *GetStorChassis(const char *szChassisName, EventText &szDest) {
   if (*szChassisName == '\0') {
     return "";
   }
-  EventText(szDest).Format("Chassis %s, ", szChassisName);
-  return szDest.Buffer();
+  szDest.format("Chassis %s, ", szChassisName);
+  return szDest.c_str();
 }
 
-const char *GetSlotChassisSun(ScratchRef szString, const char *szChassis_Sun, std::uint8_t bSlotNumber) {
-  EventText text(szString);
-  text.Append(GetStorChassis(szChassis_Sun, Scratch()));
+const char *GetSlotChassisSun(const char *szChassis_Sun, uint8_t bSlotNumber, EventText &szString) {
+  szString.append(GetStorChassis(szChassis_Sun));
   const char *const szSlot = NextText(szChassis_Sun);
   if (*szSlot != '\0') {
-    text.Append(szSlot);
+    szString.append(szSlot);
   } else {
-    text.Format("Slot %s", Byte2Str(bSlotNumber, Scratch()));
+    szString.format("Slot %s", Byte2Str(bSlotNumber));
   }
-  return szString.Buffer();
+  return szString.c_str();
 }
 
-const char *CopyAndReformat(ScratchRef szDest, std::string_view szSrc) {
-  EventText text(szDest);
+const char *CopyAndReformat(std::string_view szSrc, EventText &szDest) {
   while (!szSrc.empty()) {
     if (IsSpace(szSrc.front())) {
       szSrc.remove_prefix(1);
       continue;
     }
-    std::size_t word = 1;
+    size_t word = 1;
     while (word < szSrc.size() && !IsSpace(szSrc[word])) {
       ++word;
     }
-    if (!text.Empty()) {
-      text.Append(" ");
+    if (!szDest.empty()) {
+      szDest.append(" ");
     }
-    text.Append(szSrc.substr(0, word));
+    szDest.append(szSrc.substr(0, word));
     szSrc.remove_prefix(word);
   }
-  return szDest.Buffer();
+  return szDest.c_str();
 }
 
-std::uint32_t GetBigEndianValue(const std::uint8_t *pointer, std::uint8_t size) {
-  std::uint32_t value = 0;
-  for (std::uint8_t i = 0; i < size; ++i) {
+uint32_t GetBigEndianValue(const uint8_t *pointer, uint8_t size) {
+  uint32_t value = 0;
+  for (uint8_t i = 0; i < size; ++i) {
     value = value << 8 | pointer[i];
   }
   return value;

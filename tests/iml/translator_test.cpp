@@ -77,19 +77,36 @@ TEST(TranslatorEntry, NamesClassesAndSeverities) {
 }
 
 TEST(TranslatorHelpers, ChassisWithoutAName) {
-  EXPECT_STREQ(GetSysChassis(254, nullptr, Scratch()), "254");
+  EXPECT_STREQ(GetSysChassis(254, nullptr), "254");
   const EVT_CHASSIS chassis = {4, 0x12, 0x34};
   for (const char *const nameless : {static_cast<const char *>(nullptr), " 5CZ", "\xC0x"}) {
-    EXPECT_STREQ(GetChassisEx(nameless, chassis, Scratch()), "Enclosure Address 1234");
+    EXPECT_STREQ(GetChassisEx(nameless, chassis), "Enclosure Address 1234");
   }
 }
 
 TEST(EventText, FormatsAsPrintfDoes) {
-  char text[128];
+  char text[256];
   EventText sink(text, sizeof text);
-  sink.Format("%s|%.2s|%c%c|%d|%d|%u|%x|%02X|%08X|%04X|100%%", "a", "bcd", 'e', '\0', -2147483647 - 1, -1,
+  sink.format("%s|%.2s|%c%c|%d|%d|%u|%x|%02X|%08X|%04X|100%%|", "a", "bcd", 'e', '\0', -2147483647 - 1, -1,
               4294967295U, 0xABU, 0x5U, 0x1234ABCDU, 0x12345U);
-  EXPECT_STREQ(text, "a|bc|e|-2147483648|-1|4294967295|ab|05|1234ABCD|12345|100%");
+  sink.format("%5d|%-5d|%05d|%-05d|%.4d|%6.4d|%06.4d|", -12, -12, -12, -12, -1, -1, -1);
+  sink.format("%-4s|%4s|%4.1s|%2s|%32s|%.32u", "ab", "ab", "ab", "abc", "x", 7U);
+  EXPECT_EQ(text,
+            "a|bc|e|-2147483648|-1|4294967295|ab|05|1234ABCD|12345|100%|"
+            "  -12|-12  |-0012|-12  |-0001| -0001| -0001|"
+            "ab  |  ab|   a|abc|" +
+                std::string(31, ' ') + "x|" + std::string(31, '0') + "7");
+  EXPECT_EQ(sink.view(), text);
 }
+
+// Formats that do not compile.
+static_assert(format_fits<const char *, uint8_t, uint16_t, int, char>("%s%u%d%d%c"));
+static_assert(!format_fits<uint8_t>("%s") && !format_fits<const char *>("%u") && !format_fits<char>("%u"));
+static_assert(!format_fits<unsigned>("%d") && !format_fits<int>("%u") && !format_fits<int>("%X"));
+static_assert(!format_fits<size_t>("%u") && !format_fits<bool>("%d") && !format_fits<uint8_t>("%c"));
+static_assert(!format_fits<const char *>("%s%s") && !format_fits<int, int>("%d") && !format_fits<int>("%"));
+static_assert(!format_fits<int>("%ld") && !format_fits<int>("%+d") && !format_fits<int, int>("%*d"));
+static_assert(!format_fits<char>("%2c") && !format_fits<const char *>("%02s") && !format_fits<int>("%.d"));
+static_assert(!format_fits<int>("%33d") && !format_fits<int>("%.33d") && !format_fits<const char *>("%33s"));
 
 }  // namespace
