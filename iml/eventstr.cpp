@@ -11,16 +11,11 @@ namespace {
 
 // The payload, followed by two zero bytes: whatever a record holds, each text in it is terminated, and the
 // text behind the last one is empty. Decoders read texts through this and need no lengths.
-union GuardedPayload {
-  explicit GuardedPayload(const EVT_FREE_FORM &payload) {
-    memcpy(bytes, &payload, sizeof(payload));
-    bytes[sizeof(payload)] = 0;
-    bytes[sizeof(payload) + 1] = 0;
-  }
-
+struct GuardedPayload {
   EVT_FREE_FORM Data;
-  unsigned char bytes[sizeof(EVT_FREE_FORM) + 2];
+  char ends[2];
 };
+static_assert(sizeof(GuardedPayload) == sizeof(EVT_FREE_FORM) + 2);
 
 void TranslateEventToMessage(uint16_t wEventClass, uint16_t wEventCode, const EVT_FREE_FORM *pEventData,
                              EventText &szString, int8_t bDataLength) {
@@ -124,7 +119,7 @@ static_assert(sizeof(kClassNames) / sizeof(*kClassNames) == 0x2B);
 uint8_t TranslateEventLogMessage(const EVT_LOG_ENTRY *pEvtLogEntry, char *szString, uint32_t ulSize) {
   iml::Clear(szString, ulSize);
   const EVT_HEADER &header = pEvtLogEntry->Hdr;
-  const iml::GuardedPayload payload(pEvtLogEntry->Data);
+  const iml::GuardedPayload payload = {pEvtLogEntry->Data, {}};
   iml::EventText text(szString, ulSize);
   // The record's length is not trusted anywhere; the one decoder that looks at it sees its low byte, signed.
   const auto bDataLength = static_cast<int8_t>(header.wEvtLength - sizeof(EVT_HEADER));
