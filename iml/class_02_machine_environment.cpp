@@ -137,14 +137,12 @@ void TranslateMachCriticalOverheat(EventText &szString, const EVT_MACH_CRIT_OVER
       break;
     case kChassisExternalStorage:
       szString.format(
-          "External Storage System Overheating (%sSlot %s, Temperature Sensor %s, Location %s, Temperature "
-          "%s%s)",
+          "External Storage System Overheating (%sSlot %s, Temperature Sensor %s, Location %s, Temperature %s%s)",
           GetStorChassis(name), Byte2Str(chassis.bId), sensor, location, temperature, suffix);
       break;
     case kChassisInternalStorage:
       szString.format(
-          "Internal Storage System Overheating (%sSlot %s, Temperature Sensor %s, Location %s, Temperature "
-          "%s%s)",
+          "Internal Storage System Overheating (%sSlot %s, Temperature Sensor %s, Location %s, Temperature %s%s)",
           GetStorChassis(name), Byte2Str(chassis.bId), sensor, location, temperature, suffix);
       break;
     case kChassisServerBladeEnclosure:
@@ -211,14 +209,12 @@ void TranslateClass02(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, Even
       break;
     case 0x11:
       szString.format(
-          "Temperature sensor has stopped reporting, Maximum Cooling enabled as a precaution (Temperature "
-          "sensor %d)",
+          "Temperature sensor has stopped reporting, Maximum Cooling enabled as a precaution (Temperature sensor %d)",
           pEventData->MachSensorReports.bSensorId);
       break;
     case 0x12:
       szString.format(
-          "Temperature sensor reporting restored, returning to previous Thermal Configuration (Temperature "
-          "sensor %d)",
+          "Temperature sensor reporting restored, returning to previous Thermal Configuration (Temperature sensor %d)",
           pEventData->MachSensorReports.bSensorId);
       break;
     default: break;

@@ -42,7 +42,6 @@ struct LocationWordings {
   SerialWordings<2> Board;
 };
 
-// clang-format off
 constexpr LocationWordings kCorrectedModuleError = {
     {"Corrected Memory Error threshold exceeded (System Memory)",
      "Corrected Memory Error threshold exceeded (System Memory, Serial Number %s)"},
@@ -78,16 +77,11 @@ constexpr LocationWordings kCorrectedBankError = {
 
 // Each module but the first one of a list.
 constexpr LocationWordings kFurtherCandidate = {
-    {" or (System Memory)",
-     " or (System Memory, Serial Number %s)"},
-    {" or (System Memory, Memory Module %s)",
-     " or (System Memory, Memory Module %s, Serial Number %s)"},
-    {" or (Module Unknown)",
-     " or (Module Unknown, Serial Number %s)"},
-    {" or (Board %s, Memory Module %s)",
-     " or (Board %s, Memory Module %s, Serial Number %s)"},
+    {" or (System Memory)", " or (System Memory, Serial Number %s)"},
+    {" or (System Memory, Memory Module %s)", " or (System Memory, Memory Module %s, Serial Number %s)"},
+    {" or (Module Unknown)", " or (Module Unknown, Serial Number %s)"},
+    {" or (Board %s, Memory Module %s)", " or (Board %s, Memory Module %s, Serial Number %s)"},
 };
-// clang-format on
 
 // `szModule` is the text of `bModule`, a module's number or a bank's letter.
 void FormatLocation(EventText &szString, const LocationWordings &wordings, uint8_t bSlot, uint8_t bModule,
@@ -186,7 +180,6 @@ struct TakeOverWordings {
   const char *szUnlocated;  // where board and bank are unknown; null when that has no wording of its own
 };
 
-// clang-format off
 constexpr TakeOverWordings kModuleSpareEngaged = {
     "Online Spare Memory Copy Process Started for Faulty Module (System Memory, Memory Module %s)",
     "Online Spare Memory Copy Process Started for Faulty Module (Board %s, Memory Module %s)",
@@ -207,7 +200,6 @@ constexpr TakeOverWordings kBankMirrorEngaged = {
     "Mirrored Memory Engaged for Faulty Module (Board %s, Bank %s)",
     "Mirrored Memory Engaged for Faulty Module (Module Unknown)",
 };
-// clang-format on
 
 // The records of a spare and of a mirror are laid out alike. `szModule` as for FormatLocation.
 template <class Record>
@@ -297,15 +289,15 @@ void TranslateMainMemRomDiagFail(EventText &szString, const EVT_MAIN_MEMORY_FAIL
   if (*szSpareNumber != '\0') {
     szSuffix.format(", Spare Number %s", szSpareNumber);
   }
-  // clang-format off
   if (record.flags.bNotIsolated != 0) {
-    szString.format("Uncorrectable Memory Error detected by ROM-based memory validation (unable to isolate to single module) (%sMemory Module %d%s)",
-                    szPrefix.c_str(), record.bModule, szSuffix.c_str());
+    szString.format(
+        "Uncorrectable Memory Error detected by ROM-based memory validation (unable to isolate to single module) (%sMemory Module %d%s)",
+        szPrefix.c_str(), record.bModule, szSuffix.c_str());
   } else {
-    szString.format("Uncorrectable Memory Error detected by ROM-based memory validation (%sMemory Module %d%s)",
-                    szPrefix.c_str(), record.bModule, szSuffix.c_str());
+    szString.format(
+        "Uncorrectable Memory Error detected by ROM-based memory validation (%sMemory Module %d%s)",
+        szPrefix.c_str(), record.bModule, szSuffix.c_str());
   }
-  // clang-format on
 }
 
 }  // namespace

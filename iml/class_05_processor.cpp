@@ -10,9 +10,7 @@ namespace {
 
 void TranslateUncorrectableMCE(EventText &szString, const EVT_CPU_UNCORRECTABLE_MCE &record) {
   szString.format(
-      // clang-format off
       "Uncorrectable Machine Check Exception (Board %u, Processor %u, APIC ID 0x%08X, Bank 0x%08X, Status 0x%08X'%08X, Address 0x%08X'%08X, Misc 0x%08X'%08X)",
-      // clang-format on
       record.bBoard, record.bProcessor, record.dwApicID, record.dwBank, record.dwMCiStatusHigh,
       record.dwMCiStatusLow, record.dwMCiAddrHigh, record.dwMCiAddrLow, record.dwMCiMiscHigh,
       record.dwMCiMiscLow);
@@ -20,9 +18,7 @@ void TranslateUncorrectableMCE(EventText &szString, const EVT_CPU_UNCORRECTABLE_
 
 void TranslateUncorrectableMCETray(EventText &szString, const EVT_CPU_UNCORRECTABLE_MCE_TRAY &record) {
   szString.format(
-      // clang-format off
       "Uncorrectable Machine Check Exception (Proc %u (%s Tray, Processor %u), APIC ID 0x%08X, Bank 0x%08X, Status 0x%08X'%08X, Address 0x%08X'%08X, Misc 0x%08X'%08X)",
-      // clang-format on
       record.bLogicalProcessor, GetTrayType(record.bTray), record.bPhysicalProcessor, record.dwApicID,
       record.dwBank, record.dwMCiStatusHigh, record.dwMCiStatusLow, record.dwMCiAddrHigh, record.dwMCiAddrLow,
       record.dwMCiMiscHigh, record.dwMCiMiscLow);

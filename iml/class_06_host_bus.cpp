@@ -24,9 +24,7 @@ void TranslateClass06(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, Even
       break;
     case 3:
       szString.format(
-          // clang-format off
           "Uncorrectable QuickPath Interconnect Error (Local interface error status %s, Protocol error status %s)",
-          // clang-format on
           Dword2HexStr(pEventData->QPIError.dwLocalInterfaceError),
           Dword2HexStr(pEventData->QPIError.dwProtocolError));
       break;

@@ -267,30 +267,62 @@ void TranslatePsServerPowerFault(EventText &szString, const EVT_SYS_POWER_FAULT 
   }
   constexpr unsigned kSupplyUndersized = 0x04;
   if ((record.bXRegisters[1] & kSupplyUndersized) != 0) {
-    // clang-format off
-    szString.format("System Power Fault Detected. Consult Orv Wattplan To Ensure Power Supply Sizing. Increase Power If Required (%s)", registers.c_str());
-    // clang-format on
+    szString.format(
+        "System Power Fault Detected. Consult Orv Wattplan To Ensure Power Supply Sizing. Increase Power If Required (%s)",
+        registers.c_str());
   } else {
     szString.format("System Power Fault Detected (%s)", registers.c_str());
   }
 }
 
 void TranslateQuellinBatFail(EventText &szString, const EVT_POWER_SUPPLY_STORBAT_FAILED &record) {
-  // clang-format off
+  const auto failure = [&](Format<uint8_t> message) { szString.format(message, record.bBatteryId); };
   switch (record.dwErrorCode) {
-    case 4: szString.format("Quellin Battery failure (Battery %d, service information: 0x01). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support", record.bBatteryId); break;
-    case 5: szString.format("Quellin Battery failure (Battery %d, service information: 0x02). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support", record.bBatteryId); break;
-    case 6: szString.format("Quellin Battery did not charge at the expected rate, indicating a faulty battery (Battery %d, service information: 0x03). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support", record.bBatteryId); break;
-    case 7: szString.format("Quellin Battery disabled due to high ambient temperature, will be re-enabled when temp is lowered (Battery %d, service information: 0x04). Action: 1. Verify proper ventilation and function of fans. 2. If issue persists, gather Tavlo log, contact Support.", record.bBatteryId); break;
-    case 8: szString.format("Quellin Battery discharged to below minimum voltage, resulting in the inability of the battery to recharge properly (Battery %d, service information: 0x05).  Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support", record.bBatteryId); break;
-    case 9: szString.format("Quellin Battery failure (Battery %d, service information: 0x06). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Orv Support", record.bBatteryId); break;
-    case 10: szString.format("Quellin Battery has exceeded the maximum amount of devices supported (Battery %d, service information: 0x07). Action: 1. Remove additional devices. 2. Consult server troubleshooting guide. 3. Gather Tavlo log and contact Support", record.bBatteryId); break;
-    case 12: szString.format("Quellin Battery failure (Battery %d, service information: 0x09). Action: Gather Tavlo log and contact Support", record.bBatteryId); break;
-    case 13: szString.format("Quellin Battery failure (Battery %d, service information: 0x0A). Action: Gather Tavlo log and contact Support", record.bBatteryId); break;
-    case 14: szString.format("Quellin Battery failure (Battery %d, service information: 0x0B). Action: 1. Consult server troubleshooting guide. 2 Gather Tavlo log and contact Support", record.bBatteryId); break;
-    default: szString.format("Quellin Battery failure (Battery %d). Action: 1. Consult server troubleshooting guide. 2 Gather Tavlo log and contact Support", record.bBatteryId); break;
+    case 4:
+      failure(
+          "Quellin Battery failure (Battery %d, service information: 0x01). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support");
+      break;
+    case 5:
+      failure(
+          "Quellin Battery failure (Battery %d, service information: 0x02). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support");
+      break;
+    case 6:
+      failure(
+          "Quellin Battery did not charge at the expected rate, indicating a faulty battery (Battery %d, service information: 0x03). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support");
+      break;
+    case 7:
+      failure(
+          "Quellin Battery disabled due to high ambient temperature, will be re-enabled when temp is lowered (Battery %d, service information: 0x04). Action: 1. Verify proper ventilation and function of fans. 2. If issue persists, gather Tavlo log, contact Support.");
+      break;
+    case 8:
+      failure(
+          "Quellin Battery discharged to below minimum voltage, resulting in the inability of the battery to recharge properly (Battery %d, service information: 0x05).  Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support");
+      break;
+    case 9:
+      failure(
+          "Quellin Battery failure (Battery %d, service information: 0x06). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Orv Support");
+      break;
+    case 10:
+      failure(
+          "Quellin Battery has exceeded the maximum amount of devices supported (Battery %d, service information: 0x07). Action: 1. Remove additional devices. 2. Consult server troubleshooting guide. 3. Gather Tavlo log and contact Support");
+      break;
+    case 12:
+      failure(
+          "Quellin Battery failure (Battery %d, service information: 0x09). Action: Gather Tavlo log and contact Support");
+      break;
+    case 13:
+      failure(
+          "Quellin Battery failure (Battery %d, service information: 0x0A). Action: Gather Tavlo log and contact Support");
+      break;
+    case 14:
+      failure(
+          "Quellin Battery failure (Battery %d, service information: 0x0B). Action: 1. Consult server troubleshooting guide. 2 Gather Tavlo log and contact Support");
+      break;
+    default:
+      failure(
+          "Quellin Battery failure (Battery %d). Action: 1. Consult server troubleshooting guide. 2 Gather Tavlo log and contact Support");
+      break;
   }
-  // clang-format on
 }
 
 }  // namespace
@@ -356,11 +388,18 @@ void TranslateClass0B(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, Even
       szString.format("Quellin Battery Not Responding (Battery %d)",
                       pEventData->PsStorBatI2CFault.bBatteryId);
       break;
-    // clang-format off
-    case 0x21: szString.append("The system contains multiple types of power supplies.  Certain features are not supported and power redundancy may be limited"); break;
-    case 0x22: szString.append("A Power Supply hot-plug event occurred resulting in the system containing multiple types of power supplies when Dynamic Power Capping (DPC) is enabled.  DPC may not function properly in this state, and it is recommended power capping be disabled"); break;
-    case 0x23: szString.append("A Power Supply hot-plug event occurred resulting in the system containing multiple types of power supplies when High Efficiency Mode (HEM) is enabled.  HEM may not function properly in this state, and it is recommended HEM be disabled"); break;
-    // clang-format on
+    case 0x21:
+      szString.append(
+          "The system contains multiple types of power supplies.  Certain features are not supported and power redundancy may be limited");
+      break;
+    case 0x22:
+      szString.append(
+          "A Power Supply hot-plug event occurred resulting in the system containing multiple types of power supplies when Dynamic Power Capping (DPC) is enabled.  DPC may not function properly in this state, and it is recommended power capping be disabled");
+      break;
+    case 0x23:
+      szString.append(
+          "A Power Supply hot-plug event occurred resulting in the system containing multiple types of power supplies when High Efficiency Mode (HEM) is enabled.  HEM may not function properly in this state, and it is recommended HEM be disabled");
+      break;
     case 0x24:
       szString.format("Power On Denied (Service Information: %s)", pEventData->PsPowerOnDenied.cText);
       break;

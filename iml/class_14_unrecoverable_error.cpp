@@ -34,9 +34,10 @@ void TranslateClass14(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, Even
     case 2: szString.append("An Unrecoverable System Error (BINIT) has occurred"); break;
     case 3: TranslateNmiPlusData(szString, pEventData->NmiPlusData); break;
     case 4: TranslateChipsetError(szString, pEventData->ChipsetUncorr); break;
-    // clang-format off
-    case 5: szString.append("Unrecoverable System Error (NMI) has occurred.  System Firmware will log additional details in a separate IML entry if possible"); break;
-    // clang-format on
+    case 5:
+      szString.append(
+          "Unrecoverable System Error (NMI) has occurred.  System Firmware will log additional details in a separate IML entry if possible");
+      break;
     case 6:
       szString.append("Corrupted Data Detected.  Refer to previous events to determine the source");
       break;

@@ -12,6 +12,10 @@ constexpr const char *szInadequatePowerReason[] = {
     "Denied By Power Enclosure Management Board",
 };
 
+const char *GetInadequatePowerReason(uint8_t bReason) {
+  return Lookup(szInadequatePowerReason, bReason);
+}
+
 constexpr const char *szImproperPowerReason[] = {
     "Unknown",
     "Load Balancing Wire Missing",
@@ -20,7 +24,15 @@ constexpr const char *szImproperPowerReason[] = {
     "DC-to-DC Configuration Invalid",
 };
 
+const char *GetImproperPowerReason(uint8_t bError) {
+  return Lookup(szImproperPowerReason, bError);
+}
+
 constexpr const char *szRackSide[] = {"Unknown Location", "Left Side", "Right Side"};
+
+const char *GetRackSide(uint8_t bSide) {
+  return Lookup(szRackSide, bSide, "Unknown Location");
+}
 
 constexpr const char *szEthSwErr[] = {
     "Unknown",
@@ -35,7 +47,15 @@ constexpr const char *szEthSwErr[] = {
     "Fan 2 failed or removed",
 };
 
+const char *GetEthSwErr(uint8_t bProblem) {
+  return Lookup(szEthSwErr, bProblem);
+}
+
 constexpr const char *szPwrBus[] = {"Unknown Location", "Power Bus A", "Power Bus B"};
+
+const char *GetPwrBus(uint8_t bSide) {
+  return Lookup(szPwrBus, bSide);
+}
 
 constexpr const char *szInfMainLocation[] = {
     "Chassis Slot 1",
@@ -59,6 +79,10 @@ constexpr const char *szInfMainLocation[] = {
     "Unknown",
 };
 
+const char *GetInfMainLocation(uint8_t bLocation) {
+  return Lookup(szInfMainLocation, bLocation);
+}
+
 constexpr const char *szInfSubLocation[] = {
     "Brix Management Controller",
     "FRU EEPROM",
@@ -79,10 +103,18 @@ constexpr const char *szInfSubLocation[] = {
     "9555 Mux",
 };
 
+const char *GetInfSubLocation(uint8_t bSubLocation) {
+  return Lookup(szInfSubLocation, bSubLocation);
+}
+
 constexpr const char *szInfError[] = {
     "I2C Error", "Interrupt Error", "Invalid FRU Data", "POST Failure",      "Backup ROM Booted",
     "Bus Error", "Stack Overflow",  "I2C Bus Timeout",  "Unknown I2C Error",
 };
+
+const char *GetInfErrString(uint8_t bError) {
+  return Lookup(szInfError, bError);
+}
 
 constexpr const char *szPowerRequestDenied[] = {
     "Unknown",
@@ -93,38 +125,6 @@ constexpr const char *szPowerRequestDenied[] = {
     "Enclosure Busy",
     "Enclosure Error",
 };
-
-const char *GetInadequatePowerReason(uint8_t bReason) {
-  return Lookup(szInadequatePowerReason, bReason);
-}
-
-const char *GetImproperPowerReason(uint8_t bError) {
-  return Lookup(szImproperPowerReason, bError);
-}
-
-const char *GetRackSide(uint8_t bSide) {
-  return Lookup(szRackSide, bSide, "Unknown Location");
-}
-
-const char *GetEthSwErr(uint8_t bProblem) {
-  return Lookup(szEthSwErr, bProblem);
-}
-
-const char *GetPwrBus(uint8_t bSide) {
-  return Lookup(szPwrBus, bSide);
-}
-
-const char *GetInfMainLocation(uint8_t bLocation) {
-  return Lookup(szInfMainLocation, bLocation);
-}
-
-const char *GetInfSubLocation(uint8_t bSubLocation) {
-  return Lookup(szInfSubLocation, bSubLocation);
-}
-
-const char *GetInfErrString(uint8_t bError) {
-  return Lookup(szInfError, bError);
-}
 
 const char *GetPowerDenialReason(uint8_t bReason) {
   return Lookup(szPowerRequestDenied, bReason);

@@ -84,24 +84,6 @@ constexpr FabricPort kFabricPorts[2][6] = {
      {"Internal", "", ""}},
 };
 
-// The messages that are longer than a line.
-// clang-format off
-constexpr char kSideBandFailure[] = "Proc %d (%s Tray, Processor %d) side-band access failure reported by %s KRX board service processor.  Details: 0x%02X 0x%08X 0x%02X 0x%08X";
-constexpr char kAccessFailure[] = "%s access failure reported by %s KRX board service processor.  Details: 0x%02X 0x%08X%08X 0x%02X";
-constexpr char kProcessorConfiguration[] = "%s processor configuration: %s %s %s %s %s %s %s %s %s %s - reported by %s KRX board service processor.  Details: 0x%02X 0x%04X 0x%04X";
-constexpr char kInitializationFailure[] = "Proc %d (%s Tray, Processor %d) initialization failure reported by %s KRX board service processor";
-constexpr char kQpiTrainingFailure[] = "QPI Link training failure between Proc %d (%s Tray, Processor %d) and %s reported by %s KRX board service processor, link status 0x%02X";
-constexpr char kQpiReducedWidth[] = "QPI Link between Proc %d (%s Tray, Processor %d) and %s trained in reduced-width mode reported by %s KRX board service processor, link status 0x%02X";
-constexpr char kFabricTrainingFailure[] = "%s link training failure between %s KRX Board, KRX %d %s and %s KRX Board, KRX %d %s reported by %s KRX board service processor.  Details: 0x%02X";
-constexpr char kFabricReducedBandwidth[] = "%s link with reduced bandwidth between %s KRX Board, KRX %d %s and %s KRX Board, KRX %d %s reported by %s KRX board service processor.  Details: 0x%02X";
-constexpr char kUnknownFabricPort[] = "Link training failure reported by %s KRX board service processor.  Details: 0x%02X 0x%02X 0x%02X";
-constexpr char kCubeTimeout[] = "KRX Cube Assembly failure.  %s KRX board service processor response timeout reported by %s KRX board service processor";
-constexpr char kCubeNotDetected[] = "KRX Cube Assembly failure.  %s KRX board not detected by %s KRX board service processor";
-constexpr char kNoProcessors[] = "Invalid processor configuration.  No enabled or installed processors reported by %s KRX board service processor";
-constexpr char kFewerSockets[] = "Processor configuration degraded to %d sockets reported by %s KRX board service processor";
-constexpr char kSocketsDisabled[] = "%s %s %s %s %s %s %s %s %s %s disabled by %s KRX board service processor.  Details: 0x%02X 0x%02X 0x%02X 0x%02X 0x%02X";
-// clang-format on
-
 const char *GetKrxChip(uint8_t board, bool second) {
   if (board == kUpperBoard) {
     return second ? szUpperKrx2 : szUpperKrx1;
@@ -148,34 +130,40 @@ void TranslatePeciAccess(EventText &szString, const EVT_PECI_ACCESS_TYPE &record
   const bool upper = record.krx_board == kUpperBoard;
   const bool lower_of_pair = upper ? record.peci_target == '0' : record.peci_target == '1';
   const int socket = (record.peci_interface == 0 ? 1 : 3) + (lower_of_pair ? 0 : 1);
-  szString.format(kSideBandFailure, upper ? socket : 9 - socket, board.szOwn, socket, board.szReporter,
-                  record.wr_op, GetBigEndianValue(record.addr, sizeof(record.addr)), record.err_code,
-                  GetBigEndianValue(record.data, sizeof(record.data)));
+  szString.format(
+      "Proc %d (%s Tray, Processor %d) side-band access failure reported by %s KRX board service processor.  Details: 0x%02X 0x%08X 0x%02X 0x%08X",
+      upper ? socket : 9 - socket, board.szOwn, socket, board.szReporter, record.wr_op,
+      GetBigEndianValue(record.addr, sizeof(record.addr)), record.err_code,
+      GetBigEndianValue(record.data, sizeof(record.data)));
 }
 
 void TranslateDs2Access(EventText &szString, const EVT_DS2_ACCESS_TYPE &record, const KrxBoard &board) {
-  szString.format(kAccessFailure, GetSourceModule(record), board.szReporter, record.ds2_port_wr_op,
-                  GetBigEndianValue(record.addr_lsh, sizeof(record.addr_lsh)),
-                  GetBigEndianValue(record.addr_msh, sizeof(record.addr_msh)), record.rsp_code);
+  szString.format(
+      "%s access failure reported by %s KRX board service processor.  Details: 0x%02X 0x%08X%08X 0x%02X",
+      GetSourceModule(record), board.szReporter, record.ds2_port_wr_op,
+      GetBigEndianValue(record.addr_lsh, sizeof(record.addr_lsh)),
+      GetBigEndianValue(record.addr_msh, sizeof(record.addr_msh)), record.rsp_code);
 }
 
 void TranslateCpuSkuError(EventText &szString, const EVT_KRX_CPU_SKU_ERROR &record, const KrxBoard &board) {
   const bool unsupported = record.cpu_sku_unsupported_map != 0;
   const auto sockets = GetSockets(unsupported ? record.cpu_sku_unsupported_map : record.cpu_sku_mismatch_map,
                                   "   Upper Tray, Processor(s)", "   Lower Tray, Processor(s)");
-  szString.format(kProcessorConfiguration, unsupported ? "Unsupported" : "Mismatched", sockets[0], sockets[1],
-                  sockets[2], sockets[3], sockets[4], sockets[5], sockets[6], sockets[7], sockets[8],
-                  sockets[9], board.szReporter, record.cpu_sku_mismatch_map,
-                  GetBigEndianValue(record.cpu_mpsup, sizeof(record.cpu_mpsup)),
-                  GetBigEndianValue(record.cpu_qpi_speed, sizeof(record.cpu_qpi_speed)));
+  szString.format(
+      "%s processor configuration: %s %s %s %s %s %s %s %s %s %s - reported by %s KRX board service processor.  Details: 0x%02X 0x%04X 0x%04X",
+      unsupported ? "Unsupported" : "Mismatched", sockets[0], sockets[1], sockets[2], sockets[3], sockets[4],
+      sockets[5], sockets[6], sockets[7], sockets[8], sockets[9], board.szReporter,
+      record.cpu_sku_mismatch_map, GetBigEndianValue(record.cpu_mpsup, sizeof(record.cpu_mpsup)),
+      GetBigEndianValue(record.cpu_qpi_speed, sizeof(record.cpu_qpi_speed)));
 }
 
 // The socket index is not checked: one that no board has shows the numbers that it leads to.
 void TranslateSysSocket(EventText &szString, const EVT_KRX_SYS_SOCKET &record, const KrxBoard &board) {
   const bool lower = record.krx_board == kLowerBoard;
   const int index = record.data_item;
-  szString.format(kInitializationFailure, lower ? index + 5 : index + 1, board.szOwn,
-                  lower ? 4 - index : index + 1, board.szReporter);
+  szString.format(
+      "Proc %d (%s Tray, Processor %d) initialization failure reported by %s KRX board service processor",
+      lower ? index + 5 : index + 1, board.szOwn, lower ? 4 - index : index + 1, board.szReporter);
 }
 
 void TranslateQpiLinkTraining(EventText &szString, const EVT_KRX_LINK_TRAINING_ERROR &record,
@@ -189,13 +177,15 @@ void TranslateQpiLinkTraining(EventText &szString, const EVT_KRX_LINK_TRAINING_E
       row < std::size(kQpiPartners) ? kQpiPartners[row].szPort[record.port_index & 3] : szUnknown;
   switch (record.link_status) {
     case 2:
-      szString.format(kQpiReducedWidth, proc, board.szOwn, socket, partner, board.szReporter,
-                      record.link_status);
+      szString.format(
+          "QPI Link between Proc %d (%s Tray, Processor %d) and %s trained in reduced-width mode reported by %s KRX board service processor, link status 0x%02X",
+          proc, board.szOwn, socket, partner, board.szReporter, record.link_status);
       break;
     case 3:
     case 4:
-      szString.format(kQpiTrainingFailure, proc, board.szOwn, socket, partner, board.szReporter,
-                      record.link_status);
+      szString.format(
+          "QPI Link training failure between Proc %d (%s Tray, Processor %d) and %s reported by %s KRX board service processor, link status 0x%02X",
+          proc, board.szOwn, socket, partner, board.szReporter, record.link_status);
       break;
     default: szString.format("KRX event %d occurred", 7); break;
   }
@@ -215,25 +205,34 @@ void TranslateFabricLinkTraining(EventText &szString, const EVT_KRX_LINK_TRAININ
                                  const KrxBoard &board) {
   const FabricPort *const port = GetFabricPort(record);
   if (port == nullptr) {
-    szString.format(kUnknownFabricPort, board.szReporter, record.chip_index, record.port_index,
-                    record.link_status);
+    szString.format(
+        "Link training failure reported by %s KRX board service processor.  Details: 0x%02X 0x%02X 0x%02X",
+        board.szReporter, record.chip_index, record.port_index, record.link_status);
     return;
   }
   const int krx = record.chip_index + 1;
   if (record.link_status == 3) {
-    szString.format(kFabricTrainingFailure, port->szType, board.szOwn, krx, port->szOwnPort, board.szOther,
-                    krx, port->szPartnerPort, board.szReporter, record.link_status);
+    szString.format(
+        "%s link training failure between %s KRX Board, KRX %d %s and %s KRX Board, KRX %d %s reported by %s KRX board service processor.  Details: 0x%02X",
+        port->szType, board.szOwn, krx, port->szOwnPort, board.szOther, krx, port->szPartnerPort,
+        board.szReporter, record.link_status);
   } else {
-    szString.format(kFabricReducedBandwidth, port->szType, board.szOwn, krx, port->szOwnPort, board.szOther,
-                    krx, port->szPartnerPort, board.szReporter, record.link_status);
+    szString.format(
+        "%s link with reduced bandwidth between %s KRX Board, KRX %d %s and %s KRX Board, KRX %d %s reported by %s KRX board service processor.  Details: 0x%02X",
+        port->szType, board.szOwn, krx, port->szOwnPort, board.szOther, krx, port->szPartnerPort,
+        board.szReporter, record.link_status);
   }
 }
 
 void TranslateSocketCount(EventText &szString, const EVT_KRX_SYS_SOCKET &record, const KrxBoard &board) {
   if (record.data_item == 0) {
-    szString.format(kNoProcessors, board.szReporter);
+    szString.format(
+        "Invalid processor configuration.  No enabled or installed processors reported by %s KRX board service processor",
+        board.szReporter);
   } else {
-    szString.format(kFewerSockets, record.data_item, board.szReporter);
+    szString.format(
+        "Processor configuration degraded to %d sockets reported by %s KRX board service processor",
+        record.data_item, board.szReporter);
   }
 }
 
@@ -241,10 +240,11 @@ void TranslateSocketDisablement(EventText &szString, const EVT_KRX_SOCKET_DISABL
                                 const KrxBoard &board) {
   const auto sockets =
       GetSockets(record.error_socket, "Upper Tray, Processor(s)", "Lower Tray, Processor(s)");
-  szString.format(kSocketsDisabled, sockets[0], sockets[1], sockets[2], sockets[3], sockets[4], sockets[5],
-                  sockets[6], sockets[7], sockets[8], sockets[9], board.szReporter, record.error_cause,
-                  record.sockets_noerror_reg, record.sockets_enabled_reg, record.sockets_noerror_reg_prev,
-                  record.sockets_enabled_reg_prev);
+  szString.format(
+      "%s %s %s %s %s %s %s %s %s %s disabled by %s KRX board service processor.  Details: 0x%02X 0x%02X 0x%02X 0x%02X 0x%02X",
+      sockets[0], sockets[1], sockets[2], sockets[3], sockets[4], sockets[5], sockets[6], sockets[7],
+      sockets[8], sockets[9], board.szReporter, record.error_cause, record.sockets_noerror_reg,
+      record.sockets_enabled_reg, record.sockets_noerror_reg_prev, record.sockets_enabled_reg_prev);
 }
 
 void TranslateIoDisablement(EventText &szString, const EVT_KRX_IO_DISABLEMENT &record,
@@ -287,8 +287,16 @@ void TranslateClass25(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, Even
     case 6: TranslateSysSocket(szString, pEventData->KRX_Socket, board); break;
     case 7: TranslateQpiLinkTraining(szString, pEventData->KRX_Link_Error, board); break;
     case 8: TranslateFabricLinkTraining(szString, pEventData->KRX_Link_Error, board); break;
-    case 9: szString.format(kCubeTimeout, board.szOther, board.szReporter); break;
-    case 10: szString.format(kCubeNotDetected, board.szOther, board.szReporter); break;
+    case 9:
+      szString.format(
+          "KRX Cube Assembly failure.  %s KRX board service processor response timeout reported by %s KRX board service processor",
+          board.szOther, board.szReporter);
+      break;
+    case 10:
+      szString.format(
+          "KRX Cube Assembly failure.  %s KRX board not detected by %s KRX board service processor",
+          board.szOther, board.szReporter);
+      break;
     case 52:
       szString.format("System initialization failure reported by %s KRX board service processor",
                       board.szReporter);

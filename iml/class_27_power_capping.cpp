@@ -15,8 +15,7 @@ void TranslateClass27(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, Even
       break;
     case 4:
       szString.append(
-          "Power allocation not optimized. Increased power allocation requested. Server performance is not "
-          "degraded.");
+          "Power allocation not optimized. Increased power allocation requested. Server performance is not degraded.");
       break;
     default: break;
   }

@@ -6,7 +6,7 @@ namespace iml {
 namespace {
 
 // The first eight characters of the serial number; empty when there is none.
-const char *GetSerialPart(const char *cSerialNumber, EventText &szDest) {
+const char *GetSerialPart(const char *cSerialNumber, EventText &szDest = Scratch().here()) {
   if (*cSerialNumber == '\0') {
     return "";
   }
@@ -14,81 +14,69 @@ const char *GetSerialPart(const char *cSerialNumber, EventText &szDest) {
   return szDest.c_str();
 }
 
-// clang-format off
-void TranslateNVM(EventText &szString, uint16_t wEventCode, const EVT_NVM_REC &record) {
-  Scratch serial;
-  const char *const szSerial = GetSerialPart(record.cSerialNumber, serial);
-  const char *const szUnit = GetCPUBoard(record.bCPUBoardFlag);
-  switch (wEventCode) {
-    case 1:
-      szString.format("NVDIMM Error - Backup Error (%s %u, Memory Module %u%s). Persistent data backup failed and data is not available. Action: Replace the NVDIMM if issue persists.",
-                      szUnit, record.bCPUBoardId, record.bMemModuleId, szSerial);
-      break;
-    case 3:
-      szString.format("NVDIMM Error - Memory Failure (%s %u, Memory Module %u%s). Non-volatile memory device has failed and requires replacement. Action: Replace the NVDIMM.",
-                      szUnit, record.bCPUBoardId, record.bMemModuleId, szSerial);
-      break;
-    case 4:
-      szString.format("NVDIMM Error - Uncorrectable Memory Error (%s %u, Memory Module %u%s). This NVDIMM will not be available to the operating system. Action: Replace the NVDIMM.",
-                      szUnit, record.bCPUBoardId, record.bMemModuleId, szSerial);
-      break;
-    case 5:
-      szString.format("NVDIMM Error - Backup Power Not Available (%s %u, Memory Module %u%s). Unable to charge backup power for non-volatile memory. The memory device is operating as volatile memory.",
-                      szUnit, record.bCPUBoardId, record.bMemModuleId, szSerial);
-      break;
-    case 6:
-      szString.format("NVDIMM Error - NVDIMM Controller Error (%s %u, Memory Module %u%s). An error was found with the NVDIMM controller. The OS will not use the NVDIMM. Action: Update the NVDIMM firmware. If issue persists, replace the NVDIMM.",
-                      szUnit, record.bCPUBoardId, record.bMemModuleId, szSerial);
-      break;
-    case 7:
-      szString.format("NVDIMM Error - Charge Error (%s %u, Memory Module %u%s). Incomplete charging of backup power for non-volatile memory is preventing successful backup operation. The memory device is not usable.",
-                      szUnit, record.bCPUBoardId, record.bMemModuleId, szSerial);
-      break;
-    case 9:
-      szString.format("NVDIMM Error - Erase Error (%s %u, Memory Module %u%s). The NVDIMM could not be erased and future backup operations are not possible. Action: Save the NVDIMM contents to other media to preserve data and replace the NVDIMM.",
-                      szUnit, record.bCPUBoardId, record.bMemModuleId, szSerial);
-      break;
-    case 11:
-      szString.format("NVDIMM Error - Backup Power Error (%s %u, Memory Module %u%s). Backup power is not available and a future backup is not possible. Action: Ensure backup power is available. Re-seat NVDIMM if power is available.",
-                      szUnit, record.bCPUBoardId, record.bMemModuleId, szSerial);
-      break;
-    case 12:
-      szString.format("NVDIMM Error - Arm Error (%s %u, Memory Module %u%s). The NVDIMM could not be armed and future backups are not possible. Action: Save the NVDIMM contents to other media to preserve data and replace the NVDIMM.",
-                      szUnit, record.bCPUBoardId, record.bMemModuleId, szSerial);
-      break;
-    case 13:
-      szString.format("NVDIMM Error - Firmware Corruption (%s %u, Memory Module %u%s). The NVDIMM controller firmware has been corrupted. The OS will not use the NVDIMM. Action: Re-program the firmware to restore NVDIMM functionality.",
-                      szUnit, record.bCPUBoardId, record.bMemModuleId, szSerial);
-      break;
-    default: break;
-  }
-}
-
-void TranslateNVMRetry(EventText &szString, uint16_t wEventCode, const EVT_NVM_REC_RETRY &record) {
-  Scratch serial;
-  const char *const szSerial = GetSerialPart(record.cSerialNumber, serial);
-  const char *const szUnit = GetCPUBoard(record.bCPUBoardFlag);
-  switch (wEventCode) {
-    case 2:
-      szString.format("NVDIMM Error - Restore Error (%s %u, Memory Module %u, Retry count %u%s). Persistent data restore failed and data is not available. Action: Replace the NVDIMM.",
-                      szUnit, record.bCPUBoardId, record.bMemModuleId, record.bRetryCount, szSerial);
-      break;
-    case 10:
-      szString.format("NVDIMM Error - Erase Retry Above Threshold (%s %u, Memory Module %u, Retry count %u%s). A non-volatile memory erase retry has occurred. Non-volatile memory health is declining.",
-                      szUnit, record.bCPUBoardId, record.bMemModuleId, record.bRetryCount, szSerial);
-      break;
-    default: break;
-  }
-}
-// clang-format on
-
 }  // namespace
 
 void TranslateClass2A(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+  const auto error = [&](Format<const char *, uint8_t, uint8_t, const char *> message) {
+    const EVT_NVM_REC &record = pEventData->NVMRec;
+    szString.format(message, GetCPUBoard(record.bCPUBoardFlag), record.bCPUBoardId, record.bMemModuleId,
+                    GetSerialPart(record.cSerialNumber));
+  };
+  const auto retried = [&](Format<const char *, uint8_t, uint8_t, uint8_t, const char *> message) {
+    const EVT_NVM_REC_RETRY &record = pEventData->NVMRecRetry;
+    szString.format(message, GetCPUBoard(record.bCPUBoardFlag), record.bCPUBoardId, record.bMemModuleId,
+                    record.bRetryCount, GetSerialPart(record.cSerialNumber));
+  };
   switch (wEventCode) {
+    case 1:
+      error(
+          "NVDIMM Error - Backup Error (%s %u, Memory Module %u%s). Persistent data backup failed and data is not available. Action: Replace the NVDIMM if issue persists.");
+      break;
     case 2:
-    case 10: TranslateNVMRetry(szString, wEventCode, pEventData->NVMRecRetry); break;
-    default: TranslateNVM(szString, wEventCode, pEventData->NVMRec); break;
+      retried(
+          "NVDIMM Error - Restore Error (%s %u, Memory Module %u, Retry count %u%s). Persistent data restore failed and data is not available. Action: Replace the NVDIMM.");
+      break;
+    case 3:
+      error(
+          "NVDIMM Error - Memory Failure (%s %u, Memory Module %u%s). Non-volatile memory device has failed and requires replacement. Action: Replace the NVDIMM.");
+      break;
+    case 4:
+      error(
+          "NVDIMM Error - Uncorrectable Memory Error (%s %u, Memory Module %u%s). This NVDIMM will not be available to the operating system. Action: Replace the NVDIMM.");
+      break;
+    case 5:
+      error(
+          "NVDIMM Error - Backup Power Not Available (%s %u, Memory Module %u%s). Unable to charge backup power for non-volatile memory. The memory device is operating as volatile memory.");
+      break;
+    case 6:
+      error(
+          "NVDIMM Error - NVDIMM Controller Error (%s %u, Memory Module %u%s). An error was found with the NVDIMM controller. The OS will not use the NVDIMM. Action: Update the NVDIMM firmware. If issue persists, replace the NVDIMM.");
+      break;
+    case 7:
+      error(
+          "NVDIMM Error - Charge Error (%s %u, Memory Module %u%s). Incomplete charging of backup power for non-volatile memory is preventing successful backup operation. The memory device is not usable.");
+      break;
+    case 9:
+      error(
+          "NVDIMM Error - Erase Error (%s %u, Memory Module %u%s). The NVDIMM could not be erased and future backup operations are not possible. Action: Save the NVDIMM contents to other media to preserve data and replace the NVDIMM.");
+      break;
+    case 10:
+      retried(
+          "NVDIMM Error - Erase Retry Above Threshold (%s %u, Memory Module %u, Retry count %u%s). A non-volatile memory erase retry has occurred. Non-volatile memory health is declining.");
+      break;
+    case 11:
+      error(
+          "NVDIMM Error - Backup Power Error (%s %u, Memory Module %u%s). Backup power is not available and a future backup is not possible. Action: Ensure backup power is available. Re-seat NVDIMM if power is available.");
+      break;
+    case 12:
+      error(
+          "NVDIMM Error - Arm Error (%s %u, Memory Module %u%s). The NVDIMM could not be armed and future backups are not possible. Action: Save the NVDIMM contents to other media to preserve data and replace the NVDIMM.");
+      break;
+    case 13:
+      error(
+          "NVDIMM Error - Firmware Corruption (%s %u, Memory Module %u%s). The NVDIMM controller firmware has been corrupted. The OS will not use the NVDIMM. Action: Re-program the firmware to restore NVDIMM functionality.");
+      break;
+    default: break;
   }
 }
 
