@@ -60,10 +60,14 @@ class EndToEnd : public testing::Test {
 };
 
 std::vector<std::string> matches(const std::string &text, const char *pattern) {
-  const std::regex regex(pattern, std::regex::multiline);
+  const std::regex regex(pattern);
   std::vector<std::string> found;
-  for (std::sregex_iterator i(text.begin(), text.end(), regex); i != std::sregex_iterator(); ++i) {
-    found.push_back((*i)[1]);
+  std::istringstream lines(text);
+  std::smatch match;
+  for (std::string line; std::getline(lines, line);) {
+    if (std::regex_match(line, match, regex)) {
+      found.push_back(match[1]);
+    }
   }
   return found;
 }

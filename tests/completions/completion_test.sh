@@ -1,0 +1,53 @@
+# Calls the completions as bash does: completion_test.sh FOLDER
+for file in "$1"/*; do
+  source "$file"
+done
+COMP_WORDBREAKS='='
+failed=0
+
+# check LINE OFFERS: what is offered for the last word of a command line, which readline breaks at '=' or not.
+check() {
+  local rest=$1 breaks=$COMP_WORDBREAKS
+  COMP_LINE=$1 COMP_WORDS=() COMPREPLY=()
+  while [[ $rest =~ ^[[:blank:]]*(\'[^\']*\'|${breaks:+$breaks|}[^[:blank:]$breaks]+) ]]; do
+    COMP_WORDS+=("${BASH_REMATCH[1]}")
+    rest=${rest#"${BASH_REMATCH[0]}"}
+  done
+  [[ -z $rest ]] || COMP_WORDS+=("")
+  COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
+  "_${COMP_WORDS[0]}"
+  if [[ $(printf '%s\n' "${COMPREPLY[@]}" | sort) != "$(xargs -n 1 <<<"$2" | sort)" ]]; then
+    echo "$1: offers ${COMPREPLY[*]}, not $2" >&2
+    failed=1
+  fi
+}
+
+later='-v -t -f -p -i -a' timeouts='TIMEOUT=5 TIMEOUT=10 TIMEOUT=15 TIMEOUT=20 TIMEOUT=30'
+while IFS='|' read -r line offers; do
+  check "$line" "$offers"
+done <<END
+orvlog |-v -V -s -t -f -p -i -a
+orvlog -x|
+orvlog -v |$later
+orvlog -t |-v -t -f -p -i
+orvlog -t -f |$later
+orvlog -V |
+orvlog -V 12 |
+orvlog -s |INFO REPAIRED CAUTION CRITICAL
+orvlog -s C|CAUTION CRITICAL
+orvlog -s INFO |-l
+orvlog -s INFO -l |
+orvlog -s INFO -l 'a = b' |$later
+orvlog -t -s |
+orvlog -a |STATUS ENABLE DISABLE $timeouts
+orvlog -a T|$timeouts
+orvlog -a TIMEOUT=|5 10 15 20 30
+orvlog -a TIMEOUT=1|10 15
+orvlog -a TIMEOUT=4|
+orvlog -a TIMEOUT=10 |$later
+orvlog -a TIMEOUT= |$later
+END
+COMP_WORDBREAKS=''
+check "orvlog -a TIMEOUT=1" "TIMEOUT=10 TIMEOUT=15"
+check "orvlog -a TIMEOUT=10 -" "$later"
+exit $failed
