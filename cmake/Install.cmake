@@ -27,11 +27,12 @@ foreach(component IN ITEMS orvlog libimltext1 libimltext-dev orvlog-simulator)
                             ${CMAKE_INSTALL_DATADIR}/doc/${component} ${when})
 endforeach()
 
-# Installs a program with its manual page and its completion.
+# Installs a program with its manual page, which shows the version, and its completion.
 function(orvlog_install_program program destination)
   install(TARGETS ${program} RUNTIME DESTINATION ${destination} COMPONENT ${program})
-  orvlog_install_compressed(
-    ${program} ${PROJECT_SOURCE_DIR}/docs/${program}.8 ${program}.8 ${CMAKE_INSTALL_MANDIR}/man8)
+  set(page ${PROJECT_BINARY_DIR}/docs/${program}.8)
+  configure_file(docs/${program}.8 ${page} @ONLY)
+  orvlog_install_compressed(${program} ${page} ${program}.8 ${CMAKE_INSTALL_MANDIR}/man8)
   install(FILES ${PROJECT_SOURCE_DIR}/completions/${program}
           DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT ${program})
 endfunction()

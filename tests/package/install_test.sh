@@ -14,3 +14,7 @@ for file in sbin/orvlog share/man/man8/orvlog.8.gz share/bash-completion/complet
             share/orvlog-simulator/README.md share/orvlog-simulator/server/cevt; do
   test -s "$tree/$file" || { echo "$file is missing" >&2; exit 1; }
 done
+zcat "$tree/share/man/man8/orvlog.8.gz" | grep -q 'version [0-9]*\.[0-9]*\.[0-9]*\.' || {
+  echo "the manual page does not show the version" >&2
+  exit 1
+}
