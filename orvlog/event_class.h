@@ -1,7 +1,7 @@
 // Short labels of the event classes.
 #pragma once
 
-/// Labels by class code, 0x00 to 0x22. Reference data: nothing looks labels up at run time.
+// Labels by class code, 0x00 to 0x22. Reference data: nothing looks labels up at run time.
 inline constexpr const char *EventClass[] = {
     "EVT_CLASS_EMPTY",
     "EVT_CLASS_TEST",
@@ -39,4 +39,4 @@ inline constexpr const char *EventClass[] = {
     "Maintenance Note",
     "Infrastructure Environment",
 };
-static_assert(sizeof EventClass / sizeof *EventClass == 35);
+static_assert(sizeof(EventClass) / sizeof(*EventClass) == 35);

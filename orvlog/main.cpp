@@ -1,4 +1,5 @@
 // Start-up checks and the option loop.
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -26,12 +27,13 @@ constexpr size_t kNoteLimit = 200;  // characters
   finish(EXIT_FAILURE);
 }
 
-/// Sees to it that no driver node is ever opened as one of the standard streams: what the caller has closed
-/// is held by a descriptor on which the stream's use fails as it would on a closed one.
+// Occupies closed standard descriptors so that no driver node is opened as 0, 1 or 2. I/O on them still
+// fails: O_PATH only names a place. Ends the process where a descriptor cannot be occupied.
 void hold_standard_streams() {
   for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
-    if (fcntl(fd, F_GETFD) == -1) {  // the lowest free descriptor is this one
-      open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    if (fcntl(fd, F_GETFD) == -1 && open("/", O_PATH) == -1) {  // open takes the lowest free one, which is fd
+      fprintf(stderr, "orvlog: Cannot occupy a closed standard stream: %s\n", strerror(errno));
+      exit(EXIT_FAILURE);
     }
   }
 }
@@ -40,8 +42,7 @@ bool is_numeric(const char *word) {
   return word[strspn(word, "0123456789")] == '\0';
 }
 
-/// One word holds one option: values are words of their
-/// own. Ends the process where `word` is longer than that.
+// Ends the process when `word` holds more than one option: values are words of their own.
 void require_single_option(const char *progname, const char *word) {
   if (strlen(word) <= 2) {
     return;
@@ -52,7 +53,7 @@ void require_single_option(const char *progname, const char *word) {
   refuse(progname);
 }
 
-/// The shape of the command line, before any option is parsed.
+// Checks the shape of the command line before any option is parsed. Ends the process when it is wrong.
 void check_command_line(int argc, char **argv) {
   if (argc < 2) {
     refuse(argc > 0 ? argv[0] : "orvlog");
@@ -78,7 +79,7 @@ void check_command_line(int argc, char **argv) {
   }
 }
 
-/// Carries out the options in the order of the command line.
+// Carries out the options in the order of the command line.
 class OptionLoop {
  public:
   OptionLoop(int argc, char **argv) : argc_(argc), argv_(argv) {}
@@ -121,9 +122,9 @@ class OptionLoop {
     }
   }
 
-  // Severity and note are read from fixed words of argv as the parser has left it, not from behind their
-  // options: the form to use is "-s <severity> -l <note>" as the first four words. No shorter command line
-  // that passes the checks brings the parser to return these options, so the words exist.
+  // Severity and note are read from fixed words of argv as the parser has left it, not from the words after
+  // their options: the form to use is "-s <severity> -l <note>" as the first four words. No shorter command
+  // line that passes the checks makes the parser return these options, so the words exist.
 
   void choose_severity() {
     const int code = set_severity(argv_[2]);

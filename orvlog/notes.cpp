@@ -13,7 +13,7 @@
 namespace {
 
 constexpr uint16_t kNoteCode = 2;
-// Behind the note: its terminator, and one byte more that the driver expects.
+// The header, the terminator after the note, and one byte more that the driver expects.
 constexpr size_t kRecordOverhead = sizeof(EVT_HEADER) + 2;
 
 }  // namespace
@@ -71,7 +71,7 @@ int log_maintenance_note(const char *str, int severity) {
   header.wCode = kNoteCode;
   header.dwCount = 1;
   memcpy(buffer.get() + offsetof(_ioctlEntry, Evt.Data), str, length + 1);
-  if (node.request(kRequestEventEntry, request, sizeof *request) == -1) {
+  if (node.request(kRequestEventEntry, request, sizeof(*request)) == -1) {
     print_err("orvlog: Adding Maintenance Note failed: err=%dh.\n", errno);
   }
   return 1;

@@ -18,13 +18,14 @@ void note_failure() {
 
 }  // namespace
 
-void print_out(const char *format, ...) {
+bool print_out(const char *format, ...) {
   va_list args;
   va_start(args, format);
   if (vprintf(format, args) < 0) {
     note_failure();
   }
   va_end(args);
+  return write_error == 0;
 }
 
 void print_err(const char *format, ...) {
@@ -45,6 +46,9 @@ void finish(int status) {
   flush_output();
   if (ferror(stdout) != 0 && write_error == 0) {
     write_error = EIO;  // a failure that nobody has noted
+  }
+  if (fclose(stdout) != 0) {  // some file systems report a full disk only here
+    note_failure();
   }
   if (write_error != 0) {
     fprintf(stderr, "orvlog: Cannot write standard output: %s\n", strerror(write_error));

@@ -1,15 +1,16 @@
-// Standard output and the end of the run.
+// Standard output, messages and the end of the run.
 #pragma once
 
-/// Writes to standard output as printf does. The reason of the first write that fails is kept for finish().
-[[gnu::format(printf, 1, 2)]] void print_out(const char *format, ...);
+// Writes to standard output as printf does. Returns whether every write of the run has succeeded so far;
+// finish() reports the first failure.
+[[gnu::format(printf, 1, 2)]] bool print_out(const char *format, ...);
 
-/// Writes a message to standard error, behind all that standard output has been given so far: where both go
-/// the same way, a message follows what it is about.
+// Writes a message to standard error. Flushes standard output first, so that a message never precedes the
+// output it refers to.
 [[gnu::format(printf, 1, 2)]] void print_err(const char *format, ...);
 
-/// Hands over what standard output still buffers, so that a failure is noticed with its reason.
+// Flushes standard output.
 void flush_output();
 
-/// Ends the process with `status`, after a message to standard error if standard output could not be written.
+// Closes standard output and ends the process with `status`. Reports on standard error if a write failed.
 [[noreturn]] void finish(int status);

@@ -1,15 +1,15 @@
-// The two questions that are asked of the health driver before the real work.
+// The two questions that the health driver is asked before the real work.
 #pragma once
 
 #include <cstdint>
 
-/// 1 when the management controller is of the IPMI kind. It only chooses words: ASR, or IPMI watchdog.
+// 1 when the management controller is of the IPMI kind. It only chooses the wording: ASR or IPMI watchdog.
 extern int non_Brix;
 
-/// Asks which kind of management controller the server has and sets non_Brix. Ends the process with status 1
-/// when the controller's node cannot be opened; a controller that does not answer counts as the other kind.
+// Asks which kind of management controller the server has and sets non_Brix, which stays 0 when the
+// controller does not answer. Ends the process with status 1 when the controller's node cannot be opened.
 void Get_Qm_100_Series();
 
-/// Asks whether the server keeps an IML and says so on standard error where it does not. Returns 0 when it
-/// does not or its node cannot be opened, else 1, also when the driver could not answer.
+// Asks whether the server keeps an IML. Returns 0 when it keeps none or the node cannot be opened, and 1
+// otherwise, also when the driver could not answer. All but a plain yes is reported on standard error.
 uint16_t do_init();

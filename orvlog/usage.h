@@ -1,5 +1,5 @@
 #pragma once
 
-/// Writes the usage text to standard error, with `progname` in its first line. It speaks of the IPMI watchdog
-/// once the probe has found a controller of that kind, of ASR otherwise.
+// Writes the usage text to standard error, with `progname` in its first line. The text names the IPMI
+// watchdog once the probe has found a controller of that kind, and ASR otherwise.
 void print_usage(const char *progname);

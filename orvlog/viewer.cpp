@@ -24,8 +24,8 @@ bool is_ready(const EventReader &log) {
   return false;
 }
 
-/// A time stamp as "hour:minute  month/day/year", each number of at least two digits. Written by hand, since
-/// a listing spends more time on its numbers than on its texts.
+// A time stamp as "hour:minute  month/day/year", each number of at least two digits. Written by hand because
+// a listing spends more time on its numbers than on its texts.
 class TimeText {
  public:
   explicit TimeText(const EVT_TIME_STAMP &time) {
@@ -59,14 +59,15 @@ class TimeText {
     *end_++ = static_cast<char>('0' + value);
   }
 
-  char text_[sizeof "255:255  255/255/255255"];
+  char text_[sizeof("255:255  255/255/255255")];
   char *end_ = text_;
 };
 
-void print_entry(const EVT_LOG_ENTRY &record) {
+// Returns whether standard output still takes what is written.
+bool print_entry(const EVT_LOG_ENTRY &record) {
   char description[kDescriptionSize];
-  TranslateEventLogMessage(&record, description, sizeof description);
-  // What firmware put into a text must not reach the terminal as control or half a multi-byte character.
+  TranslateEventLogMessage(&record, description, sizeof(description));
+  // Text from firmware must not reach the terminal as a control character or half a multi-byte character.
   for (char *c = description; *c != '\0'; ++c) {
     if (static_cast<signed char>(*c) < ' ') {
       *c = ' ';
@@ -75,9 +76,9 @@ void print_entry(const EVT_LOG_ENTRY &record) {
   const EVT_HEADER &header = record.Hdr;
   const TimeText s_InitTime(header.InitTime);
   const TimeText s_UpdateTime(header.UpdateTime);
-  print_out("%.4d %-14s %16s %16s %.4d\nLOG: %s\n\n", static_cast<int>(header.dwEvtNumber),
-            GetSeverity(header.bSeverity), s_InitTime.text(), s_UpdateTime.text(),
-            static_cast<int>(header.dwCount), description);
+  return print_out("%.4d %-14s %16s %16s %.4d\nLOG: %s\n\n", static_cast<int>(header.dwEvtNumber),
+                   GetSeverity(header.bSeverity), s_InitTime.text(), s_UpdateTime.text(),
+                   static_cast<int>(header.dwCount), description);
 }
 
 }  // namespace
@@ -133,7 +134,9 @@ int view_entire_log(char c, uint32_t offset) {
       print_out("-------------------------------------------------------------\n");
       headerprinted = true;
     }
-    print_entry(log.record());
+    if (!print_entry(log.record())) {
+      break;
+    }
   }
   if (answer == EventReader::Answer::kInvalidCode) {
     print_err("orvlog: Invalid error code returned.\n");

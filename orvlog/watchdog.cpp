@@ -15,28 +15,26 @@ namespace {
 
 constexpr char kTimeoutPrefix[] = "TIMEOUT=";
 
-/// Bit n is set when a timeout of n minutes is allowed.
+// Bit n is set when a timeout of n minutes is allowed.
 constexpr uint32_t kAllowedTimeouts = 1U << 5 | 1U << 10 | 1U << 15 | 1U << 20 | 1U << 30;
 
 bool is_allowed_timeout(uint32_t minutes) {
   return minutes <= 30 && (kAllowedTimeouts >> minutes & 1) != 0;
 }
 
-/// Issues one request on the ASR node. Returns whether it
-/// succeeded; a node that cannot be opened is passed over.
+// Issues one request on the ASR node. Returns whether it succeeded; failures are not reported.
 bool request_asr(unsigned int code, void *buffer, unsigned int length) {
   const Channel node(kNodeAsr, kOpenRead);
   return node.is_open() && node.request(code, buffer, length) == 0;
 }
 
-/// Writes the timeout into the firmware variable, whose other bytes stay as they were read.
+// Writes the timeout into the firmware variable, whose other bytes stay as they were read.
 void set_timeout(ASREVSTRUCT &AsrEvStruct, uint32_t minutes) {
   print_out(non_Brix != 0 ? "Setting IPMI Watchdog timer to %d\n" : "Setting ASR timer to %d\n",
             static_cast<int>(minutes));
   AsrEvStruct.ucTimeoutValue = static_cast<uint8_t>(minutes);
-  // The size is given afresh: a read that failed may have
-  // left another one, and the variable must keep its own.
-  int nbytes = sizeof AsrEvStruct;
+  // Not the size that the read has left: a failed read may have changed it.
+  int nbytes = sizeof(AsrEvStruct);
   if (set_ev(kAsrVariable, &AsrEvStruct, &nbytes) != 0) {
     print_err(non_Brix != 0 ? "orvlog: Set IPMI Watchdog Timeout failed\n"
                             : "orvlog: Set ASR Timeout failed\n");
@@ -47,11 +45,11 @@ void set_timeout(ASREVSTRUCT &AsrEvStruct, uint32_t minutes) {
 
 void ControlASR(const char *option) {
   int32_t curstat = 0;
-  if (!request_asr(kRequestAsrState, &curstat, sizeof curstat)) {
-    curstat = 0;  // whatever a request that failed has left there
+  if (!request_asr(kRequestAsrState, &curstat, sizeof(curstat))) {
+    curstat = 0;  // a failed request may have written there
   }
   ASREVSTRUCT AsrEvStruct = {};
-  int nbytes = sizeof AsrEvStruct;
+  int nbytes = sizeof(AsrEvStruct);
   get_ev(kAsrVariable, &AsrEvStruct, &nbytes);
 
   if (strcmp(option, "STATUS") == 0) {
@@ -72,8 +70,8 @@ void ControlASR(const char *option) {
                                 "ASR must be enabled before setting timeout value.\n");
       return;
     }
-    // The number stands behind the prefix's length, wherever
-    // the prefix itself stands; it is narrowed on purpose.
+    // The number is read from the ninth character on, even where the prefix stands further back. It is
+    // parsed in the widest type and narrowed on purpose.
     const auto minutes = static_cast<uint32_t>(strtol(option + strlen(kTimeoutPrefix), nullptr, 10));
     if (is_allowed_timeout(minutes)) {
       set_timeout(AsrEvStruct, minutes);

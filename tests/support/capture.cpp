@@ -1,10 +1,8 @@
 #include "tests/support/capture.h"
 
-#include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <fcntl.h>
-#include <poll.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -12,14 +10,16 @@ namespace {
 
 int g_trace_fd = -1;
 
-struct Pipe {
-  Pipe() {
-    if (pipe2(ends, O_CLOEXEC) != 0) {
-      abort();
-    }
-  }
-  int ends[2] = {-1, -1};
-};
+int make_file() {
+  return memfd_create("captured", MFD_CLOEXEC);
+}
+
+std::string take_file(int fd) {
+  std::string text(static_cast<size_t>(lseek(fd, 0, SEEK_END)), '\0');
+  text.resize(static_cast<size_t>(pread(fd, text.data(), text.size(), 0)));
+  close(fd);
+  return text;
+}
 
 }  // namespace
 
@@ -29,43 +29,30 @@ int trace_fd() {
 
 Outcome capture(const std::function<void()> &body) {
   fflush(nullptr);
-  std::array<Pipe, 3> pipes;
+  const int out = make_file();
+  const int err = make_file();
+  const int trace = make_file();
   const pid_t child = fork();
   if (child == 0) {
-    dup2(pipes[0].ends[1], STDOUT_FILENO);
-    dup2(pipes[1].ends[1], STDERR_FILENO);
-    g_trace_fd = pipes[2].ends[1];
+    dup2(out, STDOUT_FILENO);
+    dup2(err, STDERR_FILENO);
+    g_trace_fd = trace;
     body();
     exit(0);
   }
-  Outcome outcome;
-  std::string *const texts[] = {&outcome.out, &outcome.err, &outcome.trace};
-  std::array<pollfd, 3> waiting{};
-  for (std::size_t i = 0; i < pipes.size(); ++i) {
-    close(pipes[i].ends[1]);
-    waiting[i] = {pipes[i].ends[0], POLLIN, 0};
-  }
-  for (std::size_t open = pipes.size(); open > 0;) {
-    poll(waiting.data(), waiting.size(), -1);
-    for (std::size_t i = 0; i < waiting.size(); ++i) {
-      if (waiting[i].revents == 0) {
-        continue;
-      }
-      char buffer[4096];
-      const ssize_t size = read(waiting[i].fd, buffer, sizeof buffer);
-      if (size > 0) {
-        texts[i]->append(buffer, static_cast<std::size_t>(size));
-      } else {
-        close(waiting[i].fd);
-        waiting[i].fd = -1;
-        --open;
-      }
-    }
-  }
   int status = 0;
   waitpid(child, &status, 0);
-  outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-  return outcome;
+  const int result = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  return {result, take_file(out), take_file(err), take_file(trace)};
+}
+
+std::vector<char *> argument_vector(const std::vector<std::string> &words) {
+  std::vector<char *> pointers;
+  for (const std::string &word : words) {
+    pointers.push_back(const_cast<char *>(word.c_str()));
+  }
+  pointers.push_back(nullptr);
+  return pointers;
 }
 
 Outcome run(const std::vector<std::string> &words, const std::function<void()> &prepare) {
@@ -73,12 +60,7 @@ Outcome run(const std::vector<std::string> &words, const std::function<void()> &
     if (prepare) {
       prepare();
     }
-    std::vector<char *> argv;
-    for (const std::string &word : words) {
-      argv.push_back(const_cast<char *>(word.c_str()));
-    }
-    argv.push_back(nullptr);
-    execv(argv[0], argv.data());
+    execv(words[0].c_str(), argument_vector(words).data());
     _exit(127);
   });
 }

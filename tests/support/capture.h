@@ -1,4 +1,4 @@
-// Runs something in a child process and returns all that it leaves behind.
+// Runs something in a child process and returns everything that it leaves.
 #pragma once
 
 #include <functional>
@@ -12,12 +12,15 @@ struct Outcome {
   std::string trace;  // what the child wrote to trace_fd()
 };
 
-/// Forks, runs `body` in the child with its output captured,
-/// and ends the child with exit(0) when `body` returns.
+// Forks, runs `body` in the child with its output captured, and ends the child with exit(0) when `body`
+// returns.
 Outcome capture(const std::function<void()> &body);
 
-/// Runs a program with its arguments (words[0] is its path); `prepare` runs in the child before.
+// Runs a program with its arguments (words[0] is its path). `prepare` runs in the child before.
 Outcome run(const std::vector<std::string> &words, const std::function<void()> &prepare = {});
 
-/// In the child of capture(): where the trace goes; -1 elsewhere.
+// Pointers to the words, for as long as these live, and a null pointer after them.
+std::vector<char *> argument_vector(const std::vector<std::string> &words);
+
+// In the child of capture(): where the trace goes; -1 elsewhere.
 int trace_fd();
