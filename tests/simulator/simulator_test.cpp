@@ -141,12 +141,13 @@ TEST_F(Simulator, AddFillsInTheHeader) {
 }
 
 TEST_F(Simulator, ConcurrentWritersLoseNothing) {
-  // As after a fork; writers with a node of their own are tested with the program.
+  // Over one node, as after a fork, and over nodes of their own.
   const int shared = orvOpenRequest(kNodeEvents, kOpenRead), asr = orvOpenRequest(kNodeAsr, kOpenRead);
   for (int writer = 0; writer < 50; ++writer) {
     if (fork() == 0) {
       _ioctlEntry entry = note("note");
-      _exit(orvIoctlRequest(shared, kRequestEventEntry, &entry, sizeof(entry)) != 0 ||
+      const int log = writer % 2 == 0 ? shared : orvOpenRequest(kNodeEvents, kOpenRead);
+      _exit(orvIoctlRequest(log, kRequestEventEntry, &entry, sizeof(entry)) != 0 ||
             orvIoctlRequest(asr, kRequestDisableAsr, nullptr, 0) != 0);
     }
   }
