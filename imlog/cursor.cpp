@@ -1,0 +1,138 @@
+#include "imlog/cursor.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+// Hundreds of times the largest log.
+constexpr off_t kLargestCursor = off_t{1} << 30;
+
+// Opens a regular file and never anything else: opening a device can do things. Where `path` is something
+// else the result is negative and errno 0, or ELOOP for a symbolic link.
+int open_regular(const char *path, int flags, struct stat &status) {
+  if (lstat(path, &status) == 0 && !S_ISREG(status.st_mode)) {
+    errno = S_ISLNK(status.st_mode) ? ELOOP : 0;
+    return -1;
+  }
+  const int fd = open(path, flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0600);
+  if (fd >= 0 && (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode))) {
+    close(fd);
+    errno = 0;
+    return -1;
+  }
+  return fd;
+}
+
+bool write_all(int fd, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t count = write(fd, text.data(), text.size());
+    if (count >= 0) {
+      text.remove_prefix(static_cast<size_t>(count));
+    } else if (errno != EINTR) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// Makes what was renamed in a folder last. A file system that cannot says EINVAL.
+bool sync_folder(const std::string &folder) {
+  const Descriptor fd(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  return fd.is_open() && (fsync(fd.fd()) == 0 || errno == EINVAL);
+}
+
+}  // namespace
+
+Problem Cursor::open(const char *path, History &history) {
+  path_ = path;
+  draft_ = path_ + ".imlog-draft";
+  struct stat status = {};
+  if (lstat(path, &status) == 0 && !S_ISREG(status.st_mode)) {  // before a lock is put beside it
+    return refuse(S_ISLNK(status.st_mode) ? "is a symbolic link" : "is no regular file");
+  }
+  Problem problem = lock();
+  return problem.is_set() ? problem : load(history);
+}
+
+Problem Cursor::lock() {
+  const std::string name = path_ + ".lock";
+  struct stat status = {};
+  lock_.emplace(open_regular(name.c_str(), O_RDONLY | O_CREAT, status));
+  if (!lock_->is_open()) {
+    return Problem("cannot lock the cursor: %s", errno != 0 ? strerror(errno) : "not a regular file")
+        .advise("check that '%s' is a file, or can be made, where you may write", name.c_str());
+  }
+  if (flock(lock_->fd(), LOCK_EX | LOCK_NB) != 0) {
+    return Problem("cannot lock the cursor: %s",
+                   errno == EWOULDBLOCK ? "another run uses it" : strerror(errno))
+        .advise("wait until nothing uses '%s', or name another cursor", path_.c_str());
+  }
+  return {};
+}
+
+Problem Cursor::load(History &history) {
+  struct stat status = {};
+  const Descriptor file(open_regular(path_.c_str(), O_RDONLY, status));
+  if (!file.is_open()) {
+    if (errno == ENOENT) {
+      return {};
+    }
+    return errno == 0 || errno == ELOOP
+               ? refuse("is no regular file")
+               : Problem("cannot read the cursor: %s", strerror(errno))
+                     .advise("check that you may read '%s', or name another cursor", path_.c_str());
+  }
+  if (status.st_size > kLargestCursor) {
+    return refuse("is damaged");
+  }
+  std::string text(static_cast<size_t>(status.st_size), '\0');
+  size_t length = 0;
+  while (length < text.size()) {
+    const ssize_t count = read(file.fd(), text.data() + length, text.size() - length);
+    if (count < 0 && errno != EINTR) {
+      return Problem("cannot read the cursor: %s", strerror(errno))
+          .advise("check the disk of '%s', or name another cursor", path_.c_str());
+    }
+    if (count == 0) {
+      break;  // it was cut short meanwhile
+    }
+    length += count > 0 ? static_cast<size_t>(count) : 0;
+  }
+  text.resize(length);
+  const char *const fault = history.parse(text);
+  exists_ = true;
+  return fault != nullptr ? refuse(fault) : Problem();
+}
+
+Problem Cursor::refuse(const char *fault) const {
+  return Problem("the cursor %s", fault)
+      .advise("move '%s' away to have all entries printed as new, or name another cursor", path_.c_str());
+}
+
+Problem Cursor::save(const History &history) {
+  const size_t slash = path_.rfind('/');
+  const std::string folder = slash == std::string::npos ? "." : path_.substr(0, slash + 1);
+  if (!write_draft(history.text()) || rename(draft_.c_str(), path_.c_str()) != 0 || !sync_folder(folder)) {
+    const int error = errno;
+    unlink(draft_.c_str());
+    return Problem("cannot write the cursor: %s", strerror(error))
+        .advise("check the disk and the folder of '%s'; the next run repeats what this one printed",
+                path_.c_str());
+  }
+  exists_ = true;
+  return {};
+}
+
+// Writes the new cursor to the disk, beside the old one. The lock is held, so a draft that is there is what a
+// run that died has left.
+bool Cursor::write_draft(const std::string &text) const {
+  unlink(draft_.c_str());
+  Descriptor file(::open(draft_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+  return file.is_open() && write_all(file.fd(), text) && fsync(file.fd()) == 0 && file.close() == 0;
+}

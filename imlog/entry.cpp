@@ -1,0 +1,48 @@
+#include "imlog/entry.h"
+
+#include <cstring>
+
+#include "iml/eventstr.h"
+
+namespace {
+
+// Longer than any text seen. The translator clears the whole buffer for every entry, so more is not free.
+constexpr size_t kUsualTextSize = 2000;
+
+}  // namespace
+
+const Severity kSeverityTable[kSeverities] = {
+    {"Information", "information", '6'}, {"Repaired", "repaired", '5'}, {"Caution", "caution", '4'},
+    {"Critical", "critical", '2'},       {"Unknown", "unknown", '5'},
+};
+
+SeverityRank severity_rank(uint8_t code) {
+  switch (code) {
+    case kSeverityInformational:
+    case kSeverityInformationalAlternate: return kInformation;
+    case kSeverityRepaired: return kRepaired;
+    case kSeverityCaution: return kCaution;
+    case kSeverityCritical: return kCritical;
+    default: return kUnknown;
+  }
+}
+
+Decoder::Decoder(Calendar &calendar) : calendar_(calendar), text_(kUsualTextSize, '\0') {}
+
+Entry Decoder::decode(const EVT_LOG_ENTRY &record, Change change) {
+  for (;;) {
+    const uint8_t known =
+        TranslateEventLogMessage(&record, text_.data(), static_cast<uint32_t>(text_.size()));
+    const size_t length = strlen(text_.data());
+    if (length + 1 < text_.size()) {
+      return {record,
+              severity_rank(record.Hdr.bSeverity),
+              calendar_.at(record.Hdr.InitTime),
+              calendar_.at(record.Hdr.UpdateTime),
+              known != 0,
+              {text_.data(), length},
+              change};
+    }
+    text_.resize(2 * text_.size());  // the text may have been cut
+  }
+}

@@ -1,0 +1,46 @@
+// One entry of the log, decoded: what every output format gets.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "iml/iml_record.h"
+#include "imlog/log_time.h"
+
+// In the order of the command line's "and above"; an unknown severity stands outside of it.
+enum SeverityRank { kInformation, kRepaired, kCaution, kCritical, kUnknown, kSeverities };
+
+struct Severity {
+  const char *word;  // for people
+  const char *name;  // for machines and on the command line
+  char priority;     // of syslog, as a digit
+};
+extern const Severity kSeverityTable[kSeverities];
+
+// The rank of a record's severity code.
+SeverityRank severity_rank(uint8_t code);
+
+// How an entry differs from the last reading; kNone where none is remembered.
+enum class Change { kNone, kNew, kRepeated, kUnchanged };
+
+// Good until the next entry is decoded.
+struct Entry {
+  const EVT_LOG_ENTRY &record;
+  SeverityRank severity;
+  LogTime first;
+  LogTime last;
+  bool is_known;             // the event has a text of its own
+  std::string_view message;  // whole, with whatever bytes the record puts into it
+  Change change;
+};
+
+class Decoder {
+ public:
+  explicit Decoder(Calendar &calendar);
+
+  Entry decode(const EVT_LOG_ENTRY &record, Change change);
+
+ private:
+  Calendar &calendar_;
+  std::string text_;
+};

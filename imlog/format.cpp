@@ -1,0 +1,19 @@
+#include "imlog/format.h"
+
+void put_level(const Severity &severity, Output &output) {
+  output.put('<');
+  output.put(severity.priority);
+  output.put('>');
+}
+
+const FormatRow *find_format(std::string_view name) {
+#define IMLOG_FORMAT_ADDRESS(name) &k##name##Format,
+  static constexpr const FormatRow *kFormats[] = {IMLOG_FORMATS(IMLOG_FORMAT_ADDRESS)};
+#undef IMLOG_FORMAT_ADDRESS
+  for (const FormatRow *const format : kFormats) {
+    if (format->name == name) {
+      return format;
+    }
+  }
+  return nullptr;
+}

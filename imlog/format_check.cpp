@@ -1,0 +1,74 @@
+// One line and a status for monitoring.
+#include <algorithm>
+
+#include "imlog/format.h"
+#include "imlog/text.h"
+
+namespace {
+
+class CheckFormat : public Format {
+ public:
+  void put(const Entry &entry, Output & /*output*/) override {
+    ++entries_;
+    critical_ += entry.severity == kCritical ? 1 : 0;
+    caution_ += entry.severity == kCaution ? 1 : 0;
+    if (entry.severity == kCritical || (entry.severity == kCaution && critical_ == 0)) {
+      number_ = entry.record.Hdr.dwEvtNumber;
+      text_ = entry.message;
+    }
+  }
+
+  int finish(const Reading &reading, Output &output) override {
+    if (reading.problem.is_set()) {
+      output.put("IML UNKNOWN - ");
+      put_one_line(reading.problem.what(), output);
+      output.put('\n');
+      return 3;
+    }
+    const int status = critical_ != 0 ? 2 : caution_ != 0 ? 1 : 0;
+    static constexpr const char *kWords[] = {"IML OK - ", "IML WARNING - ", "IML CRITICAL - "};
+    output.put(kWords[status]);
+    output.put_number(critical_);
+    output.put(" critical, ");
+    output.put_number(caution_);
+    output.put(" caution");
+    if (status != 0) {
+      output.put("; ");
+      output.put_number(number_);
+      output.put(' ');
+      put_one_line(text_, output);
+    }
+    output.put(" | critical=");
+    output.put_number(critical_);
+    output.put(";;0 caution=");
+    output.put_number(caution_);
+    output.put(";0; entries=");
+    output.put_number(entries_);
+    output.put('\n');
+    return status;
+  }
+
+ private:
+  // What stands after a "|" would pass for performance data.
+  void put_one_line(std::string_view text, Output &output) {
+    std::string line(cleaner_.clean(text));
+    std::replace(line.begin(), line.end(), '|', '/');
+    output.put(line);
+  }
+
+  uint64_t critical_ = 0;
+  uint64_t caution_ = 0;
+  uint64_t entries_ = 0;
+  uint32_t number_ = 0;  // of the last entry of the worst severity
+  std::string text_;
+  TextCleaner cleaner_{Controls::kBlank, kQuestionMark};
+};
+
+}  // namespace
+
+const FormatRow kCheckFormat = {
+    "check",
+    [](const Setting &) -> std::unique_ptr<Format> { return std::make_unique<CheckFormat>(); },
+    kWholeLog | kForMonitors,
+    nullptr,
+};

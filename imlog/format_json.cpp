@@ -1,0 +1,175 @@
+// JSON Lines: one object an entry, its form named by "schema".
+#include <array>
+#include <cstdio>
+#include <rapidjson/writer.h>
+
+#include "iml/eventstr.h"
+#include "imlog/format.h"
+#include "imlog/text.h"
+
+namespace {
+
+// Where the JSON library writes to.
+struct JsonStream {
+  using Ch = char;
+
+  void Put(char character) {
+    output->put(character);
+  }
+  void Flush() {}
+
+  Output *output = nullptr;
+  bool is_plain = true;  // no byte of the string that is written has to be escaped
+};
+
+using JsonWriter = rapidjson::Writer<JsonStream>;
+
+// Bytes that may not stand for themselves in a JSON string: C0, the quote, the backslash, DEL, and the lead
+// byte of U+0080 to U+009F.
+constexpr std::array<bool, 256> make_stops() {
+  std::array<bool, 256> stops = {};
+  for (size_t byte = 0; byte < stops.size(); ++byte) {
+    stops[byte] = byte < 0x20 || byte == '"' || byte == '\\' || byte == 0x7F || byte == 0xC2;
+  }
+  return stops;
+}
+constexpr std::array<bool, 256> kStops = make_stops();
+
+// Puts a character that begins with DEL or 0xC2, escaped if it is a control character. Returns its length.
+size_t put_high_character(const char *text, Output &output) {
+  const size_t length = *text == '\x7F' ? 1 : 2;
+  const auto last = static_cast<unsigned char>(text[length - 1]);
+  if (length == 2 && last >= 0xA0) {
+    output.put(std::string_view(text, length));
+  } else {
+    char escape[sizeof("\\u0000")];
+    snprintf(escape, sizeof(escape), "\\u%04X", unsigned{last});
+    output.put(escape);
+  }
+  return length;
+}
+
+// The first byte of a string that may not stand for itself, or `end`.
+const char *find_stop(const char *text, const char *end) {
+  while (text != end && !kStops[static_cast<unsigned char>(*text)]) {
+    ++text;
+  }
+  return text;
+}
+
+}  // namespace
+
+// The library offers this step of writing a string for a stream that does it faster than character by
+// character: up to a character for the library to escape, or to the end of the string, where the result is
+// false. DEL and U+0080 to U+009F, which the library would let through, are escaped here. The string is valid
+// UTF-8.
+template <>
+inline bool JsonWriter::ScanWriteUnescapedString(rapidjson::StringStream &text, size_t size) {
+  const char *const end = text.head_ + size;
+  while (text.src_ != end) {
+    const char *const stop = os_->is_plain ? end : find_stop(text.src_, end);
+    os_->output->put(std::string_view(text.src_, static_cast<size_t>(stop - text.src_)));
+    text.src_ = stop;
+    if (stop == end) {
+      return false;
+    }
+    if (*stop != '\x7F' && *stop != '\xC2') {
+      return true;
+    }
+    text.src_ += put_high_character(stop, *os_->output);
+  }
+  return false;
+}
+
+namespace {
+
+class JsonFormat : public Format {
+ public:
+  explicit JsonFormat(const Setting &setting)
+      : level_prefix_(setting.level_prefix), has_host_(setting.has_host) {
+    host_ = cleaner_.clean(setting.host);
+  }
+
+  void put(const Entry &entry, Output &output) override {
+    const EVT_HEADER &header = entry.record.Hdr;
+    const Severity &severity = kSeverityTable[entry.severity];
+    const std::string_view message = cleaner_.clean(entry.message);
+    if (level_prefix_) {
+      put_level(severity, output);
+    }
+    stream_.output = &output;
+    writer_.Reset(stream_);
+    writer_.StartObject();
+    put_text("schema", "iml/1");
+    if (has_host_) {
+      put_text_of_others("host", host_);
+    }
+    put_number("number", header.dwEvtNumber);
+    put_text("severity", severity.name);
+    put_number("severity_code", header.bSeverity);
+    put_number("priority", static_cast<unsigned>(severity.priority - '0'));
+    put_time("first", entry.first);
+    put_time("last", entry.last);
+    put_number("count", header.dwCount);
+    put_number("class", header.wClass);
+    put_number("code", header.wCode);
+    put_class_name(header.wClass);
+    put_key("known");
+    writer_.Bool(entry.is_known);
+    put_text_of_others("message", message);
+    if (entry.change != Change::kNone) {
+      put_text("change", entry.change == Change::kNew ? "new" : "repeated");
+    }
+    writer_.EndObject();
+    output.put('\n');
+  }
+
+ private:
+  void put_key(std::string_view key) {
+    writer_.Key(key.data(), static_cast<rapidjson::SizeType>(key.size()));
+  }
+  void put_text(std::string_view key, std::string_view text) {
+    put_key(key);
+    writer_.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
+  }
+  void put_text_of_others(std::string_view key, std::string_view text) {
+    put_key(key);
+    stream_.is_plain = false;
+    writer_.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
+    stream_.is_plain = true;
+  }
+  void put_number(std::string_view key, unsigned number) {
+    put_key(key);
+    writer_.Uint(number);
+  }
+  void put_time(std::string_view key, const LogTime &time) {
+    if (time.is_valid) {
+      const ZonedText text(time);
+      put_text(key, {text.text, sizeof(text.text)});
+    } else {
+      put_key(key);
+      writer_.Null();
+    }
+  }
+  void put_class_name(uint16_t event_class) {
+    char name[64];
+    TranslateEventLogClass(event_class, name, sizeof(name));
+    put_text("class_name", name);
+  }
+
+  bool level_prefix_;
+  bool has_host_;
+  std::string host_;
+  TextCleaner cleaner_{Controls::kKeep, kReplacementCharacter};
+  JsonStream stream_;
+  JsonWriter writer_;
+};
+
+}  // namespace
+
+const FormatRow kJsonFormat = {
+    "json",
+    [](const Setting &setting) -> std::unique_ptr<Format> { return std::make_unique<JsonFormat>(setting); },
+    kFollows | kLevels,
+    nullptr,
+};

@@ -1,0 +1,20 @@
+// The records themselves, as imlog reads them.
+#include "imlog/format.h"
+
+namespace {
+
+class RawFormat : public Format {
+ public:
+  void put(const Entry &entry, Output &output) override {
+    output.put(std::string_view(reinterpret_cast<const char *>(&entry.record), sizeof(entry.record)));
+  }
+};
+
+}  // namespace
+
+const FormatRow kRawFormat = {
+    "raw",
+    [](const Setting &) -> std::unique_ptr<Format> { return std::make_unique<RawFormat>(); },
+    0,
+    nullptr,
+};

@@ -1,0 +1,50 @@
+// What earlier readings found: which entries are new, and which have changed since.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+
+#include "imlog/entry.h"
+
+class History {
+ public:
+  // Reads the text of a cursor in place of all that is remembered. Returns nullptr, or what is wrong with it.
+  const char *parse(std::string_view text);
+
+  // The text of the cursor.
+  [[nodiscard]] std::string text() const;
+
+  // Notes a record of the reading under way and returns how it differs from the reading before.
+  Change add(const EVT_LOG_ENTRY &record);
+
+  // The records noted so far in the reading under way.
+  [[nodiscard]] uint64_t count() const {
+    return count_;
+  }
+
+  // True when record `index` of this reading, counted from 0, is the last with its number.
+  [[nodiscard]] bool is_latest(uint32_t number, uint64_t index) const;
+
+  // Ends the reading: it is what the next one is compared with. After one that broke off, what was known of
+  // the rest is kept. Returns whether anything changed.
+  bool finish(bool is_complete);
+
+ private:
+  struct Known {
+    EVT_TIME_STAMP first;  // this, class and code are the entry's identity
+    uint16_t event_class;
+    uint16_t code;
+    uint64_t fingerprint;  // of the whole record
+    uint64_t index;        // of the record in its reading; no part of the cursor
+  };
+
+  static bool is_same_entry(const Known &a, const Known &b);
+  static std::string line(uint32_t number, const Known &known);
+  static bool parse_line(std::string_view line, uint32_t &number, Known &known);
+
+  std::map<uint32_t, Known> before_;
+  std::map<uint32_t, Known> now_;
+  uint64_t count_ = 0;
+};

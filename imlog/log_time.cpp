@@ -1,0 +1,222 @@
+#include "imlog/log_time.h"
+
+#include <charconv>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+constexpr int64_t kMinute = 60;
+constexpr int64_t kHour = 60 * kMinute;
+constexpr int64_t kDay = 24 * kHour;
+
+constexpr size_t kRememberedDays = 4096;  // a log of eleven years, and a power of two
+constexpr int32_t kChanges =
+    INT32_MIN;  // offset_seconds of a day on which the zone's offset changes, or near one
+
+int year_of(const EVT_TIME_STAMP &stamp) {
+  return stamp.bCentury * 100 + stamp.bYear;
+}
+
+bool is_date(const EVT_TIME_STAMP &stamp) {
+  static constexpr uint8_t kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  const int year = year_of(stamp);
+  if (stamp.bYear > 99 || year < 1970 || year > 9999 || stamp.bMonth < 1 || stamp.bMonth > 12) {
+    return false;
+  }
+  const bool is_leap_year = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
+  const int days = kDays[stamp.bMonth - 1] + (is_leap_year && stamp.bMonth == 2 ? 1 : 0);
+  return stamp.bDay >= 1 && stamp.bDay <= days;
+}
+
+tm to_tm(const EVT_TIME_STAMP &stamp) {
+  tm time = {};
+  time.tm_year = year_of(stamp) - 1900;
+  time.tm_mon = stamp.bMonth - 1;
+  time.tm_mday = stamp.bDay;
+  time.tm_hour = stamp.bHour;
+  time.tm_min = stamp.bMinute;
+  return time;
+}
+
+EVT_TIME_STAMP to_stamp(const tm &time) {
+  const int year = time.tm_year + 1900;
+  return {static_cast<uint8_t>(year / 100),      static_cast<uint8_t>(year % 100),
+          static_cast<uint8_t>(time.tm_mon + 1), static_cast<uint8_t>(time.tm_mday),
+          static_cast<uint8_t>(time.tm_hour),    static_cast<uint8_t>(time.tm_min)};
+}
+
+// Local time minus UTC, in seconds, which holds on the whole day and half a day around it, or kChanges.
+int32_t steady_offset(int64_t midnight) {
+  constexpr int64_t kStep = kDay / 2;  // no zone changes back and forth within it
+  tm local = {};
+  time_t probe = midnight;
+  if (localtime_r(&probe, &local) == nullptr || std::abs(local.tm_gmtoff) > kDay) {
+    return kChanges;
+  }
+  const tm first = local;
+  const int64_t start = midnight - first.tm_gmtoff;
+  for (probe = start - kStep; probe <= start + kDay + kStep; probe += kStep) {
+    if (localtime_r(&probe, &local) == nullptr || local.tm_gmtoff != first.tm_gmtoff ||
+        local.tm_isdst != first.tm_isdst) {
+      return kChanges;
+    }
+  }
+  return static_cast<int32_t>(first.tm_gmtoff);
+}
+
+// The instant of a stamp near a change. With tm_isdst -1 the C library would answer by the call before.
+std::optional<int64_t> instant_near_change(const EVT_TIME_STAMP &stamp) {
+  for (const int is_summer : {1, 0}) {
+    tm time = to_tm(stamp);
+    time.tm_isdst = is_summer;
+    time.tm_wday = -1;  // is set unless the call fails
+    const time_t instant = mktime(&time);
+    const EVT_TIME_STAMP back = to_stamp(time);
+    if (time.tm_wday >= 0 && (is_summer == 0 || memcmp(&back, &stamp, sizeof(stamp)) == 0)) {
+      return instant;
+    }
+  }
+  return std::nullopt;
+}
+
+// Two digits of a number below 100.
+char *put_digits(char *text, unsigned value) {
+  text[0] = static_cast<char>('0' + value / 10);
+  text[1] = static_cast<char>('0' + value % 10);
+  return text + 2;
+}
+
+// True when `text` has the shape of `shape`: '0' stands for a digit, '_' for a blank or a "T".
+bool has_shape(std::string_view text, std::string_view shape) {
+  if (text.size() != shape.size()) {
+    return false;
+  }
+  for (size_t i = 0; i < text.size(); ++i) {
+    const bool is_digit = text[i] >= '0' && text[i] <= '9';
+    const bool fits = shape[i] == '0'   ? is_digit
+                      : shape[i] == '_' ? text[i] == ' ' || text[i] == 'T'
+                                        : text[i] == shape[i];
+    if (!fits) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// The two digits at `at`; 0 where `text` has ended.
+uint8_t two_digits(std::string_view text, size_t at) {
+  return at < text.size() ? static_cast<uint8_t>((text[at] - '0') * 10 + (text[at + 1] - '0')) : 0;
+}
+
+// The seconds that "-30m", "-12h" or "-7d" counts back.
+std::optional<int64_t> parse_age(std::string_view text) {
+  if (text.size() < 3 || text[0] != '-') {
+    return std::nullopt;
+  }
+  const char unit = text.back();
+  const int64_t seconds = unit == 'm' ? kMinute : unit == 'h' ? kHour : unit == 'd' ? kDay : 0;
+  const char *const end = text.data() + text.size() - 1;
+  uint32_t count = 0;
+  const auto [next, error] = std::from_chars(text.data() + 1, end, count);
+  if (seconds == 0 || error != std::errc() || next != end) {
+    return std::nullopt;
+  }
+  return count * seconds;
+}
+
+}  // namespace
+
+MinuteText::MinuteText(const EVT_TIME_STAMP &stamp) {
+  char *next = put_digits(text, stamp.bCentury);
+  next = put_digits(next, stamp.bYear);
+  *next++ = '-';
+  next = put_digits(next, stamp.bMonth);
+  *next++ = '-';
+  next = put_digits(next, stamp.bDay);
+  *next++ = 'T';
+  next = put_digits(next, stamp.bHour);
+  *next++ = ':';
+  put_digits(next, stamp.bMinute);
+}
+
+ZonedText::ZonedText(const LogTime &time) {
+  const MinuteText minutes(time.stamp);
+  memcpy(text, minutes.text, sizeof(minutes.text));
+  char *next = text + sizeof(minutes.text);
+  const auto offset = static_cast<unsigned>(std::abs(time.offset_minutes));
+  for (const char character : {':', '0', '0', time.offset_minutes < 0 ? '-' : '+'}) {
+    *next++ = character;
+  }
+  next = put_digits(next, offset / 60);
+  *next++ = ':';
+  put_digits(next, offset % 60);
+}
+
+Calendar::Calendar() : days_(kRememberedDays) {
+  tzset();
+}
+
+LogTime Calendar::at(const EVT_TIME_STAMP &stamp) {
+  const Day *const day = find_day(stamp);
+  if (day == nullptr || stamp.bHour > 23 || stamp.bMinute > 59) {
+    return {stamp, false, 0, 0};
+  }
+  const int64_t local = day->midnight + stamp.bHour * kHour + stamp.bMinute * kMinute;
+  int64_t offset = day->offset_seconds;
+  if (offset == kChanges) {
+    const std::optional<int64_t> instant = instant_near_change(stamp);
+    if (!instant) {
+      return {stamp, false, 0, 0};
+    }
+    offset = local - *instant;
+  }
+  return {stamp, true, static_cast<int32_t>(offset / kMinute), local - offset};
+}
+
+const Calendar::Day *Calendar::find_day(const EVT_TIME_STAMP &stamp) {
+  uint32_t date = 0;
+  memcpy(&date, &stamp, sizeof(date));
+  const size_t index = static_cast<unsigned>(year_of(stamp)) * 372 + stamp.bMonth * 31U + stamp.bDay;
+  Day &day = days_[index % kRememberedDays];
+  if (day.date != date || date == 0) {
+    if (!is_date(stamp)) {
+      return nullptr;
+    }
+    tm midnight = to_tm({stamp.bCentury, stamp.bYear, stamp.bMonth, stamp.bDay, 0, 0});
+    day.date = date;
+    day.midnight = timegm(&midnight);
+    day.offset_seconds = steady_offset(day.midnight);
+  }
+  return &day;
+}
+
+std::optional<int64_t> Calendar::parse(std::string_view text, int64_t now) {
+  if (const std::optional<int64_t> age = parse_age(text)) {
+    return now - *age;
+  }
+  EVT_TIME_STAMP stamp = {};
+  if (text == "today" || text == "yesterday") {
+    tm date = {};
+    localtime_r(&now, &date);
+    date.tm_mday -= text == "yesterday" ? 1 : 0;
+    timegm(&date);  // makes a date of the day before the first
+    stamp = to_stamp(date);
+    stamp.bHour = 0;
+    stamp.bMinute = 0;
+  } else if (has_shape(text, "0000-00-00") || has_shape(text, "0000-00-00_00:00") ||
+             has_shape(text, "0000-00-00_00:00:00")) {
+    stamp = {two_digits(text, 0), two_digits(text, 2),  two_digits(text, 5),
+             two_digits(text, 8), two_digits(text, 11), two_digits(text, 14)};
+  } else {
+    return std::nullopt;
+  }
+  const LogTime time = at(stamp);
+  const uint8_t seconds = text.size() > 16 ? two_digits(text, 17) : 0;
+  if (!time.is_valid || seconds > 59) {
+    return std::nullopt;
+  }
+  return time.instant + seconds;
+}

@@ -1,0 +1,57 @@
+// The log's times: the server's local time, in the zone of TZ.
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "iml/iml_record.h"
+
+struct LogTime {
+  EVT_TIME_STAMP stamp;
+  bool is_valid;           // each byte in its range, and a date and time of the years 1970 to 9999
+  int32_t offset_minutes;  // local time minus UTC, cut to minutes; this and the next only where valid
+  int64_t instant;         // seconds since 1970, UTC
+};
+
+// "2024-12-05T22:40", not terminated.
+struct MinuteText {
+  explicit MinuteText(const EVT_TIME_STAMP &stamp);
+
+  char text[sizeof("2024-12-05T22:40") - 1];
+};
+
+// "2024-12-05T22:40:00+01:00" of a valid time, not terminated.
+struct ZonedText {
+  explicit ZonedText(const LogTime &time);
+
+  char text[sizeof("2024-12-05T22:40:00+01:00") - 1];
+};
+
+// Turns stamps into instants. An hour that occurs twice is summer time, one that does not exist standard
+// time.
+class Calendar {
+ public:
+  Calendar();
+
+  LogTime at(const EVT_TIME_STAMP &stamp);
+
+  // A time as the command line has it: a date with or without a time of day, "today", "yesterday", or "-30m",
+  // "-12h",
+  // "-7d" counted back from `now`. Nothing where it is none.
+  std::optional<int64_t> parse(std::string_view text, int64_t now);
+
+ private:
+  // What is remembered of a day, since the C library takes thousands of instructions for an instant.
+  struct Day {
+    uint32_t date;           // the date bytes of its stamps; 0 while there is no day
+    int32_t offset_seconds;  // local time minus UTC on the whole day, or kChanges
+    int64_t midnight;        // 00:00 as if it were UTC
+  };
+
+  const Day *find_day(const EVT_TIME_STAMP &stamp);
+
+  std::vector<Day> days_;
+};

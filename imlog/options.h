@@ -1,0 +1,28 @@
+// The command line.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "imlog/filter.h"
+#include "imlog/format.h"
+#include "imlog/log_time.h"
+#include "imlog/problem.h"
+
+struct Options {
+  enum class Action { kRead, kHelp, kVersion };
+
+  Action action = Action::kRead;
+  const FormatRow *format = &kShortFormat;
+  Filter filter;
+  std::optional<uint64_t> lines;
+  const char *cursor_file = nullptr;
+  bool follow = false;
+  bool level_prefix = false;
+  const char *host = nullptr;
+  const char *file = nullptr;  // null: the live log
+};
+
+// Reads the command line. Where it is wrong, the result says how, and `options.format` is kCheckFormat if
+// "-o check" stands anywhere on it. `now` is what a time such as "-7d" is counted from.
+Problem parse_options(int argc, char **argv, Calendar &calendar, int64_t now, Options &options);

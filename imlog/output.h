@@ -1,0 +1,60 @@
+// Standard output: collected, and written in large pieces or entry by entry.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <string_view>
+
+class Output {
+ public:
+  // With `each_entry` what an entry gave is written at once.
+  explicit Output(int fd, bool each_entry = false);
+
+  void put(char character) {
+    if (size_ == kPiece) {
+      flush();
+    }
+    text_[size_++] = character;
+  }
+  void put(std::string_view text) {
+    if (text.size() > kPiece - size_) {
+      put_large(text);
+      return;
+    }
+    memcpy(text_.get() + size_, text.data(), text.size());
+    size_ += text.size();
+  }
+
+  // Pads a text with blanks after it, up to `width` characters.
+  void put_padded(std::string_view text, size_t width);
+  void put_number(uint64_t number, size_t width = 0);
+
+  // To be called where an entry is complete.
+  void end_entry() {
+    if (each_entry_) {
+      flush();
+    }
+  }
+
+  // Writes what is left. Nothing is written any more after a failure; its errno is kept.
+  bool flush();
+
+  // Flushes and closes: some failures are reported by closing alone.
+  bool close();
+
+  [[nodiscard]] int error() const {
+    return error_;
+  }
+
+ private:
+  static constexpr size_t kPiece = size_t{64} << 10;
+
+  void put_large(std::string_view text);
+
+  int fd_;
+  bool each_entry_;
+  int error_ = 0;
+  std::unique_ptr<char[]> text_;
+  size_t size_ = 0;
+};

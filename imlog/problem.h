@@ -1,0 +1,34 @@
+// What went wrong, in words: the exit status follows from where it is reported.
+#pragma once
+
+#include <cstdarg>
+#include <string>
+
+// The text that printf would print.
+[[gnu::format(printf, 1, 0)]] std::string format_text(const char *format, va_list args);
+
+class Problem {
+ public:
+  // No problem.
+  Problem() = default;
+
+  // What failed and why.
+  [[gnu::format(printf, 2, 3)]] explicit Problem(const char *format, ...);
+
+  // Adds on which value it failed and what to do. A check's line has no room for this part.
+  [[gnu::format(printf, 2, 3)]] Problem &&advise(const char *format, ...) &&;
+
+  [[nodiscard]] bool is_set() const {
+    return !what_.empty();
+  }
+  [[nodiscard]] const std::string &what() const {
+    return what_;
+  }
+  [[nodiscard]] const std::string &advice() const {
+    return advice_;
+  }
+
+ private:
+  std::string what_;
+  std::string advice_;
+};

@@ -1,0 +1,7 @@
+// The maker's request library, loaded at run time: only the live log needs it.
+#pragma once
+
+#include "imlog/problem.h"
+
+// Loads the library for the rest of the run. Until this has succeeded the request functions fail.
+Problem load_request_library();

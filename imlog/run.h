@@ -1,0 +1,15 @@
+// One run: the log read, filtered and printed, once or again and again. All return the exit status.
+#pragma once
+
+#include <string_view>
+
+#include "imlog/options.h"
+
+int run(const Options &options, Calendar &calendar);
+
+// Prints `text` alone.
+int print_text(std::string_view text, const FormatRow &row);
+
+// Reports a problem where the format wants it: on standard error with `status`, or in a check's line with its
+// status.
+int report(const Problem &problem, const FormatRow &row, int status);

@@ -1,0 +1,129 @@
+#include "imlog/source.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+
+namespace {
+
+constexpr size_t kRecordsAtOnce = 273;  // 64 KiB
+
+bool is_empty(const EVT_LOG_ENTRY &record) {
+  static constexpr char kEmpty[sizeof(record)] = {};
+  return memcmp(reinterpret_cast<const char *>(&record), kEmpty, sizeof(record)) == 0;
+}
+
+// Opens what `path` names. A folder can be opened, but not read: it is refused here, with the reason in
+// errno.
+int open_log(const char *path) {
+  if (strcmp(path, "-") == 0) {
+    return fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  }
+  const int fd = open(path, O_RDONLY | O_NOCTTY | O_CLOEXEC);
+  struct stat status = {};
+  if (fd >= 0 && fstat(fd, &status) == 0 && S_ISDIR(status.st_mode)) {
+    close(fd);
+    errno = EISDIR;
+    return -1;
+  }
+  return fd;
+}
+
+// As read(2), but waits where that would only say that there is nothing yet.
+ssize_t read_some(int fd, void *buffer, size_t size) {
+  for (;;) {
+    const ssize_t count = read(fd, buffer, size);
+    if (count >= 0 || (errno != EINTR && errno != EAGAIN)) {
+      return count;
+    }
+    if (errno == EAGAIN) {
+      pollfd input = {fd, POLLIN, 0};
+      poll(&input, 1, -1);
+    }
+  }
+}
+
+}  // namespace
+
+FileSource::FileSource(const char *path) : path_(path), file_(open_log(path)) {
+  is_open_ = file_.is_open();
+  if (!is_open_) {
+    problem_ = Problem("cannot open the log: %s", strerror(errno))
+                   .advise("check that '%s' is a file with a raw log and that you may read it", path);
+    return;
+  }
+  records_.resize(kRecordsAtOnce);
+}
+
+const EVT_LOG_ENTRY *FileSource::next() {
+  for (;;) {
+    if (position_ == size_ / sizeof(EVT_LOG_ENTRY) && !fill()) {
+      return nullptr;
+    }
+    const EVT_LOG_ENTRY &record = records_[position_++];
+    if (!is_empty(record)) {
+      return &record;
+    }
+  }
+}
+
+// Reads until there is a whole record at least. Returns false at the end and after a failure.
+bool FileSource::fill() {
+  char *const bytes = reinterpret_cast<char *>(records_.data());
+  const size_t used = position_ * sizeof(EVT_LOG_ENTRY);
+  size_ -= used;
+  position_ = 0;
+  memmove(bytes, bytes + used, size_);  // part of a record, as a pipe may leave it
+  while (size_ < sizeof(EVT_LOG_ENTRY)) {
+    const ssize_t count =
+        read_some(file_.fd(), bytes + size_, records_.size() * sizeof(EVT_LOG_ENTRY) - size_);
+    if (count < 0) {
+      problem_ = Problem("cannot read the log to its end: %s", strerror(errno))
+                     .advise("what '%s' gave before that was read", path_);
+      return false;
+    }
+    if (count == 0) {
+      if (size_ != 0) {
+        problem_ = Problem("the log ends within a record, after %zu of its 240 bytes", size_)
+                       .advise("check whether '%s' is a raw log and was copied whole", path_);
+      }
+      return false;
+    }
+    size_ += static_cast<size_t>(count);
+  }
+  return true;
+}
+
+LiveSource::LiveSource() : reader_(0) {
+  switch (reader_.opening()) {
+    case EventReader::Opening::kReady: is_open_ = true; break;
+    case EventReader::Opening::kCannotOpen:
+      problem_ =
+          Problem("cannot open the log: %s", strerror(reader_.error()))
+              .advise("run as root with the health driver started (%s), or name a FILE to read", kNodeEvents);
+      break;
+    case EventReader::Opening::kNoMemory:
+      problem_ = Problem("cannot open the log: %s", strerror(ENOMEM)).advise("free some memory");
+      break;
+  }
+}
+
+const EVT_LOG_ENTRY *LiveSource::next() {
+  switch (reader_.next()) {
+    case EventReader::Answer::kEntry: return &reader_.record();
+    case EventReader::Answer::kEndOfLog: break;
+    case EventReader::Answer::kInvalidCode:
+      problem_ = Problem("cannot read the log to its end: entry %u: status %d, %s", reader_.number(),
+                         reader_.status(), reader_.error() != 0 ? strerror(reader_.error()) : "no reason")
+                     .advise("the health driver may have stopped; start it again");
+      break;
+    case EventReader::Answer::kDoesNotAdvance:
+      problem_ =
+          Problem("cannot read the log to its end: it does not advance past entry %u", reader_.number())
+              .advise("the health driver answers with entries out of order; report it to its maker");
+      break;
+  }
+  return nullptr;
+}

@@ -1,0 +1,58 @@
+// Where the log comes from: a file with raw records, or the server's health driver.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "driver/event_reader.h"
+#include "imlog/problem.h"
+
+class Source {
+ public:
+  virtual ~Source() = default;
+
+  // The next record, good until the next call; null at the end of the log, and where reading broke off: then
+  // problem() is set.
+  virtual const EVT_LOG_ENTRY *next() = 0;
+
+  [[nodiscard]] const Problem &problem() const {
+    return problem_;
+  }
+  // False when the log could not be opened; then problem() is set and next() is not to be called.
+  [[nodiscard]] bool is_open() const {
+    return is_open_;
+  }
+
+ protected:
+  Problem problem_;
+  bool is_open_ = false;
+};
+
+// 240-byte records one after the other; all-zero records are skipped.
+class FileSource : public Source {
+ public:
+  // A path, or "-" for standard input.
+  explicit FileSource(const char *path);
+
+  const EVT_LOG_ENTRY *next() override;
+
+ private:
+  bool fill();
+
+  const char *path_;
+  Descriptor file_;
+  std::vector<EVT_LOG_ENTRY> records_;
+  size_t size_ = 0;      // bytes read into records_
+  size_t position_ = 0;  // records handed out
+};
+
+// The server's own log. The request library has to be loaded.
+class LiveSource : public Source {
+ public:
+  LiveSource();
+
+  const EVT_LOG_ENTRY *next() override;
+
+ private:
+  EventReader reader_;
+};

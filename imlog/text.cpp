@@ -1,0 +1,104 @@
+#include "imlog/text.h"
+
+#include <cstring>
+
+namespace {
+
+// Eight bytes at a time, for texts that are nearly all printable ASCII.
+constexpr uint64_t kEveryByte = 0x0101010101010101;
+
+uint64_t eight_bytes(const char *bytes) {
+  uint64_t word = 0;
+  memcpy(&word, bytes, sizeof(word));
+  return word;
+}
+
+// True when each byte is one of 0x20 to 0x7E.
+bool is_printable(uint64_t bytes) {
+  const uint64_t below_blank = (bytes - kEveryByte * 0x20) & ~bytes;
+  const uint64_t delete_or_above = (bytes + kEveryByte) | bytes;
+  return ((below_blank | delete_or_above) & (kEveryByte * 0x80)) == 0;
+}
+
+bool is_plain(char byte) {
+  return byte >= ' ' && byte <= '~';
+}
+
+// The length of the plain text at the start of `text`; the last of the odd eight bytes may be plain, too.
+size_t plain_length(std::string_view text) {
+  size_t length = 0;
+  while (text.size() - length >= sizeof(uint64_t) && is_printable(eight_bytes(text.data() + length))) {
+    length += sizeof(uint64_t);
+  }
+  while (length < text.size() && is_plain(text[length])) {
+    ++length;
+  }
+  return length;
+}
+
+bool is_between(char byte, unsigned low, unsigned high) {
+  const auto value = static_cast<unsigned char>(byte);
+  return value >= low && value <= high;
+}
+
+// The bytes of the UTF-8 character at the start of `text`, which is not empty; 0 where there is none.
+size_t character_length(std::string_view text) {
+  const auto lead = static_cast<unsigned char>(text[0]);
+  if (lead < 0x80) {
+    return 1;
+  }
+  const size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+  if (lead < 0xC2 || lead > 0xF4 || text.size() < length) {
+    return 0;
+  }
+  // No character has a longer form than it needs, none is a surrogate, none lies above U+10FFFF.
+  const unsigned low = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
+  const unsigned high = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
+  if (!is_between(text[1], low, high)) {
+    return 0;
+  }
+  for (const char byte : text.substr(2, length - 2)) {
+    if (!is_between(byte, 0x80, 0xBF)) {
+      return 0;
+    }
+  }
+  return length;
+}
+
+}  // namespace
+
+std::string_view TextCleaner::clean(std::string_view text) {
+  size_t done = plain_length(text);
+  if (done == text.size()) {
+    return text;
+  }
+  cleaned_.assign(text.substr(0, done));
+  while (done < text.size()) {
+    done += clean_character(text.substr(done));
+  }
+  return cleaned_;
+}
+
+// Appends what becomes of the first character or byte of `rest`, and returns the bytes that it took.
+size_t TextCleaner::clean_character(std::string_view rest) {
+  const size_t length = character_length(rest);
+  if (length == 0) {
+    cleaned_ += invalid_;
+    return 1;
+  }
+  const bool is_control = is_between(rest[0], 0, 0x1F) || rest[0] == '\x7F' ||
+                          (rest[0] == '\xC2' && is_between(rest[1], 0x80, 0x9F));
+  if (is_control && controls_ == Controls::kBlank) {
+    cleaned_ += ' ';
+  } else {
+    cleaned_ += rest.substr(0, length);
+  }
+  return length;
+}
+
+uint64_t hash_bytes(std::string_view bytes, uint64_t hash) {
+  for (const char byte : bytes) {
+    hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001B3;
+  }
+  return hash;
+}

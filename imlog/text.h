@@ -1,0 +1,32 @@
+// Texts of others, made fit for an output: firmware puts any byte into a record.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+// What becomes of a control character: C0, DEL, and U+0080 to U+009F.
+enum class Controls { kKeep, kBlank };
+
+// What replaces a byte that is not part of valid UTF-8.
+inline constexpr std::string_view kQuestionMark = "?";
+inline constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";  // U+FFFD
+
+class TextCleaner {
+ public:
+  TextCleaner(Controls controls, std::string_view invalid) : controls_(controls), invalid_(invalid) {}
+
+  // The text as valid UTF-8. It is `text` itself where that needs no change, else good until the next call.
+  std::string_view clean(std::string_view text);
+
+ private:
+  size_t clean_character(std::string_view rest);
+
+  Controls controls_;
+  std::string_view invalid_;
+  std::string cleaned_;
+};
+
+// 64 bits of FNV-1a over `bytes`, from `hash` on.
+inline constexpr uint64_t kHashStart = 0xCBF29CE484222325;
+uint64_t hash_bytes(std::string_view bytes, uint64_t hash = kHashStart);

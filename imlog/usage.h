@@ -1,0 +1,4 @@
+// The usage text.
+#pragma once
+
+extern const char kUsage[];

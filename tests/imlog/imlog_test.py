@@ -1,0 +1,555 @@
+#!/usr/bin/env python3
+"""imlog end to end, over files and the simulator: imlog_test.py [GROUP ...], one test class a group.
+
+The environment names the program (IMLOG), the folder of the sample server (SAMPLE_SERVER), of the simulator's
+libraries (SIMULATOR) and of a request library of other answers (OTHER_DRIVER).
+"""
+import codecs
+import contextlib
+import datetime
+import errno
+import fcntl
+import json
+import os
+import pathlib
+import random
+import resource
+import shutil
+import signal
+import stat
+import struct
+import subprocess
+import tempfile
+import time
+import unittest
+
+IMLOG = os.environ["IMLOG"]
+SAMPLE = pathlib.Path(os.environ["SAMPLE_SERVER"])
+ZONE = "Europe/Berlin"
+SEVERITIES = {2: "information", 3: "information", 6: "repaired", 9: "caution", 15: "critical"}
+PRIORITIES = {"information": 6, "repaired": 5, "caution": 4, "critical": 2, "unknown": 5}
+
+codecs.register_error("each", lambda error: ("\ufffd" * (error.end - error.start), error.end))
+
+
+def record(number=0, severity=2, text=b"x", first=(2025, 9, 1, 13, 5), last=None, count=1, event=(0x21, 2)):
+    """A record, by default a maintenance note. Times of six numbers are the bytes themselves."""
+    stamps = [bytes(at) if len(at) == 6 else bytes([at[0] // 100, at[0] % 100, *at[1:]])
+              for at in (first, last or first)]
+    return struct.pack("<HIBBHH6s6sI", 240, number, 1, severity, *event, *stamps, count) + text[:212].ljust(212, b"\0")
+
+
+def stamp(text):
+    return tuple(int(part) for part in (text[:4], text[5:7], text[8:10], text[11:13], text[14:16]))
+
+
+class Case(unittest.TestCase):
+    maxDiff = None
+
+    def setUp(self):
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="imlog-test-"))
+        self.addCleanup(shutil.rmtree, self.folder)
+
+    def file(self, *records, name="log"):
+        (self.folder / name).write_bytes(b"".join(records))
+        return str(self.folder / name)
+
+    def env(self, **more):
+        return {**os.environ, "TZ": ZONE, "LC_ALL": "C", "LD_LIBRARY_PATH": os.environ["SIMULATOR"],
+                "ORVLOG_SIMULATOR": str(self.folder / "server"), **more}
+
+    def run_imlog(self, *words, status=0, stderr=b"", env=None, **more):
+        """Runs imlog and returns its standard output; standard error has to hold `stderr`, or be empty."""
+        run = subprocess.run([IMLOG, *words], env=self.env(**(env or {})), stdout=more.pop("stdout", subprocess.PIPE),
+                             stderr=subprocess.PIPE, timeout=60, check=False, **more)
+        self.assertEqual(run.returncode, status, (words, run.stderr))
+        if stderr:
+            self.assertIn(stderr, run.stderr)
+            self.assertTrue(run.stderr.startswith(b"imlog: ") and run.stderr.count(b"\n") == 1, run.stderr)
+        else:
+            self.assertEqual(run.stderr, b"")
+        return run.stdout
+
+    def numbers(self, *words, **more):
+        return [json.loads(line)["number"] for line in self.run_imlog("-o", "json", *words, **more).splitlines()]
+
+
+class Formats(Case):
+    # The bytes of a note, and what becomes of them in short.
+    TEXTS = [
+        (b"Fan 3 replaced", "Fan 3 replaced"),
+        (b"tab\tbell\x07del\x7fend", "tab bell del end"),
+        ("\u0085\u009b\u00a0\u00e9\u20ac\U0001f600".encode(), "  \u00a0\u00e9\u20ac\U0001f600"),
+        (b"\xff\xc3(\xe2\x82 \xc0\x80 \xed\xa0\x80 \xf4\x90\x80\x80 \xc2", "??(?? ?? ??? ???? ?"),
+        (b"12345678\"\\ | \n'%s'", "12345678\"\\ |  '%s'"),
+    ]
+
+    def test_short(self):
+        rows = [record(5, 15, b"a"), record(123456, 9, b"b", count=70000), record(7, 0, b"c", first=(20, 25, 2, 29, 0, 0))]
+        self.assertEqual(self.run_imlog(self.file(*rows)).decode(), (
+            "2025-09-01T13:05 Critical        5 x1    Maintenance note: a\n"
+            "2025-09-01T13:05 Caution     123456 x70000 Maintenance note: b\n"
+            "---------------- Unknown         7 x1    Maintenance note: c\n"))
+
+    def test_texts(self):
+        log = self.file(*(record(i, text=text) for i, (text, _) in enumerate(self.TEXTS)))
+        shown = [line[41:] for line in self.run_imlog(log).decode().splitlines()]
+        raw_json = self.run_imlog("-o", "json", log, "--host", b"r\x1b\xff\xc2\x9b")
+        lines = raw_json.decode().splitlines()
+        exported = self.run_imlog("-o", "export", log, "--host", b"r\x1b\xff").decode().split("\n\n")
+        self.assertFalse(set(raw_json) & (set(range(32)) - {10} | {0x7f}) or b"\xc2\x9b" in raw_json)
+        for i, (text, short) in enumerate(self.TEXTS):
+            with self.subTest(text=text):
+                message = "Maintenance note: " + text.decode(errors="each")
+                self.assertEqual(shown[i], "Maintenance note: " + short)
+                self.assertEqual(json.loads(lines[i])["message"], message)
+                self.assertEqual(json.loads(lines[i])["host"], "r\x1b\ufffd\x9b")
+                blank = "".join(" " if ord(c) < 32 or 127 <= ord(c) < 160 else c for c in message)
+                self.assertIn(f"\nMESSAGE={blank}\n", exported[i])
+                self.assertIn("\n_HOSTNAME=r \ufffd\n", exported[i])
+
+    def test_json_object(self):
+        log = self.file(record(14, 9, b"\1\0\0\x09", (2024, 12, 2, 3, 14), (2025, 7, 1, 22, 40), 5, (2, 6)),
+                        record(2 ** 32 - 1, 200, first=(99, 99, 99, 99, 99, 99), count=2 ** 32 - 1, event=(0xFFFF, 0xABCD)))
+        known, unknown = self.run_imlog("-o", "json", log, "--host", "r17u04").decode().splitlines()
+        self.assertEqual(known, (
+            '{"schema":"iml/1","host":"r17u04","number":14,"severity":"caution","severity_code":9,"priority":4,'
+            '"first":"2024-12-02T03:14:00+01:00","last":"2025-07-01T22:40:00+02:00","count":5,"class":2,"code":6,'
+            '"class_name":"Machine Environment","known":true,"message":"System Fans Not Redundant (Location Chassis)"}'))
+        self.assertEqual(list(json.loads(unknown).values()), [
+            "iml/1", "r17u04", 2 ** 32 - 1, "unknown", 200, 5, None, None, 2 ** 32 - 1, 0xFFFF, 0xABCD, "Unknown", False,
+            "Unknown Event (Class 0xFFFF, Code 0xABCD)"])
+
+    def test_whole_text(self):
+        lines = self.run_imlog(str(SAMPLE / "cevt")).splitlines()
+        self.assertLess(255 + 41, max(map(len, lines)))
+
+    def test_hostile_records(self):
+        draw = random.Random(7)
+        rows = [struct.pack("<HI", 0, i) + bytes(draw.randrange(256) for _ in range(2)) + bytes([draw.randrange(0x2c), 0])
+                + bytes(draw.choice((draw.randrange(64), draw.randrange(256))) for _ in range(230)) for i in range(3000)]
+        log = self.file(*rows)
+        for i, line in enumerate(self.run_imlog("-o", "json", log).decode().splitlines()):
+            entry = json.loads(line)
+            self.assertEqual((entry["number"], entry["class"], entry["code"], entry["count"]),
+                             (i, *struct.unpack_from("<HH12xI", rows[i], 8)))
+        for line in self.run_imlog(log).decode().splitlines():
+            self.assertTrue(line.isprintable() or not any(ord(c) < 32 or 127 <= ord(c) < 160 for c in line), line)
+        self.assertEqual(len(self.run_imlog(log).splitlines()), len(rows))
+        self.assertEqual(self.run_imlog("-o", "raw", log), b"".join(rows))
+
+    def test_raw_and_gaps(self):
+        rows = [record(i, severity) for i, severity in enumerate((2, 9, 15))]
+        log = self.file(bytes(240), rows[0], bytes(480), rows[1], rows[2], bytes(240))
+        self.assertEqual(self.run_imlog("-o", "raw", "-p", "caution", log), rows[1] + rows[2])
+        self.assertEqual(self.run_imlog("-o", "raw", "-", input=b"".join(rows)), b"".join(rows))
+
+    def test_level_prefix(self):
+        log = self.file(*(record(i, severity) for i, severity in enumerate((2, 3, 6, 9, 15, 7))))
+        for form in "short", "json":
+            lines = self.run_imlog("-o", form, "--level-prefix", log).decode().splitlines()
+            self.assertEqual([line[:3] for line in lines], ["<6>", "<6>", "<5>", "<4>", "<2>", "<5>"])
+        self.assertEqual(json.loads(lines[4][3:])["severity"], "critical")
+
+    def test_export(self):
+        year = 3112  # beyond 2^55 microseconds
+        log = self.file(record(1, first=(2025, 1, 1, 0, 0)), record(2, first=(0,) * 6), record(3, first=(2024, 1, 1, 0, 0)),
+                        record(4, first=(2024, 1, 1, 0, 0), last=(year, 1, 1, 0, 0)), record(5, first=(1970, 1, 1, 1, 0)),
+                        record(6, first=(1970, 1, 1, 1, 1)))
+        entries = [dict(line.split("=", 1) for line in entry.split("\n"))
+                   for entry in self.run_imlog("-o", "export", log).decode().split("\n\n")[:-1]]
+        self.assertEqual([(int(e["IML_NUMBER"]), int(e["__REALTIME_TIMESTAMP"])) for e in entries], [
+            (2, 1), (5, 1), (6, 60_000_000), (3, 1704063600_000000), (4, 1704063600_000000), (1, 1735686000_000000)])
+        self.assertEqual([e["__MONOTONIC_TIMESTAMP"] for e in entries], list("123456"))
+        self.assertEqual([e for e in entries[0] if e.startswith("IML_")],
+                         ["IML_NUMBER", "IML_SEVERITY", "IML_CLASS", "IML_CODE", "IML_COUNT"])
+        self.assertEqual(entries[4]["IML_LAST"], "3112-01-01T00:00:00+01:00")
+        self.assertRegex(entries[0]["_BOOT_ID"] + entries[0]["MESSAGE_ID"], "^[0-9a-f]{64}$")
+        hosts = {self.run_imlog("-o", "export", log, "--host", host)[80:130] for host in ("a", "b", "a")}
+        self.assertEqual(len(hosts), 2)
+
+    def test_check(self):
+        rows = [record(1, 9, b"a"), record(2, 15, b"b|c"), record(3, 15, b"d|e\nf"), record(4, 9), record(5, 2)]
+        for severity, chosen, status, line in (
+                ("caution", rows, 2, "CRITICAL - 2 critical, 2 caution; 3 Maintenance note: d/e f | critical=2;;0 caution=2;0; entries=4"),
+                ("information", rows[3:] + rows[:1], 1,
+                 "WARNING - 0 critical, 2 caution; 1 Maintenance note: a | critical=0;;0 caution=2;0; entries=3"),
+                ("information", [rows[4], record(9, 77)], 0, "OK - 0 critical, 0 caution | critical=0;;0 caution=0;0; entries=2"),
+                ("information", [], 0, "OK - 0 critical, 0 caution | critical=0;;0 caution=0;0; entries=0")):
+            self.assertEqual(self.run_imlog("-o", "check", "-p", severity, self.file(*chosen), status=status).decode(), f"IML {line}\n")
+
+    def test_prometheus(self):
+        log = self.file(record(1, 9, first=(2025, 1, 1, 0, 0)), record(2, 9, first=(2024, 1, 1, 0, 0)), record(3, 15, first=(0,) * 6))
+        samples = [line for line in self.run_imlog("-o", "prometheus", log).decode().splitlines() if line[0] != "#"]
+        self.assertEqual(samples, [f'iml_entries{{severity="{name}"}} {count}' for name, count in zip(PRIORITIES, (0, 0, 2, 1, 0))]
+                         + ['iml_last_timestamp_seconds{severity="caution"} 1735686000', "iml_read_success 1"])
+
+
+class Filters(Case):
+    def test_filters(self):
+        rows = [record(0, 2, event=(2, 6)), record(1, 6, event=(3, 1)), record(2, 9, event=(0x21, 2)),
+                record(3, 15, event=(0xFFFF, 1)), record(4, 33, event=(2, 6)), record(5, 3, event=(0x21, 2))]
+        for words, expected in (
+                ("-p information", [0, 1, 2, 3, 4, 5]), ("-p REPAIRED", [1, 2, 3, 4]), ("--pri=Caution", [2, 3, 4]),
+                ("-p critical", [3, 4]), ("-c 2", [0, 4]), ("-c 0x21 -c 0xFFFF", [2, 3, 5]), ("-c 65535", [3]),
+                ("-c 010", []), ("-n 2", [4, 5]), ("-n 0", []), ("-n 99", [0, 1, 2, 3, 4, 5]), ("-p caution -c 2 -n 1", [4]),
+                ("-n 1 -p critical -c 0XFFFF", [3]), ("-p critical -p information", [0, 1, 2, 3, 4, 5])):
+            self.assertEqual(self.numbers(*words.split(), self.file(*rows)), expected, words)
+        self.assertEqual(self.numbers("-c", "main MEMORY", "-c", "Maintenance", self.file(*rows)), [1, 2, 5])
+
+    def test_times(self):
+        days = [(2025, 8, 31, 23, 59), (2025, 9, 1, 0, 0), (2025, 9, 1, 13, 5), (2025, 9, 1, 13, 6), (20, 25, 9, 31, 0, 0)]
+        log = self.file(*(record(i, first=(2020, 1, 1, 0, 0), last=at) for i, at in enumerate(days)))
+        for words, expected in (
+                (["-S", "2025-09-01"], [1, 2, 3, 4]), (["-U", "2025-09-01"], [0, 1, 4]),
+                (["-S", "2025-09-01 13:05"], [2, 3, 4]), (["-U", "2025-09-01T13:05"], [0, 1, 2, 4]),
+                (["-S", "2025-09-01T13:05:01"], [3, 4]), (["-S", "2025-09-01 13:05:00", "-U", "2025-09-01 13:05:59"], [2, 4]),
+                (["-S", "9999-12-31"], [4])):
+            self.assertEqual(self.numbers(*words, log), expected, words)
+
+    def test_relative_times(self):
+        utc = datetime.datetime(*time.gmtime()[:5])
+        zone = f"ZZZ{utc.hour - 12:+}"  # it is noon here
+        now = utc.replace(hour=12)
+        midnight = now.replace(hour=0, minute=0)
+        ages = [now - datetime.timedelta(minutes=m) for m in (0, 28, 32, 11 * 60, 13 * 60, 6 * 1440, 8 * 1440)]
+        edges = [midnight, midnight - datetime.timedelta(minutes=1), midnight - datetime.timedelta(days=1, minutes=1)]
+        log = self.file(*(record(i, first=tuple(at.timetuple())[:5]) for i, at in enumerate(ages + edges)))
+        for words, least, most in (("-S -30m", {0, 1}, {2, 3, 4, 5, 6}), ("-S -12h", {0, 1, 2, 3}, {4, 5, 6}),
+                                   ("-S -7d", {0, 1, 2, 3, 4, 5}, {6}), ("-U -7d", {6}, {0, 1, 2, 3, 4, 5}),
+                                   ("-S today", {0, 7}, {8, 9}), ("-S yesterday", {0, 7, 8}, {9})):
+            got = set(self.numbers(*words.split(), log, env={"TZ": zone}))
+            self.assertTrue(least <= got and not most & got, (words, got))
+
+
+class Times(Case):
+    def stamps(self, zone, stamps):
+        log = self.file(*(record(i, first=at) for i, at in enumerate(stamps)))
+        lines = self.run_imlog("-o", "json", log, env={"TZ": zone}).splitlines()
+        return [json.loads(line)["first"] for line in lines]
+
+    def test_changes(self):
+        for zone, rows in {
+                "Europe/Berlin": [
+                    "2025-03-30T01:59:00+01:00", "2025-03-30T02:00:00+01:00", "2025-03-30T02:59:00+01:00",
+                    "2025-03-30T03:00:00+02:00", "2025-10-26T01:59:00+02:00", "2025-10-26T02:00:00+02:00",
+                    "2025-10-26T02:59:00+02:00", "2025-10-26T03:00:00+01:00", "2024-12-31T23:59:00+01:00"],
+                "Australia/Lord_Howe": ["2025-04-06T01:45:00+11:00", "2025-04-06T02:00:00+10:30", "2025-10-05T02:15:00+10:30"],
+                "Africa/Monrovia": ["1970-06-01T00:00:00-00:44", "1972-06-01T00:00:00+00:00"],
+                "Asia/Kolkata": ["1970-01-01T00:00:00+05:30", "9999-12-31T23:59:00+05:30"],
+                "AAA3:30BBB,M3.2.0,M11.1.0": ["2025-01-01T00:00:00-03:30", "2025-07-01T00:00:00-02:30"],
+        }.items():
+            self.assertEqual(self.stamps(zone, [stamp(row) for row in rows]), rows)
+            self.assertEqual(self.stamps(zone, [stamp(row) for row in reversed(rows)]), rows[::-1])
+        log = self.file(*(record(i, first=(2025, 10, 26, hour, 30)) for i, hour in enumerate((1, 2, 3))))
+        self.assertEqual(self.numbers("-U", "2025-10-26 02:30", log), [0, 1])
+
+    def test_validity(self):
+        for at in ((20, 25, 0, 1, 0, 0), (20, 25, 13, 1, 0, 0), (20, 25, 4, 31, 0, 0), (20, 25, 2, 29, 0, 0), (20, 24, 2, 30, 0, 0),
+                   (19, 69, 12, 31, 23, 59), (100, 0, 1, 1, 0, 0), (20, 100, 1, 1, 0, 0), (20, 25, 1, 1, 24, 0),
+                   (20, 25, 1, 1, 0, 60), (0,) * 6, (255,) * 6):
+            self.assertEqual(self.stamps("UTC", [at]), [None], at)
+        self.assertEqual(self.stamps("UTC", [(20, 24, 2, 29, 23, 59), (21, 0, 2, 28, 0, 0), (99, 99, 12, 31, 0, 0)]),
+                         ["2024-02-29T23:59:00+00:00", "2100-02-28T00:00:00+00:00", "9999-12-31T00:00:00+00:00"])
+
+    def test_against_mktime(self):
+        """The rule as it is written down, with the C library's answers, around every day of a change and elsewhere."""
+        draw = random.Random(3)
+        self.addCleanup(time.tzset)
+        self.addCleanup(os.environ.pop, "TZ", None)
+        for zone in ("Europe/Berlin", "America/New_York", "Europe/Dublin", "Africa/Casablanca", "Pacific/Apia", "Europe/Moscow",
+                     "Australia/Lord_Howe", "America/Sao_Paulo", "XXX-24:59:59YYY", ":/no/such/zone", "<" * 500):
+            os.environ["TZ"] = zone
+            time.tzset()
+            stamps = [(y, m, d, draw.randrange(24), draw.randrange(60)) for y in (1971, 2011, 2014, 2025)
+                      for m in (3, 4, 9, 10, 12) for d in range(1, 31)]
+            expected = []
+            for at in stamps:
+                for summer in (1, 0):
+                    with contextlib.suppress(OverflowError):  # mktime has no answer
+                        instant = int(time.mktime((*at, 0, 0, 1, summer)))
+                        if time.localtime(instant)[:5] == at:
+                            break
+                offset = datetime.datetime(*at, tzinfo=datetime.timezone.utc).timestamp() - instant
+                expected.append("%04d-%02d-%02dT%02d:%02d:00" % at + "%s%02d:%02d" % ("-" if offset <= -60 else "+", abs(offset) // 3600, abs(offset) // 60 % 60))
+            self.assertEqual(self.stamps(zone, stamps), expected, zone)
+
+
+class Statuses(Case):
+    def test_wrong_usage(self):
+        log = self.file(record())
+        (self.folder / "empty").mkdir()
+        for words, message in (
+                (["--bogus"], b"unrecognized option '--bogus'"), (["--l", "2"], b"'--l' is ambiguous"), (["-x"], b"invalid option -- 'x'"),
+                (["-o"], b"'--output' requires an argument"), (["--follow=x"], b"'--follow' takes no argument"),
+                (["-o", "CHECK"], b"unknown format 'CHECK'"), (["-o", ""], b"unknown format ''"), (["-p", "bad"], b"unknown severity 'bad'"),
+                *((["-S", text], b"'%s' is no time" % text.encode()) for text in (
+                    "2024-02-30", "2025-9-1", "2025-09-01 1:05", "2025-09-01 24:00", "2025-09-01 13:60", "2025-09-01T13:05:60",
+                    "2025-09-01 13:05:00Z", "1969-12-31", "tomorrow", "-30", "-m", "-7w", "--7d", "-4294967296d", "")),
+                *((["-c", text], b"unknown class") for text in ("65536", "0x10000", "0x", "-1", "Unknown", "", "1 ")),
+                *((["-n", text], b"is no number") for text in ("-5", "", "1x", "4294967296", "+1")),
+                (["-f", log], b"'--follow' is for the live log"), (["-f", "-o", "raw"], b"'--follow' does not go with format 'raw'"),
+                (["--level-prefix", "-o", "export", log], b"'--level-prefix' does not go with"), (["--host", "a\nb"], b"the host of a FILE, and there is none for 'a b'"),
+                (["--cursor-file", "c", "-o", "prometheus", log], b"'--cursor-file' does not go with"),
+                (["--cursor-file=", log], b"'--cursor-file' has an empty name"), ([log, "b"], b"more than one FILE: 'b'")):
+            self.assertEqual(self.run_imlog(*words, status=1, stderr=message), b"")
+        self.assertEqual(self.run_imlog("-n", "9", "-n", "0", "-o", "json", "-o", "short", log), b"")
+
+    def test_check_is_quiet(self):
+        for words in (["--bogus", "-o", "check"], ["-o", "check", "-f"], ["-fo", "check", "-x"], ["--out", "check", "--x"], ["-ocheck", "a", "b"],
+                      ["-n", "-o", "check"], ["--outp=check", "-p", "bad"], ["a", "-p", "-o", "check"], ["-o", "check", "--cursor-file=x"],
+                      ["-o", "check", "-o", "bad"], ["-o", "check", self.file(b"short")], ["-o", "check", "/"]):
+            self.assertRegex(self.run_imlog(*words, status=3), rb"^IML UNKNOWN - [^|\n]+\n$", words)
+        self.assertEqual(self.run_imlog("-o", "check", "/no", status=3), b"IML UNKNOWN - cannot open the log: No such file or directory\n")
+        self.assertEqual(self.run_imlog("-o", "check", status=3), b"IML UNKNOWN - cannot open the log: No such file or directory\n")
+        with open("/dev/full", "wb") as full:
+            self.run_imlog("-o", "check", self.file(record()), stdout=full, status=3)
+        self.run_imlog("-o", "bad", "--", "-o", "check", status=1, stderr=b"unknown format 'bad'")
+
+    def test_failures(self):
+        whole = [record(i) for i in range(600)]
+        torn = self.file(*whole, record()[:239], name="torn")
+        self.assertEqual(self.run_imlog("-o", "raw", torn, status=2, stderr=b"the log ends within a record, after 239 of its 240"), b"".join(whole))
+        metric = b"# HELP iml_read_success Whether the log was read to its end.\n# TYPE iml_read_success gauge\niml_read_success 0\n"
+        for path, message in ((self.folder, b"cannot open the log: Is a directory"), ("/no\x1b", b"cannot open the log: No such file")):
+            self.assertEqual(self.run_imlog(path, status=2, stderr=message), b"")
+            self.assertEqual(self.run_imlog("-o", "prometheus", path, status=2, stderr=message), metric)
+        partial = self.run_imlog("-o", "prometheus", torn, status=2, stderr=b"within a record")
+        self.assertIn(b'{severity="information"} 600\n', partial)
+        self.assertTrue(partial.endswith(metric))
+        with open("/dev/full", "wb") as full:
+            self.run_imlog(torn, status=2, stderr=b"cannot write the output: No space left", stdout=full)
+
+    def test_closed_streams(self):
+        log = self.file(record())
+        for words, closed in (([log], 1), (["-"], 0)):
+            self.run_imlog(*words, status=2, stderr=b"Bad file descriptor", preexec_fn=lambda fd=closed: os.close(fd))
+        self.assertEqual(self.numbers(log, preexec_fn=lambda: os.close(0)), [0])
+
+    def test_pipes(self):
+        rows = [record(i) for i in range(3000)]
+        os.mkfifo(self.folder / "fifo")
+        with subprocess.Popen([IMLOG, "-o", "raw", self.folder / "fifo"], stdout=subprocess.PIPE, env=self.env()) as run:
+            with open(self.folder / "fifo", "wb", buffering=0) as fifo:  # records in pieces
+                for piece in (rows[0][:100], rows[0][100:] + rows[1][:1], rows[1][1:]):
+                    fifo.write(piece)
+                    time.sleep(0.02)
+            self.assertEqual(run.stdout.read(), rows[0] + rows[1])
+        for handler, status in ((signal.SIG_DFL, -signal.SIGPIPE), (signal.SIG_IGN, 2)):
+            cursor = self.folder / f"cursor{status}"
+            with subprocess.Popen([IMLOG, "--cursor-file", cursor, self.file(*rows)], stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                  env=self.env(), restore_signals=False, preexec_fn=lambda: signal.signal(signal.SIGPIPE, handler)) as run:
+                run.stdout.close()
+                self.assertEqual(run.wait(), status)
+                self.assertEqual(run.stderr.read()[:42], b"" if status < 0 else b"imlog: cannot write the output: Broken pip")
+            self.assertFalse(cursor.exists())
+
+    def test_live(self):
+        shutil.copytree(SAMPLE, self.folder / "server")
+        self.assertEqual(self.run_imlog("-o", "raw"), self.run_imlog("-o", "raw", str(SAMPLE / "cevt")))
+        self.assertEqual(json.loads(self.run_imlog("-o", "json", "-n", "1"))["host"], os.uname().nodename)
+        for other, message in "OTHER_DRIVER" in os.environ and (("1", b""), ("0", b"it does not advance past entry 1"), ("5", b"entry 0: status 5, no reason")):
+            self.run_imlog("-n", "0", status=2 if message else 0, stderr=message,
+                           env={"LD_LIBRARY_PATH": os.environ["OTHER_DRIVER"], "OTHER_DRIVER_STATUS": other})
+        (self.folder / "server/cevt").unlink()
+        self.run_imlog(status=2, stderr=b"cannot open the log: No such file or directory")
+        shutil.copy(IMLOG, self.folder / "alone")  # where the run path leads to nothing
+        run = subprocess.run([self.folder / "alone", "-o", "prometheus"], env={"LD_LIBRARY_PATH": "/nowhere"}, capture_output=True, check=False)
+        self.assertEqual((run.returncode, run.stdout[-19:], run.stderr[:82]), (2, b"iml_read_success 0\n",
+                         b"imlog: cannot load the request library: libkelmintrfc64.so.3: cannot open shared o"))
+
+    def test_help(self):
+        text = self.run_imlog("--help").decode()
+        self.assertTrue(all(len(line) <= 80 for line in text.splitlines()) and text.startswith("Usage: imlog [OPTIONS] [FILE]\n"))
+        self.assertRegex(self.run_imlog("--version"), rb"^imlog \d+\.\d+\.\d+\n$")
+
+
+class Cursor(Case):
+    def setUp(self):
+        super().setUp()
+        self.cursor = str(self.folder / "cursor")
+
+    def changes(self, *rows, status=0, stderr=b"", words=(), name="log"):
+        lines = self.run_imlog("-o", "json", "--cursor-file", self.cursor, self.file(*rows, name=name), *words,
+                               status=status, stderr=stderr).splitlines()
+        return [(entry["number"], entry["change"]) for entry in map(json.loads, lines)]
+
+    def test_changes(self):
+        a, b, c = (record(i) for i in range(3))
+        again = record(1, count=2, last=(2025, 9, 2, 0, 0))
+        self.assertEqual(self.changes(a, b), [(0, "new"), (1, "new")])
+        self.assertEqual(stat.S_IMODE(os.stat(self.cursor).st_mode), 0o600)
+        self.assertEqual(self.changes(a, b), [])
+        self.assertEqual(self.changes(a, again, c), [(1, "repeated"), (2, "new")])
+        self.assertEqual(self.changes(record(0, first=(2025, 9, 3, 0, 0)), again[:10] + b"\7" + again[11:]), [(0, "new"), (1, "new")])
+        self.assertEqual(self.changes(), [])  # cleared
+        self.assertEqual(self.changes(a, c, words=("-p", "critical")), [])
+        self.assertEqual(self.changes(a, c), [])  # filtered out, yet seen
+        self.assertEqual(self.changes(record(0, 15), again, c, b, words=("-n", "1")), [(1, "new")])
+        self.assertEqual(self.changes(record(0, 15), b, a[:20] + b"\0" * 8 + a[28:]), [(0, "repeated")])
+        self.assertEqual(sorted(os.listdir(self.folder)), ["cursor", "cursor.lock", "log"])
+
+    def test_broken_reading(self):
+        rows = [record(i) for i in range(3)]
+        self.changes(*rows)
+        changed = record(0, 15)
+        self.assertEqual(self.changes(changed, rows[1][:9], status=2, stderr=b"within a record"), [(0, "repeated")])
+        self.assertEqual(self.changes(changed, *rows[1:]), [])
+
+    def test_bad_cursors(self):
+        self.changes(record(0), record(7))
+        good = pathlib.Path(self.cursor).read_bytes()
+        lines = good.splitlines(keepends=True)
+        for text in (b"", b"\n", good[:-1], good + b"\n", lines[0], b"".join(lines[1:]), lines[0] + b"".join(lines[2:]),
+                     good.replace(b"cursor 1", b"cursor 2"), good.replace(b"7 14", b"8 14"), good.replace(b"0 14", b"00 14"),
+                     good.replace(lines[1], lines[1] * 2), lines[0] + lines[2] + lines[1] + lines[3], bytes(1000), b"entries 0\n"):
+            pathlib.Path(self.cursor).write_bytes(text)
+            self.assertEqual(self.changes(record(0), status=2, stderr=b"the cursor is "), [])
+            self.assertEqual(pathlib.Path(self.cursor).read_bytes(), text)
+        other = str(self.folder / "other")
+        for make in (lambda: os.symlink(other, self.cursor), lambda: os.mkdir(self.cursor), lambda: os.mkfifo(self.cursor)):
+            os.unlink(self.cursor)
+            make()
+            self.assertEqual(self.changes(record(0), status=2, stderr=b"the cursor is "), [])
+            self.assertFalse(os.path.exists(other))
+            if os.path.isdir(self.cursor):
+                os.rmdir(self.cursor)
+                open(self.cursor, "wb").close()
+        os.unlink(self.cursor)
+        os.unlink(self.cursor + ".lock")
+        os.symlink(other, self.cursor + ".lock")
+        self.assertEqual(self.changes(record(0), status=2, stderr=b"cannot lock the cursor: Too many levels"), [])
+        self.assertFalse(os.path.exists(other))
+        self.cursor = "/no/cursor"
+        self.assertEqual(self.changes(record(0), status=2, stderr=b"cannot lock the cursor: No such file"), [])
+
+    def test_two_at_once(self):
+        os.mkfifo(self.folder / "fifo")
+        with subprocess.Popen([IMLOG, "--cursor-file", self.cursor, self.folder / "fifo"], stdout=subprocess.PIPE, env=self.env()) as run:
+            fifo = open(self.folder / "fifo", "wb")
+            self.assertEqual(self.changes(record(0), status=2, stderr=b"cannot lock the cursor: another run uses it"), [])
+            fifo.close()
+            self.assertEqual(run.wait(), 0)
+        self.assertEqual(self.changes(record(0)), [(0, "new")])
+
+    def test_failing_writes(self):
+        """A cursor that cannot be written, a run killed while it writes one, an output that fails: all repeat, none lose."""
+        self.changes(record(0))
+        before = pathlib.Path(self.cursor).read_bytes()
+        log = self.file(record(0), record(1))
+
+        def limit(handler):
+            signal.signal(signal.SIGXFSZ, handler)
+            resource.setrlimit(resource.RLIMIT_FSIZE, (10, 10))
+
+        words = ["-o", "json", "--cursor-file", self.cursor, log]
+        self.assertIn(b'"number":1', self.run_imlog(*words, status=2, stderr=b"cannot write the cursor: File too large",
+                                                    preexec_fn=lambda: limit(signal.SIG_IGN)))
+        self.assertFalse(os.path.exists(self.cursor + ".imlog-draft"))
+        self.assertIn(b'"number":1', self.run_imlog(*words, status=-signal.SIGXFSZ, preexec_fn=lambda: limit(signal.SIG_DFL)))
+        self.assertTrue(os.path.exists(self.cursor + ".imlog-draft"))
+        with open("/dev/full", "wb") as full:
+            self.run_imlog(*words, status=2, stderr=b"cannot write the output", stdout=full)
+        self.assertEqual(pathlib.Path(self.cursor).read_bytes(), before)
+        self.assertEqual(self.changes(record(0), record(1)), [(1, "new")])
+        self.assertFalse(os.path.exists(self.cursor + ".imlog-draft"))
+
+
+class Follow(Case):
+    @contextlib.contextmanager
+    def follow(self, rows, *words):
+        (self.folder / "server").mkdir()
+        self.log = self.folder / "server/cevt"
+        self.write(*rows)
+        command = [IMLOG, "-f", "-o", "json", "--cursor-file", self.folder / "cursor", *words]
+        with subprocess.Popen(command, env=self.env(), stdout=subprocess.PIPE, stderr=subprocess.PIPE) as run:
+            yield run
+            run.kill()
+
+    def write(self, *rows):
+        draft = self.folder / "draft"
+        draft.write_bytes(b"".join(rows))
+        draft.rename(self.log)
+
+    def read(self, run):
+        entry = json.loads(run.stdout.readline())
+        return entry["number"], entry["change"]
+
+    def test_new_and_changed(self):
+        a, b, c = (record(i) for i in range(3))
+        with self.follow([a, b], "-n", "1") as run:
+            self.assertEqual(self.read(run), (1, "new"))
+            self.write(a, record(1, count=2), c)
+            self.assertEqual([self.read(run), self.read(run)], [(1, "repeated"), (2, "new")])
+            time.sleep(0.5)
+            run.send_signal(signal.SIGTERM)
+            self.assertEqual((run.wait(), run.stderr.read()), (0, b""))
+        self.assertEqual(self.numbers("--cursor-file", self.folder / "cursor"), [])
+
+    def test_failing_round(self):
+        with self.follow([record(0)]) as run:
+            self.read(run)
+            self.log.unlink()
+            self.assertEqual(run.wait(timeout=20), 2)
+            self.assertIn(b"imlog: cannot open the log", run.stderr.read())
+
+    def test_blocked_write(self):
+        with self.follow([record(i, text=b"x" * 200) for i in range(2000)]) as run:
+            self.assertEqual(self.read(run), (0, "new"))
+            time.sleep(1)  # nobody reads: the pipe is full
+            run.send_signal(signal.SIGINT)
+            self.assertEqual(run.wait(timeout=10), 0)
+        self.assertFalse((self.folder / "cursor").exists())
+
+
+class Readers(Case):
+    """Each format read back by a program that others use."""
+
+    def tool(self, name, package, *folders):
+        path = shutil.which(name, path=os.pathsep.join([*folders, os.environ["PATH"]]))
+        if path is None:
+            self.skipTest(f"{name} not found (package {package})")
+        return path
+
+    def rows(self):
+        draw = random.Random(5)
+        return [record(i, draw.choice((2, 3, 6, 9, 15, 77)), bytes(draw.randrange(1, 256) for _ in range(draw.randrange(200))),
+                       first=draw.choice(((2025, 1 + i % 12, 1 + i % 28, i % 24, i % 60), (0,) * 6)),
+                       event=(draw.choice((0x21, 11)), 2)) for i in range(400)]
+
+    def test_jq(self):
+        jq = self.tool("jq", "jq")
+        lines = self.run_imlog("-o", "json", self.file(*self.rows()))
+        back = subprocess.run([jq, "-c", "."], input=lines, stdout=subprocess.PIPE, check=True).stdout
+        self.assertEqual([json.loads(line) for line in back.splitlines()], [json.loads(line) for line in lines.splitlines()])
+        self.assertEqual(len(back.splitlines()), 400)
+
+    def test_journal(self):
+        remote = self.tool("systemd-journal-remote", "systemd-journal-remote", "/lib/systemd", "/usr/lib/systemd")
+        journalctl = self.tool("journalctl", "systemd")
+        log, journal = self.file(*self.rows()), str(self.folder / "x.journal")
+        entries = self.run_imlog("-o", "export", "--host", "r17u04", log)
+        subprocess.run([remote, "-o", journal, "-"], input=entries, capture_output=True, check=True)
+        subprocess.run([journalctl, "--verify", f"--file={journal}"], capture_output=True, check=True)
+
+        def query(*words):
+            out = subprocess.run([journalctl, f"--file={journal}", "-o", "json", *words], env=self.env(), capture_output=True, check=True).stdout
+            return [json.loads(line) for line in out.splitlines()]
+
+        ours = [json.loads(line) for line in self.run_imlog("-o", "json", log).splitlines()]
+        self.assertEqual(sorted(int(entry["IML_NUMBER"]) for entry in query()), list(range(400)))
+        critical = [entry["number"] for entry in ours if entry["severity"] == "critical" and entry["class"] == 11]
+        self.assertEqual(sorted(int(e["IML_NUMBER"]) for e in query("-p", "crit", "IML_CLASS=11", "_HOSTNAME=r17u04")), critical)
+        since = [entry["number"] for entry in ours if entry["last"] and entry["last"] >= "2025-06-01"]
+        self.assertEqual(sorted(int(entry["IML_NUMBER"]) for entry in query("-S", "2025-06-01")), since)
+
+    def test_promtool(self):
+        promtool = self.tool("promtool", "prometheus", os.environ.get("TOOLS", ""))
+        for log in (self.file(*self.rows()), self.file(name="empty")):
+            metrics = self.run_imlog("-o", "prometheus", log)
+            run = subprocess.run([promtool, "check", "metrics"], input=metrics, capture_output=True, check=False)
+            self.assertEqual((run.returncode, run.stdout, run.stderr), (0, b"", b""))
+
+
+if __name__ == "__main__":
+    unittest.main()
