@@ -14,6 +14,9 @@ struct RouteFields {
 constexpr char kRouteFormat[] = "%2x %2x %2x %2x %4x %2d\n";
 constexpr int kRouteFields = 6;
 
+// No table needs more. What follows is not read, so that a file without end ends all the same.
+constexpr size_t kProcTextSize = size_t{64} * 1024;
+
 pci_irq_route_entry make_entry(const RouteFields &fields) {
   pci_irq_route_entry entry = {};
   entry.bus = static_cast<uint8_t>(fields.bus);
@@ -53,6 +56,26 @@ void drop_line(FILE *file) {
   [[maybe_unused]] const char *dropped = fgets(line, sizeof(line), file);
 }
 
+int scan_routes(FILE *file, pci_irq_route_entry (&table)[kRouteTableEntries]) {
+  skip_past(file, '(');
+  drop_line(file);
+  drop_line(file);  // the heading
+  int count = 0;
+  while (count < kRouteTableEntries) {
+    const int next = peek(file);
+    if (next == EOF || next == ')') {
+      break;
+    }
+    RouteFields fields;
+    if (read_route(file, &fields)) {
+      table[count++] = make_entry(fields);
+    } else if (peek(file) != ')') {
+      skip_past(file, '\n');  // scanf would stop at the same character forever
+    }
+  }
+  return count;
+}
+
 }  // namespace
 
 int read_daemon_routes(char *text, pci_irq_route_entry (&table)[kRouteTableEntries]) {
@@ -76,21 +99,13 @@ int read_daemon_routes(char *text, pci_irq_route_entry (&table)[kRouteTableEntri
 }
 
 int read_proc_routes(FILE *file, pci_irq_route_entry (&table)[kRouteTableEntries]) {
-  skip_past(file, '(');
-  drop_line(file);
-  drop_line(file);  // the heading
-  int count = 0;
-  while (count < kRouteTableEntries) {
-    const int next = peek(file);
-    if (next == EOF || next == ')') {
-      break;
-    }
-    RouteFields fields;
-    if (read_route(file, &fields)) {
-      table[count++] = make_entry(fields);
-    } else if (peek(file) != ')') {
-      skip_past(file, '\n');  // scanf would stop at the same character for ever
-    }
+  char text[kProcTextSize];
+  const size_t size = fread(text, 1, sizeof(text), file);
+  FILE *const bounded = size > 0 ? fmemopen(text, size, "r") : nullptr;
+  if (bounded == nullptr) {
+    return 0;
   }
+  const int count = scan_routes(bounded, table);
+  fclose(bounded);
   return count;
 }

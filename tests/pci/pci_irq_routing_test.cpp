@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "pci/paths.h"
 #include "pci/pci_irq_routing_state.h"
 #include "tests/pci/pci_tree.h"
 
@@ -129,6 +130,9 @@ const Text kTexts[] = {
 
 TEST_F(Routing, TextsAreReadAsFarAsTheyGo) {
   EXPECT_EQ(pci_irq_route_table_from_proc(), -1);
+  zytpci_path = "/dev/zero";  // has no end
+  EXPECT_EQ(pci_irq_route_table_from_proc(), 0);
+  zytpci_path = proc_.c_str();
   for (const Text &row : kTexts) {
     SCOPED_TRACE(row.text);
     driver_report = row.text;
@@ -234,7 +238,9 @@ TEST_F(Routing, BridgesPassTheirRoutingOn) {
   AddBridge("00/1c.2", 7);  // listed, by another function
   AddFunction("07/00.0");
   AddBridge("07/01.0", 8);  // not listed, behind a listed one
-  AddFunction("08/1f.7");
+  AddBridge("08/1f.7", 9);
+  AddBridge("09/00.0", 10);
+  AddFunction("0a/00.0");
   AddBridge("00/02.0", 0x20);  // not listed, behind none
   AddFunction("20/00.0");
   AddBridge("30/00.0", 0x31);  // a ring
@@ -244,24 +250,24 @@ TEST_F(Routing, BridgesPassTheirRoutingOn) {
   AddFunction("00/1e.2", {{10, 4}, {11, 1}, {25, 0xff}});
   AddFunction("ff/00.0");
   const auto all = {"00 1c 0 60 0ef8 3", "00 1e 0 61 0020 4", "07 00 0 60 0ef8 3", "07 01 0 60 0ef8 3",
-                    "08 1f 7 60 0ef8 3"};
-  pci_irq_route_entry table[6] = {};
-  for (int capacity = 0; capacity < 6; ++capacity) {
+                    "08 1f 7 60 0ef8 3", "09 00 0 60 0ef8 3", "0a 00 0 60 0ef8 3"};
+  pci_irq_route_entry table[8] = {};
+  for (int capacity = 0; capacity < 8; ++capacity) {
     int size = capacity;
     EXPECT_EQ(pci_irq_route_table(table, &size), 0);
-    EXPECT_EQ(size, 5);
+    EXPECT_EQ(size, 7);
     EXPECT_EQ(table[capacity].link_inta, 0);
   }
-  EXPECT_THAT(Show(table, 5), testing::UnorderedElementsAreArray(all));
+  EXPECT_THAT(Show(table, 7), testing::UnorderedElementsAreArray(all));
   EXPECT_EQ(driver_requests, 1);
   for (const int hostile : {-5, INT_MIN}) {
     table[0] = table[1] = {};
     int size = hostile;
     EXPECT_EQ(pci_irq_route_table(table + 1, &size), 0);
-    EXPECT_EQ(size, 5);
+    EXPECT_EQ(size, 7);
     size = hostile;
     add_to_irq_route_table(table + 1, 1, &size);
-    EXPECT_EQ(size, hostile + 3);
+    EXPECT_EQ(size, hostile + 5);
     EXPECT_EQ(table[0].link_inta + table[1].link_inta, 0);
   }
   int most = INT_MAX;

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "pci/paths.h"
 #include "tests/pci/pci_tree.h"
 
 namespace fs = std::filesystem;
@@ -14,6 +15,13 @@ using testing::SizeIs;
 using testing::UnorderedElementsAre;
 
 namespace {
+
+// As they are before a test repoints them.
+const std::string kPaths[] = {pci_proc_dir, pci_slots_dir, zytpci_path, physical_mem_path};
+
+TEST(Paths, AreTheKernels) {
+  EXPECT_THAT(kPaths, ElementsAre("/proc/bus/pci", "/sys/bus/pci/slots", "/proc/zytpci", "/dev/mem"));
+}
 
 using Configuration = PciTreeTest;
 using Walk = PciTreeTest;
