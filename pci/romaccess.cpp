@@ -1,6 +1,7 @@
 #include "pci/romaccess.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstring>
@@ -24,7 +25,7 @@ constexpr uint32_t kIoSpace = 1;    // in a base address register
 constexpr uint8_t kBusy = 0x8A;     // AH of a ROM that asks to be called again
 constexpr int kBusyAnswersBeforeUnlock = 500;
 
-// The management controller's PCI function, and its unlock port behind the I/O base.
+// The management controller's PCI function, and its unlock port after the I/O base.
 constexpr uint16_t kUnlockVendor = 0x7A79;
 constexpr uint16_t kUnlockDevices[] = {0x3300, 0x3301, 0x3302};
 constexpr uint32_t kUnlockPortOffset = 0xE1;
@@ -47,38 +48,103 @@ bool points_into_rom(const rominfo *ri, const uint8_t *place) {
   return ri->rom != nullptr && place >= ri->rom && place < ri->rom + kRomSize;
 }
 
-// do_rom_call, within `budget` instructions.
-int call_within(const rominfo *ri, x86_reg_t *reg, const uint8_t *entry_point,
-                std::span<const MemoryWindow> lent, uint64_t &budget) {
+// What the calls for one purpose may take together: a service with its retries, or a search.
+struct Allowance {
+  uint64_t budget;
+  int busy_answers = 0;
+  bool unlocked = false;
+};
+
+bool may_use_ports() {
   if (raise_io_privilege() != 0) {
     perror("iopl(3)");
-    return -1;
+    return false;
   }
+  return true;
+}
+
+// The first port is named, so that a maker's ROM that needs more can be reported; a hostile one cannot flood.
+void name_refused_port(rominfo *ri, uint32_t port) {
+  if (!ri->port_named) {
+    ri->port_named = true;
+    fprintf(stderr, "orvlog: The system ROM asked for I/O port 0x%X, which is not allowed.\n", port);
+  }
+}
+
+// Whether to call again after a busy answer. The retries and the unlock are spent once: after the call that
+// follows the unlock a busy answer counts like any other. Retries leave what that call and the retry itself
+// may take, so that a slow ROM is unlocked too.
+bool call_again(Allowance &allowance) {
+  if (allowance.unlocked) {
+    return false;
+  }
+  ++allowance.busy_answers;
+  if (allowance.busy_answers == kBusyAnswersBeforeUnlock || allowance.budget < 2 * kCallBudget) {
+    unlock_rom();
+    allowance.unlocked = true;
+  }
+  return true;
+}
+
+// do_rom_call, within `allowance`. The process may use ports.
+int call_within(rominfo *ri, x86_reg_t *reg, const uint8_t *entry_point, std::span<const MemoryWindow> lent,
+                Allowance &allowance) {
   if (!points_into_rom(ri, entry_point) || lent.size() > kMaxLent) {
     return -1;
   }
-
   MemoryWindow windows[kMaxWindows] = {{kRomBase, const_cast<uint8_t *>(ri->rom), kRomSize, false}};
   std::copy(lent.begin(), lent.end(), windows + 1);
   x86_reg_t work;
-  for (int busy = 0;; ++busy) {
-    if (busy == kBusyAnswersBeforeUnlock) {
-      unlock_rom();
-    }
-    const uint64_t granted = std::min(budget, kCallBudget);
+  do {
+    const uint64_t granted = std::min(allowance.budget, kCallBudget);
     RomMachine machine{{windows, lent.size() + 1}, granted};
     work = *reg;
     const CallEnd end = rom_call(&work, physical_address(ri, entry_point), machine);
-    budget -= granted - machine.budget;
+    allowance.budget -= granted - machine.budget;
+    if (end == CallEnd::kPort) {
+      name_refused_port(ri, machine.refused_port);
+    }
     if (end != CallEnd::kReturned) {
       return -1;
     }
-    if (work.u1.s3.rah != kBusy || busy == kBusyAnswersBeforeUnlock) {
-      break;
+  } while (work.u1.s3.rah == kBusy && call_again(allowance));
+  *reg = work;
+  return (work.reflags & kCarryFlag) != 0 ? -work.u1.s3.rah : work.u1.s3.rah;
+}
+
+// Reads the whole area once: a mapping that the system grants can still fault, a read only fails. Returns
+// false after a message.
+bool readable_to_the_end(int fd) {
+  char page[4096];
+  ssize_t got;
+  for (uint32_t done = 0; done < kRomSize; done += static_cast<uint32_t>(got)) {
+    got = pread(fd, page, sizeof(page), kRomBase + done);
+    if (got <= 0) {
+      errno = got == 0 ? ENXIO : errno;  // memory that ends before the area does
+      perror("reading /dev/mem");
+      return false;
     }
   }
-  *reg = work;
-  return work.reflags & kCarryFlag ? -work.u1.s3.rah : work.u1.s3.rah;
+  return true;
+}
+
+// Maps the area. Returns null after a message.
+const uint8_t *map_rom(int fd) {
+  // Mapped executable, as the ROM's callers have always done; where the system refuses that, readable alone
+  // will do, since nothing is executed in place.
+  void *rom = mmap(nullptr, kRomSize, PROT_READ | PROT_EXEC, MAP_SHARED, fd, kRomBase);
+  if (rom == MAP_FAILED) {
+    rom = mmap(nullptr, kRomSize, PROT_READ, MAP_SHARED, fd, kRomBase);
+  }
+  if (rom == MAP_FAILED) {
+    perror("mmaping /dev/mem");
+    return nullptr;
+  }
+  if (!readable_to_the_end(fd)) {
+    munmap(rom, kRomSize);
+    return nullptr;
+  }
+  return static_cast<const uint8_t *>(rom);
 }
 
 bool valid_header(const rominfo *ri, const uint8_t *place) {
@@ -117,7 +183,7 @@ bool unlock_through(const char *path) {
     return false;
   }
   const uint32_t *bars = header.Type.Zero.BaseAddressReg;
-  const uint32_t base = (bars[0] & kIoSpace ? bars[0] : bars[1]) & ~kIoSpace;
+  const uint32_t base = ((bars[0] & kIoSpace) != 0 ? bars[0] : bars[1]) & ~kIoSpace;
   // A port number is 16 bits: what a register holds above them is dropped.
   port_out(static_cast<uint16_t>(base + kUnlockPortOffset), 1, 0);
   return true;
@@ -158,30 +224,23 @@ int romcall_init(rominfo *ri, int skip) {
     ri->fd_mem = 0;
     return -1;
   }
-  // Mapped executable, as the ROM's callers have always done; where the system refuses that, readable alone
-  // will do, since nothing is executed in place.
-  void *rom = mmap(nullptr, kRomSize, PROT_READ | PROT_EXEC, MAP_SHARED, ri->fd_mem, kRomBase);
-  if (rom == MAP_FAILED) {
-    rom = mmap(nullptr, kRomSize, PROT_READ, MAP_SHARED, ri->fd_mem, kRomBase);
-  }
-  if (rom == MAP_FAILED) {
-    perror("mmaping /dev/mem");
+  ri->rom = map_rom(ri->fd_mem);
+  if (ri->rom == nullptr) {
     close(ri->fd_mem);
     ri->fd_mem = 0;
     return -1;
   }
-  ri->rom = static_cast<const uint8_t *>(rom);
   if (!check_for_veldra_ROM(ri)) {
     fputs("Not a Orv Stratum Server!\n", stderr);
     return -1;
   }
-  if (!(skip & kSkipInt15)) {
+  if ((skip & kSkipInt15) == 0) {
     find_int15_call(ri);
   }
-  if (!(skip & kSkipEv)) {
+  if ((skip & kSkipEv) == 0) {
     find_ev_call(ri);
   }
-  if (!(skip & kSkipPciBios)) {
+  if ((skip & kSkipPciBios) == 0) {
     find_pci_bios_call(ri);
   }
   return 0;
@@ -240,17 +299,18 @@ const bios_t *find_bios32_call(const rominfo *ri, const uint8_t *rom_start) {
   return nullptr;
 }
 
-const uint8_t *find_call(const rominfo *ri, const char *signature, uint64_t budget) {
+const uint8_t *find_call(rominfo *ri, const char *signature, uint64_t budget) {
+  Allowance allowance = {budget};
   const uint8_t *place = ri->rom;
   while (const bios_t *directory = find_bios32_call(ri, place)) {
     const uint32_t entry = directory->fields.entry;
-    if (!in_rom_area(entry)) {
+    if (!in_rom_area(entry) || !may_use_ports()) {
       return nullptr;
     }
     x86_reg_t reg = {};
     memcpy(&reg.u1.s1.reax, signature, sizeof(reg.u1.s1.reax));
     // A call that fails leaves AL as it is, a character of the signature: the search goes on.
-    call_within(ri, &reg, rom_at(ri, entry), {}, budget);
+    call_within(ri, &reg, rom_at(ri, entry), {}, allowance);
     if (reg.u1.s3.ral != 0) {
       place = reinterpret_cast<const uint8_t *>(directory) + sizeof(bios_t);
       continue;
@@ -267,10 +327,13 @@ const uint8_t *find_call(const rominfo *ri, const char *signature, uint64_t budg
   return nullptr;
 }
 
-int do_rom_call(const rominfo *ri, x86_reg_t *reg, const uint8_t *entry_point, int /*mode*/,
+int do_rom_call(rominfo *ri, x86_reg_t *reg, const uint8_t *entry_point, int /*mode*/,
                 std::span<const MemoryWindow> lent) {
-  uint64_t budget = kServiceBudget;
-  return call_within(ri, reg, entry_point, lent, budget);
+  if (!may_use_ports()) {
+    return -1;
+  }
+  Allowance allowance = {kServiceBudget};
+  return call_within(ri, reg, entry_point, lent, allowance);
 }
 
 int rom_peek(const rominfo *ri, uint32_t addr, void *buffer, size_t size) {

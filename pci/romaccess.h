@@ -17,10 +17,11 @@ struct rominfo {
   const uint8_t *ev_entry_point;        // service "$EVS"
   const uint8_t *pci_bios_entry_point;  // service "$PCI"
   uint16_t pci_es;                      // ES as the PCI BIOS presence call returned it; 0 if unknown
+  bool port_named;                      // an I/O port that was refused has been reported
 };
 using rominfo_t = rominfo;
 
-/// BIOS32 Service Directory header, on a 16-byte boundary.
+// BIOS32 Service Directory header, on a 16-byte boundary.
 union bios_t {
   struct {
     char signature[4];  // "_32_"
@@ -37,59 +38,61 @@ static_assert(offsetof(bios_t, fields.entry) == 4 && offsetof(bios_t, fields.rev
 static_assert(offsetof(bios_t, fields.length) == 9 && offsetof(bios_t, fields.checksum) == 10);
 static_assert(offsetof(bios_t, fields.reserved) == 11);
 
-/// Instructions that one call with all its retries, or one search with all its calls, may take: a few
-/// seconds, in which a ROM can take its time 501 times over to answer that it is busy.
-inline constexpr uint64_t kServiceBudget = 10 * kCallBudget;
+// What one service call with its retries, or one search with all its calls, may take (see kCallBudget). A ROM
+// that takes 150,000 instructions for each of 501 busy answers still fits. `-i` makes one search and two
+// service calls: over the slowest ROM that we could build it took 6 s on two busy cores.
+inline constexpr uint64_t kServiceBudget = 17 * kCallBudget;
 
-/// The PCI BIOS service: AH of its calls, and AL of the presence call; what do_rom_call's `mode` is given.
+// The PCI BIOS service: AH of its calls, and AL of the presence call; what do_rom_call's `mode` is given.
 inline constexpr uint8_t kPciBios = 0xB1;
 inline constexpr uint8_t kPciBiosPresent = 0x81;
 inline constexpr int kRomCallMode = 2;
 
-/// romcall_init's `skip`: the INT 15h entry, the "$EVS" search, everything from the PCI BIOS search on.
+// romcall_init's `skip`: the INT 15h entry, the "$EVS" search, everything from the PCI BIOS search on.
 inline constexpr int kSkipInt15 = 1;
 inline constexpr int kSkipEv = 2;
 inline constexpr int kSkipPciBios = 4;
 
-/// Maps the ROM area, checks that the ROM is the maker's and finds the entry points. Returns 0, or -1 after a
-/// message on standard error. A failed identity check leaves the area mapped for romcall_fini to release.
+// Maps the ROM area, reads it once, checks that the ROM is the maker's and finds the entry points. Returns 0,
+// or -1 after a message on standard error. A failed identity check leaves the area mapped for romcall_fini to
+// release; any other failure leaves nothing open.
 int romcall_init(rominfo *ri, int skip);
 
-/// Unmaps and closes. Returns 0, or -1 after a message on standard error; 0 too when nothing is open.
+// Unmaps and closes. Returns 0, or -1 after a message on standard error; 0 too when nothing is open.
 int romcall_fini(rominfo *ri);
 
-/// 1 if the ROM bears the maker's mark, else 0.
+// 1 if the ROM bears the maker's mark, else 0.
 int check_for_veldra_ROM(const rominfo *ri);
 
-/// The first service directory header at `rom_start` (16-byte aligned in the mapped area) or above, or null.
+// The first service directory header at `rom_start` (16-byte aligned in the mapped area) or above, or null.
 const bios_t *find_bios32_call(const rominfo *ri, const uint8_t *rom_start);
 
-/// The entry point of the service `signature` (four characters), or null if no directory knows it or the
-/// first one that does gives an entry point outside the ROM area, which is then told on standard error. All
-/// calls together may take `budget` instructions.
-const uint8_t *find_call(const rominfo *ri, const char *signature, uint64_t budget = kServiceBudget);
+// The entry point of the service `signature` (four characters), or null if no directory knows it or the
+// first one that does gives an entry point outside the ROM area, which is then told on standard error. All
+// calls together may take `budget` instructions.
+const uint8_t *find_call(rominfo *ri, const char *signature, uint64_t budget = kServiceBudget);
 
-/// The lookups of romcall_init; each stores the entry point, or null, in *ri.
+// The lookups of romcall_init; each stores the entry point, or null, in *ri.
 void find_int15_call(rominfo *ri);
 void find_ev_call(rominfo *ri);
 void find_pci_bios_call(rominfo *ri);
 
-/// Asks the PCI BIOS whether it is there. Returns the result
-/// of do_rom_call; sets pci_es, to 0 unless that was 0.
+// Asks the PCI BIOS whether it is there. Returns the result
+// of do_rom_call; sets pci_es, to 0 unless that was 0.
 int pci_bios_present(rominfo *ri, const uint8_t *entry_point);
 
-/// Calls ROM code at `entry_point` with *reg, again while it answers busy, and writes the
-/// registers back to *reg. Returns AH, minus AH if carry came back set, or -1, with *reg as
-/// it was, if I/O privilege cannot be had or the ROM code failed. `lent` are memory windows
-/// that the code may touch besides the ROM area and its stack, at kLentBase or above (see
-/// pci/romcall64.h); registers hold guest addresses in them. `mode` is not interpreted.
-int do_rom_call(const rominfo *ri, x86_reg_t *reg, const uint8_t *entry_point, int mode,
+// Calls ROM code at `entry_point` with *reg, again while it answers busy, and writes the
+// registers back to *reg. Returns AH, minus AH if carry came back set, or -1, with *reg as
+// it was, if I/O privilege cannot be had or the ROM code failed. `lent` are memory windows
+// that the code may touch besides the ROM area and its stack, at kLentBase or above (see
+// pci/romcall64.h); registers hold guest addresses in them. `mode` is not interpreted.
+int do_rom_call(rominfo *ri, x86_reg_t *reg, const uint8_t *entry_point, int mode,
                 std::span<const MemoryWindow> lent = {});
 
-/// Copies `size` bytes at physical `addr` out of the ROM
-/// area. Returns 0, or -1 unless all of them lie inside it.
+// Copies `size` bytes at physical `addr` out of the ROM
+// area. Returns 0, or -1 unless all of them lie inside it.
 int rom_peek(const rominfo *ri, uint32_t addr, void *buffer, size_t size);
 
-/// Writes 0 to the unlock port of the management controller,
-/// if there is one: makes a ROM stop answering busy.
+// Writes 0 to the unlock port of the management controller,
+// if there is one: makes a ROM stop answering busy.
 void unlock_rom();

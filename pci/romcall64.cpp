@@ -6,7 +6,7 @@
 
 namespace {
 
-// Bytes above what the call pushes, where a caller's frame would be: an IRET pops more than a return.
+// Headroom above the pushed return frame: IRET also pops EFLAGS.
 constexpr uint32_t kStackAbove = 16;
 
 }  // namespace
@@ -36,6 +36,7 @@ CallEnd rom_call(x86_reg_t *reg, uint32_t entry_point, RomMachine &machine) {
   cpu.push(kCodeSelector, 4);
   cpu.push(kReturnAddress, 4);
   const CallEnd end = cpu.run(kReturnAddress);
+  machine.refused_port = cpu.refused_port();
   if (end != CallEnd::kReturned) {
     return end;
   }

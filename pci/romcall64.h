@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <span>
 
-/// The registers exchanged with ROM code.
+// The registers exchanged with ROM code.
 struct x86_reg_t {
   union {
     struct {
@@ -84,8 +84,8 @@ static_assert(offsetof(x86_reg_t, rfs) == 28 && offsetof(x86_reg_t, rgs) == 30);
 static_assert(offsetof(x86_reg_t, rss) == 32 && offsetof(x86_reg_t, rsp) == 34);
 static_assert(offsetof(x86_reg_t, reflags) == 36);
 
-/// Memory that ROM code may touch: `size` bytes at guest address `base` are the host's bytes at `host`, which
-/// are only read unless `writable`. Windows do not overlap; an access must lie within one window.
+// Memory that ROM code may touch: `size` bytes at guest address `base` are the host's bytes at `host`, which
+// are only read unless `writable`. Windows do not overlap; an access must lie within one window.
 struct MemoryWindow {
   uint32_t base;
   void *host;
@@ -93,31 +93,36 @@ struct MemoryWindow {
   bool writable;
 };
 
-/// Guest addresses. The stack lies below the ROM area; windows that a caller lends start at kLentBase or
-/// above and end below kReturnAddress, which no window may cover: a return to it ends the call.
+// Guest addresses. The stack lies below the ROM area; windows that a caller lends start at kLentBase or
+// above. A return to kReturnAddress ends the call. No window covers it and no code names it; the processor's
+// reset vector, for example, would let a ROM that resets pass for one that returns.
 inline constexpr uint32_t kStackBase = 0x00080000;
 inline constexpr uint32_t kStackSize = 0x4000;
 inline constexpr uint32_t kLentBase = 0x00100000;
-inline constexpr uint32_t kReturnAddress = 0xFFFFFFF0;
+inline constexpr uint32_t kReturnAddress = 0x0007DA35;
 
-/// What the segment registers hold when ROM code starts. Every segment has base 0; the values only travel.
-/// None is 0, so that a service that leaves ES alone reports a usable selector.
+// What the segment registers hold when ROM code starts. Every segment has base 0; the values only travel.
+// None is 0, so that a service that leaves ES alone reports a usable selector.
 inline constexpr uint16_t kCodeSelector = 0x0008;
 inline constexpr uint16_t kDataSelector = 0x0010;
 
-/// EFLAGS when ROM code starts: interrupts enabled, and bit 1, which is always set.
+// EFLAGS when ROM code starts: interrupts enabled, and bit 1, which is always set.
 inline constexpr uint32_t kInitialEflags = 0x00000202;
 
-/// Instructions, and repetitions of string instructions, that one call may take.
-inline constexpr uint64_t kCallBudget = 10'000'000;
+// What one call may take. An instruction, or a repetition of a string instruction, costs 1, and 1 more for
+// each prefix and each access to memory beyond the second. An access to a port costs what a thousand
+// instructions do.
+inline constexpr uint64_t kCallBudget = 5'000'000;
+inline constexpr uint64_t kPortCost = 1000;
 
-/// Windows that a machine may have.
+// Windows that a machine may have.
 inline constexpr size_t kMaxWindows = 8;
 
-/// The machine that a call runs in. The call adds the stack; I/O ports are reached through pci/portio.h.
+// The machine that a call runs in. The call adds the stack; I/O ports are reached through pci/portio.h.
 struct RomMachine {
   std::span<const MemoryWindow> windows;
-  uint64_t budget = kCallBudget;  // instructions left; a call counts it down
+  uint64_t budget = kCallBudget;  // what is left of it; a call counts it down
+  uint32_t refused_port = 0;      // set by a call that ends with kPort
 };
 
 enum class CallEnd {
@@ -125,10 +130,11 @@ enum class CallEnd {
   kMemory,       // an access outside the windows, a write to one that is not writable, or too many windows
   kInstruction,  // an instruction that is unknown, privileged or not to be run here, a trap, or HLT
   kDivision,     // a division by zero, or a quotient that does not fit
-  kBudget,       // the instructions ran out
+  kPort,         // an access to an I/O port that no PCI BIOS service needs
+  kBudget,       // the budget ran out
 };
 
-/// Loads EAX, EBX, ECX, EDX, ESI and EDI from *reg, makes a near call to
-/// guest address `entry_point`, and stores the six registers, DS, ES and
-/// EFLAGS back into *reg. Unless the call returned, *reg is left as it was.
+// Loads EAX, EBX, ECX, EDX, ESI and EDI from *reg, makes a near call to
+// guest address `entry_point`, and stores the six registers, DS, ES and
+// EFLAGS back into *reg. Unless the call returned, *reg is left as it was.
 CallEnd rom_call(x86_reg_t *reg, uint32_t entry_point, RomMachine &machine);

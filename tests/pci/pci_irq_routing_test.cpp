@@ -41,7 +41,7 @@ int romcall_fini(rominfo *info) {
   return 0;
 }
 
-int do_rom_call(const rominfo *, x86_reg_t *reg, const uint8_t *entry_point, int mode,
+int do_rom_call(rominfo *, x86_reg_t *reg, const uint8_t *entry_point, int mode,
                 std::span<const MemoryWindow> lent) {
   auto *info = static_cast<pci_route_info *>(lent[0].host);
   EXPECT_TRUE(entry_point == &kEntryPoint && mode == 2);

@@ -15,6 +15,17 @@
 #include "tests/pci/fake_portio.h"
 #include "tests/pci/pci_tree.h"
 
+// As where the node's file system forbids execution. The linker puts it between mmap and its callers.
+static bool mmap_refuses_execution;
+extern "C" void *__real_mmap(void *, size_t, int, int, int, off_t);
+extern "C" void *__wrap_mmap(void *address, size_t size, int protection, int flags, int fd, off_t offset) {
+  if (mmap_refuses_execution && (protection & PROT_EXEC) != 0) {
+    errno = EPERM;
+    return MAP_FAILED;
+  }
+  return __real_mmap(address, size, protection, flags, fd, offset);
+}
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -128,10 +139,19 @@ TEST_F(RomAccess, WhatCannotBeHad) {
   EXPECT_EQ(ri_.fd_mem, 0);
   EXPECT_EQ(ri_.rom, nullptr);
   fs::remove(mem_);
+  Install(Image().bytes);
+  fs::resize_file(mem_, 0xF0000);  // can be mapped; reading the mapping would raise SIGBUS
+  EXPECT_EQ(init(0, -1), "reading /dev/mem: No such device or address\n");
+  EXPECT_EQ(ri_.fd_mem, 0);
+  EXPECT_EQ(ri_.rom, nullptr);
   InstallRom("services.rom");
+  mmap_refuses_execution = true;
+  EXPECT_EQ(init(kSkipAll, 0), "");
+  EXPECT_EQ(romcall_fini(&ri_), 0);
+  mmap_refuses_execution = false;
   fake_portio::privilege_errno = EPERM;
-  // Once for each of the two directories that are valid.
-  EXPECT_EQ(init(kPciBiosOnly, 0), "iopl(3): Operation not permitted\niopl(3): Operation not permitted\n");
+  // Once, though there are two directories.
+  EXPECT_EQ(init(kPciBiosOnly, 0), "iopl(3): Operation not permitted\n");
   EXPECT_EQ(ri_.pci_bios_entry_point, nullptr);
 }
 
@@ -146,34 +166,74 @@ Bytes identity(uint32_t vendor, uint32_t device, uint32_t bar0, uint32_t bar1) {
   return bytes;
 }
 
+// Code that is busy until port 0xCFC reads other than 0. It writes AX there, and reads the delay port `reads`
+// times, each of which costs 1,002.
+std::string busy(uint32_t reads = 1) {
+  return "\x66\xBA\xFC\x0C\x66\xEF\x50\xB9"s +
+         little_endian(reads) +                             // mov dx,0xCFC; out dx,ax; push eax; mov ecx
+         "\xE4\x80\xE2\xFC\xEC\x84\xC0\x58\xB4\0\x75\3"s +  // in al,0x80; loop; in al,dx; test; pop; mov ah,0
+         "\xB4\x8A\xF9\xC3";                                // jnz; mov ah,0x8A; stc; ret
+}
+
+constexpr uint32_t kBusyAt = 0xF0000;
+
 TEST_F(RomAccess, BusyRomIsUnlockedOnceAndAskedOnceMore) {
-  InstallRom("busy.rom");
   AddFunction("05/00.0", identity(0x7A79, 0x3301, 0x2001, 0));
-  ASSERT_EQ(init(kSkipAll, 0), "");
-  const uint8_t *entry = find_call(&ri_, "$PCI");
-  ASSERT_NE(entry, nullptr);
   const struct {
+    uint32_t reads;
     size_t free_after;  // this many writes, of which each call makes one
     int result;
-    size_t writes;
+    size_t calls_before_unlock;
     uint16_t es;
   } rows[] = {
-      {500, 0, 500, kDataSelector},  // free before the unlock: the ES that the call was started with
-      {502, 0, 502, kDataSelector},  // freed by it
-      {SIZE_MAX, -0x8A, 502, 0},
+      {1, 500, 0, 0, kDataSelector},    // free before the unlock: the ES that the call was started with
+      {1, 502, 0, 500, kDataSelector},  // freed by it
+      {1, SIZE_MAX, -0x8A, 500, 0},
+      {147, SIZE_MAX, -0x8A, 500, 0},  // 150,000 instructions, or what costs as much
+      {1000, SIZE_MAX, -0x8A, 75, 0},  // too slow for so many answers
+      {4000, 20, 0, 19, kDataSelector},
+      {5000, SIZE_MAX, -1, 0, 0},  // longer than a call may take
   };
   for (const auto &row : rows) {
+    SCOPED_TRACE(std::to_string(row.reads) + " " + std::to_string(row.result));
+    Install(Image().put(kBusyAt, busy(row.reads)).bytes);
+    ASSERT_EQ(init(kSkipAll, 0), "");
     fake_portio::reset();
     fake_portio::answer = [&](uint16_t, unsigned) {
       return uint32_t{fake_portio::writes.size() >= row.free_after};
     };
-    EXPECT_EQ(pci_bios_present(&ri_, entry), row.result);
+    EXPECT_EQ(pci_bios_present(&ri_, ri_.rom + (kBusyAt - kRomBase)), row.result);
     EXPECT_EQ(ri_.pci_es, row.es);
     const Writes &writes = fake_portio::writes;
-    ASSERT_EQ(writes.size(), row.writes);
-    EXPECT_EQ(std::count(writes.begin(), writes.end(), kUnlock), row.writes > 500);
-    EXPECT_EQ(writes[row.writes > 500 ? 500 : 0] == kUnlock, row.writes > 500);
-    EXPECT_EQ(writes[499], (fake_portio::Write{0x80, 2, 0xB181})) << "each call has the same registers";
+    const size_t unlocked_at = row.calls_before_unlock;
+    ASSERT_EQ(writes.size(), unlocked_at > 0 ? unlocked_at + 2 : row.result == 0 ? row.free_after : 1);
+    EXPECT_EQ(std::count(writes.begin(), writes.end(), kUnlock), unlocked_at > 0);
+    EXPECT_EQ(writes[unlocked_at] == kUnlock, unlocked_at > 0);
+    EXPECT_EQ(writes.back(), (fake_portio::Write{0xCFC, 2, 0xB181})) << "each call has the same registers";
+    EXPECT_EQ(romcall_fini(&ri_), 0);
+  }
+}
+
+TEST_F(RomAccess, SearchSpendsRetriesAndUnlockOnce) {
+  AddFunction("05/00.0", identity(0x7A79, 0x3301, 0x2001, 0));
+  Image image;
+  for (const uint32_t at : {0xB0000u, 0xB8000u, 0xC0000u}) {
+    image.directory(at, busy());
+  }
+  Install(image.bytes);
+  fake_portio::answer = [](uint16_t, unsigned) { return 0; };
+  EXPECT_EQ(init(kPciBiosOnly, 0), "");
+  EXPECT_EQ(fake_portio::writes.size(), 501u + 1 + 2);
+  EXPECT_EQ(fake_portio::writes[500], kUnlock);
+}
+
+TEST_F(RomAccess, PresenceCallWithAnErrorGivesNoSelector) {
+  for (const char ah : {'\0', '\1'}) {
+    Install(Image().put(kBusyAt, "\x31\xC0\xB4"s + ah + "\xC3").bytes);  // xor eax,eax; mov ah,?; ret
+    ASSERT_EQ(init(kSkipAll, 0), "");
+    EXPECT_EQ(pci_bios_present(&ri_, ri_.rom + (kBusyAt - kRomBase)), ah);
+    EXPECT_EQ(ri_.pci_es, ah == 0 ? kDataSelector : 0);
+    EXPECT_EQ(romcall_fini(&ri_), 0);
   }
 }
 
@@ -242,6 +302,9 @@ TEST_F(RomAccess, HostileDirectories) {
       {"HLT, then a service", Image().directory(0xB0000, "\xF4").answer(0xF0000, 0), 0xF0000},
       {"endless, then a service", Image().directory(0xB0000, "\xEB\xFE").answer(0xF0000, 0), 0xF0000},
       {"endless, everywhere", endless},
+      {"ports that are not allowed, then a service",
+       Image().directory(0xB0000, "\xE4\xB2").directory(0xB8000, "\xE7\x92").answer(0xF0000, 0), 0xF0000,
+       "orvlog: The system ROM asked for I/O port 0xB2, which is not allowed.\n"},
       {"next to one that knows nothing", Image().directory(0xBFFF0, "\xB0\x80\xCB").answer(0xF0000, 0),
        0xF0000},
       {"a header of 32 bytes",

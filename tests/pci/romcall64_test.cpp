@@ -41,12 +41,16 @@ struct Call {
     reg.redi = kLentBase + 0x80;
   }
 
-  CallEnd run(const std::string &hex, uint64_t budget = 1000) {
+  uint32_t refused_port = 0;
+
+  CallEnd run(const std::string &hex, uint64_t budget = 10'000) {
     std::vector<uint8_t> code = bytes(hex.c_str());
     const MemoryWindow windows[] = {{kCodeAt, code.data(), static_cast<uint32_t>(code.size()), false},
                                     {kLentBase, buffer, sizeof(buffer), true}};
     RomMachine machine{windows, budget};
-    return rom_call(&reg, kCodeAt, machine);
+    const CallEnd end = rom_call(&reg, kCodeAt, machine);
+    refused_port = machine.refused_port;
+    return end;
   }
 };
 
@@ -151,20 +155,54 @@ TEST(RomCall, Ports) {
   Call call;
   call.reg.u4.s1.redx = 0xFFFF0CF8;
   call.reg.u3.s1.recx = 2;
-  // out dx,eax; in ax,dx; out 0x80,al; rep insb; mov ecx,1; rep outsw; ret
-  EXPECT_EQ(call.run("EF 66 ED E6 80 F3 6C B9 01 00 00 00 F3 66 6F C3"), CallEnd::kReturned);
-  EXPECT_EQ(call.reg.u1.s1.reax, (0xCF8 * 0x01010101u + 2) & 0xFFFF);
-  EXPECT_EQ(call.buffer[0x81], 0xF9);
+  // out dx,eax; mov dl,0xFC; in ax,dx; out 0x80,al; rep insb; mov ecx,1; rep outsw; ret
+  EXPECT_EQ(call.run("EF B2 FC 66 ED E6 80 F3 6C B9 01 00 00 00 F3 66 6F C3"), CallEnd::kReturned);
+  EXPECT_EQ(call.reg.u1.s1.reax, (0xCFC * 0x01010101u + 2) & 0xFFFF);
+  EXPECT_EQ(call.buffer[0x81], 0xFD);
   EXPECT_EQ(call.reg.redi, kLentBase + 0x82);
-  const std::vector<fake_portio::Write> writes = {{0xCF8, 4, 0}, {0x80, 1, 0xFA}, {0xCF8, 2, 0x0100}};
+  const std::vector<fake_portio::Write> writes = {{0xCF8, 4, 0}, {0x80, 1, 0xFE}, {0xCFC, 2, 0x0100}};
   EXPECT_EQ(fake_portio::writes, writes);
+}
 
-  // An instruction that fails must not reach a port: out imm8 without its byte, lock out, outs of nothing.
-  fake_portio::writes.clear();
-  for (const char *code : {"E6", "F0 EE", "31 F6 6E", "F3 F3 F3 F3 F3 F3 F3 F3 F3 F3 F3 F3 F3 F3 E6 80"}) {
-    EXPECT_NE(Call().run(code), CallEnd::kReturned) << code;
+// out imm8 without its byte, lock out, outs of nothing, ins to nothing and to the ROM, 16 bytes
+TEST(RomCall, InstructionThatFailsReachesNoPort) {
+  fake_portio::reset();
+  int reads = 0;
+  fake_portio::answer = [&](uint16_t, unsigned) { return ++reads; };
+  for (const char *code : {"E6", "F0 EE", "31 F6 6E", "31 FF 6C", "BF 00 00 0F 00 F3 6D",
+                           "F3 F3 F3 F3 F3 F3 F3 F3 F3 F3 F3 F3 F3 F3 E6 80"}) {
+    Call call;
+    call.reg.u4.s1.redx = 0xCFC;
+    call.reg.u3.s1.recx = 1;
+    EXPECT_NE(call.run(code), CallEnd::kReturned) << code;
   }
+  EXPECT_EQ(Call().run("E6 80", 1000), CallEnd::kBudget);
   EXPECT_TRUE(fake_portio::writes.empty());
+  EXPECT_EQ(reads, 0);
+}
+
+TEST(RomCall, PortsOfPciServicesAlone) {
+  const struct {
+    uint32_t port, size;
+    bool allowed;
+  } rows[] = {
+      {0xCF8, 4, true},  {0xCF8, 1, true},  {0xCF8, 2, false},  {0xCF9, 1, false},  {0xCF9, 4, false},
+      {0xCFA, 1, true},  {0xCFA, 2, false}, {0xCFB, 1, false},  {0xCFC, 4, true},   {0xCFD, 2, true},
+      {0xCFD, 4, false}, {0xCFF, 1, true},  {0xCFF, 2, false},  {0xD00, 1, false},  {0x80, 1, true},
+      {0x80, 2, false},  {0x7F, 1, false},  {0x81, 1, false},   {0xB2, 1, false},   {0xBFFF, 2, false},
+      {0xC000, 4, true}, {0xCFFC, 4, true}, {0xCFFD, 4, false}, {0xD000, 1, false}, {0xFFFF, 4, false},
+  };
+  for (const auto &row : rows) {
+    for (const std::string opcode : {"EC", "EE", "6C"}) {  // in, out, ins
+      SCOPED_TRACE(std::to_string(row.port) + " " + opcode);
+      const std::string sized = row.size == 1 ? opcode : opcode.substr(0, 1) + char(opcode[1] + 1);
+      Call call;
+      call.reg.u4.s1.redx = row.port;
+      EXPECT_EQ(call.run((row.size == 2 ? "66 " : "") + sized + " C3"),
+                row.allowed ? CallEnd::kReturned : CallEnd::kPort);
+      EXPECT_EQ(call.refused_port, row.allowed ? 0 : row.port);
+    }
+  }
 }
 
 // clang-format off
@@ -191,7 +229,7 @@ const struct {
      {"A2 00 00 0F 00 C3 ; write to the ROM", "A1 00 00 00 00 C3 ; read of nothing",
       "8B 86 FD 00 00 00 C3 ; read across a window's end", "8B 46 FF C3 ; read across a window's start",
       "A1 FE FF FF FF C3 ; read across the top of memory", "90 ; code that runs out of its window",
-      "31 C0 FF E0 ; jump to nothing", "66 C3 ; 16-bit return", "60 EB FD ; stack used up",
+      "31 C0 FF E0 ; jump to nothing", "B8 F0 FF FF FF FF E0 ; jump to the reset vector", "66 C3 ; 16-bit return", "60 EB FD ; stack used up",
       "31 E4 50 C3 ; stack lost", "B9 00 10 00 00 F3 A4 C3 ; rep movsb out of the window",
       "F0 86 05 00 00 0F 00 C3 ; lock xchg of the ROM", "0F A4 05 00 00 0F 00 00 C3 ; shld of the ROM by 0",
       "0F B1 05 00 00 0F 00 C3 ; cmpxchg of the ROM, unequal"}},
@@ -213,10 +251,22 @@ TEST(RomCall, Failures) {
   }
 }
 
-TEST(RomCall, CountsInstructionsAndRepetitions) {
-  for (const auto &[code, taken] : {std::pair{"90 90 C3", 3}, {"B9 08 00 00 00 F3 A4 C3", 11}}) {
-    EXPECT_EQ(Call().run(code, static_cast<uint64_t>(taken - 1)), CallEnd::kBudget);
-    EXPECT_EQ(Call().run(code, static_cast<uint64_t>(taken)), CallEnd::kReturned);
+TEST(RomCall, ChargesWhatThingsCost) {
+  const struct {
+    const char *code;
+    uint64_t taken;
+  } rows[] = {
+      {"90 90 C3", 3},
+      {"B9 08 00 00 00 F3 A4 C3", 11},                        // rep movsb: two accesses a repetition
+      {"60 61 C3", 1 + 6 + 1 + 6 + 1},                        // pushad; popad
+      {"89 E5 C8 00 00 1F C9 C3", 1 + (1 + 62 - 2) + 1 + 1},  // mov ebp,esp; enter 0,31; leave
+      {"F3 66 26 26 26 90 C3", 1 + 3 + 1},                    // two prefixes are free
+      {"E6 80 C3", 1 + kPortCost + 1},
+  };
+  for (const auto &[code, taken] : rows) {
+    SCOPED_TRACE(code);
+    EXPECT_EQ(Call().run(code, taken - 1), CallEnd::kBudget);
+    EXPECT_EQ(Call().run(code, taken), CallEnd::kReturned);
   }
 }
 

@@ -85,7 +85,7 @@ constexpr Form kForms[] = {
     {"1A3 1AB 1B3 1BB", kModrm, kAllButCarry & ~kZero},
     {"1BA", kModrm | kByte, kAllButCarry & ~kZero},
     {"1BC-1BD", kModrm, kAllButZero},
-    {"62 86-8D FE 11F 190-19F 1B0-1B1 1B6-1B7 1BE-1BF 1C0-1C1", kModrm},
+    {"62 86-8D FE 11F 140-14F 190-19F 1B0-1B1 1B6-1B7 1BE-1BF 1C0-1C1", kModrm},
     {"8F", kModrm, 0, 0x01},
     {"FF", kModrm, 0, 0xC3},
     {"C6", kModrm | kByte, 0, 0x01},
@@ -133,6 +133,7 @@ struct Vector {
   uint32_t address_size = 4;
   uint32_t immediate;  // the immediate byte
   bool locked = false;
+  uint32_t extra_prefixes = 0;  // after the second
   std::vector<uint8_t> code;
   State state;
 };
@@ -145,6 +146,7 @@ class Generator {
     Vector v = {};
     std::tie(v.form, v.opcode) = instructions_[below(instructions_.size())];
     prefixes(v);
+    v.extra_prefixes = v.code.size() > 2 ? static_cast<uint32_t>(v.code.size()) - 2 : 0;
     append(v, v.opcode > 0xFF ? v.opcode << 8 | 0x0F : v.opcode, v.opcode > 0xFF ? 2 : 1);
     operands(v);
     std::generate(v.state.begin(), v.state.end(), [this] { return value(); });
@@ -258,13 +260,14 @@ class Generator {
 
 // What is undefined as a whole, 16-bit BSWAP and 16-bit double shifts by more than 16, and what Unicorn does
 // otherwise than a processor: 16-bit ENTER leaves the upper half of EBP alone, LOCK does not change NEG's
-// flags.
+// flags, and the second of BOUND's limits does not wrap at 64 KiB.
 bool out_of_scope(const Vector &v) {
   const uint32_t count = v.opcode & 1 ? v.state[kEcx] : v.immediate;
   const bool undefined = (v.opcode & ~9u) == 0x1A4 && count % 32 > 16;
   const bool differs = v.opcode >= 0x1C8 || v.opcode == 0xC8;
   const bool negated = (v.opcode & ~1u) == 0xF6 && v.field == 3;
-  return (v.operand_size == 2 && (undefined || differs)) || (v.locked && negated);
+  const bool wraps = v.opcode == 0x62 && v.address_size == 2;
+  return (v.operand_size == 2 && (undefined || differs)) || (v.locked && negated) || wraps;
 }
 
 class Unicorn {
@@ -301,7 +304,8 @@ class Unicorn {
 
 CallEnd interpret(const Vector &v, State &state, std::span<const MemoryWindow> windows) {
   const bool branch = v.form->kind == kBranch;
-  uint64_t budget = branch ? 1 : kBudget;
+  // A branch is stopped after one instruction; each prefix after the second costs one more.
+  uint64_t budget = branch ? 1 + v.extra_prefixes : kBudget;
   Interpreter cpu(windows, budget);
   std::copy_n(state.begin(), kFlags, cpu.gpr);
   cpu.eflags = state[kFlags];
