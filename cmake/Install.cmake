@@ -42,6 +42,10 @@ orvlog_install_program(orvlog ${CMAKE_INSTALL_SBINDIR})
 install(
   CODE "file(RPATH_REMOVE FILE \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_SBINDIR}/orvlog\")"
   COMPONENT orvlog)
+orvlog_install_program(imlog ${CMAKE_INSTALL_BINDIR})
+install(
+  CODE "file(RPATH_REMOVE FILE \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/imlog\")"
+  COMPONENT imlog)
 
 # The translator for other projects: libimltext1 has what a program needs to run, libimltext-dev what it needs to build.
 set(imltext_headers ${CMAKE_INSTALL_INCLUDEDIR}/iml)

@@ -46,8 +46,18 @@ orvlog -a TIMEOUT=1|10 15
 orvlog -a TIMEOUT=4|
 orvlog -a TIMEOUT=10 |$later
 orvlog -a TIMEOUT= |$later
+imlog -o |short json export raw prometheus check
+imlog --output=|short json export raw prometheus check
+imlog --output=p|prometheus
+imlog -f -p c|caution critical
+imlog -o json --le|--level-prefix
+imlog --f|--follow
+imlog -n |
+imlog --cursor-file=|
+imlog lo|
 END
 COMP_WORDBREAKS=''
+check "imlog --output=p" "--output=prometheus"
 check "orvlog -a TIMEOUT=1" "TIMEOUT=10 TIMEOUT=15"
 check "orvlog -a TIMEOUT=10 -" "$later"
 exit $failed

@@ -9,9 +9,9 @@ import sys
 
 def lint(root):
     """mandoc and groff have nothing to say. Which other manuals this machine has does not matter."""
-    page = str(root / "docs/orvlog.8")
+    pages = [str(page) for page in root.glob("docs/*.8")]
     faults = []
-    for command in (["mandoc", "-T", "lint", page], ["groff", "-mdoc", "-ww", "-z", page]):
+    for command in (["mandoc", "-T", "lint", *pages], ["groff", "-mdoc", "-ww", "-z", *pages]):
         run = subprocess.run(command, capture_output=True, text=True, check=False)
         lines = (run.stdout + run.stderr).splitlines()
         faults += [line for line in lines if "referenced manual not found" not in line and "mandoc.db" not in line]
@@ -31,14 +31,31 @@ def options(root):
         found = set(re.findall(pattern, (root / name).read_text(), re.MULTILINE))
         if found != set(letters):
             faults.append(f"{name}: options {''.join(sorted(found))}, the parser takes {''.join(sorted(letters))}")
+    return faults + imlog_options(root)
+
+
+def imlog_options(root):
+    """The same of imlog, whose options have long names, and letters in part."""
+    rows = re.findall(r'\{"([\w-]+)", \w+, nullptr, (?:\'(\w)\'|\w+)\}', (root / "imlog/options.cpp").read_text())
+    known = {
+        "docs/imlog.8": (r"^\.It Fl (?:(\w) , Fl )?\\-([\w\\-]+)", "\\"),
+        "imlog/usage.cpp": (r"^  (?:-(\w), |    )--([\w-]+)", ""),
+        "completions/imlog": (r"(?:(?<=[ '])-(\w) )?--([\w-]+)=? *(?=[^\n]*# option)", ""),
+    }
+    faults = []
+    for name, (pattern, unwanted) in known.items():
+        found = {(long.replace(unwanted, ""), letter)
+                 for letter, long in re.findall(pattern, (root / name).read_text(), re.MULTILINE)}
+        if found != set(rows):
+            faults.append(f"{name}: {sorted(found ^ set(rows))} are not both there and in the parser")
     return faults
 
 
 LITERAL = r'"(?:[^"\\]|\\.)*"'
 # A call that writes to standard error, up to its end; usage texts are the options' check.
-TO_STDERR = rf'\b(?:fprintf\(\s*stderr|print_err\(|perror\(|fputs\((?=[^;]*stderr))(?:{LITERAL}|[^";])*;'
+TO_STDERR = rf'\b(?:fprintf\(\s*stderr|Problem\(|print_err\(|perror\(|fputs\((?=[^;]*stderr))(?:{LITERAL}|[^";])*;'
 # What looks like a message, wherever it goes.
-MESSAGE = r"orvlog: |ERROR"
+MESSAGE = r"(?:orvlog|imlog): |ERROR"
 
 
 def messages_of(source):
@@ -54,21 +71,20 @@ def messages_of(source):
 
 
 def messages(root):
-    """Every message that the sources can write stands in the manual."""
-    page = subprocess.run(["mandoc", "-T", "ascii", "-O", "width=1000", str(root / "docs/orvlog.8")],
-                          capture_output=True, text=True, check=True).stdout
-    page = " ".join(re.sub(".\b", "", page).split())
+    """Every message that the sources can write stands in the manual of their program."""
     faults, count = [], 0
-    for path in sorted([*root.glob("orvlog/*.cpp"), *root.glob("pci/*.cpp")]):
-        if path.name == "usage.cpp":
-            continue
-        for message in messages_of(path.read_text()):
-            count += 1
-            parts = [re.escape(" ".join(part.split())) for part in re.split(r" ?%\w ?", message)]
-            # What stands for a directive in the manual is one word, or part of one; perror appends a reason.
-            if not re.search(r" ?\S+? ?".join(parts), page):
-                faults.append(f"{path.relative_to(root)}: not in the manual: {message}")
-    if count < 40:
+    for program, folders in {"orvlog": ("orvlog", "pci"), "imlog": ("imlog",)}.items():
+        page = subprocess.run(["mandoc", "-T", "ascii", "-O", "width=1000", str(root / f"docs/{program}.8")],
+                              capture_output=True, text=True, check=True).stdout
+        page = " ".join(re.sub(".\b", "", page).split())
+        for path in sorted(path for folder in folders for path in root.glob(f"{folder}/*.cpp")):
+            for message in messages_of(path.read_text()) if path.name != "usage.cpp" else ():
+                count += 1
+                parts = [re.escape(" ".join(part.split())) for part in re.split(r" ?%z?\w ?", message)]
+                # What stands for a directive in the manual is one word, or part of one; perror appends a reason.
+                if not re.search(r" ?\S+? ?".join(parts), page):
+                    faults.append(f"{path.relative_to(root)}: not in the manual: {message}")
+    if count < 80:
         faults.append(f"only {count} messages found in the sources: is the pattern still right?")
     return faults
 
@@ -93,7 +109,8 @@ def map_of(root):
                      + [f"`scripts/{path.name}`" for path in root.glob("scripts/*")
                         if path.name not in ("setup", "demo", "test")],
         "docs/architecture.md": [f"`{path.stem}" for folder, pattern in (
-            ("cmake", "*.cmake"), ("orvlog", "*.cpp"), ("iml", "[!c]*.cpp"), ("pci", "*.cpp"), ("fuzz", "*.cpp"),
+            ("cmake", "*.cmake"), ("orvlog", "*.cpp"), ("imlog", "*.cpp"), ("iml", "[!c]*.cpp"),
+            ("pci", "*.cpp"), ("fuzz", "*.cpp"),
             ("platform", "*.h")) for path in root.glob(f"{folder}/{pattern}")],
     }
     for page, names in named.items():

@@ -9,7 +9,8 @@ if find "$tree" | grep -iE 'simulator|kelmint|orvev'; then
   exit 1
 fi
 "$cmake" --install "$build" --prefix "$tree" --component orvlog-simulator >/dev/null
-for file in sbin/orvlog share/man/man8/orvlog.8.gz share/bash-completion/completions/orvlog \
+for file in bin/imlog share/man/man8/imlog.8.gz share/bash-completion/completions/imlog \
+            sbin/orvlog share/man/man8/orvlog.8.gz share/bash-completion/completions/orvlog \
             include/iml/eventstr.h include/iml/records/common.h share/orvlog-simulator/imltext.py \
             share/orvlog-simulator/README.md share/orvlog-simulator/server/cevt; do
   test -s "$tree/$file" || { echo "$file is missing" >&2; exit 1; }
