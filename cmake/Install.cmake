@@ -47,6 +47,21 @@ install(
   CODE "file(RPATH_REMOVE FILE \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/imlog\")"
   COMPONENT imlog)
 
+# imlog and its units, which nothing enables. They name the program by its path: systemd 247 does not search for it.
+install(TARGETS imlog RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT imlog)
+install(CODE "file(RPATH_REMOVE FILE \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/imlog\")"
+        COMPONENT imlog)
+foreach(unit IN ITEMS imlog-ship prometheus-node-exporter-iml)
+  install(CODE "
+    set(bindir \${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR})
+    configure_file(${PROJECT_SOURCE_DIR}/packaging/systemd/${unit}.service.in
+                   ${PROJECT_BINARY_DIR}/systemd/${unit}.service @ONLY)"
+    COMPONENT imlog)
+  install(FILES ${PROJECT_BINARY_DIR}/systemd/${unit}.service packaging/systemd/${unit}.timer
+          DESTINATION lib/systemd/system COMPONENT imlog)
+endforeach()
+install(FILES docs/shipping.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/imlog COMPONENT imlog)
+
 # The translator for other projects: libimltext1 has what a program needs to run, libimltext-dev what it needs to build.
 set(imltext_headers ${CMAKE_INSTALL_INCLUDEDIR}/iml)
 set(imltext_package ${CMAKE_INSTALL_LIBDIR}/cmake/imltext)
