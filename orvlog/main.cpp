@@ -11,12 +11,12 @@
 #include "orvlog/notes.h"
 #include "orvlog/orvlog.h"
 #include "orvlog/output.h"
+#include "orvlog/pci_report.h"
 #include "orvlog/probe.h"
 #include "orvlog/sensors.h"
 #include "orvlog/usage.h"
 #include "orvlog/viewer.h"
 #include "orvlog/watchdog.h"
-#include "pci/pci_irq_routing.h"
 
 namespace {
 

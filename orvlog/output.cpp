@@ -44,9 +44,6 @@ void flush_output() {
 
 void finish(int status) {
   flush_output();
-  if (ferror(stdout) != 0 && write_error == 0) {
-    write_error = EIO;  // a failure that nobody has noted
-  }
   if (fclose(stdout) != 0) {  // some file systems report a full disk only here
     note_failure();
   }

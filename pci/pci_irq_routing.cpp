@@ -15,6 +15,7 @@
 #include "pci/route_text.h"
 #include "platform/health_driver.h"
 #include "platform/kelmintrfc64.h"
+#include "platform/ownership.h"
 
 pci_irq_route_entry internal_table[kRouteTableEntries];
 int internal_table_size;
@@ -24,7 +25,6 @@ rominfo ri;
 namespace {
 
 constexpr int kBuses = 256;
-constexpr int kReportRows = 50;
 
 // Registers and classes by which a PCI-to-PCI bridge is known.
 constexpr int kSubClass = offsetof(PCIConfigHeader, ClassCode.SubClass);
@@ -60,13 +60,10 @@ pci_irq_route_entry read_slot(const char *slot_name) {
   if (length < 0 || static_cast<size_t>(length) >= sizeof(path)) {
     return entry;
   }
-  const int fd = orvOpenRequest(path, kOpenRead);
-  if (fd < 0) {
-    return entry;
-  }
+  const RequestDescriptor file(orvOpenRequest(path, kOpenRead));
   constexpr size_t kAddressSize = 128;
   char text[kAddressSize + 1] = {};
-  if (read(fd, text, kAddressSize) > 0) {
+  if (file.is_open() && read(file.fd(), text, kAddressSize) > 0) {
     unsigned bus = 0;
     unsigned device = 0;
     // What cannot be read stays 0, and a number that is too large only loses its high bits.
@@ -75,7 +72,6 @@ pci_irq_route_entry read_slot(const char *slot_name) {
     entry.dev = static_cast<uint8_t>(device << 3);
     entry.slot = static_cast<uint8_t>(strtol(slot_name, nullptr, 10));
   }
-  orvCloseRequest(fd);
   return entry;
 }
 
@@ -148,12 +144,12 @@ void append(const pci_irq_route_entry &entry, pci_irq_route_entry *table, int ma
 int pci_irq_route_table_from_kelmd() {
   clear_internal_table();
   char text[kReportSize + 1] = {};  // the driver may fill all of kReportSize
-  const int fd = orvOpenRequest(kNodeReports, kOpenRead);
-  if (fd < 0) {
+  RequestDescriptor node(orvOpenRequest(kNodeReports, kOpenRead));
+  if (!node.is_open()) {
     return -1;
   }
-  orvIoctlRequest(fd, kReportPciRouting, text, kReportRequestLength);
-  orvCloseRequest(fd);
+  orvIoctlRequest(node.fd(), kReportPciRouting, text, kReportRequestLength);
+  node.close();
   const int count = read_daemon_routes(text, internal_table);
   if (count < 0) {
     return -1;
@@ -287,21 +283,4 @@ const pci_irq_route_entry *get_irq_route_table_entry(int bus, int dev) {
     }
   }
   return nullptr;
-}
-
-void print_pci_data() {
-  pci_irq_route_entry table[kReportRows] = {};
-  int count = kReportRows;
-  printf("\nBusNumber\tDeviceNumber\tFunctionNumber\tLinkIntA\tIRQBitMapIntA\tSlotNumber\n");
-  fflush(stdout);  // what the sources have to say comes behind it
-  if (pci_irq_route_table(table, &count) != 0) {
-    count = 0;
-    fprintf(stderr, "orvlog: No PCI IRQ routing table is available.\n");
-  }
-  for (int i = 0; i < std::min(count, kReportRows); ++i) {
-    const pci_irq_route_entry &entry = table[i];
-    printf("%2x\t\t%2x\t\t%2x\t\t%2x\t\t%4x\t\t%2d\n", entry.bus, entry.dev >> 3, entry.dev & 7,
-           entry.link_inta, entry.irq_inta, entry.slot);
-  }
-  printf("\n");
 }

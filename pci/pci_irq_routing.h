@@ -67,6 +67,3 @@ int compute_predecessor_bridge(int *pred, int size);
 
 // The first entry of the process's table for a device, whichever its function, or null.
 const pci_irq_route_entry *get_irq_route_table_entry(int bus, int dev);
-
-// Prints the routing table on standard output: a heading, at most 50 entries, and an empty line.
-void print_pci_data();

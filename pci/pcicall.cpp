@@ -8,6 +8,7 @@
 
 #include "pci/paths.h"
 #include "platform/kelmintrfc64.h"
+#include "platform/ownership.h"
 
 namespace {
 
@@ -94,13 +95,11 @@ int pci_close(int fd_pci) {
 
 int pci_read_config(int bus, int dev, int fn, int offset, void *value, size_t size) {
   memset(value, 0xFF, size);
-  const int fd = pci_open(bus, dev, fn, kOpenRead);
-  if (fd < 0) {
+  const RequestDescriptor file(pci_open(bus, dev, fn, kOpenRead));
+  if (!file.is_open()) {
     return -1;
   }
-  const bool complete = seek_to(fd, offset) && is_complete(read(fd, value, size), size);
-  pci_close(fd);
-  if (complete) {
+  if (seek_to(file.fd(), offset) && is_complete(read(file.fd(), value, size), size)) {
     return 0;
   }
   memset(value, 0xFF, size);  // a short read may have put something there
@@ -124,13 +123,11 @@ int pci_read_config_dword(int bus, int dev, int fn, int offset, uint32_t *value)
 }
 
 int pci_write_config(int bus, int dev, int fn, int offset, const void *value, size_t size) {
-  const int fd = pci_open(bus, dev, fn, kOpenReadWrite);
-  if (fd < 0) {
+  const RequestDescriptor file(pci_open(bus, dev, fn, kOpenReadWrite));
+  if (!file.is_open()) {
     return -1;
   }
-  const bool complete = seek_to(fd, offset) && is_complete(write(fd, value, size), size);
-  pci_close(fd);
-  return complete ? 0 : -1;
+  return seek_to(file.fd(), offset) && is_complete(write(file.fd(), value, size), size) ? 0 : -1;
 }
 
 int pci_write_config_byte(int bus, int dev, int fn, int offset, uint8_t value) {

@@ -7,12 +7,14 @@
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <memory>
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include "pci/paths.h"
 #include "pci/pci_config_header.h"
 #include "pci/portio.h"
+#include "platform/ownership.h"
 
 namespace {
 
@@ -170,16 +172,19 @@ bool is_unlock_device(const PCIConfigHeader &header) {
                                                        header.DeviceID) != std::end(kUnlockDevices);
 }
 
+struct CloseDirectory {
+  void operator()(DIR *directory) const {
+    closedir(directory);
+  }
+};
+using Directory = std::unique_ptr<DIR, CloseDirectory>;
+
 // Unlocks if `path` is the unlock device's configuration file; false if it is not.
 bool unlock_through(const char *path) {
-  const int fd = open(path, O_RDONLY | O_CLOEXEC);
-  if (fd < 0) {
-    return false;
-  }
+  const Descriptor file(open(path, O_RDONLY | O_CLOEXEC));
   PCIConfigHeader header;
-  const ssize_t got = read(fd, &header, sizeof(header));
-  close(fd);
-  if (got != static_cast<ssize_t>(sizeof(header)) || !is_unlock_device(header)) {
+  if (!file.is_open() || read(file.fd(), &header, sizeof(header)) != static_cast<ssize_t>(sizeof(header)) ||
+      !is_unlock_device(header)) {
     return false;
   }
   const uint32_t *bars = header.Type.Zero.BaseAddressReg;
@@ -193,21 +198,20 @@ bool unlock_through(const char *path) {
 bool unlock_on_bus(const char *bus_name) {
   char path[PATH_MAX];
   snprintf(path, sizeof(path), "%s/%s", pci_proc_dir, bus_name);
-  DIR *bus = opendir(path);
+  const Directory bus(opendir(path));
   if (bus == nullptr) {
     return false;
   }
-  bool done = false;
-  const dirent *entry;
-  while (!done && (entry = readdir(bus)) != nullptr) {
+  while (const dirent *entry = readdir(bus.get())) {
     if (strlen(entry->d_name) < 4) {
       continue;
     }
     snprintf(path, sizeof(path), "%s/%s/%s", pci_proc_dir, bus_name, entry->d_name);
-    done = unlock_through(path);
+    if (unlock_through(path)) {
+      return true;
+    }
   }
-  closedir(bus);
-  return done;
+  return false;
 }
 
 }  // namespace
@@ -218,18 +222,16 @@ int check_for_veldra_ROM(const rominfo *ri) {
 
 int romcall_init(rominfo *ri, int skip) {
   *ri = {};
-  ri->fd_mem = open(physical_mem_path, O_RDONLY | O_CLOEXEC);
-  if (ri->fd_mem < 0) {
+  Descriptor memory(open(physical_mem_path, O_RDONLY | O_CLOEXEC));
+  if (!memory.is_open()) {
     perror("opening /dev/mem");
-    ri->fd_mem = 0;
     return -1;
   }
-  ri->rom = map_rom(ri->fd_mem);
+  ri->rom = map_rom(memory.fd());
   if (ri->rom == nullptr) {
-    close(ri->fd_mem);
-    ri->fd_mem = 0;
     return -1;
   }
+  ri->fd_mem = memory.release();
   if (!check_for_veldra_ROM(ri)) {
     fputs("Not a Orv Stratum Server!\n", stderr);
     return -1;
@@ -345,19 +347,15 @@ int rom_peek(const rominfo *ri, uint32_t addr, void *buffer, size_t size) {
 }
 
 void unlock_rom() {
-  DIR *top = opendir(pci_proc_dir);
+  const Directory top(opendir(pci_proc_dir));
   if (top == nullptr) {
     fprintf(stderr, "ERROR: could not open %s to find bus data\n", pci_proc_dir);
     return;
   }
-  bool done = false;
-  const dirent *entry;
-  while (!done && (entry = readdir(top)) != nullptr) {
-    const char *name = entry->d_name;
-    if (strlen(name) != 2 || strcmp(name, "..") == 0) {
-      continue;
+  while (const dirent *entry = readdir(top.get())) {
+    const char *const name = entry->d_name;
+    if (strlen(name) == 2 && strcmp(name, "..") != 0 && unlock_on_bus(name)) {
+      return;
     }
-    done = unlock_on_bus(name);
   }
-  closedir(top);
 }

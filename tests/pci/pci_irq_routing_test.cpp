@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "orvlog/pci_report.h"
 #include "pci/paths.h"
 #include "pci/pci_irq_routing_state.h"
 #include "tests/pci/pci_tree.h"

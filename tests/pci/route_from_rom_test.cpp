@@ -1,6 +1,7 @@
 // The routing table from a ROM image, through everything that lies between.
 #include <gtest/gtest.h>
 
+#include "orvlog/pci_report.h"
 #include "pci/pci_irq_routing_state.h"
 #include "tests/pci/fake_portio.h"
 #include "tests/pci/pci_tree.h"
