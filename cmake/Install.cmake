@@ -47,10 +47,7 @@ install(
   CODE "file(RPATH_REMOVE FILE \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/imlog\")"
   COMPONENT imlog)
 
-# imlog and its units, which nothing enables. They name the program by its path: systemd 247 does not search for it.
-install(TARGETS imlog RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT imlog)
-install(CODE "file(RPATH_REMOVE FILE \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/imlog\")"
-        COMPONENT imlog)
+# The units of imlog, which nothing enables. They name the program by its path: systemd 247 does not search for it.
 foreach(unit IN ITEMS imlog-ship prometheus-node-exporter-iml)
   install(CODE "
     set(bindir \${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR})

@@ -6,6 +6,7 @@
 	.set	PORT_DELAY, 0x80
 	.set	PORT_ADDRESS, 0xCF8		# configuration mechanism 1
 	.set	PORT_DATA, 0xCFC
+	.set	PORT_RESET, 0xCF9
 	.set	ROUTE_SIZE, 0			# fields of the caller's routing buffer
 	.set	ROUTE_DATA, 2
 	.set	LINK, 2				# of an entry of 16 bytes
@@ -30,6 +31,11 @@ pci_bios:
 	ret
 
 get_routing:
+	.ifdef	ASK_FOR_RESET
+	mov	dx, PORT_RESET
+	mov	al, 6				# resets the machine
+	out	dx, al
+	.endif
 	mov	word ptr [edi + ROUTE_SIZE], offset table_end - table
 	mov	edi, [edi + ROUTE_DATA]
 	mov	ebx, edi
