@@ -13,11 +13,11 @@
 
 namespace {
 
-void Translate(benchmark::State &state, const std::vector<EVT_LOG_ENTRY> &records) {
+void translate(benchmark::State &state, const std::vector<EVT_LOG_ENTRY> &records) {
   char text[256];
   for (auto _ : state) {
     for (const EVT_LOG_ENTRY &record : records) {
-      TranslateEventLogMessage(&record, text, sizeof text);
+      TranslateEventLogMessage(&record, text, sizeof(text));
       benchmark::DoNotOptimize(text);
     }
   }
@@ -33,9 +33,9 @@ int main(int argc, char **argv) {
   std::map<uint16_t, std::vector<EVT_LOG_ENTRY>> by_class;
   for (size_t at = 0; at + sizeof(EVT_LOG_ENTRY) <= bytes.size(); at += sizeof(EVT_LOG_ENTRY)) {
     EVT_LOG_ENTRY record;
-    bytes.copy(reinterpret_cast<char *>(&record), sizeof record, at);
+    bytes.copy(reinterpret_cast<char *>(&record), sizeof(record), at);
     char text[256];
-    if (record.Hdr.wEvtLength == 0 || TranslateEventLogMessage(&record, text, sizeof text) == 0) {
+    if (record.Hdr.wEvtLength == 0 || TranslateEventLogMessage(&record, text, sizeof(text)) == 0) {
       continue;  // a gap, or a class without event text
     }
     mixed.push_back(record);
@@ -45,11 +45,11 @@ int main(int argc, char **argv) {
     fprintf(stderr, "No records in %s\n", SAMPLE_LOG);
     return 1;
   }
-  benchmark::RegisterBenchmark("mixed", [&](benchmark::State &state) { Translate(state, mixed); });
-  for (const auto &[wClass, records] : by_class) {
+  benchmark::RegisterBenchmark("mixed", [&](benchmark::State &state) { translate(state, mixed); });
+  for (const auto &[event_class, records] : by_class) {
     char name[16];
-    snprintf(name, sizeof name, "class_0x%02X", wClass);
-    benchmark::RegisterBenchmark(name, [&](benchmark::State &state) { Translate(state, records); });
+    snprintf(name, sizeof(name), "class_0x%02X", event_class);
+    benchmark::RegisterBenchmark(name, [&](benchmark::State &state) { translate(state, records); });
   }
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();

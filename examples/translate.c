@@ -1,5 +1,5 @@
-/* Prints a line for each entry of a log of 240-byte records, separated by tabs: number, severity, class and
- * description. Usage: translate [FILE]; without a file it reads standard input. */
+// Prints a line for each entry of a log of 240-byte records: number, severity, class and description,
+// separated by tabs. Usage: translate [FILE]; without a file it reads standard input.
 #include <stdio.h>
 
 #include "iml/eventstr.h"
@@ -13,7 +13,7 @@ int main(int argc, char **argv) {
   EVT_LOG_ENTRY entry;
   while (fread(&entry, sizeof(entry), 1, log) == 1) {
     if (entry.Hdr.wEvtLength == 0) {
-      continue; /* a slot that holds no entry */
+      continue;  // a slot that holds no entry
     }
     char severity[32];
     char class_name[64];
@@ -21,7 +21,7 @@ int main(int argc, char **argv) {
     TranslateEventLogSeverity(entry.Hdr.bSeverity, severity, sizeof(severity));
     TranslateEventLogClass(entry.Hdr.wClass, class_name, sizeof(class_name));
     TranslateEventLogMessage(&entry, text, sizeof(text));
-    /* A terminal would obey control characters in the firmware's texts. */
+    // A terminal would obey control characters in the firmware's texts.
     for (char *c = text; *c != '\0'; ++c) {
       if (*c < ' ' || *c > '~') {
         *c = ' ';

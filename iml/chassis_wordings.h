@@ -10,43 +10,42 @@
 
 namespace iml {
 
-// The six wordings of one event. All show the event's `Details` texts in order; an
-// external chassis puts its name in front of them, a storage system its chassis
-// and its slot. An enclosure shows `EnclosureTexts` texts: the details alone, the
-// details and the enclosure, or the details, a text of its own and the enclosure.
+// The six wordings of one event. All show the event's `Details` texts in order. An external chassis puts its
+// name before them, a storage system its chassis and its slot. An enclosure shows `EnclosureTexts` texts: the
+// details alone, the details and the enclosure, or the details, a text of its own and the enclosure.
 template <size_t Details, size_t EnclosureTexts = Details + 1>
 struct ChassisWordings {
   static_assert(EnclosureTexts >= Details && EnclosureTexts <= Details + 2);
 
-  Wording<Details> System;
-  Wording<Details + 1> ExternalChassis;
-  Wording<Details + 2> ExternalStorage;
-  Wording<Details + 2> InternalStorage;
-  Wording<EnclosureTexts> BladeEnclosure;
-  Wording<EnclosureTexts> PowerEnclosure;
+  Wording<Details> system;
+  Wording<Details + 1> external_chassis;
+  Wording<Details + 2> external_storage;
+  Wording<Details + 2> internal_storage;
+  Wording<EnclosureTexts> blade_enclosure;
+  Wording<EnclosureTexts> power_enclosure;
 };
 
-// Writes the wording for `Chassis`; nothing for a type that has none. `szEnclosureDetail` is the text of
-// their own that enclosures show.
+// Writes the wording for `Chassis`, or nothing for a type without one. Enclosures show `enclosure_detail` as
+// the text of their own.
 template <size_t Details, size_t EnclosureTexts>
-void FormatByChassis(EventText &szString, const ChassisWordings<Details, EnclosureTexts> &wordings,
-                     const EVT_CHASSIS &Chassis, const char *cChassisName,
-                     const std::array<const char *, Details> &details, const char *szEnclosureDetail = "") {
+void format_by_chassis(EventText &szString, const ChassisWordings<Details, EnclosureTexts> &wordings,
+                       const EVT_CHASSIS &Chassis, const char *cChassisName,
+                       const std::array<const char *, Details> &details, const char *enclosure_detail = "") {
   Scratch number;
   Scratch chassis_name;
-  const auto behind = [&details](auto... front) {
+  const auto with_details = [&details](auto... front) {
     std::array<const char *, sizeof...(front) + Details> texts = {front...};
     std::copy(details.begin(), details.end(), texts.begin() + sizeof...(front));
     return texts;
   };
   const auto storage = [&] {
-    return behind(GetStorChassis(cChassisName, chassis_name), Byte2Str(Chassis.bId, number));
+    return with_details(GetStorChassis(cChassisName, chassis_name), Byte2Str(Chassis.bId, number));
   };
   const auto enclosure = [&] {
     std::array<const char *, EnclosureTexts> texts{};
     std::copy(details.begin(), details.end(), texts.begin());
     if constexpr (EnclosureTexts == Details + 2) {
-      texts[Details] = szEnclosureDetail;
+      texts[Details] = enclosure_detail;
     }
     if constexpr (EnclosureTexts > Details) {
       texts[EnclosureTexts - 1] = GetChassisEx(cChassisName, Chassis, chassis_name);
@@ -57,15 +56,15 @@ void FormatByChassis(EventText &szString, const ChassisWordings<Details, Enclosu
   switch (Chassis.bType) {
     case kChassisSystem:
       if (Chassis.bId == 0) {
-        szString.format(wordings.System, details);
+        szString.format(wordings.system, details);
       } else {
-        szString.format(wordings.ExternalChassis, behind(GetSysChassis(Chassis.bId, cChassisName)));
+        szString.format(wordings.external_chassis, with_details(GetSysChassis(Chassis.bId, cChassisName)));
       }
       break;
-    case kChassisExternalStorage: szString.format(wordings.ExternalStorage, storage()); break;
-    case kChassisInternalStorage: szString.format(wordings.InternalStorage, storage()); break;
-    case kChassisServerBladeEnclosure: szString.format(wordings.BladeEnclosure, enclosure()); break;
-    case kChassisPowerEnclosure: szString.format(wordings.PowerEnclosure, enclosure()); break;
+    case kChassisExternalStorage: szString.format(wordings.external_storage, storage()); break;
+    case kChassisInternalStorage: szString.format(wordings.internal_storage, storage()); break;
+    case kChassisServerBladeEnclosure: szString.format(wordings.blade_enclosure, enclosure()); break;
+    case kChassisPowerEnclosure: szString.format(wordings.power_enclosure, enclosure()); break;
     default: break;
   }
 }

@@ -63,20 +63,20 @@ constexpr ChassisWordings<1> kFansNotRedundant = {
     "Power Enclosure Fans Not Redundant (Location %s, %s)",
 };
 
-void TranslateMachOverheat(EventText &szString, const EVT_MACH_OVERHEAT &record) {
-  FormatByChassis(szString, kOverheating, record.Chassis, record.cChassisName,
-                  {Byte2Str(record.bZoneId), GetLocation(record.bZoneType), GetTemp(record.bTemp)});
+void translate_mach_overheat(EventText &szString, const EVT_MACH_OVERHEAT &record) {
+  format_by_chassis(szString, kOverheating, record.Chassis, record.cChassisName,
+                    {Byte2Str(record.bZoneId), GetLocation(record.bZoneType), GetTemp(record.bTemp)});
 }
 
 // The records of a fan's failure, removal and insertion are laid out alike.
 template <class Record>
-void TranslateMachFan(EventText &szString, const ChassisWordings<2> &wordings, const Record &record) {
-  FormatByChassis(szString, wordings, record.Chassis, record.cChassisName,
-                  {Byte2Str(record.bFanId), GetLocation(record.bFanZoneType)});
+void translate_mach_fan(EventText &szString, const ChassisWordings<2> &wordings, const Record &record) {
+  format_by_chassis(szString, wordings, record.Chassis, record.cChassisName,
+                    {Byte2Str(record.bFanId), GetLocation(record.bFanZoneType)});
 }
 
-void TranslateMachDoor(EventText &szString, const EVT_MACH_DOOR_OPEN &record) {
-  FormatByChassis(szString, kSidePanel, record.Chassis, record.cChassisName, {});
+void translate_mach_door(EventText &szString, const EVT_MACH_DOOR_OPEN &record) {
+  format_by_chassis(szString, kSidePanel, record.Chassis, record.cChassisName, {});
 }
 
 void TranslateMachFanFailSAS(EventText &szString, const EVT_MACH_SAS_FAN_FAIL &record) {
@@ -94,16 +94,16 @@ void TranslateMachOverheatSAS(EventText &szString, const EVT_MACH_SAS_OVERHEAT &
 }
 
 void TranslateMachExtFanFailSAS(EventText &szString, const EVT_MACH_EXT_SAS_FAN_FAIL &record) {
-  Scratch szFan;
+  Scratch fan;
   if (record.bFanId != 0 && record.bFanModule != 0) {
-    szFan.format("Fan %u, Fan Module %u", record.bFanId, record.bFanModule);
+    fan.format("Fan %u, Fan Module %u", record.bFanId, record.bFanModule);
   } else if (record.bFanModule != 0) {
-    szFan.format("Fan Module %u", record.bFanModule);
+    fan.format("Fan Module %u", record.bFanModule);
   } else {
-    szFan.format("Fan %u", record.bFanId);
+    fan.format("Fan %u", record.bFanId);
   }
   szString.format("%s Storage Enclosure Fan Failure (%s, Location %s, Box %u, Port %s, %s)",
-                  GetInternalExternal(record.Chassis), szFan.c_str(), GetLocation(record.bFanZoneType),
+                  GetInternalExternal(record.Chassis), fan.c_str(), GetLocation(record.bFanZoneType),
                   record.bBox, GetSASPort(record.szPortID),
                   GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
 }
@@ -118,7 +118,7 @@ void TranslateMachCriticalOverheat(EventText &szString, const EVT_MACH_CRIT_OVER
   const char *const sensor = Byte2Str(record.bZoneId, number);
   const char *const location = GetLocation(record.bZoneType);
   const char *const temperature = GetTemp(record.bTemp, degrees);
-  AppendDetail(detail, NextText(record.szChassis_Sun));
+  append_detail(detail, next_text(record.szChassis_Sun));
   const char *const suffix = detail.c_str();
 
   switch (chassis.bType) {
@@ -169,34 +169,34 @@ void TranslateMachOverheatSASController(EventText &szString, const EVT_MACH_SAS_
 
 void TranslateClass02(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
-    case 0x01: TranslateMachOverheat(szString, pEventData->MachHeat); break;
-    case 0x02: TranslateMachFan(szString, kFanFailure, pEventData->MachFan); break;
-    case 0x03: TranslateMachDoor(szString, pEventData->MachDoor); break;
-    case 0x04: TranslateMachFan(szString, kFanRemoved, pEventData->MachFanRem); break;
-    case 0x05: TranslateMachFan(szString, kFanInserted, pEventData->MachFanIns); break;
+    case 0x01: translate_mach_overheat(szString, pEventData->MachHeat); break;
+    case 0x02: translate_mach_fan(szString, kFanFailure, pEventData->MachFan); break;
+    case 0x03: translate_mach_door(szString, pEventData->MachDoor); break;
+    case 0x04: translate_mach_fan(szString, kFanRemoved, pEventData->MachFanRem); break;
+    case 0x05: translate_mach_fan(szString, kFanInserted, pEventData->MachFanIns); break;
     case 0x06: {
       const EVT_MACH_FAN_NOT_REDUNDANT &record = pEventData->MachFanNotRed;
-      FormatByChassis(szString, kFansNotRedundant, record.Chassis, record.cChassisName,
-                      {GetLocation(record.bFanZoneType)});
+      format_by_chassis(szString, kFansNotRedundant, record.Chassis, record.cChassisName,
+                        {GetLocation(record.bFanZoneType)});
       break;
     }
     case 0x07:
       szString.format("System Fans Not Redundant (Shared Location %s)",
                       GetLocation(pEventData->MachFanNotRedShared.bSharedFanZoneType));
       break;
-    // The same three events with a description of the slot behind the chassis name. It is shown also where
-    // the chassis has no wording.
+    // Codes 0x02, 0x03 and 0x01 with a description of the slot after the chassis name. It is shown even if
+    // the chassis type has no wording.
     case 0x08:
-      TranslateMachFan(szString, kFanFailure, pEventData->MachFan);
-      AppendDetail(szString, NextText(pEventData->MachFan.cChassisName));
+      translate_mach_fan(szString, kFanFailure, pEventData->MachFan);
+      append_detail(szString, next_text(pEventData->MachFan.cChassisName));
       break;
     case 0x09:
-      TranslateMachDoor(szString, pEventData->MachDoor);
-      AppendDetail(szString, NextText(pEventData->MachDoor.cChassisName));
+      translate_mach_door(szString, pEventData->MachDoor);
+      append_detail(szString, next_text(pEventData->MachDoor.cChassisName));
       break;
     case 0x0A:
-      TranslateMachOverheat(szString, pEventData->MachHeat);
-      AppendDetail(szString, NextText(pEventData->MachHeat.cChassisName));
+      translate_mach_overheat(szString, pEventData->MachHeat);
+      append_detail(szString, next_text(pEventData->MachHeat.cChassisName));
       break;
     case 0x0B: TranslateMachFanFailSAS(szString, pEventData->MachFanSas); break;
     case 0x0C: TranslateMachOverheatSAS(szString, pEventData->MachHeatSas); break;

@@ -14,32 +14,32 @@ namespace {
 constexpr uint8_t kSystemMemory = 0;  // as a board: memory that is on none
 constexpr uint8_t kUnknownNumber = 0xFF;
 
-// The two wordings of one place; the second one closes with the serial number.
+// The two wordings of one place, without and with the serial number.
 template <size_t Texts>
 struct SerialWordings {
-  Wording<Texts> Plain;
-  Wording<Texts + 1> Serial;
+  Wording<Texts> plain;
+  Wording<Texts + 1> serial;
 };
 
 // The last one of `texts` is the serial number, which may be empty.
 template <size_t Texts>
-void FormatWithSerial(EventText &szString, const SerialWordings<Texts> &wordings,
-                      const std::array<const char *, Texts + 1> &texts) {
+void format_with_serial(EventText &szString, const SerialWordings<Texts> &wordings,
+                        const std::array<const char *, Texts + 1> &texts) {
   if (*texts.back() != '\0') {
-    szString.format(wordings.Serial, texts);
+    szString.format(wordings.serial, texts);
   } else {
     std::array<const char *, Texts> place{};
     std::copy_n(texts.begin(), Texts, place.begin());
-    szString.format(wordings.Plain, place);
+    szString.format(wordings.plain, place);
   }
 }
 
 // How one event words the place of a module, or of a bank.
 struct LocationWordings {
-  SerialWordings<0> SystemMemory;
-  SerialWordings<1> SystemMemoryModule;
-  SerialWordings<0> Unknown;
-  SerialWordings<2> Board;
+  SerialWordings<0> system_memory;
+  SerialWordings<1> system_memory_module;
+  SerialWordings<0> unknown;
+  SerialWordings<2> board;
 };
 
 constexpr LocationWordings kCorrectedModuleError = {
@@ -75,7 +75,7 @@ constexpr LocationWordings kCorrectedBankError = {
      "Corrected Memory Error threshold exceeded (Board %s, Bank %s, Serial Number %s)"},
 };
 
-// Each module but the first one of a list.
+// Every listed module after the first.
 constexpr LocationWordings kFurtherCandidate = {
     {" or (System Memory)", " or (System Memory, Serial Number %s)"},
     {" or (System Memory, Memory Module %s)", " or (System Memory, Memory Module %s, Serial Number %s)"},
@@ -83,37 +83,37 @@ constexpr LocationWordings kFurtherCandidate = {
     {" or (Board %s, Memory Module %s)", " or (Board %s, Memory Module %s, Serial Number %s)"},
 };
 
-// `szModule` is the text of `bModule`, a module's number or a bank's letter.
-void FormatLocation(EventText &szString, const LocationWordings &wordings, uint8_t bSlot, uint8_t bModule,
-                    const char *szModule, const char *szSerial) {
+// `module` is the text of `bModule`, a module's number or a bank's letter.
+void format_location(EventText &szString, const LocationWordings &wordings, uint8_t bSlot, uint8_t bModule,
+                     const char *module, const char *serial) {
   if (bSlot == kSystemMemory && bModule == kUnknownNumber) {
-    FormatWithSerial(szString, wordings.SystemMemory, {szSerial});
+    format_with_serial(szString, wordings.system_memory, {serial});
   } else if (bSlot == kSystemMemory) {
-    FormatWithSerial(szString, wordings.SystemMemoryModule, {szModule, szSerial});
+    format_with_serial(szString, wordings.system_memory_module, {module, serial});
   } else if (bSlot == kUnknownNumber && bModule == kUnknownNumber) {
-    FormatWithSerial(szString, wordings.Unknown, {szSerial});
+    format_with_serial(szString, wordings.unknown, {serial});
   } else {
-    FormatWithSerial(szString, wordings.Board, {Byte2Str(bSlot), szModule, szSerial});
+    format_with_serial(szString, wordings.board, {Byte2Str(bSlot), module, serial});
   }
 }
 
-void TranslateModuleError(EventText &szString, const LocationWordings &wordings,
-                          const EVT_MAIN_MEMORY &record) {
-  FormatLocation(szString, wordings, record.bSlot, record.bModule, Byte2Str(record.bModule),
-                 record.cSerialNumber);
+void translate_module_error(EventText &szString, const LocationWordings &wordings,
+                            const EVT_MAIN_MEMORY &record) {
+  format_location(szString, wordings, record.bSlot, record.bModule, Byte2Str(record.bModule),
+                  record.cSerialNumber);
 }
 
 // The letter of a bank, which is stored in place of a module's number.
-const char *GetBank(uint8_t bModule, EventText &szDest = Scratch().here()) {
+const char *get_bank(uint8_t bModule, EventText &szDest = Scratch().here()) {
   return Char2Str(static_cast<char>(bModule), szDest);
 }
 
-// The serial numbers of a list's modules, handed out in order.
+// Reads the serial numbers of listed modules from a text in which commas separate them.
 class SerialNumbers {
  public:
   explicit SerialNumbers(const char *list) : next_(list) {}
 
-  // The next serial number; empty when it was not recorded or there are no more.
+  // The next serial number. It is empty if it was not recorded, and after the last one.
   const char *next(EventText &dest = Scratch().here()) {
     const size_t size = strcspn(next_, ",");
     const char *const serial = CopyAndReformat({next_, size}, dest);
@@ -128,56 +128,56 @@ class SerialNumbers {
   const char *next_;
 };
 
-// How many modules of a list are shown: the first one always, never more than the record has room for.
-size_t CountCandidates(const EVT_MAIN_MEMORY_MULTI &record) {
+// The number of listed modules to show: at least one, at most what the record has room for.
+size_t count_candidates(const EVT_MAIN_MEMORY_MULTI &record) {
   return std::clamp<size_t>(record.bResolution, 1, std::size(record.mm));
 }
 
-void TranslateCandidates(EventText &szString, const LocationWordings &first,
-                         const EVT_MAIN_MEMORY_MULTI &record) {
+void translate_candidates(EventText &szString, const LocationWordings &first,
+                          const EVT_MAIN_MEMORY_MULTI &record) {
   SerialNumbers serials(record.cSerialNumber);
-  for (size_t i = 0; i < CountCandidates(record); ++i) {
+  for (size_t i = 0; i < count_candidates(record); ++i) {
     const EVT_MEM_SINGLE &entry = record.mm[i];
-    FormatLocation(szString, i == 0 ? first : kFurtherCandidate, entry.bSlot, entry.bModule,
-                   Byte2Str(entry.bModule), serials.next());
+    format_location(szString, i == 0 ? first : kFurtherCandidate, entry.bSlot, entry.bModule,
+                    Byte2Str(entry.bModule), serials.next());
   }
 }
 
-void AppendSerialNumber(EventText &szString, const char *szSerial) {
-  if (*szSerial != '\0') {
-    szString.format(", Serial Number %s", szSerial);
+void append_serial_number(EventText &szString, const char *serial) {
+  if (*serial != '\0') {
+    szString.format(", Serial Number %s", serial);
   }
 }
 
 constexpr Wording<3> kProcessorEntry = "(Processor %s, Memory Module %s%s)";
 constexpr Wording<3> kBoardEntry = "(Board %s, Memory Module %s%s)";
 
-// Room for four entries at their longest, which share the serial numbers that a payload has room for.
+// Four entries at their longest. Together their serial numbers are no longer than a payload.
 constexpr size_t kCandidateListSize =
     4 * sizeof(", or (Processor Unknown, Memory Module Unknown, Serial Number )") + sizeof(EVT_FREE_FORM);
 
-// The modules of a list, each in parentheses of its own, make up the text of `event`. Serial numbers are
-// shown only where the record counts its modules.
-void TranslateCandidateList(EventText &szString, const Wording<1> &event, const Wording<3> &entry,
-                            const EVT_MAIN_MEMORY_MULTI &record) {
-  OwnText<kCandidateListSize> szList;
+// Writes `event` around the listed modules, each of which has parentheses of its own. Serial numbers are
+// shown only if the record counts its modules.
+void translate_candidate_list(EventText &szString, const Wording<1> &event, const Wording<3> &entry,
+                              const EVT_MAIN_MEMORY_MULTI &record) {
+  OwnText<kCandidateListSize> list;
   SerialNumbers serials(record.bResolution != 0 ? record.cSerialNumber : "");
-  for (size_t i = 0; i < CountCandidates(record); ++i) {
-    Scratch szSuffix;
-    AppendSerialNumber(szSuffix, serials.next());
+  for (size_t i = 0; i < count_candidates(record); ++i) {
+    Scratch suffix;
+    append_serial_number(suffix, serials.next());
     if (i != 0) {
-      szList.append(", or ");
+      list.append(", or ");
     }
-    szList.format(entry, {Byte2Str(record.mm[i].bSlot), Byte2Str(record.mm[i].bModule), szSuffix.c_str()});
+    list.format(entry, {Byte2Str(record.mm[i].bSlot), Byte2Str(record.mm[i].bModule), suffix.c_str()});
   }
-  szString.format(event, {szList.c_str()});
+  szString.format(event, {list.c_str()});
 }
 
-// A spare or a mirror that stands in for a faulty module or bank.
+// A spare or mirror that takes over from a faulty module or bank.
 struct TakeOverWordings {
-  Wording<1> SystemMemory;
-  Wording<2> Board;
-  const char *szUnlocated;  // where board and bank are unknown; null when that has no wording of its own
+  Wording<1> system_memory;
+  Wording<2> board;
+  const char *unlocated;  // for an unknown board and bank; null if that has no wording of its own
 };
 
 constexpr TakeOverWordings kModuleSpareEngaged = {
@@ -201,17 +201,17 @@ constexpr TakeOverWordings kBankMirrorEngaged = {
     "Mirrored Memory Engaged for Faulty Module (Module Unknown)",
 };
 
-// The records of a spare and of a mirror are laid out alike. `szModule` as for FormatLocation.
+// The records of a spare and of a mirror are laid out alike. `module` as for format_location.
 template <class Record>
-void TranslateTakeOver(EventText &szString, const TakeOverWordings &wordings, const Record &record,
-                       const char *szModule) {
+void translate_takeover(EventText &szString, const TakeOverWordings &wordings, const Record &record,
+                        const char *module) {
   if (record.bSlot == kSystemMemory) {
-    szString.format(wordings.SystemMemory, {szModule});
-  } else if (wordings.szUnlocated != nullptr && record.bSlot == kUnknownNumber &&
+    szString.format(wordings.system_memory, {module});
+  } else if (wordings.unlocated != nullptr && record.bSlot == kUnknownNumber &&
              record.bModule == kUnknownNumber) {
-    szString.append(wordings.szUnlocated);
+    szString.append(wordings.unlocated);
   } else {
-    szString.format(wordings.Board, {Byte2Str(record.bSlot), szModule});
+    szString.format(wordings.board, {Byte2Str(record.bSlot), module});
   }
 }
 
@@ -222,45 +222,45 @@ constexpr Wording<3> kProcessorMirrorEngaged =
 
 // The same by processor.
 template <class Record>
-void TranslateProcessorTakeOver(EventText &szString, const Wording<3> &wording, const Record &record) {
-  Scratch szSuffix;
-  AppendSerialNumber(szSuffix, record.cSerialNumber);
-  szString.format(wording, {Byte2Str(record.bSlot), Byte2Str(record.bModule), szSuffix.c_str()});
+void translate_processor_takeover(EventText &szString, const Wording<3> &wording, const Record &record) {
+  Scratch suffix;
+  append_serial_number(suffix, record.cSerialNumber);
+  szString.format(wording, {Byte2Str(record.bSlot), Byte2Str(record.bModule), suffix.c_str()});
 }
 
-void TranslateMainMemAction(EventText &szString, const EVT_MAIN_MEMORY_USER_ACTION &record) {
+void translate_main_memory_action(EventText &szString, const EVT_MAIN_MEMORY_USER_ACTION &record) {
   Scratch number;
-  const char *const szSlot = Byte2Str(record.bSlot, number);
+  const char *const slot = Byte2Str(record.bSlot, number);
   const bool board = record.bCartridgeOrBoard == 0;
   const bool cartridge = record.bCartridgeOrBoard == 1;
   if (record.bAction == 0 && cartridge) {
-    szString.format("Memory Cartridge Removed (Slot %s)", szSlot);
+    szString.format("Memory Cartridge Removed (Slot %s)", slot);
   } else if (record.bAction == 0 && board) {
-    szString.format("Memory Board Removed (Slot %s)", szSlot);
+    szString.format("Memory Board Removed (Slot %s)", slot);
   } else if (record.bAction == 1 && cartridge) {
-    szString.format("Memory Cartridge Inserted (Slot %s)", szSlot);
+    szString.format("Memory Cartridge Inserted (Slot %s)", slot);
   } else if (record.bAction == 1 && board) {
-    szString.format("Memory Board Inserted (Slot %s)", szSlot);
+    szString.format("Memory Board Inserted (Slot %s)", slot);
   } else if (record.bAction == 2) {
-    szString.format("Memory Cartridge Unlocked (Slot %s)", szSlot);
+    szString.format("Memory Cartridge Unlocked (Slot %s)", slot);
   } else if (record.bAction == 3) {
-    szString.format("Memory Cartridge Locked (Slot %s)", szSlot);
+    szString.format("Memory Cartridge Locked (Slot %s)", slot);
   }
 }
 
-void TranslateMainMemHwStat(EventText &szString, const EVT_MAIN_MEMORY_HW_STATUS &record) {
+void translate_main_memory_hardware_status(EventText &szString, const EVT_MAIN_MEMORY_HW_STATUS &record) {
   Scratch number;
-  const char *const szSlot = Byte2Str(record.bSlot, number);
+  const char *const slot = Byte2Str(record.bSlot, number);
   switch (record.bStatus) {
-    case 0: szString.format("Memory Cartridge Bus Fault (Slot %s)", szSlot); break;
-    case 1: szString.format("Memory Cartridge Power Fault (Slot %s)", szSlot); break;
-    case 2: szString.format("Memory Cartridge Not Redundant (Slot %s)", szSlot); break;
-    case 3: szString.format("Memory Cartridge Online (Slot %s)", szSlot); break;
+    case 0: szString.format("Memory Cartridge Bus Fault (Slot %s)", slot); break;
+    case 1: szString.format("Memory Cartridge Power Fault (Slot %s)", slot); break;
+    case 2: szString.format("Memory Cartridge Not Redundant (Slot %s)", slot); break;
+    case 3: szString.format("Memory Cartridge Online (Slot %s)", slot); break;
     default: break;
   }
 }
 
-void TranslateMainMemCfErr(EventText &szString, const EVT_MAIN_MEMORY_CONFIG_ERR &record) {
+void translate_main_memory_config_error(EventText &szString, const EVT_MAIN_MEMORY_CONFIG_ERR &record) {
   if (record.bCartridgeOrBoard == 1) {
     szString.format("Memory Cartridge Configuration Error (Slot %s, Memory Module %s)",
                     Byte2Str(record.bSlot), Byte2Str(record.bModule));
@@ -270,7 +270,7 @@ void TranslateMainMemCfErr(EventText &szString, const EVT_MAIN_MEMORY_CONFIG_ERR
   }
 }
 
-void TranslateMainMemCfChg(EventText &szString, const EVT_MAIN_MEMORY_CONFIG_CHG &record) {
+void translate_main_memory_config_change(EventText &szString, const EVT_MAIN_MEMORY_CONFIG_CHG &record) {
   if (record.bAction == 0) {
     szString.format("Memory Added (Size %s MB)", Dword2Str(record.ulSize));
   } else if (record.bAction == 1) {
@@ -279,24 +279,24 @@ void TranslateMainMemCfChg(EventText &szString, const EVT_MAIN_MEMORY_CONFIG_CHG
 }
 
 void TranslateMainMemRomDiagFail(EventText &szString, const EVT_MAIN_MEMORY_FAIL_IN_ROM_DIAG &record) {
-  Scratch szPrefix;
+  Scratch prefix;
   if (record.bBoard != 0) {
-    szPrefix.format("Board %d, ", record.bBoard);
+    prefix.format("Board %d, ", record.bBoard);
   }
-  Scratch szSuffix;
-  AppendSerialNumber(szSuffix, record.szSerialNumber);
-  const char *const szSpareNumber = NextText(record.szSerialNumber);
-  if (*szSpareNumber != '\0') {
-    szSuffix.format(", Spare Number %s", szSpareNumber);
+  Scratch suffix;
+  append_serial_number(suffix, record.szSerialNumber);
+  const char *const spare_number = next_text(record.szSerialNumber);
+  if (*spare_number != '\0') {
+    suffix.format(", Spare Number %s", spare_number);
   }
   if (record.flags.bNotIsolated != 0) {
     szString.format(
         "Uncorrectable Memory Error detected by ROM-based memory validation (unable to isolate to single module) (%sMemory Module %d%s)",
-        szPrefix.c_str(), record.bModule, szSuffix.c_str());
+        prefix.c_str(), record.bModule, suffix.c_str());
   } else {
     szString.format(
         "Uncorrectable Memory Error detected by ROM-based memory validation (%sMemory Module %d%s)",
-        szPrefix.c_str(), record.bModule, szSuffix.c_str());
+        prefix.c_str(), record.bModule, suffix.c_str());
   }
 }
 
@@ -305,31 +305,31 @@ void TranslateMainMemRomDiagFail(EventText &szString, const EVT_MAIN_MEMORY_FAIL
 void TranslateClass03(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   const EVT_FREE_FORM &data = *pEventData;
   switch (wEventCode) {
-    case 0x01: TranslateModuleError(szString, kCorrectedModuleError, data.MainMem); break;
-    case 0x02: TranslateModuleError(szString, kUncorrectableModuleError, data.MainMem); break;
-    case 0x03: TranslateCandidates(szString, kUncorrectableModuleError, data.MainMemMulti); break;
-    case 0x04: TranslateMainMemAction(szString, data.MainMemAction); break;
-    case 0x05: TranslateMainMemHwStat(szString, data.MainMemHwStat); break;
-    case 0x06: TranslateMainMemCfErr(szString, data.MainMemCfErr); break;
-    case 0x07: TranslateMainMemCfChg(szString, data.MainMemCfChg); break;
+    case 0x01: translate_module_error(szString, kCorrectedModuleError, data.MainMem); break;
+    case 0x02: translate_module_error(szString, kUncorrectableModuleError, data.MainMem); break;
+    case 0x03: translate_candidates(szString, kUncorrectableModuleError, data.MainMemMulti); break;
+    case 0x04: translate_main_memory_action(szString, data.MainMemAction); break;
+    case 0x05: translate_main_memory_hardware_status(szString, data.MainMemHwStat); break;
+    case 0x06: translate_main_memory_config_error(szString, data.MainMemCfErr); break;
+    case 0x07: translate_main_memory_config_change(szString, data.MainMemCfChg); break;
     case 0x08:
-      TranslateTakeOver(szString, kModuleSpareEngaged, data.MainMemSpare,
-                        Byte2Str(data.MainMemSpare.bModule));
+      translate_takeover(szString, kModuleSpareEngaged, data.MainMemSpare,
+                         Byte2Str(data.MainMemSpare.bModule));
       break;
     case 0x09:
-      TranslateTakeOver(szString, kModuleMirrorEngaged, data.MainMemMirror,
-                        Byte2Str(data.MainMemMirror.bModule));
+      translate_takeover(szString, kModuleMirrorEngaged, data.MainMemMirror,
+                         Byte2Str(data.MainMemMirror.bModule));
       break;
     case 0x0A:
-      FormatLocation(szString, kCorrectedBankError, data.MainMem.bSlot, data.MainMem.bModule,
-                     GetBank(data.MainMem.bModule), data.MainMem.cSerialNumber);
+      format_location(szString, kCorrectedBankError, data.MainMem.bSlot, data.MainMem.bModule,
+                      get_bank(data.MainMem.bModule), data.MainMem.cSerialNumber);
       break;
     case 0x0B:
-      TranslateTakeOver(szString, kBankSpareEngaged, data.MainMemSpare, GetBank(data.MainMemSpare.bModule));
+      translate_takeover(szString, kBankSpareEngaged, data.MainMemSpare, get_bank(data.MainMemSpare.bModule));
       break;
     case 0x0C:
-      TranslateTakeOver(szString, kBankMirrorEngaged, data.MainMemMirror,
-                        GetBank(data.MainMemMirror.bModule));
+      translate_takeover(szString, kBankMirrorEngaged, data.MainMemMirror,
+                         get_bank(data.MainMemMirror.bModule));
       break;
     case 0x0D: szString.append("Loss of Mirroring in Memory Subsystem"); break;
     case 0x0E: szString.append("Online Spare Memory Disabled"); break;
@@ -339,25 +339,26 @@ void TranslateClass03(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, Even
       szString.format("Memory Board Failure (Board %s)", Byte2Str(data.MainMemBoardFailure.bSlot));
       break;
     case 0x12: TranslateMainMemRomDiagFail(szString, data.MainMemFailInRomDiag); break;
-    case 0x13: TranslateCandidates(szString, kCorrectedModuleError, data.MainMemMulti); break;
+    case 0x13: translate_candidates(szString, kCorrectedModuleError, data.MainMemMulti); break;
     case 0x14:
-      TranslateCandidateList(szString, "Corrected Memory Error threshold exceeded (%s)", kProcessorEntry,
-                             data.MainMemMulti);
+      translate_candidate_list(szString, "Corrected Memory Error threshold exceeded (%s)", kProcessorEntry,
+                               data.MainMemMulti);
       break;
-    case 0x15: TranslateProcessorTakeOver(szString, kProcessorSpareEngaged, data.MainMemSpareProc); break;
-    case 0x16: TranslateProcessorTakeOver(szString, kProcessorMirrorEngaged, data.MainMemMirrorProc); break;
+    case 0x15: translate_processor_takeover(szString, kProcessorSpareEngaged, data.MainMemSpareProc); break;
+    case 0x16: translate_processor_takeover(szString, kProcessorMirrorEngaged, data.MainMemMirrorProc); break;
     case 0x17:
-      TranslateCandidateList(szString, "Uncorrectable Memory Error (%s)", kProcessorEntry, data.MainMemMulti);
+      translate_candidate_list(szString, "Uncorrectable Memory Error (%s)", kProcessorEntry,
+                               data.MainMemMulti);
       break;
     case 0x18:
-      TranslateCandidateList(szString, "Mirrored Memory Engaged by Uncorrectable Memory Error (%s)",
-                             kBoardEntry, data.MainMemMulti);
+      translate_candidate_list(szString, "Mirrored Memory Engaged by Uncorrectable Memory Error (%s)",
+                               kBoardEntry, data.MainMemMulti);
       break;
     case 0x19:
-      TranslateCandidateList(szString, "Mirrored Memory Engaged by Uncorrectable Memory Error (%s)",
-                             kProcessorEntry, data.MainMemMulti);
+      translate_candidate_list(szString, "Mirrored Memory Engaged by Uncorrectable Memory Error (%s)",
+                               kProcessorEntry, data.MainMemMulti);
       break;
-    default: TranslateMemoryConfiguration(wEventCode, pEventData, szString); break;
+    default: translate_memory_configuration(wEventCode, pEventData, szString); break;
   }
 }
 

@@ -1,9 +1,10 @@
-// Faults that the firmware meets while it sets up and trains the memory.
+// Faults during memory set-up and training.
 #include "iml/memory_events.h"
 
 namespace iml {
 
-void TranslateMemoryConfiguration(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+void translate_memory_configuration(uint16_t wEventCode, const EVT_FREE_FORM *pEventData,
+                                    EventText &szString) {
   const EVT_MAIN_MEMORY_DIMM_CONFIG &record = pEventData->MainMemDimmConfig;
   const EVT_MAIN_MEMORY_HIGH_ECC_RATE_RESEAT &reseat = pEventData->MainMemHighEccRate;
   const auto board = [&](Format<uint8_t> message) { szString.format(message, record.bBoard); };
@@ -52,7 +53,7 @@ void TranslateMemoryConfiguration(uint16_t wEventCode, const EVT_FREE_FORM *pEve
     case 0x41:
       szString.format(
           "High rate of corrected memory errors, performance may be degraded (%s %u, Memory Module %u). Action: Reseat the memory module. If the errors persist, contact Support.",
-          GetCPUBoard(reseat.bCPUBoardFlag), reseat.bCPUBoardId, reseat.bMemModuleId);
+          get_cpu_board(reseat.bCPUBoardFlag), reseat.bCPUBoardId, reseat.bMemModuleId);
       break;
     default: break;
   }

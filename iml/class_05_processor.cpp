@@ -5,8 +5,8 @@
 namespace iml {
 namespace {
 
-// Machine checks show a 64-bit register as its two halves, the high one first. Their processor and board
-// numbers are shown as they are, also 255.
+// Machine checks show a 64-bit register as two halves, the high one first. Board and processor 255 are shown
+// as numbers.
 
 void TranslateUncorrectableMCE(EventText &szString, const EVT_CPU_UNCORRECTABLE_MCE &record) {
   szString.format(

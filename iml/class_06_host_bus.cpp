@@ -4,7 +4,7 @@
 
 namespace iml {
 
-void TranslateChipsetError(EventText &szString, const EVT_UNCORRECTABLE_CHIPSET_ERROR &record) {
+void translate_chipset_error(EventText &szString, const EVT_UNCORRECTABLE_CHIPSET_ERROR &record) {
   szString.format("Uncorrectable Chipset Error (Error status 1 %s, Error status 2 %s)",
                   Dword2HexStr(record.dwErrorStatus1), Dword2HexStr(record.dwErrorStatus2));
 }
@@ -28,7 +28,7 @@ void TranslateClass06(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, Even
           Dword2HexStr(pEventData->QPIError.dwLocalInterfaceError),
           Dword2HexStr(pEventData->QPIError.dwProtocolError));
       break;
-    case 4: TranslateChipsetError(szString, pEventData->ChipsetUncorr); break;
+    case 4: translate_chipset_error(szString, pEventData->ChipsetUncorr); break;
     default: break;
   }
 }

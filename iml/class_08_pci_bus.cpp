@@ -5,7 +5,7 @@
 namespace iml {
 namespace {
 
-void TranslatePciBusError(EventText &szString, const EVT_PCI_BUS &record) {
+void translate_pci_bus_error(EventText &szString, const EVT_PCI_BUS &record) {
   if (record.Chassis.bId != 0) {
     szString.format("PCI Bus Error (Chassis %s, Slot %s, Bus %s, Device %s, Function %s)",
                     Byte2Str(record.Chassis.bId), Byte2Str(record.bSlot), Byte2Str(record.bBus),
@@ -16,7 +16,7 @@ void TranslatePciBusError(EventText &szString, const EVT_PCI_BUS &record) {
   }
 }
 
-const char *GetPciExpressLocation(uint8_t bSlot, EventText &szDest = Scratch().here()) {
+const char *get_pci_express_location(uint8_t bSlot, EventText &szDest = Scratch().here()) {
   if (bSlot == 0) {
     return "Embedded device";
   }
@@ -24,10 +24,10 @@ const char *GetPciExpressLocation(uint8_t bSlot, EventText &szDest = Scratch().h
   return szDest.c_str();
 }
 
-// Bus, device and function are numbers here, also 255.
-void TranslatePciExpressError(EventText &szString, const EVT_PCI_EXPRESS &record) {
+// Bus, device and function 255 are shown as numbers.
+void translate_pci_express_error(EventText &szString, const EVT_PCI_EXPRESS &record) {
   szString.format("Uncorrectable PCI Express Error (%s, Bus %d, Device %d, Function %d, Error status %s)",
-                  GetPciExpressLocation(record.bSlot), record.bBus, record.bDevice, record.bFunction,
+                  get_pci_express_location(record.bSlot), record.bBus, record.bDevice, record.bFunction,
                   Dword2HexStr(record.dwErrorStatus));
 }
 
@@ -35,8 +35,8 @@ void TranslatePciExpressError(EventText &szString, const EVT_PCI_EXPRESS &record
 
 void TranslateClass08(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
-    case 1: TranslatePciBusError(szString, pEventData->PciBus); break;
-    case 2: TranslatePciExpressError(szString, pEventData->PciExpress); break;
+    case 1: translate_pci_bus_error(szString, pEventData->PciBus); break;
+    case 2: translate_pci_express_error(szString, pEventData->PciExpress); break;
     default: break;
   }
 }

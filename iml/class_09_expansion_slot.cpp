@@ -8,8 +8,8 @@ namespace iml {
 namespace {
 
 struct SlotWordings {
-  Wording<1> WithoutChassis;
-  Wording<2> WithChassis;
+  Wording<1> without_chassis;
+  Wording<2> with_chassis;
 };
 
 // By event code, from 1.
@@ -25,11 +25,12 @@ constexpr SlotWordings kSlotEvents[] = {
     {"Adapter Failure (Slot %s)", "Adapter Failure (Chassis %s, Slot %s)"},
 };
 
-void TranslateSlotEvent(EventText &szString, const SlotWordings &wordings, const EVT_EXPANSION_SLOT &record) {
+void translate_slot_event(EventText &szString, const SlotWordings &wordings,
+                          const EVT_EXPANSION_SLOT &record) {
   if (record.Chassis.bId == 0) {
-    szString.format(wordings.WithoutChassis, {Byte2Str(record.bSlot)});
+    szString.format(wordings.without_chassis, {Byte2Str(record.bSlot)});
   } else {
-    szString.format(wordings.WithChassis, {Byte2Str(record.Chassis.bId), Byte2Str(record.bSlot)});
+    szString.format(wordings.with_chassis, {Byte2Str(record.Chassis.bId), Byte2Str(record.bSlot)});
   }
 }
 
@@ -37,7 +38,7 @@ void TranslateSlotEvent(EventText &szString, const SlotWordings &wordings, const
 
 void TranslateClass09(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   if (wEventCode >= 1 && wEventCode <= std::size(kSlotEvents)) {
-    TranslateSlotEvent(szString, kSlotEvents[wEventCode - 1], pEventData->Slot);
+    translate_slot_event(szString, kSlotEvents[wEventCode - 1], pEventData->Slot);
   }
 }
 

@@ -1,4 +1,4 @@
-// What the system ROM and option ROMs wrote during the power-on self test.
+// Messages that the system ROM and option ROMs write during the power-on self test.
 #include "iml/class_decoders.h"
 #include "iml/eventstr_helpers.h"
 

@@ -127,12 +127,12 @@ constexpr ChassisWordings<1, 1> kModuleOverload = {
     "Power Enclosure Power Module Overload (Power Module %s)",
 };
 
-const char *GetRedundancy(uint8_t bRedundancy) {
-  return Lookup(szRedundancy, bRedundancy);
+const char *GetRedundancy(uint8_t redundancy) {
+  return Lookup(szRedundancy, redundancy);
 }
 
-const char *GetACProblem(uint8_t bACProblem) {
-  return Lookup(szACProblem, bACProblem);
+const char *GetACProblem(uint8_t problem) {
+  return Lookup(szACProblem, problem);
 }
 
 const char *GetPSError(uint8_t bPSError) {
@@ -154,8 +154,8 @@ const char *GetPSError(uint8_t bPSError) {
   }
 }
 
-// The error comes before the chassis, so this event is none of the families.
-void TranslatePsFailure(EventText &szString, const EVT_POWER_SUPPLY_FAILURE &record) {
+// The error comes before the chassis, which ChassisWordings cannot express.
+void translate_ps_failure(EventText &szString, const EVT_POWER_SUPPLY_FAILURE &record) {
   const EVT_CHASSIS &chassis = record.Chassis;
   const char *const name = record.cChassisName;
   Scratch number;
@@ -190,7 +190,7 @@ void TranslatePsFailure(EventText &szString, const EVT_POWER_SUPPLY_FAILURE &rec
   }
 }
 
-void TranslateBatteryLow(EventText &szString, const EVT_BATTERY_LOW &record) {
+void translate_battery_low(EventText &szString, const EVT_BATTERY_LOW &record) {
   if (record.Chassis.bId == 0) {
     szString.append("Real-Time Clock Battery Failing");
   } else {
@@ -198,8 +198,8 @@ void TranslateBatteryLow(EventText &szString, const EVT_BATTERY_LOW &record) {
   }
 }
 
-// No wording for enclosures, and none that shows a chassis name.
-void TranslatePowerModuleFailure(EventText &szString, const EVT_POWER_MODULE_FAILURE &record) {
+// Enclosures have no wording. The chassis is shown by number only.
+void translate_power_module_failure(EventText &szString, const EVT_POWER_MODULE_FAILURE &record) {
   static constexpr const char *kSentences[] = {
       "A Power Module has Failed",
       "A CPU Power Module has Failed",
@@ -219,32 +219,33 @@ void TranslatePowerModuleFailure(EventText &szString, const EVT_POWER_MODULE_FAI
   }
 }
 
-// The record of an enclosure holds one byte more, in front of the name.
-void TranslatePsNotRedundant(EventText &szString, const EVT_FREE_FORM &payload) {
+// The record of an enclosure holds one byte more, before the name.
+void translate_ps_not_redundant(EventText &szString, const EVT_FREE_FORM &payload) {
   const EVT_CHASSIS &chassis = payload.PsNotRed.Chassis;
   const bool enclosure =
       chassis.bType == kChassisServerBladeEnclosure || chassis.bType == kChassisPowerEnclosure;
-  FormatByChassis(szString, kSuppliesNotRedundant, chassis,
-                  enclosure ? payload.PsInfNotRed.cChassisName : payload.PsNotRed.cChassisName, {},
-                  GetRedundancy(payload.PsInfNotRed.bType));
+  format_by_chassis(szString, kSuppliesNotRedundant, chassis,
+                    enclosure ? payload.PsInfNotRed.cChassisName : payload.PsNotRed.cChassisName, {},
+                    GetRedundancy(payload.PsInfNotRed.bType));
 }
 
-// The records of a power supply are laid out in several ways, but name it and its chassis alike.
+// The layouts of these records differ, but all name a power supply and its chassis.
 template <size_t EnclosureTexts, class Record>
-void TranslatePowerSupply(EventText &szString, const ChassisWordings<1, EnclosureTexts> &wordings,
-                          const Record &record, const char *szEnclosureDetail = "") {
-  FormatByChassis(szString, wordings, record.Chassis, record.cChassisName, {Byte2Str(record.bPsId)},
-                  szEnclosureDetail);
+void translate_power_supply(EventText &szString, const ChassisWordings<1, EnclosureTexts> &wordings,
+                            const Record &record, const char *enclosure_detail = "") {
+  format_by_chassis(szString, wordings, record.Chassis, record.cChassisName, {Byte2Str(record.bPsId)},
+                    enclosure_detail);
 }
 
-// The same for the records of a power module.
+// The same for power modules.
 template <class Record>
-void TranslatePowerModule(EventText &szString, const ChassisWordings<1, 1> &wordings, const Record &record) {
-  FormatByChassis(szString, wordings, record.Chassis, record.cChassisName, {Byte2Str(record.bId)});
+void translate_power_module(EventText &szString, const ChassisWordings<1, 1> &wordings,
+                            const Record &record) {
+  format_by_chassis(szString, wordings, record.Chassis, record.cChassisName, {Byte2Str(record.bId)});
 }
 
-void TranslateAcProblem(EventText &szString, const EVT_POWER_AC_VOLTAGE &record) {
-  TranslatePowerSupply(szString, kAcProblem, record, GetACProblem(record.bError));
+void translate_ac_problem(EventText &szString, const EVT_POWER_AC_VOLTAGE &record) {
+  translate_power_supply(szString, kAcProblem, record, GetACProblem(record.bError));
 }
 
 void TranslatePsFailureSAS(EventText &szString, const EVT_SAS_POWER_SUPPLY_FAILURE &record) {
@@ -254,7 +255,8 @@ void TranslatePsFailureSAS(EventText &szString, const EVT_SAS_POWER_SUPPLY_FAILU
 }
 
 void TranslatePsServerPowerFault(EventText &szString, const EVT_SYS_POWER_FAULT &record, int8_t bDataLength) {
-  // What the length leaves behind the registers, as a signed byte again: at most 127, or no modules at all.
+  // What the length leaves after the registers, as a signed byte again: at most 127. A negative number lists
+  // none.
   const auto modules = static_cast<int8_t>(bDataLength - 2);
   OwnText<sizeof("XR: 00 00 MID:") + 127 * (sizeof(" 00") - 1)> registers;
   registers.format("XR: %02X %02X", record.bXRegisters[0], record.bXRegisters[1]);
@@ -330,45 +332,45 @@ void TranslateQuellinBatFail(EventText &szString, const EVT_POWER_SUPPLY_STORBAT
 void TranslateClass0B(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString,
                       int8_t bDataLength) {
   switch (wEventCode) {
-    case 0x01: TranslatePsFailure(szString, pEventData->PsFail); break;
-    case 0x02: TranslateBatteryLow(szString, pEventData->BatLow); break;
-    case 0x03: TranslatePowerModuleFailure(szString, pEventData->PowerMod); break;
-    case 0x04: TranslatePowerSupply(szString, kSupplyRemoved, pEventData->PsRem); break;
-    case 0x05: TranslatePowerSupply(szString, kSupplyInserted, pEventData->PsIns); break;
-    case 0x06: TranslatePsNotRedundant(szString, *pEventData); break;
+    case 0x01: translate_ps_failure(szString, pEventData->PsFail); break;
+    case 0x02: translate_battery_low(szString, pEventData->BatLow); break;
+    case 0x03: translate_power_module_failure(szString, pEventData->PowerMod); break;
+    case 0x04: translate_power_supply(szString, kSupplyRemoved, pEventData->PsRem); break;
+    case 0x05: translate_power_supply(szString, kSupplyInserted, pEventData->PsIns); break;
+    case 0x06: translate_ps_not_redundant(szString, *pEventData); break;
     case 0x07:
-      FormatByChassis(szString, kModulesNotRedundant, pEventData->PowerModNotRed.Chassis,
-                      pEventData->PowerModNotRed.cChassisName, {});
+      format_by_chassis(szString, kModulesNotRedundant, pEventData->PowerModNotRed.Chassis,
+                        pEventData->PowerModNotRed.cChassisName, {});
       break;
-    case 0x08: TranslateAcProblem(szString, pEventData->PsAcVolt); break;
+    case 0x08: translate_ac_problem(szString, pEventData->PsAcVolt); break;
     case 0x09:
-      TranslatePowerSupply(szString, kAcOverload, pEventData->PsAcOverload,
-                           Byte2Str(pEventData->PsAcOverload.bVoltage));
+      translate_power_supply(szString, kAcOverload, pEventData->PsAcOverload,
+                             Byte2Str(pEventData->PsAcOverload.bVoltage));
       break;
-    case 0x0A: TranslatePowerSupply(szString, kSupplyPoweredUp, pEventData->PsPowered); break;
-    case 0x0B: TranslatePowerSupply(szString, kSupplyPoweredDown, pEventData->PsUnpowered); break;
-    case 0x0C: TranslatePowerModule(szString, kModuleFailure, pEventData->PsModFail); break;
-    case 0x0D: TranslatePowerModule(szString, kModuleRemoved, pEventData->PsModRem); break;
-    case 0x0E: TranslatePowerModule(szString, kModuleInserted, pEventData->PsModIns); break;
+    case 0x0A: translate_power_supply(szString, kSupplyPoweredUp, pEventData->PsPowered); break;
+    case 0x0B: translate_power_supply(szString, kSupplyPoweredDown, pEventData->PsUnpowered); break;
+    case 0x0C: translate_power_module(szString, kModuleFailure, pEventData->PsModFail); break;
+    case 0x0D: translate_power_module(szString, kModuleRemoved, pEventData->PsModRem); break;
+    case 0x0E: translate_power_module(szString, kModuleInserted, pEventData->PsModIns); break;
     case 0x0F:
-      FormatByChassis(szString, kModulesNotRedundant, pEventData->PsModNotRed.Chassis,
-                      pEventData->PsModNotRed.cChassisName, {});
+      format_by_chassis(szString, kModulesNotRedundant, pEventData->PsModNotRed.Chassis,
+                        pEventData->PsModNotRed.cChassisName, {});
       break;
-    case 0x10: TranslatePowerModule(szString, kModuleOverload, pEventData->PsModOverload); break;
-    // Codes 0x08, 0x02 and 0x01 with a service text behind the record,
-    // which is shown also where the chassis type has no wording.
+    case 0x10: translate_power_module(szString, kModuleOverload, pEventData->PsModOverload); break;
+    // Codes 0x08, 0x02 and 0x01 with a service text after the record. It is shown even if the chassis type
+    // has no wording.
     case 0x11:
-      TranslateAcProblem(szString, pEventData->PsAcVolt);
-      AppendDetail(szString, NextText(pEventData->PsAcVolt.cChassisName));
+      translate_ac_problem(szString, pEventData->PsAcVolt);
+      append_detail(szString, next_text(pEventData->PsAcVolt.cChassisName));
       break;
     case 0x12:
-      TranslateBatteryLow(szString, pEventData->BatLow);
-      AppendDetail(szString,
-                   reinterpret_cast<const char *>(pEventData->ExtendDataSize + sizeof(EVT_BATTERY_LOW)));
+      translate_battery_low(szString, pEventData->BatLow);
+      append_detail(szString,
+                    reinterpret_cast<const char *>(pEventData->ExtendDataSize + sizeof(EVT_BATTERY_LOW)));
       break;
     case 0x13:
-      TranslatePsFailure(szString, pEventData->PsFail);
-      AppendDetail(szString, NextText(pEventData->PsFail.cChassisName));
+      translate_ps_failure(szString, pEventData->PsFail);
+      append_detail(szString, next_text(pEventData->PsFail.cChassisName));
       break;
     case 0x14: TranslatePsFailureSAS(szString, pEventData->PsFailSas); break;
     case 0x15: szString.append("Mismatched Power Supply Installed"); break;

@@ -28,12 +28,12 @@ constexpr const char *kShutdownsFrom80[] = {
     /* 0x88 */ "Automatic Operating System Shutdown Due to Power Supply Failure Aborted",
 };
 
-const char *GetShutdownMessage(uint8_t bCause) {
+const char *get_shutdown_message(uint8_t bCause) {
   return bCause < 0x80 ? Lookup(kShutdownsFrom00, bCause, kShutdown)
                        : Lookup(kShutdownsFrom80, bCause - 0x80U, kShutdown);
 }
 
-void TranslateOsPwrShed(EventText &szString, const EVT_OS_PWR_SHED &record) {
+void translate_os_power_shed(EventText &szString, const EVT_OS_PWR_SHED &record) {
   switch (record.bZoneType) {
     case kZoneNetworkComponent:
       szString.format(
@@ -53,13 +53,13 @@ void TranslateOsPwrShed(EventText &szString, const EVT_OS_PWR_SHED &record) {
 void TranslateClass0E(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
     case 1: szString.format("Operating System failure (%s)", pEventData->OsCrash.cMessage); break;
-    case 2: szString.append(GetShutdownMessage(pEventData->Shutdown.bCause)); break;
+    case 2: szString.append(get_shutdown_message(pEventData->Shutdown.bCause)); break;
     case 3:
       szString.format("Fatal Exception (Number %s, Cause %s)", Byte2Str(pEventData->OsExcept.bException),
                       pEventData->OsExcept.cCause);
       break;
     case 4: szString.append("User Initiated NMI Switch"); break;
-    case 5: TranslateOsPwrShed(szString, pEventData->OsPwrShed); break;
+    case 5: translate_os_power_shed(szString, pEventData->OsPwrShed); break;
     case 6: szString.append("User Remotely Initiated NMI Switch"); break;
     default: break;
   }

@@ -6,8 +6,8 @@ namespace iml {
 namespace {
 
 struct NicWordings {
-  Wording<2> WithoutChassis;
-  Wording<3> WithChassis;
+  Wording<2> without_chassis;
+  Wording<3> with_chassis;
 };
 
 constexpr NicWordings kFault = {
@@ -33,12 +33,12 @@ constexpr NicWordings kRedundancyReduced = {
 
 // The records of an adapter's error and of lost redundancy are laid out alike.
 template <class Record>
-void TranslateNic(EventText &szString, const NicWordings &wordings, const Record &record) {
+void translate_nic(EventText &szString, const NicWordings &wordings, const Record &record) {
   if (record.Chassis.bId == 0) {
-    szString.format(wordings.WithoutChassis, {Byte2Str(record.bSlot), Byte2Str(record.Chassis.bPort)});
+    szString.format(wordings.without_chassis, {Byte2Str(record.bSlot), Byte2Str(record.Chassis.bPort)});
   } else {
-    szString.format(wordings.WithChassis, {GetSysChassis(record.Chassis.bId, record.cChassisName),
-                                           Byte2Str(record.bSlot), Byte2Str(record.Chassis.bPort)});
+    szString.format(wordings.with_chassis, {GetSysChassis(record.Chassis.bId, record.cChassisName),
+                                            Byte2Str(record.bSlot), Byte2Str(record.Chassis.bPort)});
   }
 }
 
@@ -46,19 +46,19 @@ void TranslateNic(EventText &szString, const NicWordings &wordings, const Record
 
 void TranslateClass11(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
-    case 1: TranslateNic(szString, kFault, pEventData->NicErr); break;
-    case 2: TranslateNic(szString, kLinkDown, pEventData->NicErr); break;
-    case 3: TranslateNic(szString, kTransmitTimeout, pEventData->NicErr); break;
-    case 4: TranslateNic(szString, kNoLongerRedundant, pEventData->NicNotRed); break;
-    case 5: TranslateNic(szString, kRedundancyReduced, pEventData->NicNotRed); break;
+    case 1: translate_nic(szString, kFault, pEventData->NicErr); break;
+    case 2: translate_nic(szString, kLinkDown, pEventData->NicErr); break;
+    case 3: translate_nic(szString, kTransmitTimeout, pEventData->NicErr); break;
+    case 4: translate_nic(szString, kNoLongerRedundant, pEventData->NicNotRed); break;
+    case 5: translate_nic(szString, kRedundancyReduced, pEventData->NicNotRed); break;
     // Two of these events with a detail text.
     case 6:
-      TranslateNic(szString, kLinkDown, pEventData->NicErr);
-      AppendDetail(szString, NextText(pEventData->NicErr.cChassisName));
+      translate_nic(szString, kLinkDown, pEventData->NicErr);
+      append_detail(szString, next_text(pEventData->NicErr.cChassisName));
       break;
     case 7:
-      TranslateNic(szString, kRedundancyReduced, pEventData->NicNotRed);
-      AppendDetail(szString, NextText(pEventData->NicNotRed.cChassisName));
+      translate_nic(szString, kRedundancyReduced, pEventData->NicNotRed);
+      append_detail(szString, next_text(pEventData->NicNotRed.cChassisName));
       break;
     default: break;
   }

@@ -1,11 +1,11 @@
-// SCSI controllers and the devices behind them.
+// SCSI controllers and devices.
 #include "iml/class_decoders.h"
 #include "iml/eventstr_helpers.h"
 
 namespace iml {
 namespace {
 
-void TranslateScsiCtrlFailure(EventText &szString, const EVT_SCSI_CTRL_FAILURE &record) {
+void translate_scsi_controller_failure(EventText &szString, const EVT_SCSI_CTRL_FAILURE &record) {
   if (record.Chassis.bId == 0) {
     szString.format("SCSI Controller Failure (Slot %s)", Byte2Str(record.bSlot));
   } else {
@@ -15,12 +15,13 @@ void TranslateScsiCtrlFailure(EventText &szString, const EVT_SCSI_CTRL_FAILURE &
 }
 
 // The chassis holds the controller's slot and the bus.
-void TranslateScsiDeviceFailure(EventText &szString, const EVT_SCSI_DEVICE_FAILURE &record) {
+void translate_scsi_deviceice_failure(EventText &szString, const EVT_SCSI_DEVICE_FAILURE &record) {
   szString.format("SCSI Device Failure (%sSlot %s, Bus %s, Bay %s)", GetStorChassis(record.cChassisName),
                   Byte2Str(record.Chassis.bId), Byte2Str(record.Chassis.bPort), Byte2Str(record.bBay));
 }
 
-void TranslateScsiCtrlsNotRedundant(EventText &szString, const EVT_SCSI_CTRLS_NOT_REDUNDANT &record) {
+void translate_scsi_controllers_not_redundant(EventText &szString,
+                                              const EVT_SCSI_CTRLS_NOT_REDUNDANT &record) {
   if (record.Chassis.bId == 0) {
     szString.append("SCSI Controllers No Longer Redundant");
   } else {
@@ -33,9 +34,9 @@ void TranslateScsiCtrlsNotRedundant(EventText &szString, const EVT_SCSI_CTRLS_NO
 
 void TranslateClass12(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
-    case 1: TranslateScsiCtrlFailure(szString, pEventData->ScsiCtrl); break;
-    case 2: TranslateScsiDeviceFailure(szString, pEventData->ScsiDev); break;
-    case 3: TranslateScsiCtrlsNotRedundant(szString, pEventData->ScsiNotRed); break;
+    case 1: translate_scsi_controller_failure(szString, pEventData->ScsiCtrl); break;
+    case 2: translate_scsi_deviceice_failure(szString, pEventData->ScsiDev); break;
+    case 3: translate_scsi_controllers_not_redundant(szString, pEventData->ScsiNotRed); break;
     default: break;
   }
 }

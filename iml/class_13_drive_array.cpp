@@ -5,7 +5,7 @@
 namespace iml {
 namespace {
 
-// Paths on which the error of a PHY was seen.
+// Paths on which a PHY error can occur.
 constexpr const char *szSASPHYFailPath[] = {
     "Error path unknown",
     "Storage controller to external storage box",
@@ -36,7 +36,7 @@ const char *TranslatePhyDisabledSASDevice(uint8_t bDevice) {
   }
 }
 
-// The device at one end of a PHY link, whose types are coded in another way.
+// The device at one end of a PHY link. Its type is coded differently.
 const char *GetSASPhyGenericDeviceString(uint8_t bBox, uint8_t bBay, uint8_t bType,
                                          EventText &szString = Scratch().here()) {
   switch (bType) {
@@ -51,7 +51,7 @@ const char *GetSASPhyGenericDeviceString(uint8_t bBox, uint8_t bBay, uint8_t bTy
   return szString.c_str();
 }
 
-void TranslateCtrlFailure(EventText &szString, const EVT_ARRAY_CTRL_FAILURE &record) {
+void translate_controller_failure(EventText &szString, const EVT_ARRAY_CTRL_FAILURE &record) {
   if (record.Chassis.bId == 0) {
     szString.format("Drive Array Controller Failure (Slot %s)", Byte2Str(record.bSlot));
   } else {
@@ -60,13 +60,13 @@ void TranslateCtrlFailure(EventText &szString, const EVT_ARRAY_CTRL_FAILURE &rec
   }
 }
 
-void TranslateDevFailure(EventText &szString, const EVT_ARRAY_DEV_FAILURE &record) {
+void translate_device_failure(EventText &szString, const EVT_ARRAY_DEV_FAILURE &record) {
   szString.format("Drive Array Device Failure (%sSlot %s, Bus %s, Bay %s)",
                   GetStorChassis(record.cChassisName), Byte2Str(record.Chassis.bId),
                   Byte2Str(record.Chassis.bPort), Byte2Str(record.bBay));
 }
 
-void TranslateAccelFailure(EventText &szString, const EVT_ARRAY_ACCEL_FAILURE &record) {
+void translate_accel_failure(EventText &szString, const EVT_ARRAY_ACCEL_FAILURE &record) {
   const EVT_CHASSIS &chassis = record.Chassis;
   if (chassis.bId == 0) {
     szString.format("Drive Array Cache Module Battery Failure (Bus %s, Slot %s)", Byte2Str(chassis.bPort),
@@ -78,7 +78,7 @@ void TranslateAccelFailure(EventText &szString, const EVT_ARRAY_ACCEL_FAILURE &r
   }
 }
 
-void TranslateCtrlsNotRedundant(EventText &szString, const EVT_ARRAY_CTRLS_NOT_REDUNDANT &record) {
+void translate_controllers_not_redundant(EventText &szString, const EVT_ARRAY_CTRLS_NOT_REDUNDANT &record) {
   if (record.Chassis.bId == 0) {
     szString.append("Drive Array Controllers No Longer Redundant");
   } else {
@@ -96,27 +96,27 @@ void TranslateDevFailureSAS(EventText &szString, const EVT_SAS_ARRAY_DEV_FAILURE
 // A failure that is predicted reads as one that has happened.
 constexpr auto *TranslateDevPredictFailSAS = TranslateDevFailureSAS;
 
-void TranslateDevWearSAS(EventText &szString, const EVT_SAS_ARRAY_DEV_FAILURE &record) {
+void translate_device_wear_sas(EventText &szString, const EVT_SAS_ARRAY_DEV_FAILURE &record) {
   szString.format("%s Storage Enclosure Device SMART Wear Error (Bay %u, Box %u, Port %s, %s)",
                   GetInternalExternal(record.Chassis), record.bBay, record.bBox, GetSASPort(record.szPortID),
                   GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
 }
 
-void TranslatePhyErrorSAS(EventText &szString, const EVT_SAS_ARRAY_PHY_ERROR &record) {
+void translate_phy_error_sas(EventText &szString, const EVT_SAS_ARRAY_PHY_ERROR &record) {
   szString.format("%s Storage Enclosure PHY Link Error (PHY %u, Expander %u, Box %u, Port %s, %s)",
                   GetInternalExternal(record.Chassis), record.bExpanderPhyNumber, record.bExpanderNumber,
                   record.bBox, GetSASPort(record.szPortID),
                   GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
 }
 
-void TranslatePhyErrorExtendedSAS(EventText &szString, const EVT_SAS_ARRAY_PHY_ERROR_EXTENDED &record) {
+void translate_phy_error_extended_sas(EventText &szString, const EVT_SAS_ARRAY_PHY_ERROR_EXTENDED &record) {
   szString.format("%s Storage Enclosure PHY Link Error (%s, Box %u, Port %s, %s)",
                   GetInternalExternal(record.Chassis),
                   Lookup(szSASPHYFailPath, record.bErrorPath, szSASPHYFailPath[0]), record.bBoxNumber,
                   GetSASPort(record.szPortID), GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
 }
 
-void TranslatePhyErrorGenericSAS(EventText &szString, const EVT_SAS_ARRAY_PHY_ERROR_GENERIC &record) {
+void translate_phy_error_generic_sas(EventText &szString, const EVT_SAS_ARRAY_PHY_ERROR_GENERIC &record) {
   szString.format("%s Storage Enclosure PHY Link Error (Detected By %s, Attached To %s, Port %s, %s)",
                   GetInternalExternal(record.Chassis),
                   GetSASPhyGenericDeviceString(record.bDetectingDeviceBoxNumber,
@@ -126,7 +126,7 @@ void TranslatePhyErrorGenericSAS(EventText &szString, const EVT_SAS_ARRAY_PHY_ER
                   GetSASPort(record.szPortID), GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
 }
 
-void TranslatePhyDisabledSAS(EventText &szString, const EVT_SAS_ARRAY_PHY_DISABLED &record) {
+void translate_phy_disabled_sas(EventText &szString, const EVT_SAS_ARRAY_PHY_DISABLED &record) {
   szString.format("%s Storage Enclosure PHY Disabled (Between %s and %s, Port %s, %s)",
                   GetInternalExternal(record.Chassis),
                   TranslatePhyDisabledSASDevice(record.bSourceDeviceType),
@@ -134,7 +134,7 @@ void TranslatePhyDisabledSAS(EventText &szString, const EVT_SAS_ARRAY_PHY_DISABL
                   GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
 }
 
-void TranslateSepFailureSAS(EventText &szString, const EVT_SAS_ARRAY_SEP_FAILURE &record) {
+void translate_sep_failure_sas(EventText &szString, const EVT_SAS_ARRAY_SEP_FAILURE &record) {
   szString.format("%s SAS Array Storage Enclosure Processor Failure (Box %u, Port %s, %s)",
                   GetInternalExternal(record.Chassis), record.bBox, GetSASPort(record.szPortID),
                   GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
@@ -144,33 +144,33 @@ void TranslateSepFailureSAS(EventText &szString, const EVT_SAS_ARRAY_SEP_FAILURE
 
 void TranslateClass13(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
-    case 0x01: TranslateCtrlFailure(szString, pEventData->ArrayCtrl); break;
-    case 0x02: TranslateDevFailure(szString, pEventData->ArrayDev); break;
-    case 0x03: TranslateAccelFailure(szString, pEventData->ArrayAccel); break;
-    case 0x04: TranslateCtrlsNotRedundant(szString, pEventData->ArrayNotRed); break;
+    case 0x01: translate_controller_failure(szString, pEventData->ArrayCtrl); break;
+    case 0x02: translate_device_failure(szString, pEventData->ArrayDev); break;
+    case 0x03: translate_accel_failure(szString, pEventData->ArrayAccel); break;
+    case 0x04: translate_controllers_not_redundant(szString, pEventData->ArrayNotRed); break;
     case 0x07: TranslateDevFailureSAS(szString, pEventData->ArrayDevSas); break;
-    case 0x08: TranslatePhyErrorSAS(szString, pEventData->ArraySasPHY); break;
+    case 0x08: translate_phy_error_sas(szString, pEventData->ArraySasPHY); break;
     case 0x09:
       szString.format("Drive Array Controllers No Longer Redundant (%s)",
                       GetSlotChassisSun(pEventData->ArrayNotRedSun.szChassis_Sun,
                                         pEventData->ArrayNotRedSun.Chassis.bId));
       break;
-    case 0x0A: TranslatePhyErrorExtendedSAS(szString, pEventData->ArraySasPHYExtended); break;
-    case 0x0B: TranslateSepFailureSAS(szString, pEventData->ArraySasSEPFailure); break;
-    case 0x0C: TranslateDevWearSAS(szString, pEventData->ArrayDevSas); break;
+    case 0x0A: translate_phy_error_extended_sas(szString, pEventData->ArraySasPHYExtended); break;
+    case 0x0B: translate_sep_failure_sas(szString, pEventData->ArraySasSEPFailure); break;
+    case 0x0C: translate_device_wear_sas(szString, pEventData->ArrayDevSas); break;
     case 0x0D: TranslateDevPredictFailSAS(szString, pEventData->ArrayDevSas); break;
     case 0x0E:
       szString.format("Drive Array Controller Cache Module Not Installed (%s)",
                       GetSlotChassisSun(pEventData->ArrayCacheNotInstalled.szChassis_Sun,
                                         pEventData->ArrayCacheNotInstalled.bSlot));
       break;
-    case 0x0F: TranslatePhyDisabledSAS(szString, pEventData->ArraySasPHYDisabled); break;
+    case 0x0F: translate_phy_disabled_sas(szString, pEventData->ArraySasPHYDisabled); break;
     case 0x10:
       szString.format("Drive Array Controller Cache Module Not Compatible With Controller (%s)",
                       GetSlotChassisSun(pEventData->ArrayCacheNotCompatible.szChassis_Sun,
                                         pEventData->ArrayCacheNotCompatible.bSlot));
       break;
-    case 0x11: TranslatePhyErrorGenericSAS(szString, pEventData->ArraySasPHYErrorGeneric); break;
+    case 0x11: translate_phy_error_generic_sas(szString, pEventData->ArraySasPHYErrorGeneric); break;
     default: break;
   }
 }

@@ -1,4 +1,4 @@
-// Errors that the system does not survive.
+// Unrecoverable system errors.
 #include "iml/class_decoders.h"
 #include "iml/eventstr_helpers.h"
 
@@ -6,8 +6,8 @@ namespace iml {
 namespace {
 
 // The name of what raised an NMI; null for a source without one.
-const char *GetNmiSource(uint8_t bSource) {
-  switch (bSource) {
+const char *get_nmi_source(uint8_t source) {
+  switch (source) {
     case 0x1B: return "ASR timeout NMI";
     case 0x29: return "Brix NMI messaging";
     case 0x2B: return "Brix application watchdog timeout NMI";
@@ -16,10 +16,10 @@ const char *GetNmiSource(uint8_t bSource) {
 }
 
 void TranslateNmiPlusData(EventText &szString, const EVT_UNRECOV_NMI_OR_BINIT_PLUS_DATA &record) {
-  const char *const szSource = GetNmiSource(static_cast<uint8_t>(record.ulDataLow & 0xFF));
-  if (szSource != nullptr) {
+  const char *const source = get_nmi_source(static_cast<uint8_t>(record.ulDataLow & 0xFF));
+  if (source != nullptr) {
     szString.format("An Unrecoverable System Error (NMI) has occurred (%s, Service Information: %s, %s)",
-                    szSource, Dword2HexStr(record.ulDataLow), Dword2HexStr(record.ulDataHigh));
+                    source, Dword2HexStr(record.ulDataLow), Dword2HexStr(record.ulDataHigh));
   } else {
     szString.format("An Unrecoverable System Error (NMI) has occurred (Service Information: %s, %s)",
                     Dword2HexStr(record.ulDataLow), Dword2HexStr(record.ulDataHigh));
@@ -33,7 +33,7 @@ void TranslateClass14(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, Even
     case 1: szString.append("An Unrecoverable System Error (NMI) has occurred"); break;
     case 2: szString.append("An Unrecoverable System Error (BINIT) has occurred"); break;
     case 3: TranslateNmiPlusData(szString, pEventData->NmiPlusData); break;
-    case 4: TranslateChipsetError(szString, pEventData->ChipsetUncorr); break;
+    case 4: translate_chipset_error(szString, pEventData->ChipsetUncorr); break;
     case 5:
       szString.append(
           "Unrecoverable System Error (NMI) has occurred.  System Firmware will log additional details in a separate IML entry if possible");

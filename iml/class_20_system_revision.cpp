@@ -1,4 +1,4 @@
-// Firmware that was replaced.
+// ROM and firmware updates.
 #include "iml/class_decoders.h"
 
 namespace iml {

@@ -1,4 +1,4 @@
-// What administrators did to the log and wrote into it.
+// Clearing of the log, and maintenance notes.
 #include "iml/class_decoders.h"
 
 namespace iml {

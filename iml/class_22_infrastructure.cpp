@@ -1,4 +1,4 @@
-// What the enclosure management of a blade infrastructure sees.
+// Events of blade and power enclosures.
 #include "iml/class_decoders.h"
 #include "iml/eventstr_helpers.h"
 
@@ -130,8 +130,8 @@ const char *GetPowerDenialReason(uint8_t bReason) {
   return Lookup(szPowerRequestDenied, bReason);
 }
 
-// The word that most lines begin with. Other chassis have none, and the blank behind it then leads the line.
-const char *GetEnclosureType(const EVT_CHASSIS &Chassis) {
+// The words that most lines begin with. For other chassis they are empty, so the line begins with a blank.
+const char *get_enclosure_type(const EVT_CHASSIS &Chassis) {
   switch (Chassis.bType) {
     case kChassisServerBladeEnclosure: return "Server Blade Enclosure";
     case kChassisPowerEnclosure: return "Power Enclosure";
@@ -141,37 +141,37 @@ const char *GetEnclosureType(const EVT_CHASSIS &Chassis) {
 
 // The enclosure of any record that holds its name.
 template <class Record>
-const char *GetEnclosure(const Record &record, EventText &szDest = Scratch().here()) {
+const char *get_enclosure(const Record &record, EventText &szDest = Scratch().here()) {
   return GetChassisEx(record.cChassisName, record.Chassis, szDest);
 }
 
-void TranslateInfFuseOpen(EventText &szString, const EVT_INF_ENV_FUSE_OPEN &record) {
-  const auto bPosition = static_cast<uint8_t>(record.bZoneId & 0x0F);
+void translate_inf_fuse_open(EventText &szString, const EVT_INF_ENV_FUSE_OPEN &record) {
+  const auto position = static_cast<uint8_t>(record.bZoneId & 0x0F);
   const char *const fuse = (record.bZoneId & 0x10) != 0 ? "B" : "A";
   switch (record.bZoneType) {
     case kZoneBlade:
       szString.format("%s Blade Fuse or Breaker Tripped (%s, Slot %s, Fuse %s)",
-                      GetEnclosureType(record.Chassis), GetEnclosure(record), Byte2Str(bPosition), fuse);
+                      get_enclosure_type(record.Chassis), get_enclosure(record), Byte2Str(position), fuse);
       break;
     case kZoneNetworkComponent:
       szString.format("%s Network Component Fuse or Breaker Tripped (%s, %s, Fuse %s)",
-                      GetEnclosureType(record.Chassis), GetEnclosure(record), GetRackSide(bPosition), fuse);
+                      get_enclosure_type(record.Chassis), get_enclosure(record), GetRackSide(position), fuse);
       break;
     default: break;
   }
 }
 
-void TranslateInfBladeInsRem(EventText &szString, const EVT_INF_ENV_BLADE_INS_REM &record) {
+void translate_inf_blade_inserted_removed(EventText &szString, const EVT_INF_ENV_BLADE_INS_REM &record) {
   constexpr Wording<3> kInserted = "%s Blade Inserted (%s, Slot %s)";
   constexpr Wording<3> kRemoved = "%s Blade Removed (%s, Slot %s)";
   szString.format(record.bPresent != 0 ? kInserted : kRemoved,
-                  {GetEnclosureType(record.Chassis), GetEnclosure(record), Byte2Str(record.bBlade)});
+                  {get_enclosure_type(record.Chassis), get_enclosure(record), Byte2Str(record.bBlade)});
 }
 
-void TranslateInfRackChange(EventText &szString, const EVT_INF_ENV_RACK_INFRASTRUCTURE_CHG &record) {
+void translate_inf_rack_change(EventText &szString, const EVT_INF_ENV_RACK_INFRASTRUCTURE_CHG &record) {
   Scratch buffer;
-  const char *const type = GetEnclosureType(record.Chassis);
-  const char *const enclosure = GetEnclosure(record, buffer);
+  const char *const type = get_enclosure_type(record.Chassis);
+  const char *const enclosure = get_enclosure(record, buffer);
   switch (record.bType) {
     case 1: szString.format("%s Rack Name Changed (%s)", type, enclosure); break;
     case 2: szString.format("%s Name Changed (%s)", type, enclosure); break;
@@ -186,38 +186,39 @@ void TranslateInfRackChange(EventText &szString, const EVT_INF_ENV_RACK_INFRASTR
   }
 }
 
-void TranslateInfPwrMisconfig(EventText &szString, const EVT_INF_ENV_PWR_SUBSYS_MISCONFIGURED &record) {
+void translate_inf_power_misconfig(EventText &szString, const EVT_INF_ENV_PWR_SUBSYS_MISCONFIGURED &record) {
   if (record.bLocation == 0) {
-    szString.format("%s Power Subsystem Misconfigured: %s (%s)", GetEnclosureType(record.Chassis),
-                    GetImproperPowerReason(record.bError), GetEnclosure(record));
+    szString.format("%s Power Subsystem Misconfigured: %s (%s)", get_enclosure_type(record.Chassis),
+                    GetImproperPowerReason(record.bError), get_enclosure(record));
   } else {
-    szString.format("%s Power Subsystem Misconfigured: %s (%s, %s)", GetEnclosureType(record.Chassis),
+    szString.format("%s Power Subsystem Misconfigured: %s (%s, %s)", get_enclosure_type(record.Chassis),
                     GetImproperPowerReason(record.bError), GetRackSide(record.bLocation),
-                    GetEnclosure(record));
+                    get_enclosure(record));
   }
 }
 
 // The records of a blower's fault and removal are laid out alike.
 template <class Record>
-void TranslateInfBlower(EventText &szString, Wording<4> wording, const Record &record) {
-  szString.format(wording, {GetEnclosureType(record.Chassis), Byte2Str(record.bProblem),
-                            GetRackSide(record.bSide), GetEnclosure(record)});
+void translate_inf_blower(EventText &szString, Wording<4> wording, const Record &record) {
+  szString.format(wording, {get_enclosure_type(record.Chassis), Byte2Str(record.bProblem),
+                            GetRackSide(record.bSide), get_enclosure(record)});
 }
 
-void TranslateInfBladeInsRem2(EventText &szString, Wording<3> blade, Wording<3> network_component,
-                              const EVT_INF_ENV_BLADE_INS_REM_2 &record) {
+void translate_inf_blade_inserted_removed2(EventText &szString, Wording<3> blade,
+                                           Wording<3> network_component,
+                                           const EVT_INF_ENV_BLADE_INS_REM_2 &record) {
   const bool is_blade = record.bZoneType == kZoneBlade;
   if (!is_blade && record.bZoneType != kZoneNetworkComponent) {
     return;
   }
   szString.format(is_blade ? blade : network_component,
-                  {GetEnclosureType(record.Chassis),
-                   is_blade ? Byte2Str(record.bZoneId) : GetRackSide(record.bZoneId), GetEnclosure(record)});
+                  {get_enclosure_type(record.Chassis),
+                   is_blade ? Byte2Str(record.bZoneId) : GetRackSide(record.bZoneId), get_enclosure(record)});
 }
 
-void TranslateInfFirmwareMismatch(EventText &szString, const EVT_INF_FIRMWARE_MISMATCH &record) {
+void translate_inf_firmware_mismatch(EventText &szString, const EVT_INF_FIRMWARE_MISMATCH &record) {
   szString.format("Chassis %s requires minimum firmware revision %s.%s. It is currently %s.%s.",
-                  GetEnclosure(record), GetBCDString(record.bRequiredMajor),
+                  get_enclosure(record), GetBCDString(record.bRequiredMajor),
                   GetBCDString(record.bRequiredMinor), GetBCDString(record.bCurrentMajor),
                   GetBCDString(record.bCurrentMinor));
 }
@@ -228,90 +229,93 @@ void TranslateClass22(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, Even
   switch (wEventCode) {
     case 0x01: {
       const auto &record = pEventData->InfCantPwrOn;
-      szString.format("%s Inadequate Power To Power On: %s (%s, Slot %s)", GetEnclosureType(record.Chassis),
-                      GetInadequatePowerReason(record.bReason), GetEnclosure(record),
+      szString.format("%s Inadequate Power To Power On: %s (%s, Slot %s)", get_enclosure_type(record.Chassis),
+                      GetInadequatePowerReason(record.bReason), get_enclosure(record),
                       Byte2Str(record.bBlade));
       break;
     }
     case 0x02: {
       const auto &record = pEventData->InfManOverride;
-      szString.format("%s Blade Manual Power On (%s, Slot %s)", GetEnclosureType(record.Chassis),
-                      GetEnclosure(record), Byte2Str(record.bBlade));
+      szString.format("%s Blade Manual Power On (%s, Slot %s)", get_enclosure_type(record.Chassis),
+                      get_enclosure(record), Byte2Str(record.bBlade));
       break;
     }
-    case 0x03: TranslateInfFuseOpen(szString, pEventData->InfFuseOpen); break;
+    case 0x03: translate_inf_fuse_open(szString, pEventData->InfFuseOpen); break;
     case 0x04: {
       const auto &record = pEventData->InfI2cFlt;
-      szString.format("%s Blade I2C Bus Fault (%s, Bus %s)", GetEnclosureType(record.Chassis),
-                      GetEnclosure(record), Byte2Str(record.bBus));
+      szString.format("%s Blade I2C Bus Fault (%s, Bus %s)", get_enclosure_type(record.Chassis),
+                      get_enclosure(record), Byte2Str(record.bBus));
       break;
     }
-    case 0x05: TranslateInfBladeInsRem(szString, pEventData->InfBladeInsRem); break;
+    case 0x05: translate_inf_blade_inserted_removed(szString, pEventData->InfBladeInsRem); break;
     case 0x06: {
       const auto &record = pEventData->InfPwrLoadBal;
-      szString.format("%s Power Not Balanced (%s, %s)", GetEnclosureType(record.Chassis),
-                      GetEnclosure(record), record.cSide == 1 ? "Power Bus A" : "Power Bus B");
+      szString.format("%s Power Not Balanced (%s, %s)", get_enclosure_type(record.Chassis),
+                      get_enclosure(record), record.cSide == 1 ? "Power Bus A" : "Power Bus B");
       break;
     }
     case 0x07: {
-      // Here the buses count from 0, in the event above from 1.
+      // This event counts the buses from 0, the one above from 1.
       const auto &record = pEventData->InfDcPwrProblem;
-      szString.format("%s DC Power Out Of Tolerance (%s, %s, %d mV)", GetEnclosureType(record.Chassis),
-                      GetEnclosure(record), record.cSide == 0 ? "Power Bus A" : "Power Bus B",
+      szString.format("%s DC Power Out Of Tolerance (%s, %s, %d mV)", get_enclosure_type(record.Chassis),
+                      get_enclosure(record), record.cSide == 0 ? "Power Bus A" : "Power Bus B",
                       record.wVoltage);
       break;
     }
     case 0x08: {
       const auto &record = pEventData->InfAcPwrProblem;
-      szString.format("%s AC Facility Input Power Exceeded (%s)", GetEnclosureType(record.Chassis),
-                      GetEnclosure(record));
+      szString.format("%s AC Facility Input Power Exceeded (%s)", get_enclosure_type(record.Chassis),
+                      get_enclosure(record));
       break;
     }
     case 0x09:
-      szString.format("Loss Of Chassis Connectivity (%s)", GetEnclosure(pEventData->InfLostCon));
+      szString.format("Loss Of Chassis Connectivity (%s)", get_enclosure(pEventData->InfLostCon));
       break;
-    case 0x0A: szString.format("New Chassis Connected (%s)", GetEnclosure(pEventData->InfNewCon)); break;
-    case 0x0B: TranslateInfRackChange(szString, pEventData->InfRackChange); break;
+    case 0x0A: szString.format("New Chassis Connected (%s)", get_enclosure(pEventData->InfNewCon)); break;
+    case 0x0B: translate_inf_rack_change(szString, pEventData->InfRackChange); break;
     case 0x0C: {
       const auto &record = pEventData->InfUnknownPwrUse;
-      szString.format("%s Unknown Power Consumption (%s)", GetEnclosureType(record.Chassis),
-                      GetEnclosure(record));
+      szString.format("%s Unknown Power Consumption (%s)", get_enclosure_type(record.Chassis),
+                      get_enclosure(record));
       break;
     }
-    case 0x0D: TranslateInfPwrMisconfig(szString, pEventData->InfPwrMisconfig); break;
+    case 0x0D: translate_inf_power_misconfig(szString, pEventData->InfPwrMisconfig); break;
     case 0x0E: {
       const auto &record = pEventData->InfEnclMgrStatus;
-      szString.format("%s Status Change (%s)", GetEnclosureType(record.Chassis), GetEnclosure(record));
+      szString.format("%s Status Change (%s)", get_enclosure_type(record.Chassis), get_enclosure(record));
       break;
     }
     case 0x0F:
-      TranslateInfBlower(szString, "%s Blower Fault (%s, Blower %s, %s)", pEventData->InfBlwrFault);
+      translate_inf_blower(szString, "%s Blower Fault (%s, Blower %s, %s)", pEventData->InfBlwrFault);
       break;
     case 0x10:
-      TranslateInfBlower(szString, "%s Blower Removed (%s, Blower %s, %s)", pEventData->InfBlwrRem);
+      translate_inf_blower(szString, "%s Blower Removed (%s, Blower %s, %s)", pEventData->InfBlwrRem);
       break;
     case 0x11: {
       const auto &record = pEventData->InfEthSwFlt;
-      szString.format("%s Ethernet Switch Error - %s (%s, %s)", GetEnclosureType(record.Chassis),
-                      GetEthSwErr(record.bProblem), GetRackSide(record.bSide), GetEnclosure(record));
+      szString.format("%s Ethernet Switch Error - %s (%s, %s)", get_enclosure_type(record.Chassis),
+                      GetEthSwErr(record.bProblem), GetRackSide(record.bSide), get_enclosure(record));
       break;
     }
     case 0x12: {
       const auto &record = pEventData->InfInPwrSenseErr;
-      szString.format("%s Power Feed Missing (%s, %s)", GetEnclosureType(record.Chassis),
-                      GetPwrBus(record.bSide), GetEnclosure(record));
+      szString.format("%s Power Feed Missing (%s, %s)", get_enclosure_type(record.Chassis),
+                      GetPwrBus(record.bSide), get_enclosure(record));
       break;
     }
     case 0x13:
-      TranslateInfBladeInsRem2(szString, "%s Server Blade Inserted (Slot %s, %s)",
-                               "%s Network Component Inserted (%s, %s)", pEventData->InfBladeInsRem2);
+      translate_inf_blade_inserted_removed2(szString, "%s Server Blade Inserted (Slot %s, %s)",
+                                            "%s Network Component Inserted (%s, %s)",
+                                            pEventData->InfBladeInsRem2);
       break;
     case 0x14:
-      TranslateInfBladeInsRem2(szString, "%s Server Blade Removed (Slot %s, %s)",
-                               "%s Network Component Removed (%s, %s)", pEventData->InfBladeInsRem2);
+      translate_inf_blade_inserted_removed2(szString, "%s Server Blade Removed (Slot %s, %s)",
+                                            "%s Network Component Removed (%s, %s)",
+                                            pEventData->InfBladeInsRem2);
       break;
     case 0x15:
-      szString.format("%s Invalid Topology - Check Cabling", GetEnclosureType(pEventData->InfTopErr.Chassis));
+      szString.format("%s Invalid Topology - Check Cabling",
+                      get_enclosure_type(pEventData->InfTopErr.Chassis));
       break;
     case 0x18: {
       const auto &record = pEventData->InfChassisError;
@@ -319,11 +323,11 @@ void TranslateClass22(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, Even
                       GetInfMainLocation(record.bLocation), GetInfSubLocation(record.bSubLocation));
       break;
     }
-    case 0x19: TranslateInfFirmwareMismatch(szString, pEventData->InfFirmwareMismatch); break;
+    case 0x19: translate_inf_firmware_mismatch(szString, pEventData->InfFirmwareMismatch); break;
     case 0x1A: {
       const auto &record = pEventData->InfPowerRequestDenied;
-      szString.format("%s Power Request Denied: %s (%s, Slot %s)", GetEnclosureType(record.Chassis),
-                      GetPowerDenialReason(record.bReason), GetEnclosure(record), Byte2Str(record.bBlade));
+      szString.format("%s Power Request Denied: %s (%s, Slot %s)", get_enclosure_type(record.Chassis),
+                      GetPowerDenialReason(record.bReason), get_enclosure(record), Byte2Str(record.bBlade));
       break;
     }
     default: break;

@@ -1,4 +1,4 @@
-// What the service processors of the two KRX node-controller boards report.
+// Reports of the service processors on the two KRX node-controller boards.
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -13,14 +13,14 @@ namespace {
 constexpr uint8_t kUpperBoard = 0x8A;
 constexpr uint8_t kLowerBoard = 0x8C;
 
-// The board that reports an event, as messages name it and its partner.
+// How messages name the board that reports an event, and its partner.
 struct KrxBoard {
-  const char *szOwn;
-  const char *szOther;
-  const char *szReporter;
+  const char *own;
+  const char *other;
+  const char *reporter;
 };
 
-constexpr KrxBoard GetKrxBoard(uint8_t board) {
+constexpr KrxBoard get_krx_board(uint8_t board) {
   switch (board) {
     case kUpperBoard: return {"Upper", "Lower", "upper"};
     case kLowerBoard: return {"Lower", "Upper", "lower"};
@@ -29,42 +29,42 @@ constexpr KrxBoard GetKrxBoard(uint8_t board) {
 }
 
 // Each tray numbers its processors from 1; the server counts those of the lower tray backwards.
-constexpr char szProc1[] = "Proc 1 (Upper Tray, Processor 1)";
-constexpr char szProc2[] = "Proc 2 (Upper Tray, Processor 2)";
-constexpr char szProc3[] = "Proc 3 (Upper Tray, Processor 3)";
-constexpr char szProc4[] = "Proc 4 (Upper Tray, Processor 4)";
-constexpr char szProc5[] = "Proc 5 (Lower Tray, Processor 4)";
-constexpr char szProc6[] = "Proc 6 (Lower Tray, Processor 3)";
-constexpr char szProc7[] = "Proc 7 (Lower Tray, Processor 2)";
-constexpr char szProc8[] = "Proc 8 (Lower Tray, Processor 1)";
+constexpr char kProc1[] = "Proc 1 (Upper Tray, Processor 1)";
+constexpr char kProc2[] = "Proc 2 (Upper Tray, Processor 2)";
+constexpr char kProc3[] = "Proc 3 (Upper Tray, Processor 3)";
+constexpr char kProc4[] = "Proc 4 (Upper Tray, Processor 4)";
+constexpr char kProc5[] = "Proc 5 (Lower Tray, Processor 4)";
+constexpr char kProc6[] = "Proc 6 (Lower Tray, Processor 3)";
+constexpr char kProc7[] = "Proc 7 (Lower Tray, Processor 2)";
+constexpr char kProc8[] = "Proc 8 (Lower Tray, Processor 1)";
 
-constexpr char szUpperKrx1[] = "Upper KRX Board, KRX 1";
-constexpr char szUpperKrx2[] = "Upper KRX Board, KRX 2";
-constexpr char szLowerKrx1[] = "Lower KRX Board, KRX 1";
-constexpr char szLowerKrx2[] = "Lower KRX Board, KRX 2";
+constexpr char kUpperKrx1[] = "Upper KRX Board, KRX 1";
+constexpr char kUpperKrx2[] = "Upper KRX Board, KRX 2";
+constexpr char kLowerKrx1[] = "Lower KRX Board, KRX 1";
+constexpr char kLowerKrx2[] = "Lower KRX Board, KRX 2";
 
 // What the QPI links of one processor lead to, by port; "NC" is not connected.
 typedef struct _evtKRXchip {
-  const char *szPort[4];
+  const char *ports[4];
 } KRX_CPU_CHIP;
 
 // One name lacks its closing parenthesis: the log has always shown it so.
 constexpr KRX_CPU_CHIP kQpiPartners[] = {
-    /* Proc 1 */ {{szUpperKrx1, "MainIO", szUpperKrx2, szProc2}},
-    /* Proc 2 */ {{szProc1, szUpperKrx1, "MainIO", szUpperKrx2}},
-    /* Proc 3 */ {{szUpperKrx1, "SubIO", szUpperKrx2, "Proc 4 (Upper Tray, Processor 4"}},
-    /* Proc 4 */ {{szUpperKrx2, szProc3, szUpperKrx1, "SubIO"}},
-    /* Proc 8 */ {{szLowerKrx1, "NC", szLowerKrx2, szProc7}},
-    /* Proc 7 */ {{szProc8, szLowerKrx2, "NC", szLowerKrx1}},
-    /* Proc 6 */ {{szLowerKrx2, "LP IO", szLowerKrx1, szProc5}},
-    /* Proc 5 */ {{szLowerKrx1, szProc6, szLowerKrx2, "LP IO"}},
+    /* Proc 1 */ {{kUpperKrx1, "MainIO", kUpperKrx2, kProc2}},
+    /* Proc 2 */ {{kProc1, kUpperKrx1, "MainIO", kUpperKrx2}},
+    /* Proc 3 */ {{kUpperKrx1, "SubIO", kUpperKrx2, "Proc 4 (Upper Tray, Processor 4"}},
+    /* Proc 4 */ {{kUpperKrx2, kProc3, kUpperKrx1, "SubIO"}},
+    /* Proc 8 */ {{kLowerKrx1, "NC", kLowerKrx2, kProc7}},
+    /* Proc 7 */ {{kProc8, kLowerKrx2, "NC", kLowerKrx1}},
+    /* Proc 6 */ {{kLowerKrx2, "LP IO", kLowerKrx1, kProc5}},
+    /* Proc 5 */ {{kLowerKrx1, kProc6, kLowerKrx2, "LP IO"}},
 };
 
 // A port of a KRX chip: its kind, its name, and the name of the port it leads to on the other board.
 struct FabricPort {
-  const char *szType;
-  const char *szOwnPort;
-  const char *szPartnerPort;
+  const char *type;
+  const char *own_port;
+  const char *partner_port;
 };
 
 constexpr FabricPort kFabricPorts[2][6] = {
@@ -84,115 +84,114 @@ constexpr FabricPort kFabricPorts[2][6] = {
      {"Internal", "", ""}},
 };
 
-const char *GetKrxChip(uint8_t board, bool second) {
+const char *get_krx_chip(uint8_t board, bool second) {
   if (board == kUpperBoard) {
-    return second ? szUpperKrx2 : szUpperKrx1;
+    return second ? kUpperKrx2 : kUpperKrx1;
   }
-  return second ? szLowerKrx2 : szLowerKrx1;
+  return second ? kLowerKrx2 : kLowerKrx1;
 }
 
-const char *GetSourceModule(const EVT_DS2_ACCESS_TYPE &record) {
+const char *get_source_module(const EVT_DS2_ACCESS_TYPE &record) {
   switch (GetBigEndianValue(record.src_modid, sizeof(record.src_modid))) {
-    case 0x0000: return GetKrxChip(record.krx_board, (record.ds2_port_wr_op & 0xF0) != 0);
+    case 0x0000: return get_krx_chip(record.krx_board, (record.ds2_port_wr_op & 0xF0) != 0);
     case 0x0100: return "Main IO";
     case 0x0101: return "LP (Low Profile) IO";
     case 0x0300: return "Sub IO";
-    case 0x0400: return szProc1;
-    case 0x0401: return szProc5;
-    case 0x0500: return szProc2;
-    case 0x0501: return szProc6;
-    case 0x0600: return szProc3;
-    case 0x0601: return szProc7;
-    case 0x0700: return szProc4;
-    case 0x0701: return szProc8;
+    case 0x0400: return kProc1;
+    case 0x0401: return kProc5;
+    case 0x0500: return kProc2;
+    case 0x0501: return kProc6;
+    case 0x0600: return kProc3;
+    case 0x0601: return kProc7;
+    case 0x0700: return kProc4;
+    case 0x0701: return kProc8;
     default: return szUnknown;
   }
 }
 
-// The sockets set in a bitmap, tray by tray, as the ten texts that the formats show.
-std::array<const char *, 10> GetSockets(uint8_t map, const char *szUpperTray, const char *szLowerTray) {
-  const auto socket = [map](unsigned bit, const char *szSocket) {
-    return (map >> bit & 1) != 0 ? szSocket : "";
-  };
-  return {(map & 0x0F) != 0 ? szUpperTray : "",
+// The sockets that are set in a bitmap, as the ten texts that the messages show.
+std::array<const char *, 10> get_sockets(uint8_t map, const char *upper_tray, const char *lower_tray) {
+  const auto socket = [map](unsigned bit, const char *name) { return (map >> bit & 1) != 0 ? name : ""; };
+  return {(map & 0x0F) != 0 ? upper_tray : "",
           socket(0, " 1"),
           socket(1, " 2"),
           socket(2, " 3"),
           socket(3, " 4"),
-          (map & 0xF0) != 0 ? szLowerTray : "",
+          (map & 0xF0) != 0 ? lower_tray : "",
           socket(4, " 1"),
           socket(5, " 2"),
           socket(6, " 3"),
           socket(7, " 4")};
 }
 
-void TranslatePeciAccess(EventText &szString, const EVT_PECI_ACCESS_TYPE &record, const KrxBoard &board) {
+void translate_peci_access(EventText &szString, const EVT_PECI_ACCESS_TYPE &record, const KrxBoard &board) {
   const bool upper = record.krx_board == kUpperBoard;
   const bool lower_of_pair = upper ? record.peci_target == '0' : record.peci_target == '1';
   const int socket = (record.peci_interface == 0 ? 1 : 3) + (lower_of_pair ? 0 : 1);
   szString.format(
       "Proc %d (%s Tray, Processor %d) side-band access failure reported by %s KRX board service processor.  Details: 0x%02X 0x%08X 0x%02X 0x%08X",
-      upper ? socket : 9 - socket, board.szOwn, socket, board.szReporter, record.wr_op,
+      upper ? socket : 9 - socket, board.own, socket, board.reporter, record.wr_op,
       GetBigEndianValue(record.addr, sizeof(record.addr)), record.err_code,
       GetBigEndianValue(record.data, sizeof(record.data)));
 }
 
-void TranslateDs2Access(EventText &szString, const EVT_DS2_ACCESS_TYPE &record, const KrxBoard &board) {
+void translate_ds2_access(EventText &szString, const EVT_DS2_ACCESS_TYPE &record, const KrxBoard &board) {
   szString.format(
       "%s access failure reported by %s KRX board service processor.  Details: 0x%02X 0x%08X%08X 0x%02X",
-      GetSourceModule(record), board.szReporter, record.ds2_port_wr_op,
+      get_source_module(record), board.reporter, record.ds2_port_wr_op,
       GetBigEndianValue(record.addr_lsh, sizeof(record.addr_lsh)),
       GetBigEndianValue(record.addr_msh, sizeof(record.addr_msh)), record.rsp_code);
 }
 
-void TranslateCpuSkuError(EventText &szString, const EVT_KRX_CPU_SKU_ERROR &record, const KrxBoard &board) {
+void translate_cpu_sku_error(EventText &szString, const EVT_KRX_CPU_SKU_ERROR &record,
+                             const KrxBoard &board) {
   const bool unsupported = record.cpu_sku_unsupported_map != 0;
-  const auto sockets = GetSockets(unsupported ? record.cpu_sku_unsupported_map : record.cpu_sku_mismatch_map,
-                                  "   Upper Tray, Processor(s)", "   Lower Tray, Processor(s)");
+  const auto sockets = get_sockets(unsupported ? record.cpu_sku_unsupported_map : record.cpu_sku_mismatch_map,
+                                   "   Upper Tray, Processor(s)", "   Lower Tray, Processor(s)");
   szString.format(
       "%s processor configuration: %s %s %s %s %s %s %s %s %s %s - reported by %s KRX board service processor.  Details: 0x%02X 0x%04X 0x%04X",
       unsupported ? "Unsupported" : "Mismatched", sockets[0], sockets[1], sockets[2], sockets[3], sockets[4],
-      sockets[5], sockets[6], sockets[7], sockets[8], sockets[9], board.szReporter,
-      record.cpu_sku_mismatch_map, GetBigEndianValue(record.cpu_mpsup, sizeof(record.cpu_mpsup)),
+      sockets[5], sockets[6], sockets[7], sockets[8], sockets[9], board.reporter, record.cpu_sku_mismatch_map,
+      GetBigEndianValue(record.cpu_mpsup, sizeof(record.cpu_mpsup)),
       GetBigEndianValue(record.cpu_qpi_speed, sizeof(record.cpu_qpi_speed)));
 }
 
-// The socket index is not checked: one that no board has shows the numbers that it leads to.
-void TranslateSysSocket(EventText &szString, const EVT_KRX_SYS_SOCKET &record, const KrxBoard &board) {
+// The socket index is not checked. One that no board has still counts on.
+void translate_sys_socket(EventText &szString, const EVT_KRX_SYS_SOCKET &record, const KrxBoard &board) {
   const bool lower = record.krx_board == kLowerBoard;
   const int index = record.data_item;
   szString.format(
       "Proc %d (%s Tray, Processor %d) initialization failure reported by %s KRX board service processor",
-      lower ? index + 5 : index + 1, board.szOwn, lower ? 4 - index : index + 1, board.szReporter);
+      lower ? index + 5 : index + 1, board.own, lower ? 4 - index : index + 1, board.reporter);
 }
 
-void TranslateQpiLinkTraining(EventText &szString, const EVT_KRX_LINK_TRAINING_ERROR &record,
-                              const KrxBoard &board) {
+void translate_qpi_link_training(EventText &szString, const EVT_KRX_LINK_TRAINING_ERROR &record,
+                                 const KrxBoard &board) {
   const bool upper = record.krx_board == kUpperBoard;
   const int chip = record.chip_index;
   const auto socket = static_cast<uint8_t>(upper ? chip + 1 : 4 - chip);
   const auto proc = static_cast<uint8_t>(upper ? chip + 1 : 5 + chip);
   const auto row = static_cast<uint8_t>(upper ? chip : 7 - chip);
   const char *const partner =
-      row < std::size(kQpiPartners) ? kQpiPartners[row].szPort[record.port_index & 3] : szUnknown;
+      row < std::size(kQpiPartners) ? kQpiPartners[row].ports[record.port_index & 3] : szUnknown;
   switch (record.link_status) {
     case 2:
       szString.format(
           "QPI Link between Proc %d (%s Tray, Processor %d) and %s trained in reduced-width mode reported by %s KRX board service processor, link status 0x%02X",
-          proc, board.szOwn, socket, partner, board.szReporter, record.link_status);
+          proc, board.own, socket, partner, board.reporter, record.link_status);
       break;
     case 3:
     case 4:
       szString.format(
           "QPI Link training failure between Proc %d (%s Tray, Processor %d) and %s reported by %s KRX board service processor, link status 0x%02X",
-          proc, board.szOwn, socket, partner, board.szReporter, record.link_status);
+          proc, board.own, socket, partner, board.reporter, record.link_status);
       break;
     default: szString.format("KRX event %d occurred", 7); break;
   }
 }
 
 // The fabric port of a link; null when there is no such chip, port or board.
-const FabricPort *GetFabricPort(const EVT_KRX_LINK_TRAINING_ERROR &record) {
+const FabricPort *get_fabric_port(const EVT_KRX_LINK_TRAINING_ERROR &record) {
   const bool known_board = record.krx_board == kUpperBoard || record.krx_board == kLowerBoard;
   if (!known_board || record.chip_index >= std::size(kFabricPorts) ||
       record.port_index >= std::size(kFabricPorts[0])) {
@@ -201,71 +200,71 @@ const FabricPort *GetFabricPort(const EVT_KRX_LINK_TRAINING_ERROR &record) {
   return &kFabricPorts[record.chip_index][record.port_index];
 }
 
-void TranslateFabricLinkTraining(EventText &szString, const EVT_KRX_LINK_TRAINING_ERROR &record,
-                                 const KrxBoard &board) {
-  const FabricPort *const port = GetFabricPort(record);
+void translate_fabric_link_training(EventText &szString, const EVT_KRX_LINK_TRAINING_ERROR &record,
+                                    const KrxBoard &board) {
+  const FabricPort *const port = get_fabric_port(record);
   if (port == nullptr) {
     szString.format(
         "Link training failure reported by %s KRX board service processor.  Details: 0x%02X 0x%02X 0x%02X",
-        board.szReporter, record.chip_index, record.port_index, record.link_status);
+        board.reporter, record.chip_index, record.port_index, record.link_status);
     return;
   }
   const int krx = record.chip_index + 1;
   if (record.link_status == 3) {
     szString.format(
         "%s link training failure between %s KRX Board, KRX %d %s and %s KRX Board, KRX %d %s reported by %s KRX board service processor.  Details: 0x%02X",
-        port->szType, board.szOwn, krx, port->szOwnPort, board.szOther, krx, port->szPartnerPort,
-        board.szReporter, record.link_status);
+        port->type, board.own, krx, port->own_port, board.other, krx, port->partner_port, board.reporter,
+        record.link_status);
   } else {
     szString.format(
         "%s link with reduced bandwidth between %s KRX Board, KRX %d %s and %s KRX Board, KRX %d %s reported by %s KRX board service processor.  Details: 0x%02X",
-        port->szType, board.szOwn, krx, port->szOwnPort, board.szOther, krx, port->szPartnerPort,
-        board.szReporter, record.link_status);
+        port->type, board.own, krx, port->own_port, board.other, krx, port->partner_port, board.reporter,
+        record.link_status);
   }
 }
 
-void TranslateSocketCount(EventText &szString, const EVT_KRX_SYS_SOCKET &record, const KrxBoard &board) {
+void translate_socket_count(EventText &szString, const EVT_KRX_SYS_SOCKET &record, const KrxBoard &board) {
   if (record.data_item == 0) {
     szString.format(
         "Invalid processor configuration.  No enabled or installed processors reported by %s KRX board service processor",
-        board.szReporter);
+        board.reporter);
   } else {
     szString.format(
         "Processor configuration degraded to %d sockets reported by %s KRX board service processor",
-        record.data_item, board.szReporter);
+        record.data_item, board.reporter);
   }
 }
 
-void TranslateSocketDisablement(EventText &szString, const EVT_KRX_SOCKET_DISABLEMENT &record,
-                                const KrxBoard &board) {
+void translate_socket_disablement(EventText &szString, const EVT_KRX_SOCKET_DISABLEMENT &record,
+                                  const KrxBoard &board) {
   const auto sockets =
-      GetSockets(record.error_socket, "Upper Tray, Processor(s)", "Lower Tray, Processor(s)");
+      get_sockets(record.error_socket, "Upper Tray, Processor(s)", "Lower Tray, Processor(s)");
   szString.format(
       "%s %s %s %s %s %s %s %s %s %s disabled by %s KRX board service processor.  Details: 0x%02X 0x%02X 0x%02X 0x%02X 0x%02X",
       sockets[0], sockets[1], sockets[2], sockets[3], sockets[4], sockets[5], sockets[6], sockets[7],
-      sockets[8], sockets[9], board.szReporter, record.error_cause, record.sockets_noerror_reg,
+      sockets[8], sockets[9], board.reporter, record.error_cause, record.sockets_noerror_reg,
       record.sockets_enabled_reg, record.sockets_noerror_reg_prev, record.sockets_enabled_reg_prev);
 }
 
-void TranslateIoDisablement(EventText &szString, const EVT_KRX_IO_DISABLEMENT &record,
-                            const KrxBoard &board) {
+void translate_io_disablement(EventText &szString, const EVT_KRX_IO_DISABLEMENT &record,
+                              const KrxBoard &board) {
   static constexpr const char *kIoBoards[] = {"Main IO", "Sub IO", "Low Profile (LP) IO"};
   szString.format("%s disabled by %s KRX board service processor. Details: 0x%02X 0x%02X 0x%02X",
-                  Lookup(kIoBoards, record.error_io, "Unrecognized IO Board"), board.szReporter,
+                  Lookup(kIoBoards, record.error_io, "Unrecognized IO Board"), board.reporter,
                   record.error_cause, record.io_reg, record.io_reg_prev);
 }
 
-// Records of ROM errors begin with their length; they name the board and the chip in bits of their own.
-const char *GetRomErrorBoard(const EVT_KRX_ROM_ERROR &record) {
+// Records of ROM errors begin with their length, and name board and chip in bits of their own.
+const char *get_rom_error_board(const EVT_KRX_ROM_ERROR &record) {
   return (record.krx_number & 2) != 0 ? "Lower" : "Upper";
 }
 
-int GetRomErrorChip(const EVT_KRX_ROM_ERROR &record) {
+int get_rom_error_chip(const EVT_KRX_ROM_ERROR &record) {
   return (record.krx_number & 1) + 1;
 }
 
 // Appends the record's bytes from offset `first` up to its length, which may claim more than the payload.
-void AppendDetails(EventText &szString, const EVT_FREE_FORM &payload, size_t first) {
+void append_bytes(EventText &szString, const EVT_FREE_FORM &payload, size_t first) {
   const size_t end = std::min<size_t>(payload.KRX_Rom_Error.byte_count, sizeof(payload));
   for (size_t i = first; i < end; ++i) {
     szString.format(" 0x%02x", payload.ExtendDataSize[i]);
@@ -277,71 +276,69 @@ constexpr size_t kRomErrorData = offsetof(EVT_KRX_ROM_ERROR, data);
 }  // namespace
 
 void TranslateClass25(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
-  const KrxBoard board = GetKrxBoard(pEventData->KRX_Generic.board);
+  const KrxBoard board = get_krx_board(pEventData->KRX_Generic.board);
   const EVT_KRX_FAULT &fault = pEventData->KRX_Fault;
   const EVT_KRX_ROM_ERROR &rom_error = pEventData->KRX_Rom_Error;
   switch (wEventCode) {
-    case 1: TranslatePeciAccess(szString, pEventData->KRX_Peci_Access, board); break;
-    case 2: TranslateDs2Access(szString, pEventData->KRX_DS2_Access, board); break;
-    case 4: TranslateCpuSkuError(szString, pEventData->KRX_SKU_Error, board); break;
-    case 6: TranslateSysSocket(szString, pEventData->KRX_Socket, board); break;
-    case 7: TranslateQpiLinkTraining(szString, pEventData->KRX_Link_Error, board); break;
-    case 8: TranslateFabricLinkTraining(szString, pEventData->KRX_Link_Error, board); break;
+    case 1: translate_peci_access(szString, pEventData->KRX_Peci_Access, board); break;
+    case 2: translate_ds2_access(szString, pEventData->KRX_DS2_Access, board); break;
+    case 4: translate_cpu_sku_error(szString, pEventData->KRX_SKU_Error, board); break;
+    case 6: translate_sys_socket(szString, pEventData->KRX_Socket, board); break;
+    case 7: translate_qpi_link_training(szString, pEventData->KRX_Link_Error, board); break;
+    case 8: translate_fabric_link_training(szString, pEventData->KRX_Link_Error, board); break;
     case 9:
       szString.format(
           "KRX Cube Assembly failure.  %s KRX board service processor response timeout reported by %s KRX board service processor",
-          board.szOther, board.szReporter);
+          board.other, board.reporter);
       break;
     case 10:
       szString.format(
           "KRX Cube Assembly failure.  %s KRX board not detected by %s KRX board service processor",
-          board.szOther, board.szReporter);
+          board.other, board.reporter);
       break;
     case 52:
       szString.format("System initialization failure reported by %s KRX board service processor",
-                      board.szReporter);
+                      board.reporter);
       break;
-    case 53: TranslateSocketCount(szString, pEventData->KRX_Socket, board); break;
-    case 57: TranslateSocketDisablement(szString, pEventData->KRX_Socket_Disable, board); break;
-    case 64: TranslateIoDisablement(szString, pEventData->KRX_IO_Disable, board); break;
-    case 81:
-      szString.format("Events from %s KRX board server processor were dropped", board.szReporter);
-      break;
+    case 53: translate_socket_count(szString, pEventData->KRX_Socket, board); break;
+    case 57: translate_socket_disablement(szString, pEventData->KRX_Socket_Disable, board); break;
+    case 64: translate_io_disablement(szString, pEventData->KRX_IO_Disable, board); break;
+    case 81: szString.format("Events from %s KRX board server processor were dropped", board.reporter); break;
     case 128:
-      szString.format("Power fault occurred on %s KRX board. Details: 0x%02X", board.szReporter,
+      szString.format("Power fault occurred on %s KRX board. Details: 0x%02X", board.reporter,
                       fault.faultByte);
       break;
     case 129:
-      szString.format("Reset occurred on %s KRX board service processor. Details: 0x%02X", board.szReporter,
+      szString.format("Reset occurred on %s KRX board service processor. Details: 0x%02X", board.reporter,
                       fault.faultByte);
       break;
     case 130:
-      szString.format("%s KRX board service processor initialization fault. Details: 0x%02X",
-                      board.szReporter, fault.faultByte);
+      szString.format("%s KRX board service processor initialization fault. Details: 0x%02X", board.reporter,
+                      fault.faultByte);
       break;
     case 131:
-      szString.format("Unexpected %s KRX board service processor FPGA Reconfiguration", board.szReporter);
+      szString.format("Unexpected %s KRX board service processor FPGA Reconfiguration", board.reporter);
       break;
-    case 132: szString.format("KRX %s board service processor is not available", board.szReporter); break;
+    case 132: szString.format("KRX %s board service processor is not available", board.reporter); break;
     case 192:
       szString.format("Uncorrectable error detected on %s KRX Board, KRX %d. Details:",
-                      GetRomErrorBoard(rom_error), GetRomErrorChip(rom_error));
-      AppendDetails(szString, *pEventData, kRomErrorData);
+                      get_rom_error_board(rom_error), get_rom_error_chip(rom_error));
+      append_bytes(szString, *pEventData, kRomErrorData);
       break;
     case 193:
       szString.format("Correctable error detected on %s KRX Board, KRX %d. Details:",
-                      GetRomErrorBoard(rom_error), GetRomErrorChip(rom_error));
-      AppendDetails(szString, *pEventData, kRomErrorData);
+                      get_rom_error_board(rom_error), get_rom_error_chip(rom_error));
+      append_bytes(szString, *pEventData, kRomErrorData);
       break;
     case 196:
       szString.format("Uncorrectable fabric error detected on %s KRX Board, KRX %d, link %d. Details:",
-                      GetRomErrorBoard(rom_error), GetRomErrorChip(rom_error), rom_error.data[0]);
-      AppendDetails(szString, *pEventData, kRomErrorData + 1);
+                      get_rom_error_board(rom_error), get_rom_error_chip(rom_error), rom_error.data[0]);
+      append_bytes(szString, *pEventData, kRomErrorData + 1);
       break;
     case 197:
       szString.format("Correctable fabric error detected on %s KRX Board, KRX %d, link %d. Details:",
-                      GetRomErrorBoard(rom_error), GetRomErrorChip(rom_error), rom_error.data[0]);
-      AppendDetails(szString, *pEventData, kRomErrorData + 1);
+                      get_rom_error_board(rom_error), get_rom_error_chip(rom_error), rom_error.data[0]);
+      append_bytes(szString, *pEventData, kRomErrorData + 1);
       break;
     default: szString.format("Unknown KRX event occurred, Code 0x%02X", wEventCode); break;
   }

@@ -1,4 +1,4 @@
-// Drive carriers that do not prove to be genuine.
+// Drive carriers that fail authentication.
 #include "iml/class_decoders.h"
 #include "iml/eventstr_helpers.h"
 

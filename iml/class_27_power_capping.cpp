@@ -1,4 +1,4 @@
-// Power caps that the server cannot keep.
+// Power capping.
 #include "iml/class_decoders.h"
 
 namespace iml {

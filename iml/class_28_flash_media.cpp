@@ -1,4 +1,4 @@
-// Flash media that the server boots from.
+// Boot from flash media.
 #include "iml/class_decoders.h"
 
 namespace iml {

@@ -1,4 +1,4 @@
-// Devices that are not seated as the interlock demands.
+// Devices that the interlock reports as improperly seated.
 #include "iml/class_decoders.h"
 #include "iml/eventstr_helpers.h"
 

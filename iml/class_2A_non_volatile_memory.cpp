@@ -6,7 +6,7 @@ namespace iml {
 namespace {
 
 // The first eight characters of the serial number; empty when there is none.
-const char *GetSerialPart(const char *cSerialNumber, EventText &szDest = Scratch().here()) {
+const char *get_serial_part(const char *cSerialNumber, EventText &szDest = Scratch().here()) {
   if (*cSerialNumber == '\0') {
     return "";
   }
@@ -19,13 +19,13 @@ const char *GetSerialPart(const char *cSerialNumber, EventText &szDest = Scratch
 void TranslateClass2A(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   const auto error = [&](Format<const char *, uint8_t, uint8_t, const char *> message) {
     const EVT_NVM_REC &record = pEventData->NVMRec;
-    szString.format(message, GetCPUBoard(record.bCPUBoardFlag), record.bCPUBoardId, record.bMemModuleId,
-                    GetSerialPart(record.cSerialNumber));
+    szString.format(message, get_cpu_board(record.bCPUBoardFlag), record.bCPUBoardId, record.bMemModuleId,
+                    get_serial_part(record.cSerialNumber));
   };
   const auto retried = [&](Format<const char *, uint8_t, uint8_t, uint8_t, const char *> message) {
     const EVT_NVM_REC_RETRY &record = pEventData->NVMRecRetry;
-    szString.format(message, GetCPUBoard(record.bCPUBoardFlag), record.bCPUBoardId, record.bMemModuleId,
-                    record.bRetryCount, GetSerialPart(record.cSerialNumber));
+    szString.format(message, get_cpu_board(record.bCPUBoardFlag), record.bCPUBoardId, record.bMemModuleId,
+                    record.bRetryCount, get_serial_part(record.cSerialNumber));
   };
   switch (wEventCode) {
     case 1:

@@ -1,5 +1,5 @@
-// The decoders, one for each class. Each appends the one line that describes the event to `szString`, or
-// nothing when it does not know the code or what the payload says; texts in the payload are terminated.
+// The decoders, one for each class. Each appends the line that describes the event to `szString`, or nothing
+// for an unknown code or value. Texts in the payload are terminated.
 #pragma once
 
 #include <cstdint>
@@ -38,6 +38,6 @@ void TranslateClass29(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, Even
 void TranslateClass2A(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
 
 // The event that classes 0x06 and 0x14 share.
-void TranslateChipsetError(EventText &szString, const EVT_UNCORRECTABLE_CHIPSET_ERROR &record);
+void translate_chipset_error(EventText &szString, const EVT_UNCORRECTABLE_CHIPSET_ERROR &record);
 
 }  // namespace iml

@@ -1,4 +1,4 @@
-// The one place where the translator writes: texts of bounded size, and formats that are checked when
+// Texts of bounded size, the only place where the translator writes, and formats that are checked when
 // compiling.
 #pragma once
 
@@ -36,7 +36,7 @@ constexpr unsigned parse_number(const char *&p) {
   return value;
 }
 
-// Reads the directive after a '%' and moves `p` behind it; at the end of the format it stays there.
+// Reads the directive after a '%' and moves `p` past it, but not past the end of the format.
 constexpr Directive parse_directive(const char *&p) {
   Directive directive;
   for (; *p == '-' || *p == '0'; ++p) {
@@ -54,7 +54,7 @@ constexpr Directive parse_directive(const char *&p) {
   return directive;
 }
 
-// What a directive can print.
+// The kinds of arguments, by the directives that print them.
 enum class ArgumentKind {
   kOther,
   kText,
@@ -81,7 +81,7 @@ constexpr ArgumentKind kind_of() {
   return sizeof(T) < sizeof(int) ? ArgumentKind::kSmall : ArgumentKind::kUnsigned;
 }
 
-// True for a known directive that prints an argument of this kind.
+// True if the directive is known and prints an argument of this kind.
 constexpr bool directive_fits(const Directive &directive, ArgumentKind kind) {
   const bool padded = directive.left || directive.zeros || directive.has_precision || directive.width != 0;
   const bool number_fits = directive.width <= kWidest && directive.precision <= kWidest &&
@@ -97,7 +97,7 @@ constexpr bool directive_fits(const Directive &directive, ArgumentKind kind) {
   }
 }
 
-// True when the directives of a format print `count` arguments of these kinds, in order and none besides.
+// True if the directives of a format print exactly `count` arguments of these kinds.
 constexpr bool format_fits(const char *format, const ArgumentKind *kinds, size_t count) {
   size_t used = 0;
   for (const char *p = format; *p != '\0';) {
@@ -148,7 +148,7 @@ struct Wording {
   const char *literal;
 };
 
-// An argument as the formatter takes it: a text or a number, the directive knows which.
+// An argument of any kind. Only the directive knows which kind it is.
 class Argument {
  public:
   constexpr Argument() : text_(nullptr) {}
@@ -204,7 +204,7 @@ class EventText {
   // Appends a text as it is.
   void append(std::string_view text);
 
-  // True as long as nothing has been stored.
+  // True if nothing has been stored.
   [[nodiscard]] bool empty() const {
     return length_ == 0;
   }
@@ -234,7 +234,7 @@ class OwnText : public EventText {
  public:
   OwnText() : EventText(room_, Size) {}
 
-  // The text as an argument that a temporary stands for: it lives until the end of the full expression.
+  // Makes a temporary an argument that is written to. It lives until the end of the full expression.
   EventText &here() {
     return *this;
   }
@@ -243,8 +243,7 @@ class OwnText : public EventText {
   char room_[Size];  // left uninitialised
 };
 
-// A text that is put together for a message: large enough for any text that a payload can yield, with its
-// frame.
+// A part of a message. It holds the longest text that a payload can yield, with the words around it.
 using Scratch = OwnText<320>;
 
 }  // namespace iml

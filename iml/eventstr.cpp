@@ -9,8 +9,8 @@
 namespace iml {
 namespace {
 
-// The payload, followed by two zero bytes: whatever a record holds, each text in it is terminated, and the
-// text behind the last one is empty. Decoders read texts through this and need no lengths.
+// The payload and two zero bytes. They terminate every text that a record can hold, and make the text after
+// the last one empty. Decoders read texts through this and need no lengths.
 struct GuardedPayload {
   EVT_FREE_FORM Data;
   char ends[2];
@@ -51,18 +51,18 @@ void TranslateEventToMessage(uint16_t wEventClass, uint16_t wEventCode, const EV
   }
 }
 
-// Sets all of a caller's buffer to zero.
-void Clear(char *szString, uint32_t ulSize) {
+// Sets the whole of a caller's buffer to zero.
+void clear(char *szString, uint32_t ulSize) {
   if (ulSize != 0) {  // with a size of 0 there may be no buffer
     memset(szString, 0, ulSize);
   }
 }
 
-// Writes a name, or "Unknown" where there is none. Returns what the entries return.
-uint8_t WriteName(const char *szName, char *szString, uint32_t ulSize) {
-  Clear(szString, ulSize);
-  EventText(szString, ulSize).append(szName != nullptr ? szName : szUnknown);
-  return szName != nullptr ? 1 : 0;
+// Writes a name, or "Unknown" for null. Returns what the public functions return.
+uint8_t write_name(const char *name, char *szString, uint32_t ulSize) {
+  clear(szString, ulSize);
+  EventText(szString, ulSize).append(name != nullptr ? name : szUnknown);
+  return name != nullptr ? 1 : 0;
 }
 
 // Names of the classes, by class code; null for a class without one.
@@ -117,11 +117,11 @@ static_assert(sizeof(kClassNames) / sizeof(*kClassNames) == 0x2B);
 }  // namespace iml
 
 uint8_t TranslateEventLogMessage(const EVT_LOG_ENTRY *pEvtLogEntry, char *szString, uint32_t ulSize) {
-  iml::Clear(szString, ulSize);
+  iml::clear(szString, ulSize);
   const EVT_HEADER &header = pEvtLogEntry->Hdr;
   const iml::GuardedPayload payload = {pEvtLogEntry->Data, {}};
   iml::EventText text(szString, ulSize);
-  // The record's length is not trusted anywhere; the one decoder that looks at it sees its low byte, signed.
+  // No read depends on the length that the record states. One decoder gets its low byte as a signed number.
   const auto bDataLength = static_cast<int8_t>(header.wEvtLength - sizeof(EVT_HEADER));
   iml::TranslateEventToMessage(header.wClass, header.wCode, &payload.Data, text, bDataLength);
   if (!text.empty()) {
@@ -132,18 +132,18 @@ uint8_t TranslateEventLogMessage(const EVT_LOG_ENTRY *pEvtLogEntry, char *szStri
 }
 
 uint8_t TranslateEventLogClass(uint16_t wClass, char *szString, uint32_t ulSize) {
-  return iml::WriteName(iml::Lookup(iml::kClassNames, wClass, nullptr), szString, ulSize);
+  return iml::write_name(iml::Lookup(iml::kClassNames, wClass, nullptr), szString, ulSize);
 }
 
 uint8_t TranslateEventLogSeverity(uint8_t bSeverity, char *szString, uint32_t ulSize) {
-  const char *szName = nullptr;
+  const char *name = nullptr;
   switch (bSeverity) {
     case kSeverityInformational:
-    case kSeverityInformationalAlternate: szName = "Informational"; break;
-    case kSeverityRepaired: szName = "Repaired"; break;
-    case kSeverityCaution: szName = "Caution"; break;
-    case kSeverityCritical: szName = "Critical"; break;
+    case kSeverityInformationalAlternate: name = "Informational"; break;
+    case kSeverityRepaired: name = "Repaired"; break;
+    case kSeverityCaution: name = "Caution"; break;
+    case kSeverityCritical: name = "Critical"; break;
     default: break;
   }
-  return iml::WriteName(szName, szString, ulSize);
+  return iml::write_name(name, szString, ulSize);
 }

@@ -1,10 +1,10 @@
-/* libimltext: turns records of the Integrated Management Log into text.
- *
- * The functions keep no state, allocate nothing and do no input or output. Each first sets all `ulSize` bytes
- * of `szString` to zero and then writes one terminated line of at most `ulSize` - 1 characters; what does not
- * fit is cut there. With `ulSize` 0 nothing is written and `szString` may be null.
- *
- * The headers need C99 or C++11, and a compiler that knows GCC's attributes. */
+// libimltext: turns records of the Integrated Management Log into text.
+//
+// The functions keep no state, allocate nothing and do no input or output. Each first sets all `ulSize` bytes
+// of `szString` to zero and then writes one terminated line of at most `ulSize` - 1 characters. What does not
+// fit is cut there. With `ulSize` 0 nothing is written and `szString` may be null.
+//
+// The headers need C99 or C++11, and a compiler that knows GCC's attributes.
 #pragma once
 
 #include <stdint.h>
@@ -21,16 +21,16 @@
 extern "C" {
 #endif
 
-/* The description of a whole record, which is only read: 240 bytes at `pEvtLogEntry`, whatever they hold.
- * Returns 1 when the event is known, 0 when "Unknown Event (Class 0x.., Code 0x..)" was written in its place,
- * or when `ulSize` leaves no room for a first character. Bytes of texts stored in the record are copied as
- * they are: the line can hold control characters. */
+// Describes a whole record: 240 bytes at `pEvtLogEntry` of any content, which are only read. Returns 1 if the
+// event is known. Returns 0 if "Unknown Event (Class 0x.., Code 0x..)" was written in its place, or if
+// `ulSize` leaves no room for a first character. Texts stored in the record are copied byte by byte: the line
+// can hold control characters.
 IML_API uint8_t TranslateEventLogMessage(const EVT_LOG_ENTRY *pEvtLogEntry, char *szString, uint32_t ulSize);
 
-/* The name of an event class. Returns 1, or 0 when the class has no name and "Unknown" was written. */
+// Names an event class. Returns 1, or 0 if the class has no name and "Unknown" was written.
 IML_API uint8_t TranslateEventLogClass(uint16_t wClass, char *szString, uint32_t ulSize);
 
-/* The name of a severity code. Returns 1, or 0 when the code has no name and "Unknown" was written. */
+// Names a severity code. Returns 1, or 0 if the code has no name and "Unknown" was written.
 IML_API uint8_t TranslateEventLogSeverity(uint8_t bSeverity, char *szString, uint32_t ulSize);
 
 #ifdef __cplusplus

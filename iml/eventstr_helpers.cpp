@@ -6,25 +6,24 @@ namespace iml {
 
 namespace {
 
-// ASCII alone: what the C library's predicates say depends on the locale of the program that uses the
-// library.
-bool IsSpace(char c) {
+// ASCII only. The C library's predicates would depend on the locale of the program that uses this library.
+bool is_space(char c) {
   return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-bool IsLetterOrDigit(char c) {
+bool is_letter_or_digit(char c) {
   return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
 }
 
 }  // namespace
 
-const char *NextText(const char *szText) {
-  return szText + strlen(szText) + 1;
+const char *next_text(const char *text) {
+  return text + strlen(text) + 1;
 }
 
-void AppendDetail(EventText &szString, const char *szDetail) {
-  if (*szDetail != '\0') {
-    szString.format(", %s", szDetail);
+void append_detail(EventText &szString, const char *detail) {
+  if (*detail != '\0') {
+    szString.format(", %s", detail);
   }
 }
 
@@ -91,7 +90,7 @@ const char *GetInternalExternal(const EVT_CHASSIS &Chassis) {
 }
 
 const char *GetSASPort(const char (&szPortID)[2], EventText &szString) {
-  // Without its first character the name is empty, whatever the second one is.
+  // A zero character ends the name, also as its first one.
   szString.append({szPortID, strnlen(szPortID, sizeof(szPortID))});
   return szString.c_str();
 }
@@ -104,7 +103,7 @@ const char *GetSysChassis(uint8_t bChassisId, const char *szChassisName, EventTe
 }
 
 const char *GetChassisEx(const char *pszName, const EVT_CHASSIS &Chassis, EventText &pszString) {
-  if (pszName != nullptr && IsLetterOrDigit(*pszName)) {
+  if (pszName != nullptr && is_letter_or_digit(*pszName)) {
     pszString.format("Enclosure Serial Number %.16s", pszName);
   } else {
     pszString.format("Enclosure Address %04X", Chassis.bId * 256U + Chassis.bPort);
@@ -122,9 +121,9 @@ const char *GetStorChassis(const char *szChassisName, EventText &szDest) {
 
 const char *GetSlotChassisSun(const char *szChassis_Sun, uint8_t bSlotNumber, EventText &szString) {
   szString.append(GetStorChassis(szChassis_Sun));
-  const char *const szSlot = NextText(szChassis_Sun);
-  if (*szSlot != '\0') {
-    szString.append(szSlot);
+  const char *const slot = next_text(szChassis_Sun);
+  if (*slot != '\0') {
+    szString.append(slot);
   } else {
     szString.format("Slot %s", Byte2Str(bSlotNumber));
   }
@@ -133,12 +132,12 @@ const char *GetSlotChassisSun(const char *szChassis_Sun, uint8_t bSlotNumber, Ev
 
 const char *CopyAndReformat(std::string_view szSrc, EventText &szDest) {
   while (!szSrc.empty()) {
-    if (IsSpace(szSrc.front())) {
+    if (is_space(szSrc.front())) {
       szSrc.remove_prefix(1);
       continue;
     }
     size_t word = 1;
-    while (word < szSrc.size() && !IsSpace(szSrc[word])) {
+    while (word < szSrc.size() && !is_space(szSrc[word])) {
       ++word;
     }
     if (!szDest.empty()) {

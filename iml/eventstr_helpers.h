@@ -1,6 +1,5 @@
-// What all class decoders share, so that each of them prints numbers, unknown
-// values, chassis, enclosures and slots the same way. Texts taken from a payload
-// are terminated: see TranslateEventLogMessage, the one place that sees to it.
+// How all class decoders print numbers, unknown values, chassis, enclosures and slots. Texts in a payload are
+// terminated; TranslateEventLogMessage ensures it.
 #pragma once
 
 #include <cstddef>
@@ -21,22 +20,21 @@ inline constexpr const char *szLocations[] = {
     "Backplane",       "Network Slot", "Blade Slot", "Virtual",
 };
 
-// The one way in which a number from a record indexes a table: outside the table it gives the fallback.
+// The entry of a table, or the fallback outside of it. Numbers from a record index a table in no other way.
 template <size_t N>
-constexpr const char *Lookup(const char *const (&table)[N], size_t index,
-                             const char *szFallback = szUnknown) {
-  return index < N ? table[index] : szFallback;
+constexpr const char *Lookup(const char *const (&table)[N], size_t index, const char *fallback = szUnknown) {
+  return index < N ? table[index] : fallback;
 }
 
-// The text stored directly behind a payload text; empty when the payload ends there.
-const char *NextText(const char *szText);
+// The text that follows a text in the payload. It is empty if the payload ends there.
+const char *next_text(const char *text);
 
-// Appends a text that may follow a description, behind ", "; nothing when it is empty.
-void AppendDetail(EventText &szString, const char *szDetail);
+// Appends ", " and the text; nothing if the text is empty.
+void append_detail(EventText &szString, const char *detail);
 
-// Each of the following returns the text to print: a constant, or what it wrote into an empty text. Without a
-// text of the caller's that one lives until the end of the full expression, so a helper's result can be an
-// argument of the call that prints it, and must not be kept.
+// Each of the following returns the text to print: a constant, or what it wrote into the last argument, which
+// has to be an empty text. By default that is a temporary, which lives until the end of the full expression:
+// the result can be an argument of the call that prints it, but must not be kept.
 
 // A number, "Unknown" for 255.
 const char *Byte2Str(uint8_t bValue, EventText &szDest = Scratch().here());
@@ -44,7 +42,7 @@ const char *Byte2Str(uint8_t bValue, EventText &szDest = Scratch().here());
 const char *Char2Str(char bValue, EventText &szDest = Scratch().here());
 // A number, "Unknown" for 0xFFFFFFFF.
 const char *Dword2Str(uint32_t dwValue, EventText &szDest = Scratch().here());
-// Eight hexadecimal digits behind "0x".
+// "0x" and eight hexadecimal digits.
 const char *Dword2HexStr(uint32_t dwValue, EventText &szDest = Scratch().here());
 // Degrees Celsius, "Unknown" for 255.
 const char *GetTemp(uint8_t bTemp, EventText &szDest = Scratch().here());
@@ -66,16 +64,18 @@ const char *GetSysChassis(uint8_t bChassisId, const char *szChassisName,
 // The enclosure's serial number where the name begins with a letter or digit, else its address.
 const char *GetChassisEx(const char *pszName, const EVT_CHASSIS &Chassis,
                          EventText &pszString = Scratch().here());
-// The chassis name as the front of a slot; empty for an empty name.
+// "Chassis NAME, ", which goes before a slot. Empty for an empty name.
 const char *GetStorChassis(const char *szChassisName, EventText &szDest = Scratch().here());
-// Chassis and slot of a storage device: the texts of
-// szChassis_Sun, the slot by number where it has no description.
+// Chassis and slot of a storage device, from the two texts of szChassis_Sun. A slot without a description is
+// shown by number.
 const char *GetSlotChassisSun(const char *szChassis_Sun, uint8_t bSlotNumber,
                               EventText &szString = Scratch().here());
-// A copy of a text without leading and trailing white space, each run of it inside folded to one blank.
+// A copy of a text without leading and trailing white space. Inside, each run of white space becomes one
+// blank.
 const char *CopyAndReformat(std::string_view szSrc, EventText &szDest = Scratch().here());
 
-// The value of `size` bytes, most significant first; of more than four bytes the last four.
+// The value of `size` bytes, the most significant one first. Of more than four bytes only the last four
+// count.
 uint32_t GetBigEndianValue(const uint8_t *pointer, uint8_t size);
 
 }  // namespace iml

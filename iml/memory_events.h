@@ -8,13 +8,14 @@
 
 namespace iml {
 
-// What a board or processor number counts: bCPUBoardFlag 0 boards, 1 processors.
-inline const char *GetCPUBoard(uint8_t bCPUBoardFlag) {
+// What a module is on: 0 a board, 1 a processor.
+inline const char *get_cpu_board(uint8_t bCPUBoardFlag) {
   static constexpr const char *kUnits[] = {"Board", "Processor"};
   return Lookup(kUnits, bCPUBoardFlag, "Board/CPU");
 }
 
-// Codes 0x20 to 0x41 of the main memory class, under the contract of its decoder.
-void TranslateMemoryConfiguration(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
+// Decodes codes 0x20 to 0x41 of the main memory class.
+void translate_memory_configuration(uint16_t wEventCode, const EVT_FREE_FORM *pEventData,
+                                    EventText &szString);
 
 }  // namespace iml

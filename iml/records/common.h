@@ -4,7 +4,7 @@
 // cSerialNumber, cCause, szSerialNumber, szChassis_Sun, and the byte arrays bMIDChain and data) is only the
 // first byte of what the payload holds from there on: take its address to read it, never past the payload's
 // 212 bytes, and write it through ExtendDataSize, which has them all. The texts end with NUL. szChassis_Sun
-// holds two of them one behind the other, the chassis name and the slot description; either may be empty.
+// holds two of them, the chassis name and then the slot description; either may be empty.
 // szPortID is two characters without a NUL.
 #pragma once
 
