@@ -6,7 +6,7 @@ namespace iml {
 namespace {
 
 // How many digits a number has at least; zeros make up for those that it lacks.
-size_t least_digits(const Directive &directive, bool negative) {
+unsigned least_digits(const Directive &directive, bool negative) {
   if (directive.has_precision) {
     return directive.precision;
   }
@@ -14,7 +14,36 @@ size_t least_digits(const Directive &directive, bool negative) {
                                                                     : 0;
 }
 
+char *write_hexadecimal(char *to, uint32_t number, unsigned least, const char *digits) {
+  unsigned size = 1;
+  while (size < least || (size < 8 && number >> 4 * size != 0)) {
+    ++size;
+  }
+  for (char *p = to + size; p != to; number >>= 4) {
+    *--p = digits[number % 16];
+  }
+  return to + size;
+}
+
 }  // namespace
+
+char *write_decimal(char *to, uint32_t number, unsigned least) {
+  static constexpr uint32_t kPowers[] = {1,      10,      100,      1000,      10000,
+                                         100000, 1000000, 10000000, 100000000, 1000000000};
+  unsigned size = std::max(least, 1U);
+  while (size < std::size(kPowers) && number >= kPowers[size]) {
+    ++size;
+  }
+  char *first = to + size;
+  for (; first - to >= 2; number /= 100) {
+    first -= 2;
+    memcpy(first, kDigitPairs.digits[number % 100], 2);
+  }
+  if (first != to) {
+    *to = static_cast<char>('0' + number);
+  }
+  return to + size;
+}
 
 void EventText::append(std::string_view text) {
   if (size_ == 0) {
@@ -29,34 +58,36 @@ void EventText::append(std::string_view text) {
 void EventText::append_padded(const Directive &directive, std::string_view text) {
   static constexpr std::string_view kBlanks = "                                ";
   static_assert(kBlanks.size() == kWidest);
-  const size_t blanks = directive.width > text.size() ? directive.width - text.size() : 0;
-  if (blanks != 0 && !directive.left) {
-    append(kBlanks.substr(0, blanks));
+  if (directive.width <= text.size()) {
+    append(text);
+    return;
   }
-  append(text);
-  if (blanks != 0 && directive.left) {
-    append(kBlanks.substr(0, blanks));
-  }
+  const std::string_view blanks = kBlanks.substr(0, directive.width - text.size());
+  append(directive.left ? text : blanks);
+  append(directive.left ? blanks : text);
 }
 
 void EventText::append_number(const Directive &directive, uint32_t magnitude, bool negative) {
-  const char *const digits = directive.conversion == 'X' ? "0123456789ABCDEF" : "0123456789abcdef";
-  const unsigned base = directive.conversion == 'x' || directive.conversion == 'X' ? 16 : 10;
-  char number[kWidest + 1];  // and a sign
-  char *const end = number + sizeof(number);
-  char *first = end;
-  do {
-    *--first = digits[magnitude % base];
-    magnitude /= base;
-  } while (magnitude != 0);
-  const size_t least = least_digits(directive, negative);
-  while (static_cast<size_t>(end - first) < least) {
-    *--first = '0';
-  }
+  char apart[kWidest + 1];  // and a sign
+  const unsigned least = least_digits(directive, negative);
+  // A number that needs no blanks is written in place where the longest would fit.
+  const bool in_place = directive.width <= least + (negative ? 1U : 0U) && size_ - length_ > sizeof(apart);
+  char *const begin = in_place ? buffer_ + length_ : apart;
+  char *end = begin;
   if (negative) {
-    *--first = '-';
+    *end++ = '-';
   }
-  append_padded(directive, {first, static_cast<size_t>(end - first)});
+  switch (directive.conversion) {
+    case 'x': end = write_hexadecimal(end, magnitude, least, "0123456789abcdef"); break;
+    case 'X': end = write_hexadecimal(end, magnitude, least, "0123456789ABCDEF"); break;
+    default: end = write_decimal(end, magnitude, least); break;
+  }
+  if (in_place) {
+    length_ += static_cast<uint32_t>(end - begin);
+    *end = '\0';
+  } else {
+    append_padded(directive, {begin, static_cast<size_t>(end - begin)});
+  }
 }
 
 void EventText::write(const char *format, const Argument *argument) {

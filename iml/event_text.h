@@ -6,6 +6,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 #include <type_traits>
 
@@ -171,6 +172,31 @@ class Argument {
     uint32_t number_;
   };
 };
+
+// The decimal digits of 0 to 99, two each.
+struct DigitPairs {
+  consteval DigitPairs() : digits() {
+    for (unsigned i = 0; i < 100; ++i) {
+      digits[i][0] = static_cast<char>('0' + i / 10);
+      digits[i][1] = static_cast<char>('0' + i % 10);
+    }
+  }
+  char digits[100][2];
+};
+inline constexpr DigitPairs kDigitPairs;
+
+// Writes a number in decimal with at least `least` digits, at most kWidest. Returns the end of what it has
+// written; nothing is terminated.
+char *write_decimal(char *to, uint32_t number, unsigned least);
+
+// The same for least two digits: a listing has a dozen such numbers in each entry.
+inline char *write_two_digits(char *to, uint8_t number) {
+  if (number >= 100) {
+    return write_decimal(to, number, 2);
+  }
+  memcpy(to, kDigitPairs.digits[number], 2);
+  return to + 2;
+}
 
 // A text that grows inside a buffer of fixed size. It is terminated after every call; what does not fit is
 // dropped, so a text is cut once, at the buffer's size - 1 characters.
