@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
-"""CPU time and peak memory of whole processes, run in turn: orvlog -v against the floor, and its start-up."""
+"""CPU time, peak memory and instructions of whole processes: orvlog -v against the floor, and its start-up."""
 import os
+import re
 import shutil
 import statistics
 import struct
@@ -55,26 +56,49 @@ def make_server(sample, entries):
     return server
 
 
+def listing_commands(build, size):
+    """The server, environment, listing and floor of a log of `size` entries."""
+    server = make_server(os.path.join(build, "samples", "server"), size)
+    env = dict(os.environ, ORVLOG_SIMULATOR=server)
+    listing = [os.path.join(build, "orvlog", "orvlog"), "-v"]
+    length = len(subprocess.run(listing, env=env, stdout=subprocess.PIPE, check=True).stdout)
+    floor = [os.path.join(build, "bench", "listing_floor"), str(length), str(size)]
+    if len(subprocess.run(floor, env=env, stdout=subprocess.PIPE, check=True).stdout) != length:
+        sys.exit("the floor does not write as many bytes as the listing has")
+    return server, env, listing, floor
+
+
+def instructions(command, env):
+    """Instructions of one run. They are counted, so that unlike times they are the same in each run."""
+    counted = ["valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null"] + command
+    run = subprocess.run(counted, env=env, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True, check=True)
+    return int(re.search(r"Collected : (\d+)", run.stderr).group(1))
+
+
+def print_instructions(build, entries):
+    """Prints instructions an entry: what the last `entries` of a log cost, so that the start-up does not count."""
+    counts = []
+    for size in (1000, 1000 + entries):
+        server, env, *commands = listing_commands(build, size)
+        counts.append([instructions(command, env) for command in commands])
+        shutil.rmtree(server)
+    ours, floor = ((after - before) / entries for before, after in zip(*counts))
+    print(f"-v over {entries} entries: {ours:.0f} instructions an entry, {ours - floor:.0f} beyond the floor")
+
+
 def main():
     build, entries = sys.argv[1], int(sys.argv[2])
-    orvlog = os.path.join(build, "orvlog", "orvlog")
-    floor = os.path.join(build, "bench", "listing_floor")
     print(f"{'':<44} {'orvlog':>12} {'other':>12}  ratio   peak memory")
     for size in (entries // 100, entries):
-        server = make_server(os.path.join(build, "samples", "server"), size)
-        try:
-            env = dict(os.environ, ORVLOG_SIMULATOR=server)
-            listing = subprocess.run([orvlog, "-v"], env=env, stdout=subprocess.PIPE, check=True).stdout
-            floor_command = [floor, str(len(listing)), str(size)]
-            if len(subprocess.run(floor_command, env=env, stdout=subprocess.PIPE, check=True).stdout) != len(listing):
-                sys.exit("the floor does not write as many bytes as the listing has")
-            compare(f"-v over {size} entries, against the floor", [orvlog, "-v"], floor_command, env, 15)
-        finally:
-            shutil.rmtree(server)
+        server, env, listing, floor = listing_commands(build, size)
+        compare(f"-v over {size} entries, against the floor", listing, floor, env, 15)
+        shutil.rmtree(server)
     env = dict(os.environ, ORVLOG_SIMULATOR=os.path.join(build, "samples", "server"))
+    orvlog = os.path.join(build, "orvlog", "orvlog")
     compare("-t, 100 starts, against /bin/true",
             ["/bin/sh", "-c", f'for i in $(seq 100); do "{orvlog}" -t; done'],
             ["/bin/sh", "-c", "for i in $(seq 100); do /bin/true; done"], env, 9)
+    print_instructions(build, 6000)
 
 
 main()

@@ -28,6 +28,13 @@ bool print_out(const char *format, ...) {
   return write_error == 0;
 }
 
+bool write_out(std::string_view text) {
+  if (fwrite(text.data(), 1, text.size(), stdout) != text.size()) {
+    note_failure();
+  }
+  return write_error == 0;
+}
+
 void print_err(const char *format, ...) {
   flush_output();
   va_list args;

@@ -1,9 +1,14 @@
 // Standard output, messages and the end of the run.
 #pragma once
 
+#include <string_view>
+
 // Writes to standard output as printf does. Returns whether every write of the run has succeeded so far;
 // finish() reports the first failure.
 [[gnu::format(printf, 1, 2)]] bool print_out(const char *format, ...);
+
+// Writes a text to standard output, with the result of print_out.
+bool write_out(std::string_view text);
 
 // Writes a message to standard error. Flushes standard output first, so that a message never precedes the
 // output it refers to.

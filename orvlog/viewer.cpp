@@ -1,14 +1,19 @@
 #include "orvlog/viewer.h"
 
 #include <climits>
+#include <cstring>
+#include <string_view>
 
 #include "driver/event_reader.h"
+#include "iml/event_text.h"
 #include "iml/eventstr.h"
 #include "orvlog/output.h"
 
 namespace {
 
 constexpr uint32_t kDescriptionSize = 256;
+constexpr size_t kSeverityWidth = 14;
+constexpr size_t kEntrySize = 512;  // a description, and more than any numbers and times take
 
 // Reports why the log could not be opened. Returns whether it is ready to be read.
 bool is_ready(const EventReader &log) {
@@ -24,61 +29,82 @@ bool is_ready(const EventReader &log) {
   return false;
 }
 
-// A time stamp as "hour:minute  month/day/year", each number of at least two digits. Written by hand because
-// a listing spends more time on its numbers than on its texts.
-class TimeText {
- public:
-  explicit TimeText(const EVT_TIME_STAMP &time) {
-    number(time.bHour);
-    *end_++ = ':';
-    number(time.bMinute);
-    *end_++ = ' ';
-    *end_++ = ' ';
-    number(time.bMonth);
-    *end_++ = '/';
-    number(time.bDay);
-    *end_++ = '/';
-    number(time.bCentury);
-    number(time.bYear);
-    *end_ = '\0';
-  }
-
-  [[nodiscard]] const char *text() const {
-    return text_;
-  }
-
- private:
-  void number(unsigned value) {
-    if (value >= 100) {
-      digit(value / 100);
+// Replaces control characters and bytes above 0x7F by blanks: text from firmware must neither control a
+// terminal nor leave half a multi-byte character there.
+void blank_unprintable(char *text, size_t length) {
+  constexpr uint64_t kEachByte = 0x0101010101010101;
+  char *const end = text + length;
+  while (text != end) {
+    if (end - text >= 8) {
+      uint64_t word;
+      memcpy(&word, text, sizeof(word));
+      // Printable characters have no top bit, and get none when 0x20 is taken away. They are skipped eight at
+      // a time, since most texts have no others.
+      if (((word | (word - kEachByte * ' ')) & kEachByte * 0x80) == 0) {
+        text += sizeof(word);
+        continue;
+      }
     }
-    digit(value / 10 % 10);
-    digit(value % 10);
+    if (static_cast<signed char>(*text) < ' ') {
+      *text = ' ';
+    }
+    ++text;
   }
-  void digit(unsigned value) {
-    *end_++ = static_cast<char>('0' + value);
-  }
+}
 
-  char text_[sizeof("255:255  255/255/255255")];
-  char *end_ = text_;
-};
+// The functions below write at `to` and return the end of what they have written.
+
+char *write_text(char *to, std::string_view text) {
+  memcpy(to, text.data(), text.size());
+  return to + text.size();
+}
+
+char *write_number(char *to, uint32_t number) {  // as %.4d
+  const bool negative = static_cast<int32_t>(number) < 0;
+  if (negative) {
+    *to++ = '-';
+  }
+  return iml::write_decimal(to, negative ? 0U - number : number, 4);
+}
+
+char *write_time(char *to, const EVT_TIME_STAMP &time) {
+  to = iml::write_two_digits(to, time.bHour);
+  *to++ = ':';
+  to = iml::write_two_digits(to, time.bMinute);
+  to = write_text(to, "  ");
+  to = iml::write_two_digits(to, time.bMonth);
+  *to++ = '/';
+  to = iml::write_two_digits(to, time.bDay);
+  *to++ = '/';
+  to = iml::write_two_digits(to, time.bCentury);
+  return iml::write_two_digits(to, time.bYear);
+}
+
+char *write_description(char *to, const EVT_LOG_ENTRY &record) {
+  TranslateEventLogMessage(&record, to, kDescriptionSize);
+  const size_t length = strlen(to);
+  blank_unprintable(to, length);
+  return to + length;
+}
 
 // Returns whether standard output still takes what is written.
 bool print_entry(const EVT_LOG_ENTRY &record) {
-  char description[kDescriptionSize];
-  TranslateEventLogMessage(&record, description, sizeof(description));
-  // Text from firmware must not reach the terminal as a control character or half a multi-byte character.
-  for (char *c = description; *c != '\0'; ++c) {
-    if (static_cast<signed char>(*c) < ' ') {
-      *c = ' ';
-    }
-  }
   const EVT_HEADER &header = record.Hdr;
-  const TimeText s_InitTime(header.InitTime);
-  const TimeText s_UpdateTime(header.UpdateTime);
-  return print_out("%.4d %-14s %16s %16s %.4d\nLOG: %s\n\n", static_cast<int>(header.dwEvtNumber),
-                   GetSeverity(header.bSeverity), s_InitTime.text(), s_UpdateTime.text(),
-                   static_cast<int>(header.dwCount), description);
+  char line[kEntrySize];
+  char *end = write_number(line, header.dwEvtNumber);
+  *end++ = ' ';
+  memset(end, ' ', kSeverityWidth + 1);
+  write_text(end, GetSeverity(header.bSeverity));
+  end += kSeverityWidth + 1;
+  end = write_time(end, header.InitTime);
+  *end++ = ' ';
+  end = write_time(end, header.UpdateTime);
+  *end++ = ' ';
+  end = write_number(end, header.dwCount);
+  end = write_text(end, "\nLOG: ");
+  end = write_description(end, record);
+  end = write_text(end, "\n\n");
+  return write_out({line, static_cast<size_t>(end - line)});
 }
 
 }  // namespace
