@@ -327,6 +327,51 @@ void TranslateQuellinBatFail(EventText &szString, const EVT_POWER_SUPPLY_STORBAT
   }
 }
 
+// Codes 0x15 to 0x27: the server's power as a whole, its batteries and backup units.
+void translate_server_power(EventText &szString, uint16_t wEventCode, const EVT_FREE_FORM &data,
+                            int8_t bDataLength) {
+  switch (wEventCode) {
+    case 0x15: szString.append("Mismatched Power Supply Installed"); break;
+    case 0x16: szString.append("Server Powered On"); break;
+    case 0x17: szString.append("Server Powered Off"); break;
+    case 0x18: szString.append("Server Power Reset"); break;
+    case 0x19: szString.append("Server Power Brownout"); break;
+    case 0x1A: TranslatePsServerPowerFault(szString, data.PsSysPowerFault, bDataLength); break;
+    case 0x1B: szString.append("System Board Power Protection Fault"); break;
+    case 0x1C: szString.append("Power Supply or Power Backplane Detection Error"); break;
+    case 0x1D: szString.append("Power Management Features Disabled By Power Supply"); break;
+    case 0x1E:
+      szString.format("Quellin Battery Removed (Battery %d)", data.PsStorBatRemoved.bBatteryId);
+      break;
+    case 0x1F: TranslateQuellinBatFail(szString, data.PsStorBatFailed); break;
+    case 0x20:
+      szString.format("Quellin Battery Not Responding (Battery %d)", data.PsStorBatI2CFault.bBatteryId);
+      break;
+    case 0x21:
+      szString.append(
+          "The system contains multiple types of power supplies.  Certain features are not supported and power redundancy may be limited");
+      break;
+    case 0x22:
+      szString.append(
+          "A Power Supply hot-plug event occurred resulting in the system containing multiple types of power supplies when Dynamic Power Capping (DPC) is enabled.  DPC may not function properly in this state, and it is recommended power capping be disabled");
+      break;
+    case 0x23:
+      szString.append(
+          "A Power Supply hot-plug event occurred resulting in the system containing multiple types of power supplies when High Efficiency Mode (HEM) is enabled.  HEM may not function properly in this state, and it is recommended HEM be disabled");
+      break;
+    case 0x24:
+      szString.format("Power On Denied (Service Information: %s)", data.PsPowerOnDenied.cText);
+      break;
+    case 0x25:
+      szString.format("Battery Backup Unit failure (Bay %d, %s)", data.PsBBUFailure.bBayNumber,
+                      data.PsBBUFailure.cText);
+      break;
+    case 0x26: szString.format("Battery Backup Unit inserted (Bay %d)", data.PsBBUInsRem.bBayNumber); break;
+    case 0x27: szString.format("Battery Backup Unit removed (Bay %d)", data.PsBBUInsRem.bBayNumber); break;
+    default: break;
+  }
+}
+
 }  // namespace
 
 void TranslateClass0B(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString,
@@ -373,49 +418,7 @@ void TranslateClass0B(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, Even
       append_detail(szString, next_text(pEventData->PsFail.cChassisName));
       break;
     case 0x14: TranslatePsFailureSAS(szString, pEventData->PsFailSas); break;
-    case 0x15: szString.append("Mismatched Power Supply Installed"); break;
-    case 0x16: szString.append("Server Powered On"); break;
-    case 0x17: szString.append("Server Powered Off"); break;
-    case 0x18: szString.append("Server Power Reset"); break;
-    case 0x19: szString.append("Server Power Brownout"); break;
-    case 0x1A: TranslatePsServerPowerFault(szString, pEventData->PsSysPowerFault, bDataLength); break;
-    case 0x1B: szString.append("System Board Power Protection Fault"); break;
-    case 0x1C: szString.append("Power Supply or Power Backplane Detection Error"); break;
-    case 0x1D: szString.append("Power Management Features Disabled By Power Supply"); break;
-    case 0x1E:
-      szString.format("Quellin Battery Removed (Battery %d)", pEventData->PsStorBatRemoved.bBatteryId);
-      break;
-    case 0x1F: TranslateQuellinBatFail(szString, pEventData->PsStorBatFailed); break;
-    case 0x20:
-      szString.format("Quellin Battery Not Responding (Battery %d)",
-                      pEventData->PsStorBatI2CFault.bBatteryId);
-      break;
-    case 0x21:
-      szString.append(
-          "The system contains multiple types of power supplies.  Certain features are not supported and power redundancy may be limited");
-      break;
-    case 0x22:
-      szString.append(
-          "A Power Supply hot-plug event occurred resulting in the system containing multiple types of power supplies when Dynamic Power Capping (DPC) is enabled.  DPC may not function properly in this state, and it is recommended power capping be disabled");
-      break;
-    case 0x23:
-      szString.append(
-          "A Power Supply hot-plug event occurred resulting in the system containing multiple types of power supplies when High Efficiency Mode (HEM) is enabled.  HEM may not function properly in this state, and it is recommended HEM be disabled");
-      break;
-    case 0x24:
-      szString.format("Power On Denied (Service Information: %s)", pEventData->PsPowerOnDenied.cText);
-      break;
-    case 0x25:
-      szString.format("Battery Backup Unit failure (Bay %d, %s)", pEventData->PsBBUFailure.bBayNumber,
-                      pEventData->PsBBUFailure.cText);
-      break;
-    case 0x26:
-      szString.format("Battery Backup Unit inserted (Bay %d)", pEventData->PsBBUInsRem.bBayNumber);
-      break;
-    case 0x27:
-      szString.format("Battery Backup Unit removed (Bay %d)", pEventData->PsBBUInsRem.bBayNumber);
-      break;
-    default: break;
+    default: translate_server_power(szString, wEventCode, *pEventData, bDataLength); break;
   }
 }
 

@@ -145,6 +145,36 @@ const char *get_enclosure(const Record &record, EventText &szDest = Scratch().he
   return GetChassisEx(record.cChassisName, record.Chassis, szDest);
 }
 
+// Most events name the enclosure and one or two things more. They differ in the order, which is that of the
+// messages.
+
+template <class Record>
+void translate_inf(EventText &szString, Wording<2> wording, const Record &record) {
+  szString.format(wording, {get_enclosure_type(record.Chassis), get_enclosure(record)});
+}
+
+template <class Record>
+void translate_inf(EventText &szString, Wording<3> wording, const Record &record, const char *detail) {
+  szString.format(wording, {get_enclosure_type(record.Chassis), get_enclosure(record), detail});
+}
+
+template <class Record>
+void translate_inf_at(EventText &szString, Wording<3> wording, const Record &record, const char *place) {
+  szString.format(wording, {get_enclosure_type(record.Chassis), place, get_enclosure(record)});
+}
+
+template <class Record>
+void translate_inf_blade(EventText &szString, Wording<4> wording, const Record &record, const char *reason) {
+  szString.format(
+      wording, {get_enclosure_type(record.Chassis), reason, get_enclosure(record), Byte2Str(record.bBlade)});
+}
+
+template <class Record>
+void translate_inf_side(EventText &szString, Wording<4> wording, const Record &record, const char *problem) {
+  szString.format(wording, {get_enclosure_type(record.Chassis), problem, GetRackSide(record.bSide),
+                            get_enclosure(record)});
+}
+
 void translate_inf_fuse_open(EventText &szString, const EVT_INF_ENV_FUSE_OPEN &record) {
   const auto position = static_cast<uint8_t>(record.bZoneId & 0x0F);
   const char *const fuse = (record.bZoneId & 0x10) != 0 ? "B" : "A";
@@ -161,11 +191,10 @@ void translate_inf_fuse_open(EventText &szString, const EVT_INF_ENV_FUSE_OPEN &r
   }
 }
 
-void translate_inf_blade_inserted_removed(EventText &szString, const EVT_INF_ENV_BLADE_INS_REM &record) {
-  constexpr Wording<3> kInserted = "%s Blade Inserted (%s, Slot %s)";
-  constexpr Wording<3> kRemoved = "%s Blade Removed (%s, Slot %s)";
-  szString.format(record.bPresent != 0 ? kInserted : kRemoved,
-                  {get_enclosure_type(record.Chassis), get_enclosure(record), Byte2Str(record.bBlade)});
+// This event counts the buses from 0, the one before it from 1.
+void translate_inf_dc_power(EventText &szString, const EVT_INF_ENV_DC_PWR_PROBLEM &record) {
+  szString.format("%s DC Power Out Of Tolerance (%s, %s, %d mV)", get_enclosure_type(record.Chassis),
+                  get_enclosure(record), record.cSide == 0 ? "Power Bus A" : "Power Bus B", record.wVoltage);
 }
 
 void translate_inf_rack_change(EventText &szString, const EVT_INF_ENV_RACK_INFRASTRUCTURE_CHG &record) {
@@ -197,23 +226,19 @@ void translate_inf_power_misconfig(EventText &szString, const EVT_INF_ENV_PWR_SU
   }
 }
 
-// The records of a blower's fault and removal are laid out alike.
-template <class Record>
-void translate_inf_blower(EventText &szString, Wording<4> wording, const Record &record) {
-  szString.format(wording, {get_enclosure_type(record.Chassis), Byte2Str(record.bProblem),
-                            GetRackSide(record.bSide), get_enclosure(record)});
-}
-
-void translate_inf_blade_inserted_removed2(EventText &szString, Wording<3> blade,
-                                           Wording<3> network_component,
-                                           const EVT_INF_ENV_BLADE_INS_REM_2 &record) {
+void translate_inf_zone(EventText &szString, Wording<3> blade, Wording<3> network_component,
+                        const EVT_INF_ENV_BLADE_INS_REM_2 &record) {
   const bool is_blade = record.bZoneType == kZoneBlade;
   if (!is_blade && record.bZoneType != kZoneNetworkComponent) {
     return;
   }
-  szString.format(is_blade ? blade : network_component,
-                  {get_enclosure_type(record.Chassis),
-                   is_blade ? Byte2Str(record.bZoneId) : GetRackSide(record.bZoneId), get_enclosure(record)});
+  translate_inf_at(szString, is_blade ? blade : network_component, record,
+                   is_blade ? Byte2Str(record.bZoneId) : GetRackSide(record.bZoneId));
+}
+
+void translate_inf_chassis_error(EventText &szString, const EVT_INF_ENV_CHASSIS_ERR &record) {
+  szString.format("Infrastructure Fault, %s at %s, %s", GetInfErrString(record.bError),
+                  GetInfMainLocation(record.bLocation), GetInfSubLocation(record.bSubLocation));
 }
 
 void translate_inf_firmware_mismatch(EventText &szString, const EVT_INF_FIRMWARE_MISMATCH &record) {
@@ -226,110 +251,75 @@ void translate_inf_firmware_mismatch(EventText &szString, const EVT_INF_FIRMWARE
 }  // namespace
 
 void TranslateClass22(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
+  const EVT_FREE_FORM &data = *pEventData;
   switch (wEventCode) {
-    case 0x01: {
-      const auto &record = pEventData->InfCantPwrOn;
-      szString.format("%s Inadequate Power To Power On: %s (%s, Slot %s)", get_enclosure_type(record.Chassis),
-                      GetInadequatePowerReason(record.bReason), get_enclosure(record),
-                      Byte2Str(record.bBlade));
+    case 0x01:
+      translate_inf_blade(szString, "%s Inadequate Power To Power On: %s (%s, Slot %s)", data.InfCantPwrOn,
+                          GetInadequatePowerReason(data.InfCantPwrOn.bReason));
+      break;
+    case 0x02:
+      translate_inf(szString, "%s Blade Manual Power On (%s, Slot %s)", data.InfManOverride,
+                    Byte2Str(data.InfManOverride.bBlade));
+      break;
+    case 0x03: translate_inf_fuse_open(szString, data.InfFuseOpen); break;
+    case 0x04:
+      translate_inf(szString, "%s Blade I2C Bus Fault (%s, Bus %s)", data.InfI2cFlt,
+                    Byte2Str(data.InfI2cFlt.bBus));
+      break;
+    case 0x05: {
+      constexpr Wording<3> kInserted = "%s Blade Inserted (%s, Slot %s)";
+      constexpr Wording<3> kRemoved = "%s Blade Removed (%s, Slot %s)";
+      translate_inf(szString, data.InfBladeInsRem.bPresent != 0 ? kInserted : kRemoved, data.InfBladeInsRem,
+                    Byte2Str(data.InfBladeInsRem.bBlade));
       break;
     }
-    case 0x02: {
-      const auto &record = pEventData->InfManOverride;
-      szString.format("%s Blade Manual Power On (%s, Slot %s)", get_enclosure_type(record.Chassis),
-                      get_enclosure(record), Byte2Str(record.bBlade));
+    case 0x06:
+      translate_inf(szString, "%s Power Not Balanced (%s, %s)", data.InfPwrLoadBal,
+                    data.InfPwrLoadBal.cSide == 1 ? "Power Bus A" : "Power Bus B");
       break;
-    }
-    case 0x03: translate_inf_fuse_open(szString, pEventData->InfFuseOpen); break;
-    case 0x04: {
-      const auto &record = pEventData->InfI2cFlt;
-      szString.format("%s Blade I2C Bus Fault (%s, Bus %s)", get_enclosure_type(record.Chassis),
-                      get_enclosure(record), Byte2Str(record.bBus));
+    case 0x07: translate_inf_dc_power(szString, data.InfDcPwrProblem); break;
+    case 0x08:
+      translate_inf(szString, "%s AC Facility Input Power Exceeded (%s)", data.InfAcPwrProblem);
       break;
-    }
-    case 0x05: translate_inf_blade_inserted_removed(szString, pEventData->InfBladeInsRem); break;
-    case 0x06: {
-      const auto &record = pEventData->InfPwrLoadBal;
-      szString.format("%s Power Not Balanced (%s, %s)", get_enclosure_type(record.Chassis),
-                      get_enclosure(record), record.cSide == 1 ? "Power Bus A" : "Power Bus B");
-      break;
-    }
-    case 0x07: {
-      // This event counts the buses from 0, the one above from 1.
-      const auto &record = pEventData->InfDcPwrProblem;
-      szString.format("%s DC Power Out Of Tolerance (%s, %s, %d mV)", get_enclosure_type(record.Chassis),
-                      get_enclosure(record), record.cSide == 0 ? "Power Bus A" : "Power Bus B",
-                      record.wVoltage);
-      break;
-    }
-    case 0x08: {
-      const auto &record = pEventData->InfAcPwrProblem;
-      szString.format("%s AC Facility Input Power Exceeded (%s)", get_enclosure_type(record.Chassis),
-                      get_enclosure(record));
-      break;
-    }
-    case 0x09:
-      szString.format("Loss Of Chassis Connectivity (%s)", get_enclosure(pEventData->InfLostCon));
-      break;
-    case 0x0A: szString.format("New Chassis Connected (%s)", get_enclosure(pEventData->InfNewCon)); break;
-    case 0x0B: translate_inf_rack_change(szString, pEventData->InfRackChange); break;
-    case 0x0C: {
-      const auto &record = pEventData->InfUnknownPwrUse;
-      szString.format("%s Unknown Power Consumption (%s)", get_enclosure_type(record.Chassis),
-                      get_enclosure(record));
-      break;
-    }
-    case 0x0D: translate_inf_power_misconfig(szString, pEventData->InfPwrMisconfig); break;
-    case 0x0E: {
-      const auto &record = pEventData->InfEnclMgrStatus;
-      szString.format("%s Status Change (%s)", get_enclosure_type(record.Chassis), get_enclosure(record));
-      break;
-    }
+    case 0x09: szString.format("Loss Of Chassis Connectivity (%s)", get_enclosure(data.InfLostCon)); break;
+    case 0x0A: szString.format("New Chassis Connected (%s)", get_enclosure(data.InfNewCon)); break;
+    case 0x0B: translate_inf_rack_change(szString, data.InfRackChange); break;
+    case 0x0C: translate_inf(szString, "%s Unknown Power Consumption (%s)", data.InfUnknownPwrUse); break;
+    case 0x0D: translate_inf_power_misconfig(szString, data.InfPwrMisconfig); break;
+    case 0x0E: translate_inf(szString, "%s Status Change (%s)", data.InfEnclMgrStatus); break;
     case 0x0F:
-      translate_inf_blower(szString, "%s Blower Fault (%s, Blower %s, %s)", pEventData->InfBlwrFault);
+      translate_inf_side(szString, "%s Blower Fault (%s, Blower %s, %s)", data.InfBlwrFault,
+                         Byte2Str(data.InfBlwrFault.bProblem));
       break;
     case 0x10:
-      translate_inf_blower(szString, "%s Blower Removed (%s, Blower %s, %s)", pEventData->InfBlwrRem);
+      translate_inf_side(szString, "%s Blower Removed (%s, Blower %s, %s)", data.InfBlwrRem,
+                         Byte2Str(data.InfBlwrRem.bProblem));
       break;
-    case 0x11: {
-      const auto &record = pEventData->InfEthSwFlt;
-      szString.format("%s Ethernet Switch Error - %s (%s, %s)", get_enclosure_type(record.Chassis),
-                      GetEthSwErr(record.bProblem), GetRackSide(record.bSide), get_enclosure(record));
+    case 0x11:
+      translate_inf_side(szString, "%s Ethernet Switch Error - %s (%s, %s)", data.InfEthSwFlt,
+                         GetEthSwErr(data.InfEthSwFlt.bProblem));
       break;
-    }
-    case 0x12: {
-      const auto &record = pEventData->InfInPwrSenseErr;
-      szString.format("%s Power Feed Missing (%s, %s)", get_enclosure_type(record.Chassis),
-                      GetPwrBus(record.bSide), get_enclosure(record));
+    case 0x12:
+      translate_inf_at(szString, "%s Power Feed Missing (%s, %s)", data.InfInPwrSenseErr,
+                       GetPwrBus(data.InfInPwrSenseErr.bSide));
       break;
-    }
     case 0x13:
-      translate_inf_blade_inserted_removed2(szString, "%s Server Blade Inserted (Slot %s, %s)",
-                                            "%s Network Component Inserted (%s, %s)",
-                                            pEventData->InfBladeInsRem2);
+      translate_inf_zone(szString, "%s Server Blade Inserted (Slot %s, %s)",
+                         "%s Network Component Inserted (%s, %s)", data.InfBladeInsRem2);
       break;
     case 0x14:
-      translate_inf_blade_inserted_removed2(szString, "%s Server Blade Removed (Slot %s, %s)",
-                                            "%s Network Component Removed (%s, %s)",
-                                            pEventData->InfBladeInsRem2);
+      translate_inf_zone(szString, "%s Server Blade Removed (Slot %s, %s)",
+                         "%s Network Component Removed (%s, %s)", data.InfBladeInsRem2);
       break;
     case 0x15:
-      szString.format("%s Invalid Topology - Check Cabling",
-                      get_enclosure_type(pEventData->InfTopErr.Chassis));
+      szString.format("%s Invalid Topology - Check Cabling", get_enclosure_type(data.InfTopErr.Chassis));
       break;
-    case 0x18: {
-      const auto &record = pEventData->InfChassisError;
-      szString.format("Infrastructure Fault, %s at %s, %s", GetInfErrString(record.bError),
-                      GetInfMainLocation(record.bLocation), GetInfSubLocation(record.bSubLocation));
+    case 0x18: translate_inf_chassis_error(szString, data.InfChassisError); break;
+    case 0x19: translate_inf_firmware_mismatch(szString, data.InfFirmwareMismatch); break;
+    case 0x1A:
+      translate_inf_blade(szString, "%s Power Request Denied: %s (%s, Slot %s)", data.InfPowerRequestDenied,
+                          GetPowerDenialReason(data.InfPowerRequestDenied.bReason));
       break;
-    }
-    case 0x19: translate_inf_firmware_mismatch(szString, pEventData->InfFirmwareMismatch); break;
-    case 0x1A: {
-      const auto &record = pEventData->InfPowerRequestDenied;
-      szString.format("%s Power Request Denied: %s (%s, Slot %s)", get_enclosure_type(record.Chassis),
-                      GetPowerDenialReason(record.bReason), get_enclosure(record), Byte2Str(record.bBlade));
-      break;
-    }
     default: break;
   }
 }
