@@ -3,51 +3,27 @@
 include(CMakePackageConfigHelpers)
 find_program(GZIP gzip REQUIRED)
 
-# Installs `file` compressed, as `name`.gz; the same file always gives the same bytes.
-function(orvlog_install_compressed component file name destination)
-  set(compressed ${PROJECT_BINARY_DIR}/compressed/${component}/${name}.gz)
-  add_custom_command(
-    OUTPUT ${compressed}
-    COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/compressed/${component}
-    COMMAND ${GZIP} -9nc ${file} > ${compressed}
-    DEPENDS ${file}
-    VERBATIM)
-  add_custom_target(compressed_${component}_${name} ALL DEPENDS ${compressed})
-  install(FILES ${compressed} DESTINATION ${destination} COMPONENT ${component} ${ARGN})
-endfunction()
-
-foreach(component IN ITEMS orvlog libimltext1 libimltext-dev orvlog-simulator)
-  set(when "")
-  if(component STREQUAL "orvlog-simulator")
-    set(when EXCLUDE_FROM_ALL)
-  endif()
-  install(FILES ${PROJECT_SOURCE_DIR}/packaging/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${component}
-          COMPONENT ${component} ${when})
-  orvlog_install_compressed(${component} ${PROJECT_SOURCE_DIR}/packaging/changelog changelog
-                            ${CMAKE_INSTALL_DATADIR}/doc/${component} ${when})
-endforeach()
-
 # Installs a program with its manual page, which shows the version, and its completion.
 function(orvlog_install_program program destination)
   install(TARGETS ${program} RUNTIME DESTINATION ${destination} COMPONENT ${program})
+  # In the build tree the run path leads to the simulator.
+  install(CODE "file(RPATH_REMOVE FILE \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${destination}/${program}\")"
+          COMPONENT ${program})
   set(page ${PROJECT_BINARY_DIR}/docs/${program}.8)
   configure_file(docs/${program}.8 ${page} @ONLY)
-  orvlog_install_compressed(${program} ${page} ${program}.8 ${CMAKE_INSTALL_MANDIR}/man8)
+  add_custom_command( # without name and time, so that two builds give the same bytes
+    OUTPUT ${page}.gz COMMAND ${GZIP} -9nc ${page} > ${page}.gz DEPENDS ${page} VERBATIM)
+  add_custom_target(${program}_page ALL DEPENDS ${page}.gz)
+  install(FILES ${page}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT ${program})
   install(FILES ${PROJECT_SOURCE_DIR}/completions/${program}
           DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT ${program})
 endfunction()
 
 orvlog_install_program(orvlog ${CMAKE_INSTALL_SBINDIR})
-# The loader would look for the maker's libraries where the build tree has the simulator's.
-install(
-  CODE "file(RPATH_REMOVE FILE \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_SBINDIR}/orvlog\")"
-  COMPONENT orvlog)
 orvlog_install_program(imlog ${CMAKE_INSTALL_BINDIR})
-install(
-  CODE "file(RPATH_REMOVE FILE \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/imlog\")"
-  COMPONENT imlog)
 
 # The units of imlog, which nothing enables. They name the program by its path: systemd 247 does not search for it.
+set(ORVLOG_UNIT_DIR lib/systemd/system CACHE STRING "Folder of systemd's units")
 foreach(unit IN ITEMS imlog-ship prometheus-node-exporter-iml)
   install(CODE "
     set(bindir \${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR})
@@ -55,7 +31,7 @@ foreach(unit IN ITEMS imlog-ship prometheus-node-exporter-iml)
                    ${PROJECT_BINARY_DIR}/systemd/${unit}.service @ONLY)"
     COMPONENT imlog)
   install(FILES ${PROJECT_BINARY_DIR}/systemd/${unit}.service packaging/systemd/${unit}.timer
-          DESTINATION lib/systemd/system COMPONENT imlog)
+          DESTINATION ${ORVLOG_UNIT_DIR} COMPONENT imlog)
 endforeach()
 install(FILES docs/shipping.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/imlog COMPONENT imlog)
 

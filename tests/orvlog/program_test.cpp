@@ -401,7 +401,7 @@ TEST(Output, ThatCannotBeWrittenEndsTheListingAndIsReportedOnce) {
 
 TEST(Output, NeverGoesIntoANode) {
   FakeDriver closed;
-  closed.prepare = [] { close_range(STDIN_FILENO, STDOUT_FILENO, 0); };
+  closed.prepare = [] { close(STDIN_FILENO), close(STDOUT_FILENO); };
   check("-t", closed, "", "orvlog: Cannot write standard output: Bad file descriptor\n", kProbe + kTemp);
   closed.prepare = [] {
     const rlimit none = {0, 0};

@@ -14,7 +14,7 @@ dynamic() { readelf -W -d "$2" | sed -nE "s/.*\(($1)\).*\[(.*)\]/\2/p" | sort; }
 
 expect "libraries of orvlog" $'libc.so.6\nlibkelmintrfc64.so.3\nliborvev64.so.1' "$(dynamic NEEDED "$tree/sbin/orvlog")"
 # The dynamic linker is part of the C library.
-expect "libraries of imlog" libc.so.6 "$(dynamic NEEDED "$tree/bin/imlog" | grep -vx ld-linux-x86-64.so.2)"
+expect "libraries of imlog" libc.so.6 "$(dynamic NEEDED "$tree/bin/imlog" | grep -vxE 'ld-linux-x86-64.so.2|libdl.so.2')"
 expect "libraries of libimltext" libc.so.6 "$(dynamic NEEDED "$lib/libimltext.so.1")"
 expect "name of libimltext" libimltext.so.1 "$(dynamic SONAME "$lib/libimltext.so.1")"
 for library in libkelmintrfc64.so.3 liborvev64.so.1; do
