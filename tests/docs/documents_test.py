@@ -18,36 +18,28 @@ def lint(root):
     return faults
 
 
+# Where the options stand: in each file a pattern, whose groups joined name one option. The parsers come first.
+OPTIONS = (
+    {"orvlog/main.cpp": r'(\w):?(?=[\w:]*"\)\) != -1)',
+     "docs/orvlog.8": r"^\.It Fl (\w)",
+     "orvlog/usage.cpp": r'"\\t-(\w) ',
+     "completions/orvlog": r"(?<![\w-])-([A-Za-z])\b(?=[^\n]*# options)"},
+    {"imlog/options.cpp": r'\{"([\w-]+)", \w+, nullptr, (?:\'(\w)\'|\w+)\}',
+     "docs/imlog.8": r"^\.It Fl (?:(\w) , Fl )?\\-([\w\\-]+)",
+     "imlog/usage.cpp": r"^  (?:-(\w), |    )--([\w-]+)",
+     "completions/imlog": r"(?:(?<=[ '])-(\w) )?--([\w-]+)=? *(?=[^\n]*# option)"})
+
+
 def options(root):
     """The manual, the usage text and the completion know the options that the program's parser takes."""
-    letters = re.search(r'getopt\([^"]*"([^"]+)"', (root / "orvlog/main.cpp").read_text()).group(1).replace(":", "")
-    known = {
-        "docs/orvlog.8": r"^\.It Fl (\w)",
-        "orvlog/usage.cpp": r'"\\t-(\w) ',
-        "completions/orvlog": r"(?<![\w-])-([A-Za-z])\b(?=[^\n]*# options)",
-    }
     faults = []
-    for name, pattern in known.items():
-        found = set(re.findall(pattern, (root / name).read_text(), re.MULTILINE))
-        if found != set(letters):
-            faults.append(f"{name}: options {''.join(sorted(found))}, the parser takes {''.join(sorted(letters))}")
-    return faults + imlog_options(root)
-
-
-def imlog_options(root):
-    """The same of imlog, whose options have long names, and letters in part."""
-    rows = re.findall(r'\{"([\w-]+)", \w+, nullptr, (?:\'(\w)\'|\w+)\}', (root / "imlog/options.cpp").read_text())
-    known = {
-        "docs/imlog.8": (r"^\.It Fl (?:(\w) , Fl )?\\-([\w\\-]+)", "\\"),
-        "imlog/usage.cpp": (r"^  (?:-(\w), |    )--([\w-]+)", ""),
-        "completions/imlog": (r"(?:(?<=[ '])-(\w) )?--([\w-]+)=? *(?=[^\n]*# option)", ""),
-    }
-    faults = []
-    for name, (pattern, unwanted) in known.items():
-        found = {(long.replace(unwanted, ""), letter)
-                 for letter, long in re.findall(pattern, (root / name).read_text(), re.MULTILINE)}
-        if found != set(rows):
-            faults.append(f"{name}: {sorted(found ^ set(rows))} are not both there and in the parser")
+    for files in OPTIONS:
+        found = {name: {tuple(sorted(part.replace("\\", "") for part in match.groups("")))
+                        for match in re.finditer(pattern, (root / name).read_text(), re.MULTILINE)}
+                 for name, pattern in files.items()}
+        parser, known = next(iter(found.items()))
+        faults += [f"{name}: {sorted(names ^ known)} are not both there and in {parser}"
+                   for name, names in found.items() if names != known or not known]
     return faults
 
 
@@ -60,13 +52,10 @@ MESSAGE = r"(?:orvlog|imlog): |ERROR"
 
 def messages_of(source):
     """The lines of the messages in a source, with printf's directives in place."""
-    texts = []
-    for group in re.finditer(rf"{LITERAL}(?:\s*{LITERAL})*", source):
-        text = "".join(part[1:-1] for part in re.findall(LITERAL, group.group(0)))
-        texts.append((group.start(), text.replace('\\"', '"')))
     calls = [range(*call.span()) for call in re.finditer(TO_STDERR, source)]
-    for start, text in texts:
-        if any(start in call for call in calls) or re.search(MESSAGE, text):
+    for group in re.finditer(rf"{LITERAL}(?:\s*{LITERAL})*", source):
+        text = "".join(part[1:-1] for part in re.findall(LITERAL, group.group(0))).replace('\\"', '"')
+        if any(group.start() in call for call in calls) or re.search(MESSAGE, text):
             yield from filter(None, (line.strip() for line in text.split("\\n")))
 
 
@@ -109,9 +98,8 @@ def map_of(root):
                      + [f"`scripts/{path.name}`" for path in root.glob("scripts/*")
                         if path.name not in ("setup", "demo", "test")],
         "docs/architecture.md": [f"`{path.stem}" for folder, pattern in (
-            ("cmake", "*.cmake"), ("orvlog", "*.cpp"), ("imlog", "*.cpp"), ("iml", "[!c]*.cpp"),
-            ("pci", "*.cpp"), ("fuzz", "*.cpp"),
-            ("platform", "*.h")) for path in root.glob(f"{folder}/{pattern}")],
+            ("cmake", "*.cmake"), ("orvlog", "*.cpp"), ("imlog", "*.cpp"), ("iml", "[!c]*.cpp"), ("pci", "*.cpp"),
+            ("fuzz", "*.cpp"), ("platform", "*.h")) for path in root.glob(f"{folder}/{pattern}")],
     }
     for page, names in named.items():
         text = re.sub(r"`(?:platform|iml|pci|orvlog)/", "`", (root / page).read_text())
@@ -119,11 +107,6 @@ def map_of(root):
     return faults
 
 
-def main():
-    check, root = sys.argv[1:]
-    faults = {"lint": lint, "options": options, "messages": messages, "map": map_of}[check](pathlib.Path(root))
-    print("\n".join(faults))
-    sys.exit(1 if faults else 0)
-
-
-main()
+check, root_folder = sys.argv[1:]
+found_faults = {"lint": lint, "options": options, "messages": messages, "map": map_of}[check](pathlib.Path(root_folder))
+sys.exit("\n".join(found_faults) or 0)

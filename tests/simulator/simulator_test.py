@@ -1,0 +1,265 @@
+"""Tests of the simulator: simulator_test.py SIMULATOR_SOURCES SAMPLE_SERVER LIBKELMINTRFC64 LIBORVEV64"""
+import ctypes
+import datetime
+import errno
+import os
+import pathlib
+import random
+import shutil
+import signal
+import struct
+import sys
+import tempfile
+import time
+import unittest
+
+SOURCES, SAMPLE, DRIVER, VARIABLES = sys.argv[1:5]
+sys.path.insert(0, SOURCES)
+sys.dont_write_bytecode = True
+import imltext  # noqa: E402
+
+driver, variables = (ctypes.CDLL(library, use_errno=True) for library in (DRIVER, VARIABLES))
+ADD, READ = 1, 2
+FULL = b"f" * 212
+
+
+def node(name):
+    return driver.orvOpenRequest(f"/dev/zythealth/{name}".encode(), os.O_RDONLY)
+
+
+def ask(name, code, buffer, length):
+    """The answer of a node, or -errno."""
+    fd = node(name)
+    status = -1 if fd < 0 else driver.orvIoctlRequest(fd, code, buffer, length)
+    answer = status if status >= 0 else -ctypes.get_errno()
+    driver.orvCloseRequest(fd)
+    return answer
+
+
+def record(number, text, length=None, times=bytes(12), count=0):
+    header = imltext.HEADER.pack(28 + len(text) if length is None else length, number, 0, 0, 0, 0, times[:6], times[6:], count)
+    return (header + text).ljust(240, b"\0")
+
+
+def request(choice, number=0, entry=bytes(240), length=256):
+    return ctypes.create_string_buffer(struct.pack("<Iiii", length, choice, 0, number) + entry, 256)
+
+
+def add(text):
+    return ask("cevt", 81, request(ADD, entry=record(0, text), length=44 + len(text)), 256)
+
+
+def ask_table(size, index=0):
+    data = ctypes.create_string_buffer(8)
+    return ask("cdt", 69, struct.pack("<IHBBBBQI", size, 51, index, 0, 0, 0, ctypes.addressof(data), 0), 22)
+
+
+def listing():
+    """The log as a reader sees it: number and text of each entry, else the answer."""
+    entries, answer = [], 0
+    while answer != 1:
+        buffer = request(READ, len(entries))
+        answer = ask("cevt", 81, buffer, 256)
+        entries.append((struct.unpack_from("<I", buffer, 18)[0], buffer[44:].rstrip(b"\0")) if answer == 0 else answer)
+    return entries
+
+
+class Simulator(unittest.TestCase):
+    FILES = {"cevt": record(0, b"entry"), "cdt/51": b"\1\2\3", "casr/state": b"1\n", "proc/fan": b"fans",
+             "ev/VXHCPR": b"\1\0\12\0\0\0\0\0"}
+
+    def setUp(self):
+        self.outside = pathlib.Path(tempfile.mkdtemp())
+        self.addCleanup(shutil.rmtree, self.outside)
+        self.server = self.outside / "server"
+        self.fill()
+        os.environ["ORVLOG_SIMULATOR"] = str(self.server)
+        self.open_before = len(os.listdir("/proc/self/fd"))
+        signal.alarm(20)
+
+    def tearDown(self):
+        self.assertEqual(len(os.listdir("/proc/self/fd")), self.open_before, "descriptors leak")
+
+    def fill(self, folder=None):
+        for name, content in self.FILES.items():
+            path = (folder or self.server) / name
+            path.parent.mkdir(parents=True, exist_ok=True)
+            path.write_bytes(content)
+
+    def test_entries_are_numbered_by_their_slots(self):
+        log = self.server / "cevt"
+        log.write_bytes(record(0, FULL) + bytes(240) + record(77, b"odd") + b"x" * 239)
+        self.assertEqual(listing(), [(0, FULL), 3, (77, b"odd"), 1])
+        self.assertEqual(add(b"after"), 0)
+        self.assertEqual(listing(), [(0, FULL), 3, (77, b"odd"), (3, b"after"), 1])
+        log.write_bytes(record(1, b"first"))
+        self.assertEqual(add(b"after"), 0)
+        self.assertEqual(listing(), [3, (1, b"first"), (2, b"after"), 1])
+
+    def test_add_fills_in_the_header(self):
+        os.environ["TZ"] = "EST5"
+        now = datetime.datetime.now(datetime.timezone(datetime.timedelta(hours=-5))).replace(tzinfo=None)
+        self.assertEqual(add(b"note"), 0)
+        added = (self.server / "cevt").read_bytes()[240:]
+        century, year, *rest = added[12:18]
+        stamp = datetime.datetime(century * 100 + year, *rest)
+        self.assertLess(abs(now - stamp), datetime.timedelta(minutes=2))
+        self.assertEqual(added, record(1, b"note", times=added[12:18] * 2, count=1))
+
+    def test_concurrent_writers_lose_nothing(self):
+        nodes = [node("cevt"), node("casr")]  # shared by forked processes, which write at the same time
+        start = time.monotonic() + 0.5
+        for _ in range(50):
+            if os.fork() == 0:
+                note = request(ADD, entry=record(0, b"note"), length=48)
+                time.sleep(max(0, start - time.monotonic()))
+                os._exit(driver.orvIoctlRequest(nodes[0], 81, note, 256) or driver.orvIoctlRequest(nodes[1], 3, None, 0))
+        self.assertEqual([os.wait()[1] for _ in range(50)], [0] * 50)
+        self.assertEqual((self.server / "cevt").stat().st_size, 51 * 240)
+        for fd in nodes:
+            driver.orvCloseRequest(fd)
+
+    def test_wrong_requests_are_refused(self):
+        buffer = request(READ)
+        for name, code, length, wrong in (("cdt", 69, 22, (68, 70)), ("cevt", 81, 256, (80, 82)),
+                                          ("casr", 6, 4, (5, 7)), ("proc", 2, 1, (0, 6))):
+            self.assertEqual(ask(name, code, None, length), -errno.EFAULT)
+            self.assertEqual([ask(name, code, buffer, length + off) for off in (-1, 1)], [-errno.EINVAL] * 2)
+            self.assertEqual([ask(name, other, buffer, length) for other in wrong], [-errno.ENOTTY] * 2)
+        self.assertEqual([ask_table(2), ask_table(3), ask_table(4), ask_table(3, 1)], [-22, 0, -22, -22])
+        self.assertEqual(ask("casr", 4, buffer, 0), -errno.EINVAL)
+        self.assertEqual(ask("cevt", 81, request(READ, -1), 256), -errno.EINVAL)
+        for length, stated in ((43, 27), (257, 241), (256, 40)):
+            wrong_add = request(ADD, entry=record(0, b"", stated), length=length)
+            self.assertEqual(ask("cevt", 81, wrong_add, 256), -errno.EINVAL, stated)
+
+    def test_asr_state(self):
+        state = ctypes.c_int32(-1)
+        for code, expected in ((3, 0), (4, 1)):
+            self.assertEqual([ask("casr", code, None, 0), ask("casr", 6, ctypes.byref(state), 4)], [0, 0])
+            self.assertEqual(state.value, expected)
+        for text in ("", "1x", "2147483648", "0000000000000001"):
+            (self.server / "casr/state").write_text(text)
+            self.assertEqual(ask("casr", 6, ctypes.byref(state), 4), -errno.EIO, text)
+
+    def test_reports_are_cut_at_their_limit(self):
+        for code, name in enumerate(("thermal", "fan", "power", "pci", "debug"), 1):
+            for size in (0, 4607, 4608, 5000):
+                (self.server / "proc" / name).write_bytes(bytes([96 + code]) * size)
+                text = ctypes.create_string_buffer(b"?" * 4609, 4609)
+                self.assertEqual(ask("proc", code, text, 1), 0)
+                expected = bytes([96 + code]) * min(size, 4608) + (b"\0" if size < 4608 else b"?")
+                self.assertEqual(text[:len(expected)], expected)
+
+    def test_firmware_variables(self):
+        value, size = ctypes.create_string_buffer(b"?" * 9, 9), ctypes.c_int(7)
+        self.assertNotEqual(variables.get_ev(b"VXHCPR", value, ctypes.byref(size)), 0)
+        self.assertEqual((value.raw, size.value), (b"?" * 9, 8))
+        size.value = 9
+        self.assertEqual(variables.get_ev(b"VXHCPR", value, ctypes.byref(size)), 0)
+        self.assertEqual((value.raw, size.value), (self.FILES["ev/VXHCPR"] + b"?", 8))
+        (self.server / "ev/.VXHCPR.draft").symlink_to(self.server / "victim")  # or what a killed writer left
+        self.assertEqual(variables.set_ev(b"VXHCPR", value, ctypes.byref(size)), 0)
+        self.assertFalse((self.server / "victim").exists())
+        for wrong in (b"", b".x", bytes(self.server / "cdt/51"), b"x" * 255):
+            for call in (variables.get_ev, variables.set_ev):
+                self.assertNotEqual(call(wrong, value, ctypes.byref(size)), 0, wrong)
+        self.assertNotEqual(variables.set_ev(b"VXHCPR", value, ctypes.byref(ctypes.c_int(0))), 0)
+        self.assertEqual(os.listdir(self.server / "ev"), ["VXHCPR"])
+
+    def test_malformed_servers_are_errors(self):
+        self.fill(self.outside)  # what links lead to
+        for level, error, replace in ((2, errno.ENOENT, lambda path, _: None),
+                                      (2, errno.EINVAL, lambda path, _: path.mkdir()),
+                                      (2, errno.EINVAL, lambda path, _: os.mkfifo(path)),
+                                      (2, errno.ELOOP, lambda path, other: path.symlink_to(other)),
+                                      (1, errno.ELOOP, lambda path, other: path.symlink_to(other))):
+            shutil.rmtree(self.server)
+            self.fill()
+            for name in {"/".join(file.split("/")[:level]) for file in self.FILES}:
+                path = self.server / name
+                shutil.rmtree(path) if path.is_dir() else path.unlink()
+                replace(path, self.outside / name)
+            data, size = ctypes.create_string_buffer(4608), ctypes.c_int(4608)
+            self.assertEqual([ask_table(3), add(b"note"), ask("casr", 6, data, 4), ask("proc", 2, data, 1)], [-error] * 4)
+            self.assertNotEqual(variables.get_ev(b"VXHCPR", data, ctypes.byref(size)), 0)
+            self.assertEqual(ctypes.get_errno(), error)
+
+    def test_nodes_are_not_mistaken_for_other_files(self):
+        fd, state = node("casr"), ctypes.c_int32(0)
+        file = driver.orvOpenRequest(bytes(self.server / "casr/state"), os.O_RDWR)
+        os.dup2(file, fd)  # closes the node; its number now stands for the file
+        self.assertEqual(driver.orvIoctlRequest(fd, 6, ctypes.byref(state), 4), -1)
+        self.assertEqual(ctypes.get_errno(), errno.ENOTTY)
+        self.assertEqual(os.write(file, b"0"), 1)
+        self.assertEqual([driver.orvCloseRequest(fd) for fd in (fd, file, file)], [0, 0, -1])
+        self.assertEqual(node("ev"), -1)
+        self.assertEqual(driver.orvOpenRequest(bytes(self.server / "new"), os.O_CREAT | os.O_WRONLY), -1)
+        del os.environ["ORVLOG_SIMULATOR"]
+        self.assertEqual(ask("casr", 6, ctypes.byref(state), 4), -errno.ENOENT)
+
+
+HEAD = "entry\nseverity 2, class 3, code 4\nfirst 2025-03-21 14:05\n"
+
+
+class ImlText(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.path = pathlib.Path(folder.name) / "log.iml"
+
+    def compile(self, text):
+        self.path.write_text(text, encoding="utf-8")
+        return imltext.compile_log(self.path)
+
+    def test_bytes(self):
+        log = self.compile("""
+            gap
+            entry 1            # a comment
+            severity critical, class 0x13, code 0x102
+            first 2025-03-21 14:05, last 14 19 FF 00 00 00, count 70000
+            revision 7
+            payload 0a ff u8:255 u16:0x1234 u32:1 be16:0x1234 be32:1
+              "a\\t\\"#\\x80" 'it\\'s' ""
+            """)
+        expected = (bytes(240) + bytes.fromhex("3600 01000000 07 0F 1300 0201 14190315 0E05 1419FF000000 70110100")
+                    + bytes.fromhex("0AFF FF 3412 01000000 1234 00000001") + b'a\t"#\x80\0it\'s\0')
+        self.assertEqual(log, expected.ljust(480, b"\0"))
+
+    def test_errors_name_file_and_line(self):
+        for text, line, message in [
+                ("severity 2\n", 1, "begins with an entry"), ("entry 2\n", 1, "number 0 comes next"),
+                ("gap\nentry 1\nseverity 2\n", 2, "has no class"), ("gap\npayload 00\n", 2, "no fields"),
+                (HEAD + "count 1\ncount 2\n", 5, "given twice"), (HEAD + "color 2\n", 4, "unknown field"),
+                (HEAD + "count 2,\n", 4, "beside a comma"), (HEAD + "revision 256\n", 4, "not within"),
+                (HEAD + "last 2025-02-29 00:00\n", 4, "day"), (HEAD + "payload\n00\n0\n", 6, "neither a byte"),
+                (HEAD + "payload\nu16:65536\n", 5, "not within"), (HEAD + 'payload "open\n', 4, "quote"),
+                (HEAD + 'payload "\\q"\n', 4, "escape"), (HEAD + 'payload "\u20ac"\n', 4, "byte"),
+                (HEAD + f"payload '{'x' * 212}'\n\"\"\n", 5, "longer than 212"),
+                ("tail 00\n", 1, "too many"), ("tail\n00\ngap\n", 3, "follows")]:
+            with self.assertRaisesRegex(imltext.TextError, rf"^{self.path}:{line}: .*{message}"):
+                self.compile(text)
+
+    def test_round_trip(self):
+        sample = imltext.compile_log(pathlib.Path(SAMPLE) / "cevt.iml")
+        chance = random.Random(1)
+        damaged = bytearray(sample)
+        for _ in range(5000):
+            damaged[chance.randrange(len(damaged))] = chance.choice([0, 1, 20, 65, 92, 39, 34, chance.randrange(256)])
+        for log in [b"", sample, bytes(damaged), sample[240:720], chance.randbytes(48101), bytes(480), b"A" * 240]:
+            self.assertEqual(self.compile(imltext.log_text(log)), log)
+
+    def test_dumps_are_brought_in_order(self):
+        first, second = self.compile(HEAD + "number 3\n"), self.compile(HEAD + "number 1\n")
+        in_order = self.compile(HEAD + "gap\n" + HEAD)
+        self.path.write_bytes(first + bytes(240) + second)
+        self.assertEqual(imltext.renumber(self.path), in_order)
+        self.assertEqual(imltext.place(self.path), bytes(240) + second + bytes(240) + first)
+        for dump in [first + first, self.compile(HEAD + "number 0xFFFFFFFF\n"), first[:-1]]:
+            self.path.write_bytes(dump)
+            with self.assertRaises(imltext.TextError):
+                imltext.place(self.path)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
