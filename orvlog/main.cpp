@@ -139,9 +139,8 @@ class OptionLoop {
 
   void log_note() {
     if (severity_processed_ == 0) {
-      // clang-format off
-      print_err("orvlog: The -s option for setting the severity must precede the -l option to log a maintenance note.\n\n");
-      // clang-format on
+      print_err(
+          "orvlog: The -s option for setting the severity must precede the -l option to log a maintenance note.\n\n");
       refuse(argv_[0]);
     }
     ++lognote_processed_;
