@@ -50,7 +50,6 @@ EVT_TIME_STAMP to_stamp(const tm &time) {
 
 // Local time minus UTC, in seconds, which holds on the whole day and half a day around it, or kChanges.
 int32_t steady_offset(int64_t midnight) {
-  constexpr int64_t kStep = kDay / 2;  // no zone changes back and forth within it
   tm local = {};
   time_t probe = midnight;
   if (localtime_r(&probe, &local) == nullptr || std::abs(local.tm_gmtoff) > kDay) {
@@ -58,7 +57,8 @@ int32_t steady_offset(int64_t midnight) {
   }
   const tm first = local;
   const int64_t start = midnight - first.tm_gmtoff;
-  for (probe = start - kStep; probe <= start + kDay + kStep; probe += kStep) {
+  // No zone changes back and forth within a day.
+  for (probe = start - kDay / 2; probe <= start + kDay + kDay / 2; probe += kDay) {
     if (localtime_r(&probe, &local) == nullptr || local.tm_gmtoff != first.tm_gmtoff ||
         local.tm_isdst != first.tm_isdst) {
       return kChanges;
@@ -67,8 +67,15 @@ int32_t steady_offset(int64_t midnight) {
   return static_cast<int32_t>(first.tm_gmtoff);
 }
 
-// The instant of a stamp near a change. With tm_isdst -1 the C library would answer by the call before.
-std::optional<int64_t> instant_near_change(const EVT_TIME_STAMP &stamp) {
+// The instant of a stamp near a change; `local` is the stamp taken for UTC.
+int64_t instant_near_change(const EVT_TIME_STAMP &stamp, int64_t local) {
+  // Where an hour occurs twice and neither is summer time, the C library answers by the call before: the
+  // offset of the day before holds.
+  tm day_before = to_tm(stamp);
+  day_before.tm_mday -= 1;
+  day_before.tm_isdst = -1;
+  mktime(&day_before);
+
   for (const int is_summer : {1, 0}) {
     tm time = to_tm(stamp);
     time.tm_isdst = is_summer;
@@ -79,7 +86,12 @@ std::optional<int64_t> instant_near_change(const EVT_TIME_STAMP &stamp) {
       return instant;
     }
   }
-  return std::nullopt;
+  // There is no answer for an hour that does not exist where no summer time begins: the offset is that
+  // before.
+  tm before = {};
+  const time_t probe = local - kDay;
+  localtime_r(&probe, &before);
+  return local - before.tm_gmtoff;
 }
 
 // Two digits of a number below 100.
@@ -167,11 +179,7 @@ LogTime Calendar::at(const EVT_TIME_STAMP &stamp) {
   const int64_t local = day->midnight + stamp.bHour * kHour + stamp.bMinute * kMinute;
   int64_t offset = day->offset_seconds;
   if (offset == kChanges) {
-    const std::optional<int64_t> instant = instant_near_change(stamp);
-    if (!instant) {
-      return {stamp, false, 0, 0};
-    }
-    offset = local - *instant;
+    offset = local - instant_near_change(stamp, local);
   }
   return {stamp, true, static_cast<int32_t>(offset / kMinute), local - offset};
 }
