@@ -15,6 +15,7 @@ import stat
 import struct
 import subprocess
 import tempfile
+import threading
 import time
 import unittest
 
@@ -35,8 +36,6 @@ def stamp(text):
 
 
 class Case(unittest.TestCase):
-    maxDiff = None
-
     def setUp(self):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="imlog-test-"))
         self.addCleanup(shutil.rmtree, self.folder)
@@ -118,7 +117,6 @@ class Formats(Case):
         log = self.file(*rows)
         self.assertEqual([(e["number"], e["class"], e["code"], e["count"]) for e in self.objects(log)],
                          [(i, *struct.unpack_from("<HH12xI", row, 8)) for i, row in enumerate(rows)])
-        self.assertEqual(len(self.run_imlog(log).split(b"\n")), len(rows) + 1)
         self.assertEqual(self.run_imlog("-o", "raw", log), b"".join(rows))
 
     def test_raw_and_gaps(self):
@@ -143,8 +141,7 @@ class Formats(Case):
         self.assertEqual([(int(e["IML_NUMBER"]), int(e["__REALTIME_TIMESTAMP"])) for e in entries], [
             (1, 1), (3, 1), (4, 60_000000), (2, 1704063600_000000), (5, 1704063600_000000), (0, 1735686000_000000)])
         self.assertEqual([e["__MONOTONIC_TIMESTAMP"] for e in entries], list("123456"))
-        self.assertEqual([e for e in entries[0] if e.startswith("IML_")],
-                         ["IML_NUMBER", "IML_SEVERITY", "IML_CLASS", "IML_CODE", "IML_COUNT"])
+        self.assertEqual(list(entries[0])[-5:], ["IML_NUMBER", "IML_SEVERITY", "IML_CLASS", "IML_CODE", "IML_COUNT"])
         self.assertEqual(entries[4]["IML_LAST"], "3112-01-01T00:00:00+01:00")
         self.assertRegex(entries[0]["_BOOT_ID"] + entries[0]["MESSAGE_ID"], "^[0-9a-f]{64}$")
         hosts = {self.run_imlog("-o", "export", log, "--host", host)[80:130] for host in ("a", "b", "a")}
@@ -419,7 +416,7 @@ class Cursor(Case):
     def test_failing_writes(self):
         """The cursor's draft does not fit, a run is killed while it writes one, the output fails: nothing is lost."""
         self.changes(record(0))
-        before = pathlib.Path(self.cursor).read_bytes()
+        before = pathlib.Path(self.cursor).read_text()
         words = ["-o", "json", "--cursor-file", self.cursor, self.file(record(0), record(1))]
 
         def limit(handler):
@@ -433,7 +430,7 @@ class Cursor(Case):
             self.assertEqual(os.path.exists(self.cursor + ".imlog-draft"), status != 2)
         with open("/dev/full", "wb") as full:
             self.run_imlog(*words, status=2, stderr=b"cannot write the output", stdout=full)
-        self.assertEqual(pathlib.Path(self.cursor).read_bytes(), before)
+        self.assertEqual(pathlib.Path(self.cursor).read_text(), before)
         self.assertEqual(self.changes(record(0), record(1)), [(1, "new")])
         self.assertFalse(os.path.exists(self.cursor + ".imlog-draft"))
 
@@ -441,15 +438,18 @@ class Cursor(Case):
 class Follow(Case):
     @contextlib.contextmanager
     def follow(self, rows, *words):
-        (self.folder / "server").mkdir()
         self.log = self.folder / "server/cevt"
+        self.log.parent.mkdir()
         self.write(*rows)
         command = [IMLOG, "-f", "-o", "json", "--cursor-file", self.folder / "cursor", *words]
         with subprocess.Popen(command, env=self.env(), stdout=subprocess.PIPE, stderr=subprocess.PIPE) as run:
+            limit = threading.Timer(60, run.kill)
+            limit.start()
             try:
                 yield run
             finally:
                 run.kill()
+                limit.cancel()
 
     def write(self, *rows):
         draft = self.folder / "draft"
