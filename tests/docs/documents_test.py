@@ -79,7 +79,7 @@ def messages(root):
 
 
 def map_of(root):
-    """What the pages name exists; the readme names all presets and scripts, the map all files worth a line."""
+    """What the pages name exists. The contributing guide names all presets and scripts, the map all files."""
     faults = [f"README.md:{number}: longer than 120 characters"
               for number, line in enumerate((root / "README.md").read_text().splitlines(), 1) if len(line) > 120]
     pages = [*root.glob("*.md"), *root.glob("docs/*.md")]
@@ -94,7 +94,7 @@ def map_of(root):
 
     presets = json.loads((root / "CMakePresets.json").read_text())["configurePresets"]
     named = {
-        "README.md": [f"`{preset['name']}`" for preset in presets if not preset.get("hidden")]
+        "CONTRIBUTING.md": [f"`{preset['name']}`" for preset in presets if not preset.get("hidden")]
                      + [f"`scripts/{path.name}`" for path in root.glob("scripts/*")
                         if path.name not in ("setup", "demo", "test")],
         "docs/architecture.md": [f"`{path.stem}" for folder, pattern in (
