@@ -95,6 +95,9 @@ class Run {
                  output_) {}
 
   int run() {
+    if (options_.follow) {
+      end_on_signals();
+    }
     Reading reading;
     reading.problem = prepare();
     if (reading.problem.is_set()) {
@@ -103,7 +106,6 @@ class Run {
     if (!options_.follow) {
       return end(read_log(options_.lines));
     }
-    end_on_signals();
     for (std::optional<uint64_t> lines = options_.lines;; lines.reset()) {
       reading = read_log(lines);
       if (reading.problem.is_set() || !output_.flush()) {

@@ -133,8 +133,8 @@ class Formats(Case):
         self.assertEqual(json.loads(lines[4][3:])["severity"], "critical")
 
     def test_export(self):
-        times = ([(2025, 1, 1, 0, 0)], [(0,) * 6], [(2024, 1, 1, 0, 0)], [(1970, 1, 1, 1, 0)], [(1970, 1, 1, 1, 1)],
-                 [(2024, 1, 1, 0, 0), (3112, 1, 1, 0, 0)])  # the last is beyond 2^55 microseconds
+        times = ([(1999, 1, 1, 0, 0), (2025, 1, 1, 0, 0)], [(0,) * 6], [(2024, 1, 1, 0, 0)], [(1970, 1, 1, 1, 0)],
+                 [(1970, 1, 1, 1, 1)], [(2024, 1, 1, 0, 0), (3112, 1, 1, 0, 0)])  # the last is beyond 2^55 microseconds
         log = self.file(*(record(i, 2, b"", *at) for i, at in enumerate(times)))
         entries = [dict(line.split("=", 1) for line in entry.split("\n"))
                    for entry in self.run_imlog("-o", "export", log).decode().split("\n\n")[:-1]]
