@@ -47,11 +47,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   if (size < sizeof(reg)) {
     return 0;
   }
-  std::memcpy(&reg, data, sizeof(reg));
+  memcpy(&reg, data, sizeof(reg));
   static std::vector<uint8_t> rom(kRomSize);
   uint8_t *const code = rom.data() + (kCodeAt - kRomBase);
   const size_t code_size = std::min(size - sizeof(reg), kCodeSize);
-  std::memcpy(code, data + sizeof(reg), code_size);
+  memcpy(code, data + sizeof(reg), code_size);
   port_state = 0;
 
   uint8_t lent[256] = {};
@@ -60,7 +60,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   RomMachine machine{windows, kBudget};
   const x86_reg_t before = reg;
   const CallEnd end = rom_call(&reg, kCodeAt, machine);
-  if (end != CallEnd::kReturned && std::memcmp(&reg, &before, sizeof(reg)) != 0) {
+  if (end != CallEnd::kReturned && memcmp(&reg, &before, sizeof(reg)) != 0) {
     abort();
   }
 
@@ -72,6 +72,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
       abort();
     }
   }
-  std::memset(code, 0, code_size);
+  memset(code, 0, code_size);
   return 0;
 }

@@ -1,7 +1,7 @@
 // Where the kernel keeps what this library reads. Product code only reads these pointers.
 //
 // A test repoints one before the call under test, for example pci_proc_dir = "/tmp/tree", at a string that
-// outlives every use, and puts the former value back when it is done.
+// outlives every use.
 #pragma once
 
 extern const char *pci_proc_dir;       // "/proc/bus/pci": one directory per bus, one file per function

@@ -52,7 +52,7 @@ void clear_internal_table() {
   memset(internal_table, 0, sizeof(internal_table));
 }
 
-// The entry of a slot; as much of it is zero as cannot be read.
+// The entry of a slot. What cannot be read is zero.
 pci_irq_route_entry read_slot(const char *slot_name) {
   pci_irq_route_entry entry = {};
   char path[PATH_MAX];
@@ -118,7 +118,7 @@ int copy_from(int (*source)(), pci_irq_route_entry *p, int *size) {
 // The routing entry of the nearest bridge above `bus` that has one, or null.
 const pci_irq_route_entry *find_bridge_entry(const int (&bridge)[kBuses], int bus) {
   int above = bridge[bus];
-  // Bridges that lead to each other in a ring are given up after as many steps as there are buses.
+  // A ring of bridges ends after as many steps as there are buses.
   for (int step = 0; step < kBuses && above >= 0; ++step) {
     const pci_irq_route_entry *entry = get_irq_route_table_entry(bus_of(above), device_of(above));
     if (entry != nullptr) {
@@ -129,7 +129,7 @@ const pci_irq_route_entry *find_bridge_entry(const int (&bridge)[kBuses], int bu
   return nullptr;
 }
 
-// Appends `entry`, counting it even where it finds no room.
+// Appends `entry` if there is room for it, and counts it in any case.
 void append(const pci_irq_route_entry &entry, pci_irq_route_entry *table, int max_size, int *size) {
   if (table != nullptr && *size >= 0 && *size < max_size) {
     table[*size] = entry;

@@ -1,5 +1,4 @@
-// What the routing table keeps for the process. For
-// pci_irq_routing.cpp and for tests, which put it back between cases.
+// What the routing table keeps for the process. Tests reset it between cases.
 #pragma once
 
 #include "pci/pci_irq_routing.h"

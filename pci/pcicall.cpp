@@ -27,7 +27,7 @@ constexpr uint8_t kCapabilityPciX = 7;
 constexpr int kPciXStatus = 4;  // from the start of the capability
 constexpr uint32_t kPciXStatus133MHz = 1U << 17;
 
-// A configuration space of 256 bytes has room for no more aligned capabilities; a longer list runs in a ring.
+// A configuration space of 256 bytes has room for no more aligned capabilities; a longer list is a ring.
 constexpr int kMaxCapabilities = 256 / 4;
 
 // A failure that the system reports as -1 must not pass for offset -1, or for the size that converts to it.
@@ -62,7 +62,7 @@ const char *next_name(DIR **dp, size_t shortest, size_t longest) {
   return nullptr;
 }
 
-// Joins the current bus and a function on it; a bus that has none ends the whole walk.
+// The first function of the current bus. A bus without functions ends the whole walk.
 int enter_bus(pci_iter *iter) {
   if (iter->bus < 0) {
     return -1;

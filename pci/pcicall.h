@@ -12,7 +12,7 @@
 #include "pci/pci_config_header.h"
 
 // State of a walk over all functions of all buses. The walk owns both handles: it closes them when it ends
-// and leaves null behind. Whoever leaves a walk early closes what is not null.
+// and sets them to null. Whoever leaves a walk early closes what is not null.
 typedef struct _PCI_ITER {
   int bus;      // the current bus
   DIR *busdir;  // the directory of buses

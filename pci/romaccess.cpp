@@ -65,7 +65,8 @@ bool may_use_ports() {
   return true;
 }
 
-// The first port is named, so that a maker's ROM that needs more can be reported; a hostile one cannot flood.
+// Names the first refused port, so that a maker's ROM that needs it can be reported. A hostile ROM gets one
+// line.
 void name_refused_port(rominfo *ri, uint32_t port) {
   if (!ri->port_named) {
     ri->port_named = true;
@@ -88,7 +89,7 @@ bool call_again(Allowance &allowance) {
   return true;
 }
 
-// do_rom_call, within `allowance`. The process may use ports.
+// do_rom_call within `allowance`, in a process that may use ports.
 int call_within(rominfo *ri, x86_reg_t *reg, const uint8_t *entry_point, std::span<const MemoryWindow> lent,
                 Allowance &allowance) {
   if (!points_into_rom(ri, entry_point) || lent.size() > kMaxLent) {
@@ -132,8 +133,7 @@ bool readable_to_the_end(int fd) {
 
 // Maps the area. Returns null after a message.
 const uint8_t *map_rom(int fd) {
-  // Mapped executable, as the ROM's callers have always done; where the system refuses that, readable alone
-  // will do, since nothing is executed in place.
+  // Nothing is executed in place: where the system refuses an executable mapping, readable alone will do.
   void *rom = mmap(nullptr, kRomSize, PROT_READ | PROT_EXEC, MAP_SHARED, fd, kRomBase);
   if (rom == MAP_FAILED) {
     rom = mmap(nullptr, kRomSize, PROT_READ, MAP_SHARED, fd, kRomBase);

@@ -68,8 +68,8 @@ int check_for_veldra_ROM(const rominfo *ri);
 const bios_t *find_bios32_call(const rominfo *ri, const uint8_t *rom_start);
 
 // The entry point of the service `signature` (four characters), or null if no directory knows it or the
-// first one that does gives an entry point outside the ROM area, which is then told on standard error. All
-// calls together may take `budget` instructions.
+// first one that does gives an entry point outside the ROM area, which is then reported on standard error.
+// All calls together may take `budget` instructions.
 const uint8_t *find_call(rominfo *ri, const char *signature, uint64_t budget = kServiceBudget);
 
 // The lookups of romcall_init; each stores the entry point, or null, in *ri.

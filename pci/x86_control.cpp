@@ -1,4 +1,4 @@
-// Control flow, and the instructions that only trap or tell about the processor.
+// Control flow, BOUND and CPUID.
 #include "pci/x86_bits.h"
 #include "pci/x86_interpreter.h"
 

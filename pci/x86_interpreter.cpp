@@ -55,14 +55,19 @@ void Interpreter::out_of_budget() {
 
 CallEnd Interpreter::run(uint32_t stop) {
   while (!failed() && eip != stop) {
-    if (spend()) {
-      step();
-    }
+    step();
   }
   return end_;
 }
 
-void Interpreter::step() {
+CallEnd Interpreter::step() {
+  if (!failed() && spend()) {
+    interpret();
+  }
+  return end_;
+}
+
+void Interpreter::interpret() {
   in_ = Instruction{};
   find_code();
   const uint32_t opcode = decode_prefixes();

@@ -57,6 +57,9 @@ class Interpreter {
   // meaningful only after kReturned.
   CallEnd run(uint32_t stop);
 
+  // Interprets one instruction, with its repetitions. After a failure it does nothing.
+  CallEnd step();
+
   // Pushes the low `size` bytes of `value`.
   void push(uint32_t value, uint32_t size);
 
@@ -147,7 +150,7 @@ class Interpreter {
   void output(uint32_t port, uint32_t size, uint32_t value);
 
   // Decoding.
-  void step();
+  void interpret();
   uint32_t decode_prefixes();
   bool lockable(uint32_t opcode);
   void decode_modrm();

@@ -6,7 +6,7 @@ namespace x86 {
 namespace {
 
 // What POPF may change: the arithmetic flags, DF, and the NT, AC and ID bits that code toggles to tell
-// processors apart. Of the others IF stays as it is, like CLI and STI leave it, and TF would only trap.
+// processors apart. IF never changes, as with CLI and STI; TF would only trap.
 constexpr uint32_t kPopfMask = 0x00244CD5;
 constexpr uint32_t kRepeatWhileZero = 0xF3;  // for CMPS and SCAS; F2 repeats while not zero
 

@@ -1,7 +1,10 @@
 # An option ROM with a BIOS32 directory and a PCI BIOS, for the place where SeaBIOS puts the first one. What the chipset
 # answers through the configuration ports stands in its routing table's bitmaps.
+	.intel_syntax noprefix
+	.code32
+	.text
 	.set	BASE, 0xC0000
-	.include "rom.inc"
+rom:
 
 	.set	PORT_DELAY, 0x80
 	.set	PORT_ADDRESS, 0xCF8		# configuration mechanism 1
@@ -16,10 +19,27 @@
 	.code16
 	retf					# there is nothing to initialise
 	.code32
-	header	directory
 
+	.balign	16				# the directory's header
+	.ascii	"_32_"
+	.set	ADDRESS, directory - rom + BASE
+	.long	ADDRESS
+	.byte	0, 1				# revision, length
+	.byte	(-0x5F - 0x33 - 0x32 - 0x5F - ADDRESS - (ADDRESS >> 8) - (ADDRESS >> 16) - 1) & 0xFF
+	.fill	5, 1, 0
+
+# Base, size and offset of the service $PCI; AL 0x80 for others.
 directory:
-	directory_for pci_bios
+	pushfd
+	cmp	eax, 0x49435024			# "$PCI"
+	mov	al, 0x80
+	jne	1f
+	mov	al, 0
+	mov	ebx, BASE
+	mov	ecx, 0x10000
+	mov	edx, offset pci_bios - rom
+1:	popfd
+	retf
 
 pci_bios:
 	cmp	al, 0x8E

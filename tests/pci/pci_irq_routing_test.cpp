@@ -10,56 +10,18 @@
 #include "orvlog/pci_report.h"
 #include "pci/paths.h"
 #include "pci/pci_irq_routing_state.h"
+#include "tests/pci/fake_portio.h"
 #include "tests/pci/pci_tree.h"
 
 namespace fs = std::filesystem;
 using testing::ElementsAre;
-using testing::UnorderedElementsAre;
-
-// A scripted ROM, in the place of the real one: whether it opens, and its answer to the routing request,
-// which writes one entry with slot 4.
-static struct FakeRom {
-  int init_result = 0;
-  int call_result = 0;
-  uint16_t pci_es = 8;
-  uint16_t size = 16;
-  int inits = 0;
-  int finis = 0;
-} rom;
-static const uint8_t kEntryPoint = 0;
-
-int romcall_init(rominfo *info, int skip) {
-  EXPECT_EQ(skip, 3);
-  ++rom.inits;
-  info->pci_bios_entry_point = rom.init_result == 0 ? &kEntryPoint : nullptr;
-  info->pci_es = rom.pci_es;
-  return rom.init_result;
-}
-
-int romcall_fini(rominfo *info) {
-  ++rom.finis;
-  info->pci_bios_entry_point = nullptr;
-  return 0;
-}
-
-int do_rom_call(rominfo *, x86_reg_t *reg, const uint8_t *entry_point, int mode,
-                std::span<const MemoryWindow> lent) {
-  auto *info = static_cast<pci_route_info *>(lent[0].host);
-  EXPECT_TRUE(entry_point == &kEntryPoint && mode == 2);
-  EXPECT_TRUE(reg->u1.s1.reax == 0xB18E && reg->u2.s1.rebx == 0 && reg->redi == lent[0].base);
-  EXPECT_TRUE(lent[0].size == 8 && lent[0].writable && lent[1].size == 1024 && lent[1].writable);
-  EXPECT_TRUE(info->size == 1024 && info->data == lent[1].base && info->res == rom.pci_es);
-  static_cast<pci_irq_route_entry *>(lent[1].host)->slot = 4;
-  info->size = rom.size;
-  return rom.call_result;
-}
 
 namespace {
 
 using Entries = std::vector<std::string>;
 
 // Entries as the text formats have them.
-Entries Show(const pci_irq_route_entry *table, int count) {
+Entries show(const pci_irq_route_entry *table, int count) {
   Entries rows;
   char row[80];
   for (const pci_irq_route_entry &e : std::span(table, static_cast<size_t>(count))) {
@@ -70,34 +32,57 @@ Entries Show(const pci_irq_route_entry *table, int count) {
   return rows;
 }
 
-class Routing : public PciTreeTest {
- protected:
+Entries loaded_table() {
+  return show(internal_table, internal_table_size);
+}
+
+struct Routing : PciTreeTest {
   Routing() {
-    rom = {.init_result = -1};
-    Forget();
+    forget();
   }
 
-  void Forget() {
+  void forget() {
     memset(internal_table, 9, sizeof(internal_table));
     internal_table_size = 0;
     rom_initialized = 0;
     ri = {};
   }
+
+  // A ROM whose presence call returns ES `es`. Its routing call writes an entry of EAX, EBX and the request
+  // as it was, and returns `size` in the request, AH `ah`, and carry if AH has its highest bit set.
+  void install_rom(char es, uint16_t size, char ah = 0) {
+    const std::string mov_ah = std::string("\xB4") + ah;
+    install(
+        Image()
+            .answer(0xF0000, 0)
+            .put(0xF0000,
+                 hex("3C 8E 74 06 6A") + es +
+                     hex("07 30 E4 C3") +                    // cmp al,0x8E; je; push; pop es; xor ah,ah; ret
+                     hex("89 FE 8B 7F 02 AB 93 AB A5 A5") +  // mov esi,edi; mov edi,[edi+2]; stosd; xchg; ...
+                     hex("66 C7 46 F8") + little_endian(size).substr(0, 2) + mov_ah + hex("00 E4") + mov_ah +
+                     "\xC3"));
+  }
+
+  // Asks the ROM, and drops its messages.
+  static int ask_rom() {
+    testing::internal::CaptureStderr();
+    const int result = pci_irq_route_table_from_rom_internal();
+    testing::internal::GetCapturedStderr();
+    return result;
+  }
 };
-using Report = Routing;
 
 const char kA[] = "00 1f 0 60 0ef8 1";
 const char kB[] = "07 02 0 61 0020 255";
 
 struct Text {
-  Text(std::string t, Entries both) : text(std::move(t)), daemon(both), proc(std::move(both)) {}
-  Text(std::string t, Entries d, Entries p) : text(std::move(t)), daemon(std::move(d)), proc(std::move(p)) {}
   std::string text;
-  Entries daemon, proc;  // what the two readers make of it
+  Entries daemon;        // what the two readers make of it
+  Entries proc = {"="};  // "=": the same
 };
 
 // Fills the driver's buffer up to the text's last 15 characters.
-std::string Padded(const std::string &begin) {
+std::string padded(const std::string &begin) {
   return begin + std::string(4608 - 4 - begin.size(), '\n') + "7 2 0 61 20 -1\n)";
 }
 
@@ -105,11 +90,11 @@ const Text kTexts[] = {
     {"", {}},
     {"(", {}},
     {"(\nh\n)\n", {}},
-    {"(\n)\n00 1f 0 60 0ef8 1\n", {kA}},                     // the heading, whatever it says
+    {"(\n)\n00 1f 0 60 0ef8 1\n", {kA}},                     // any heading
     {"(\nh\n00 1f 3 60 0ef8 1\n)\n07 2 0 61 20 9\n", {kA}},  // the function is not kept
     {"(\nh\n00 1f 0 60 ef8 1 x\n7 2 0 61 20 -1", {kA, kB}},  // no end at all
     {"(\r\nh\r\n00 1f 0 60 0ef8 1\r\n\r\n\t7 2 0 61 20 -1 \r\n)\r\n", {kA, kB}},
-    {"(\nh\n001f00600ef81\n00 1f 0 60 ef8 123\n)", {kA, "00 1f 0 60 0ef8 12"}},  // widths part the fields
+    {"(\nh\n001f00600ef81\n00 1f 0 60 ef8 123\n)", {kA, "00 1f 0 60 0ef8 12"}},  // widths separate the fields
     {"(\nh\nxyz\n00 1f 0 60 0ef8 one\n00 1f 0 60 0ef8 1\n)", {kA}},  // nothing can be read, or not all
     {"(\nh\n-1 -1 0 -1 -1 -1\n)", {"ff 1f 0 ff ffff 255"}},
     {"(\nh\n" + std::string(4000, 'z') + "\n", {}},
@@ -118,8 +103,8 @@ const Text kTexts[] = {
     {" (\nh\n00 1f 0 60 0ef8 1\n)\n", {}, {kA}},
     {"any\nthing (\nh\n00 1f 0 60 0ef8 1\n", {}, {kA}},
     {"no parenthesis\nh\n00 1f 0 60 0ef8 1\n", {}, {}},
-    {"(\n\n00 1f 0 60 0ef8 1\n)", {kA}, {kA}},
-    {Padded("(\nh\n00 1f 0 60 0ef8 1\n"), {kA}, {kA, kB}},
+    {"(\n\n00 1f 0 60 0ef8 1\n)", {kA}},
+    {padded("(\nh\n00 1f 0 60 0ef8 1\n"), {kA}, {kA, kB}},
     {std::string("(\nh\n\0\n00 1f 0 60 0ef8 1\n", 24), {}, {kA}},
     // the file as scanf does, where what a heading has too much counts as another line.
     {"(\nh\n00 1f 0\n60 0ef8 1\n7 2 0 61 20 -1\n)", {kB}, {kA, kB}},
@@ -138,29 +123,28 @@ TEST_F(Routing, TextsAreReadAsFarAsTheyGo) {
     SCOPED_TRACE(row.text);
     driver_report = row.text;
     EXPECT_EQ(pci_irq_route_table_from_kelmd(), row.text[0] == '(' ? 0 : -1);
-    EXPECT_EQ(Show(internal_table, internal_table_size), row.daemon);
-    WriteFile(proc_, row.text);
+    EXPECT_EQ(loaded_table(), row.daemon);
+    write_file(proc_, row.text);
     EXPECT_EQ(pci_irq_route_table_from_proc(), 0);
-    EXPECT_EQ(Show(internal_table, internal_table_size), row.proc);
+    EXPECT_EQ(loaded_table(), row.proc == Entries{"="} ? row.daemon : row.proc);
   }
 }
 
 TEST_F(Routing, SourcesYieldAtMost64Entries) {
-  rom.init_result = 0;
   std::string text = "(\nh\n";
   for (const int entries : {64, 65}) {
     while (std::count(text.begin(), text.end(), '\n') < entries + 2) {
       text += "0 1 2 3 4 5\n";
     }
     driver_report = text;
-    WriteFile(proc_, text);
+    write_file(proc_, text);
     for (int slot = 0; slot < entries; ++slot) {
-      WriteFile(slots_ / std::to_string(slot) / "address", "0000:01:02");
+      write_file(slots_ / std::to_string(slot) / "address", "0000:01:02");
     }
-    rom.size = static_cast<uint16_t>(16 * entries + 15);
+    install_rom(8, static_cast<uint16_t>(16 * entries + 15));
     for (const auto source : {pci_irq_route_table_from_kelmd, pci_irq_route_table_from_sys,
                               pci_irq_route_table_from_proc, pci_irq_route_table_from_rom_internal}) {
-      Forget();
+      forget();
       EXPECT_EQ(source(), 0);
       EXPECT_EQ(internal_table_size, 64);
     }
@@ -169,87 +153,83 @@ TEST_F(Routing, SourcesYieldAtMost64Entries) {
 
 TEST_F(Routing, SlotsHaveAddressAndName) {
   EXPECT_EQ(pci_irq_route_table_from_sys(), -1);
-  WriteFile(slots_, "not a directory");
+  write_file(slots_, "not a directory");
   EXPECT_EQ(pci_irq_route_table_from_sys(), -1);
   fs::remove(slots_);
   fs::create_directory(slots_);
   EXPECT_EQ(pci_irq_route_table_from_sys(), -1);
-  WriteFile(slots_ / "1/address", "0000:" + std::string(100, '0') + "5:00\n");
-  WriteFile(slots_ / "10/address", "0000:1ff:3f");  // only a byte of each is kept
-  WriteFile(slots_ / "2/address", "0001:07:02");
-  WriteFile(slots_ / "3/x", "");
-  WriteFile(slots_ / "4/address", "");
-  WriteFile(slots_ / "5-1/address", "0000:" + std::string(200, '0') + "7:2");
+  write_file(slots_ / "1/address", "0000:" + std::string(100, '0') + "5:00\n");
+  write_file(slots_ / "10/address", "0000:1ff:3f");  // only a byte of each is kept
+  write_file(slots_ / "2/address", "0001:07:02");
+  write_file(slots_ / "3/x", "");
+  write_file(slots_ / "4/address", "");
+  write_file(slots_ / "5-1/address", "0000:" + std::string(200, '0') + "7:2");
   EXPECT_EQ(pci_irq_route_table_from_sys(), 0);
-  EXPECT_THAT(Show(internal_table, internal_table_size),
-              ElementsAre("05 00 0 00 0000 1", "ff 1f 0 00 0000 10", "00 00 0 00 0000 2", "00 00 0 00 0000 0",
-                          "00 00 0 00 0000 0", "00 00 0 00 0000 5"));
+  EXPECT_THAT(loaded_table(), ElementsAre("05 00 0 00 0000 1", "ff 1f 0 00 0000 10", "00 00 0 00 0000 2",
+                                          "00 00 0 00 0000 0", "00 00 0 00 0000 0", "00 00 0 00 0000 5"));
 }
 
-TEST_F(Routing, RomIsOpenedOnceAndClosed) {
-  const struct {
-    int init, result;
-    uint16_t es, size;
-    int entries;
-  } rows[] = {{0, 0, 8, 47, 2}, {0, 0, 8, 15, 0}, {0, -0x89, 8, 32, 0},
-              {0, 1, 8, 32, 0}, {0, 0, 0, 32, 0}, {-1, 0, 8, 32, 0}};
-  for (const auto &row : rows) {
-    Forget();
-    rom = {.init_result = row.init, .call_result = row.result, .pci_es = row.es, .size = row.size};
-    EXPECT_EQ(pci_irq_route_table_from_rom_internal(), row.entries > 0 ? 0 : -1);
-    EXPECT_EQ(internal_table_size, row.entries);
+TEST_F(Routing, RomIsAskedOnceAndClosed) {
+  const std::tuple<char, uint16_t, char, int> rows[] = {
+      {8, 47, 0, 2}, {8, 15, 0, 0}, {8, 32, -0x77, 0}, {8, 32, 1, 0}, {0, 32, 0, 0}};
+  for (const auto &[es, size, ah, entries] : rows) {
+    forget();
+    install_rom(es, size, ah);
+    EXPECT_EQ(ask_rom(), entries > 0 ? 0 : -1);
+    EXPECT_EQ(internal_table_size, entries);
     EXPECT_EQ(internal_table[1].bus, 0) << "what the ROM leaves alone is empty";
-    EXPECT_EQ(pci_irq_route_table_from_rom_internal(), -1);
-    EXPECT_TRUE(rom.inits == 1 && rom.finis == 1);
+    EXPECT_EQ(ask_rom(), -1);
+    EXPECT_EQ(ri.rom, nullptr);
   }
-  Forget();
-  ri.pci_bios_entry_point = &kEntryPoint;  // what another has opened stays open
-  ri.pci_es = 8;
-  rom = {};
-  EXPECT_EQ(pci_irq_route_table_from_rom_internal(), 0);
-  EXPECT_EQ(rom.inits + rom.finis, 0);
+  forget();
+  install_rom(8, 16);
+  ASSERT_EQ(romcall_init(&ri, kSkipInt15 | kSkipEv), 0);  // what another has opened stays open
+  EXPECT_EQ(ask_rom(), 0);
+  EXPECT_EQ(std::string(reinterpret_cast<char *>(internal_table), 16),
+            hex("8E B1 00 00 00 00 00 00 00 04 00 10 10 00 08 00"));
+  EXPECT_EQ(romcall_fini(&ri), 0);
 }
 
 TEST_F(Routing, FirstSourceThatYieldsIsTaken) {
   driver_report = "(\nh\n00 01 0 60 0ef8 1\n)";
-  WriteFile(slots_ / "2/address", "0000:00:01");
-  WriteFile(proc_, "(\nh\n00 01 0 60 0ef8 3\n)");
-  rom.init_result = 0;
+  write_file(slots_ / "2/address", "0000:00:01");
+  write_file(proc_, "(\nh\n00 01 0 60 0ef8 3\n)");
+  install_rom(4, 16);
   const std::function<void()> removals[] = {
       [] { driver_report = "(\nh\n)"; }, [this] { fs::remove_all(slots_); },
-      [this] { WriteFile(proc_, "(\nh\nx"); }, [] { rom.init_result = -1; }};
+      [this] { write_file(proc_, "(\nh\nx"); }, [this] { install(Image().put(0xFFFEA, "?")); }};
   int slot = 0;
+  int size = 17;
   for (const auto &remove : removals) {
-    Forget();
-    int size = 17;
+    forget();
     EXPECT_EQ(pci_irq_route_table(nullptr, &size), 0);
     EXPECT_EQ(size, 1);
     EXPECT_EQ(internal_table[0].slot, ++slot);
-    EXPECT_EQ(rom.inits, slot / 4);
+    EXPECT_EQ(rom_initialized, slot / 4);
     remove();
   }
-  Forget();
-  int size = 17;
+  forget();
+  size = 17;
   EXPECT_EQ(pci_irq_route_table(nullptr, &size), -1);
   EXPECT_EQ(size, 17);
 }
 
 TEST_F(Routing, BridgesPassTheirRoutingOn) {
   driver_report = "(\nh\n00 1c 0 60 0ef8 3\n00 1e 0 61 0020 4\n)";
-  AddBridge("00/1c.2", 7);  // listed, by another function
-  AddFunction("07/00.0");
-  AddBridge("07/01.0", 8);  // not listed, behind a listed one
-  AddBridge("08/1f.7", 9);
-  AddBridge("09/00.0", 10);
-  AddFunction("0a/00.0");
-  AddBridge("00/02.0", 0x20);  // not listed, behind none
-  AddFunction("20/00.0");
-  AddBridge("30/00.0", 0x31);  // a ring
-  AddBridge("31/00.0", 0x30);
-  AddFunction("00/1e.0", {{10, 4}, {11, 6}}, 25);          // its secondary bus cannot be read
-  AddFunction("00/1e.1", {{10, 1}, {11, 6}, {25, 0xff}});  // not a PCI-to-PCI bridge
-  AddFunction("00/1e.2", {{10, 4}, {11, 1}, {25, 0xff}});
-  AddFunction("ff/00.0");
+  add_bridge("00/1c.2", 7);  // listed, by another function
+  add_function("07/00.0");
+  add_bridge("07/01.0", 8);  // not listed, behind a listed one
+  add_bridge("08/1f.7", 9);
+  add_bridge("09/00.0", 10);
+  add_function("0a/00.0");
+  add_bridge("00/02.0", 0x20);  // not listed, behind none
+  add_function("20/00.0");
+  add_bridge("30/00.0", 0x31);  // a ring
+  add_bridge("31/00.0", 0x30);
+  add_function("00/1e.0", {{10, 4}, {11, 6}}, 25);          // its secondary bus cannot be read
+  add_function("00/1e.1", {{10, 1}, {11, 6}, {25, 0xff}});  // not a PCI-to-PCI bridge
+  add_function("00/1e.2", {{10, 4}, {11, 1}, {25, 0xff}});
+  add_function("ff/00.0");
   const auto all = {"00 1c 0 60 0ef8 3", "00 1e 0 61 0020 4", "07 00 0 60 0ef8 3", "07 01 0 60 0ef8 3",
                     "08 1f 7 60 0ef8 3", "09 00 0 60 0ef8 3", "0a 00 0 60 0ef8 3"};
   pci_irq_route_entry table[8] = {};
@@ -259,7 +239,7 @@ TEST_F(Routing, BridgesPassTheirRoutingOn) {
     EXPECT_EQ(size, 7);
     EXPECT_EQ(table[capacity].link_inta, 0);
   }
-  EXPECT_THAT(Show(table, 7), testing::UnorderedElementsAreArray(all));
+  EXPECT_THAT(show(table, 7), testing::UnorderedElementsAreArray(all));
   EXPECT_EQ(driver_requests, 1);
   for (const int hostile : {-5, INT_MIN}) {
     table[0] = table[1] = {};
@@ -286,7 +266,7 @@ TEST_F(Routing, BridgesPassTheirRoutingOn) {
 const std::string kHeading =
     "\nBusNumber\tDeviceNumber\tFunctionNumber\tLinkIntA\tIRQBitMapIntA\tSlotNumber\n";
 
-TEST_F(Report, HasAtMost50RowsAndIsTheSameAgain) {
+TEST_F(Routing, ReportHasAtMost50RowsAndIsTheSameAgain) {
   driver_report = "(\nh\n";
   std::string expected = kHeading;
   for (int i = 0; i < 60; ++i) {
@@ -304,12 +284,16 @@ TEST_F(Report, HasAtMost50RowsAndIsTheSameAgain) {
   EXPECT_EQ(driver_requests, 1);
 }
 
-TEST_F(Report, SaysThatThereIsNoTable) {
+TEST_F(Routing, ReportAndMessagesKeepTheirOrder) {
+  install(Image().put(0xFFFEA, "?"));
+  const int standard_error = dup(STDERR_FILENO);
   testing::internal::CaptureStdout();
-  testing::internal::CaptureStderr();
+  dup2(STDOUT_FILENO, STDERR_FILENO);
   print_pci_data();
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), kHeading + "\n");
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "orvlog: No PCI IRQ routing table is available.\n");
+  const std::string both = testing::internal::GetCapturedStdout();
+  dup2(standard_error, STDERR_FILENO);
+  close(standard_error);
+  EXPECT_EQ(both, kHeading + "Not a Orv Stratum Server!\norvlog: No PCI IRQ routing table is available.\n\n");
 }
 
 }  // namespace

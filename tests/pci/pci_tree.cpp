@@ -35,16 +35,16 @@ int orvCloseRequest(int fd) {
   return close(fd);
 }
 
-static fs::path MakeRoot() {
+static fs::path make_root() {
   char name[] = "/tmp/pci_tree_XXXXXX";
   return mkdtemp(name);
 }
 
-static size_t CountDescriptors() {
+static size_t count_descriptors() {
   return static_cast<size_t>(std::distance(fs::directory_iterator("/proc/self/fd"), {}));
 }
 
-PciTreeTest::PciTreeTest() : root_(MakeRoot()), descriptors_(CountDescriptors()) {
+PciTreeTest::PciTreeTest() : root_(make_root()), descriptors_(count_descriptors()) {
   fs::create_directory(buses_);
   pci_proc_dir = buses_.c_str();
   pci_slots_dir = slots_.c_str();
@@ -56,33 +56,27 @@ PciTreeTest::PciTreeTest() : root_(MakeRoot()), descriptors_(CountDescriptors())
 }
 
 PciTreeTest::~PciTreeTest() {
-  EXPECT_EQ(CountDescriptors(), descriptors_);
+  EXPECT_EQ(count_descriptors(), descriptors_);
   fs::remove_all(root_);
 }
 
-void PciTreeTest::WriteFile(const fs::path &path, const std::string &content) {
+void PciTreeTest::write_file(const fs::path &path, const std::string &content) {
   fs::create_directories(path.parent_path());
   std::ofstream(path, std::ios::binary) << content;
 }
 
-void PciTreeTest::AddFunction(const std::string &name, const Bytes &bytes, size_t size) {
+void PciTreeTest::add_function(const std::string &name, const Bytes &bytes, size_t size) {
   std::string space(256, '\0');
   for (const auto &[offset, value] : bytes) {
     space.at(offset) = static_cast<char>(value);
   }
-  WriteFile(buses_ / name, space.substr(0, size));
+  write_file(buses_ / name, space.substr(0, size));
 }
 
-void PciTreeTest::AddBridge(const std::string &name, int secondary) {
-  AddFunction(name, {{10, 4}, {11, 6}, {25, secondary}});
+void PciTreeTest::add_bridge(const std::string &name, int secondary) {
+  add_function(name, {{10, 4}, {11, 6}, {25, secondary}});
 }
 
-void PciTreeTest::Install(const std::string &image) {
-  WriteFile(mem_, std::string(0x100000 - image.size(), '\0') + image);
-}
-
-void PciTreeTest::InstallRom(const char *name) {
-  std::ifstream file(fs::path(ROM_DIR) / name, std::ios::binary);
-  ASSERT_TRUE(file) << name;
-  Install({std::istreambuf_iterator<char>(file), {}});
+void PciTreeTest::install(const Image &image) {
+  write_file(mem_, std::string(kRomBase, '\0') + image.bytes);
 }

@@ -9,26 +9,27 @@
 
 #include <gtest/gtest.h>
 
-/// What the driver answers to the routing request; while it is empty the reports' node cannot be opened.
+#include "tests/pci/rom_image.h"
+
+// What the driver answers to the routing request; while it is empty the reports' node cannot be opened.
 extern std::string driver_report;
 extern int driver_requests;
 
 using Bytes = std::vector<std::pair<size_t, uint32_t>>;  // offset and value
 
-/// Repoints the fixed paths, and checks at the end that no descriptor was left open.
+// Repoints the fixed paths, and checks at the end that no descriptor was left open.
 class PciTreeTest : public testing::Test {
  protected:
   PciTreeTest();
   ~PciTreeTest() override;
 
-  void WriteFile(const std::filesystem::path &path, const std::string &content);
-  /// Makes a configuration file of `size` zeros, `bytes` set, for a function named like "00/1f.7".
-  void AddFunction(const std::string &name, const Bytes &bytes = {}, size_t size = 256);
-  /// Makes a PCI-to-PCI bridge that leads to bus `secondary`.
-  void AddBridge(const std::string &name, int secondary);
-  /// Makes a first megabyte that ends with `image`, or with the image assembled from roms/.
-  void Install(const std::string &image);
-  void InstallRom(const char *name);
+  void write_file(const std::filesystem::path &path, const std::string &content);
+  // Makes a configuration file of `size` zeros, `bytes` set, for a function named like "00/1f.7".
+  void add_function(const std::string &name, const Bytes &bytes = {}, size_t size = 256);
+  // Makes a PCI-to-PCI bridge that leads to bus `secondary`.
+  void add_bridge(const std::string &name, int secondary);
+  // Makes a first megabyte that ends with `image`.
+  void install(const Image &image);
 
   const std::filesystem::path root_;
   const std::filesystem::path buses_ = root_ / "buses";

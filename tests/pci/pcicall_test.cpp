@@ -27,44 +27,36 @@ using Configuration = PciTreeTest;
 using Walk = PciTreeTest;
 
 TEST_F(Configuration, ReadsWhatWasWritten) {
-  AddFunction("05/1f.3", {{62, 0xCD}, {63, 0xAB}});
+  add_function("05/1f.3", {{62, 0xCD}, {63, 0xAB}});
   EXPECT_EQ(pci_write_config_byte(5, 0x1f, 3, 1, 0x11), 0);
   EXPECT_EQ(pci_write_config_word(5, 0x1f, 3, 2, 0x3322), 0);
   EXPECT_EQ(pci_write_config_dword(5, 0x1f, 3, 4, 0x77665544), 0);
   uint8_t bytes[9];
   EXPECT_EQ(pci_read_config(5, 0x1f, 3, 0, bytes, sizeof(bytes)), 0);
   EXPECT_THAT(bytes, ElementsAre(0, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0));
-  uint16_t word;
-  EXPECT_EQ(pci_read_config_word(5, 0x1f, 3, 2, &word), 0);
-  EXPECT_EQ(word, 0x3322);
-  uint32_t dword;
-  EXPECT_EQ(pci_read_config_dword(5, 0x1f, 3, 4, &dword), 0);
-  EXPECT_EQ(dword, 0x77665544u);
+  uint16_t word = 0;
+  uint32_t dword = 0;
   PCIConfigHeader header;
-  EXPECT_EQ(pci_read_config_header(5, 0x1f, 3, &header), 0);
-  EXPECT_EQ(header.Type.One.BridgeControl, 0xABCD);
-
+  EXPECT_TRUE(pci_read_config_word(5, 0x1f, 3, 2, &word) == 0 && word == 0x3322);
+  EXPECT_TRUE(pci_read_config_dword(5, 0x1f, 3, 4, &dword) == 0 && dword == 0x77665544);
+  EXPECT_TRUE(pci_read_config_header(5, 0x1f, 3, &header) == 0 && header.Type.One.BridgeControl == 0xABCD);
   EXPECT_EQ(pci_write_config_byte(5, 0x1f, 3, -1, 0), -1);
   EXPECT_EQ(pci_write_config(5, 0x1f, 3, 0, bytes, SIZE_MAX), -1);
   EXPECT_EQ(pci_write_config_byte(5, 0x1f, 4, 0, 0), -1);
 }
 
 TEST_F(Configuration, FailedReadLeavesOnes) {
-  AddFunction("00/00.0");
-  const struct {
-    int bus, offset;
-    size_t size;
-  } rows[] = {{0, 0x100, 1}, {0, 0xFE, 4}, {0, -1, 1}, {1, 0, 4}, {-1, 0, 4}};
-  for (const auto &row : rows) {
-    uint8_t value[5] = {};
-    EXPECT_EQ(pci_read_config(row.bus, 0, 0, row.offset, value, row.size), -1) << row.offset;
-    for (size_t i = 0; i < sizeof(value); ++i) {
-      EXPECT_EQ(value[i], i < row.size ? 0xFF : 0) << row.offset << " byte " << i;
-    }
+  add_function("00/00.0");
+  const std::tuple<int, int, size_t> rows[] = {
+      {0, 0x100, 1}, {0, 0xFE, 4}, {0, -1, 1}, {1, 0, 4}, {-1, 0, 4}};
+  for (const auto &[bus, offset, size] : rows) {
+    std::string value(5, '\0');
+    EXPECT_EQ(pci_read_config(bus, 0, 0, offset, value.data(), size), -1);
+    EXPECT_EQ(value, std::string(size, '\xFF') + std::string(5 - size, '\0')) << offset;
   }
 }
 
-std::vector<int> Buses() {
+std::vector<int> all_buses() {
   std::vector<int> buses;
   DIR *dir;
   for (int bus = first_bus(&dir); bus >= 0; bus = next_bus(&dir)) {
@@ -74,10 +66,10 @@ std::vector<int> Buses() {
   return buses;
 }
 
-std::vector<int> Devices(int bus) {
+std::vector<int> all_devices() {
   std::vector<int> devices;
   DIR *dir;
-  for (int devfn = first_device(&dir, bus); devfn >= 0; devfn = next_device(&dir)) {
+  for (int devfn = first_device(&dir, 5); devfn >= 0; devfn = next_device(&dir)) {
     devices.push_back(devfn);
   }
   EXPECT_EQ(next_device(&dir), -1);
@@ -87,26 +79,26 @@ std::vector<int> Devices(int bus) {
 TEST_F(Walk, ReadsBusesAndDevicesFromNames) {
   for (const char *name : {"05/00.0", "05/1f.7", "05/02.1", "05/1.2", "05/x", "0a/x", "1/00.0", "100/00.0",
                            "0000:00/00.0", "devices"}) {
-    AddFunction(name);
+    add_function(name);
   }
-  EXPECT_THAT(Buses(), UnorderedElementsAre(0x05, 0x0a));
-  EXPECT_THAT(Devices(5), UnorderedElementsAre(0x00, 0xff, 0x11));
+  EXPECT_THAT(all_buses(), UnorderedElementsAre(0x05, 0x0a));
+  EXPECT_THAT(all_devices(), UnorderedElementsAre(0x00, 0xff, 0x11));
   // Odd names may be taken for any bus or device, but for nothing else, and do not end the walk.
   for (const char *name : {"-1/x", "zz/x", "05/ff.f", "05/-1.-1", "05/99999999999999999999.0"}) {
-    AddFunction(name);
+    add_function(name);
   }
-  EXPECT_THAT(Buses(), AllOf(SizeIs(4), Each(Le(0xff))));
-  EXPECT_THAT(Devices(5), AllOf(SizeIs(6), Each(Le(0xff))));
+  EXPECT_THAT(all_buses(), AllOf(SizeIs(4), Each(Le(0xff))));
+  EXPECT_THAT(all_devices(), AllOf(SizeIs(6), Each(Le(0xff))));
   fs::remove_all(buses_);
-  EXPECT_THAT(Buses(), SizeIs(0));
-  EXPECT_THAT(Devices(5), SizeIs(0));
+  EXPECT_THAT(all_buses(), SizeIs(0));
+  EXPECT_THAT(all_devices(), SizeIs(0));
 }
 
 TEST_F(Walk, VisitsTheWholeSystem) {
   pci_iter iter;
   EXPECT_EQ(first_pci_device(&iter), -1);
   for (const char *name : {"00/00.0", "00/1f.2", "80/01.1", "80/1f.7"}) {
-    AddFunction(name);
+    add_function(name);
   }
   std::vector<int> devices;
   for (int device = first_pci_device(&iter); device >= 0; device = next_pci_device(&iter)) {
@@ -127,11 +119,10 @@ TEST_F(Walk, VisitsTheWholeSystem) {
 }
 
 TEST_F(Walk, FilterDropsOnlyTheTwoDots) {
-  const std::pair<const char *, int> rows[] = {{".", 0}, {"..", 0}, {"...", 1}, {".hidden", 1}, {"1", 1}};
-  for (const auto &[name, selected] : rows) {
+  for (const std::string name : {".", "..", "...", ".hidden", "1"}) {
     dirent entry = {};
-    strcpy(entry.d_name, name);
-    EXPECT_EQ(file_select(&entry), selected) << name;
+    name.copy(entry.d_name, name.size());
+    EXPECT_EQ(file_select(&entry), name == "." || name == ".." ? 0 : 1) << name;
   }
 }
 
@@ -161,7 +152,7 @@ TEST_F(Configuration, SpeedFollowsStatusAndPciXCapability) {
       {"longest list", 133, longest},
   };
   for (const auto &row : rows) {
-    AddFunction("00/00.0", row.bytes, row.size);
+    add_function("00/00.0", row.bytes, row.size);
     EXPECT_EQ(pci_read_config_speed(0, 0, 0), row.speed) << row.what;
   }
 }
