@@ -11,6 +11,7 @@
 namespace {
 
 constexpr int kWrongUsage = 1;
+constexpr int kFailure = 2;
 constexpr char kVersionText[] = "imlog " IMLOG_VERSION "\n";
 
 Options options;
@@ -40,15 +41,16 @@ void run_out_of_memory() {
 }  // namespace
 
 int main(int argc, char **argv) {
-  if (!hold_standard_streams()) {
-    return report(Problem("cannot hold a closed standard stream").advise("raise the limit of open files"),
-                  kShortFormat, 2);
-  }
   std::set_new_handler(run_out_of_memory);
+  const bool are_streams_held = hold_standard_streams();
   Calendar calendar;
   const Problem problem = parse_options(argc, argv, calendar, time(nullptr), options);
   if (problem.is_set()) {
     return report(problem, *options.format, kWrongUsage);
+  }
+  if (!are_streams_held) {
+    return report(Problem("cannot hold a closed standard stream").advise("raise the limit of open files"),
+                  *options.format, kFailure);
   }
   switch (options.action) {
     case Options::Action::kHelp: return print_text(kUsage, *options.format);

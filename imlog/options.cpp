@@ -210,7 +210,8 @@ Problem check_combination(const Options &options) {
 }  // namespace
 
 Problem parse_options(int argc, char **argv, Calendar &calendar, int64_t now, Options &options) {
-  bool for_check = asks_for_check(argc, argv);
+  const bool has_check_words = asks_for_check(argc, argv);
+  bool for_check = false;
   Problem problem;
   opterr = 0;  // what is wrong must not reach standard error before it is known for whom it is
   for (int letter = 0; (letter = getopt_long(argc, argv, kLetters, kLongOptions, nullptr)) != -1;) {
@@ -220,10 +221,15 @@ Problem parse_options(int argc, char **argv, Calendar &calendar, int64_t now, Op
     }
     if (letter == 'h' || letter == kVersion) {
       options.action = letter == 'h' ? Options::Action::kHelp : Options::Action::kVersion;
+      options.format = has_check_words ? &kCheckFormat : options.format;
       return {};
     }
     problem = letter == ':' || letter == '?' ? parser_problem(letter, argv[optind - 1])
                                              : take_option(letter, optarg, calendar, now, options);
+  }
+  if (!problem.is_set() && has_check_words && !for_check) {
+    problem = Problem("'-o check' is taken for the argument of another option")
+                  .advise("give that option its argument");
   }
   if (!problem.is_set() && argc - optind > 1) {
     problem =
@@ -234,7 +240,7 @@ Problem parse_options(int argc, char **argv, Calendar &calendar, int64_t now, Op
     problem = check_combination(options);
   }
   if (problem.is_set()) {
-    options.format = for_check ? &kCheckFormat : &kShortFormat;
+    options.format = has_check_words || for_check ? &kCheckFormat : &kShortFormat;
   }
   return problem;
 }

@@ -289,13 +289,17 @@ class Statuses(Case):
     def test_check_is_quiet(self):
         for words in ("--bogus -o check", "-o check -f", "-fo check -x", "--out check --x", "-ocheck a b",
                       "--outp=check -p bad", "a -p -o check", "-o check --cursor-file=x", "-o check -o bad",
-                      "-n -o check", "-o check /", "-o check " + self.file(b"short")):
+                      "-n -o check", "--host -o check", "--cursor-file --out=check", "-o check /", "-o check " + self.file(b"short")):
             self.assertRegex(self.run_imlog(*words.split(), status=3), rb"^IML UNKNOWN - [^|\n]+\n$", words)
         for words in [], ["/no"]:
             self.assertEqual(self.run_imlog("-o", "check", *words, status=3),
                              b"IML UNKNOWN - cannot open the log: No such file or directory\n")
         with open("/dev/full", "wb") as full:
-            self.run_imlog("-o", "check", self.file(record()), stdout=full, status=3)
+            for word in self.file(record()), "--help":
+                self.run_imlog(word, "-o", "check", stdout=full, status=3)
+        if b"__asan" not in pathlib.Path(IMLOG).read_bytes():  # a sanitizer hangs without descriptors
+            self.run_imlog("-o", "check", status=3, preexec_fn=lambda: (
+                os.closerange(0, 2), resource.setrlimit(resource.RLIMIT_NOFILE, (1, 1))))
         self.run_imlog("-o", "bad", "--", "-o", "check", status=1, stderr=b"unknown format 'bad'")
 
     def test_failures(self):
