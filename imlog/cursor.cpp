@@ -54,7 +54,7 @@ Problem Cursor::open(const char *path, History &history) {
   draft_ = path_ + ".imlog-draft";
   struct stat status = {};
   if (lstat(path, &status) == 0 && !S_ISREG(status.st_mode)) {  // before a lock is put beside it
-    return refuse(S_ISLNK(status.st_mode) ? "is a symbolic link" : "is no regular file");
+    return refuse_kind(S_ISLNK(status.st_mode) ? "is a symbolic link" : "is no regular file");
   }
   Problem problem = lock();
   return problem.is_set() ? problem : load(history);
@@ -84,7 +84,7 @@ Problem Cursor::load(History &history) {
       return {};
     }
     return errno == 0 || errno == ELOOP
-               ? refuse("is no regular file")
+               ? refuse_kind("is no regular file")
                : Problem("cannot read the cursor: %s", strerror(errno))
                      .advise("check that you may read '%s', or name another cursor", path_.c_str());
   }
@@ -108,6 +108,11 @@ Problem Cursor::load(History &history) {
   const char *const fault = history.parse(text);
   exists_ = true;
   return fault != nullptr ? refuse(fault) : Problem();
+}
+
+// What may be a device must not be moved away.
+Problem Cursor::refuse_kind(const char *fault) const {
+  return Problem("the cursor %s", fault).advise("name a regular file in place of '%s'", path_.c_str());
 }
 
 Problem Cursor::refuse(const char *fault) const {

@@ -27,6 +27,7 @@ class Cursor {
   Problem load(History &history);
   [[nodiscard]] bool write_draft(const std::string &text) const;
   [[nodiscard]] Problem refuse(const char *fault) const;
+  [[nodiscard]] Problem refuse_kind(const char *fault) const;
 
   std::string path_;
   std::string draft_;

@@ -399,7 +399,7 @@ class Cursor(Case):
         for i, make in enumerate((lambda path: os.symlink(other, path), os.mkdir, os.mkfifo)):
             self.cursor = str(self.folder / f"cursor{i}")
             make(self.cursor)
-            self.assertEqual(self.changes(record(0), status=2, stderr=b"the cursor is "), [])
+            self.assertEqual(self.changes(record(0), status=2, stderr=b"; name a regular file in place of"), [])
             self.assertFalse(os.path.exists(self.cursor + ".lock"))
         self.cursor = str(self.folder / "linked")
         os.symlink(other, self.cursor + ".lock")
