@@ -490,6 +490,14 @@ class Follow(Case):
             self.assertEqual(run.wait(timeout=10), 0)
         self.assertFalse((self.folder / "cursor").exists())
 
+    def test_signal_before_reading(self):
+        library = self.folder / "libkelmintrfc64.so.3"
+        os.mkfifo(library)
+        env = self.env(LD_LIBRARY_PATH=str(self.folder))
+        with subprocess.Popen([IMLOG, "-f"], env=env) as run, open(library, "wb"):  # once it is being loaded
+            run.send_signal(signal.SIGTERM)
+            self.assertEqual(run.wait(timeout=10), 0)
+
 
 class Readers(Case):
     """Each format read back by a program that others use."""
