@@ -137,6 +137,7 @@ class Run {
       FileSource source(options_.file);
       return read_source(source, lines);
     }
+    errno = 0;  // an older reason must not pass for the library's
     LiveSource source;
     return read_source(source, lines);
   }

@@ -31,6 +31,11 @@ int open_log(const char *path) {
   return fd;
 }
 
+// In words the errno of a request; the library need not set one.
+const char *reason(int error) {
+  return error != 0 ? strerror(error) : "no reason";
+}
+
 // As read(2), but waits where that would only say that there is nothing yet.
 ssize_t read_some(int fd, void *buffer, size_t size) {
   for (;;) {
@@ -101,7 +106,7 @@ LiveSource::LiveSource() : reader_(0) {
     case EventReader::Opening::kReady: is_open_ = true; break;
     case EventReader::Opening::kCannotOpen:
       problem_ =
-          Problem("cannot open the log: %s", strerror(reader_.error()))
+          Problem("cannot open the log: %s", reason(reader_.error()))
               .advise("run as root with the health driver started (%s), or name a FILE to read", kNodeEvents);
       break;
     case EventReader::Opening::kNoMemory:
@@ -116,7 +121,7 @@ const EVT_LOG_ENTRY *LiveSource::next() {
     case EventReader::Answer::kEndOfLog: break;
     case EventReader::Answer::kInvalidCode:
       problem_ = Problem("cannot read the log to its end: entry %u: status %d, %s", reader_.number(),
-                         reader_.status(), reader_.error() != 0 ? strerror(reader_.error()) : "no reason")
+                         reader_.status(), reason(reader_.error()))
                      .advise("the health driver may have stopped; start it again");
       break;
     case EventReader::Answer::kDoesNotAdvance:
