@@ -145,8 +145,7 @@ Problem take_option(int letter, const char *value, Calendar &calendar, int64_t n
       if (!time) {
         return Problem("'%s' is no time of the years 1970 to 9999", value)
             .advise(
-                "use 2025-09-01, '2025-09-01 13:05', 2025-09-01T13:05:00, today, yesterday, -30m, -12h or "
-                "-7d");
+                "use 2025-09-01, '2025-09-01 13:05', 2025-09-01T13:05:00, today, yesterday, -30m, -12h or -7d");
       }
       (letter == 'S' ? options.filter.since : options.filter.until) = time;
       break;

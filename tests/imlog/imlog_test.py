@@ -11,7 +11,6 @@ import re
 import resource
 import shutil
 import signal
-import stat
 import struct
 import subprocess
 import tempfile
@@ -135,12 +134,13 @@ class Formats(Case):
     def test_export(self):
         times = ([(1999, 1, 1, 0, 0), (2025, 1, 1, 0, 0)], [(0,) * 6], [(2024, 1, 1, 0, 0)], [(1970, 1, 1, 1, 0)],
                  [(1970, 1, 1, 1, 1)], [(2024, 1, 1, 0, 0), (3112, 1, 1, 0, 0)])  # the last is beyond 2^55 microseconds
-        log = self.file(*(record(i, 2, b"", *at) for i, at in enumerate(times)))
+        log = self.file(*(record(i, 2, b"", *at) for i, at in enumerate(times + ([(2024, 1, 1, 0, 0)],) * 20)))
         entries = [dict(line.split("=", 1) for line in entry.split("\n"))
                    for entry in self.run_imlog("-o", "export", log).decode().split("\n\n")[:-1]]
         self.assertEqual([(int(e["IML_NUMBER"]), int(e["__REALTIME_TIMESTAMP"])) for e in entries], [
-            (1, 1), (3, 1), (4, 60_000000), (2, 1704063600_000000), (5, 1704063600_000000), (0, 1735686000_000000)])
-        self.assertEqual([e["__MONOTONIC_TIMESTAMP"] for e in entries], list("123456"))
+            (1, 1), (3, 1), (4, 60_000000), *((i, 1704063600_000000) for i in (2, *range(5, 26))),
+            (0, 1735686000_000000)])
+        self.assertEqual([int(e["__MONOTONIC_TIMESTAMP"]) for e in entries], list(range(1, 27)))
         self.assertEqual(list(entries[0])[-5:], ["IML_NUMBER", "IML_SEVERITY", "IML_CLASS", "IML_CODE", "IML_COUNT"])
         self.assertEqual(entries[4]["IML_LAST"], "3112-01-01T00:00:00+01:00")
         self.assertRegex(entries[0]["_BOOT_ID"] + entries[0]["MESSAGE_ID"], "^[0-9a-f]{64}$")
@@ -370,7 +370,7 @@ class Cursor(Case):
         a, b, c = (record(i) for i in range(3))
         again = record(1, count=2, last=(2025, 9, 2, 0, 0))
         self.assertEqual(self.changes(a, b), [(0, "new"), (1, "new")])
-        self.assertEqual(stat.S_IMODE(os.stat(self.cursor).st_mode), 0o600)
+        self.assertEqual(os.stat(self.cursor).st_mode & 0o777, 0o600)
         self.assertEqual(self.changes(a, b), [])
         self.assertEqual(self.changes(a, again, c), [(1, "repeated"), (2, "new")])
         self.assertEqual(self.changes(record(0, 2, b"", (2025, 9, 3, 0, 0)), record(1, event=(0x21, 1)),
@@ -379,7 +379,7 @@ class Cursor(Case):
         self.assertEqual(self.changes(a, c, words=("-p", "critical")), [])
         self.assertEqual(self.changes(a, c), [])  # filtered out, yet seen
         self.assertEqual(self.changes(record(0, 15), again, c, b, words=("-n", "1")), [(1, "new")])
-        self.assertEqual(self.changes(record(0, 15), b, a[:20] + b"\0" * 8 + a[28:]), [(0, "repeated")])
+        self.assertEqual(self.changes(record(0, 9), b, a[:20] + b"\0" * 8 + a[28:]), [(0, "repeated")])
         self.assertEqual(sorted(os.listdir(self.folder)), ["cursor", "cursor.lock", "log"])
         self.assertEqual(self.changes(a, b[:9], status=2, stderr=b"within a record"), [(0, "repeated")])
         self.assertEqual(self.changes(a, b), [])  # of the rest that was not read, all was kept
