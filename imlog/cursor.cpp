@@ -41,12 +41,6 @@ bool write_all(int fd, std::string_view text) {
   return true;
 }
 
-// Makes what was renamed in a folder last. A file system that cannot says EINVAL.
-bool sync_folder(const std::string &folder) {
-  const Descriptor fd(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  return fd.is_open() && (fsync(fd.fd()) == 0 || errno == EINVAL);
-}
-
 }  // namespace
 
 Problem Cursor::open(const char *path, History &history) {
@@ -122,16 +116,19 @@ Problem Cursor::refuse(const char *fault) const {
 
 Problem Cursor::save(const History &history) {
   const size_t slash = path_.rfind('/');
-  const std::string folder = slash == std::string::npos ? "." : path_.substr(0, slash + 1);
-  if (!write_draft(history.text()) || rename(draft_.c_str(), path_.c_str()) != 0 || !sync_folder(folder)) {
-    const int error = errno;
-    unlink(draft_.c_str());
-    return Problem("cannot write the cursor: %s", strerror(error))
-        .advise("check the disk and the folder of '%s'; the next run repeats what this one printed",
-                path_.c_str());
+  const std::string folder_name = slash == std::string::npos ? "." : path_.substr(0, slash + 1);
+  const Descriptor folder(::open(folder_name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  // Without the last step a new name may not last. A file system that cannot take it says EINVAL.
+  if (folder.is_open() && write_draft(history.text()) && rename(draft_.c_str(), path_.c_str()) == 0 &&
+      (fsync(folder.fd()) == 0 || errno == EINVAL)) {
+    exists_ = true;
+    return {};
   }
-  exists_ = true;
-  return {};
+  const int error = errno;
+  unlink(draft_.c_str());
+  return Problem("cannot write the cursor: %s", strerror(error))
+      .advise("check the disk and the folder of '%s'; the next run repeats what this one printed",
+              path_.c_str());
 }
 
 // Writes the new cursor to the disk, beside the old one. The lock is held, so a draft that is there is what a
