@@ -15,7 +15,7 @@ void translate_scsi_controller_failure(EventText &szString, const EVT_SCSI_CTRL_
 }
 
 // The chassis holds the controller's slot and the bus.
-void translate_scsi_deviceice_failure(EventText &szString, const EVT_SCSI_DEVICE_FAILURE &record) {
+void translate_scsi_device_failure(EventText &szString, const EVT_SCSI_DEVICE_FAILURE &record) {
   szString.format("SCSI Device Failure (%sSlot %s, Bus %s, Bay %s)", GetStorChassis(record.cChassisName),
                   Byte2Str(record.Chassis.bId), Byte2Str(record.Chassis.bPort), Byte2Str(record.bBay));
 }
@@ -35,7 +35,7 @@ void translate_scsi_controllers_not_redundant(EventText &szString,
 void TranslateClass12(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
     case 1: translate_scsi_controller_failure(szString, pEventData->ScsiCtrl); break;
-    case 2: translate_scsi_deviceice_failure(szString, pEventData->ScsiDev); break;
+    case 2: translate_scsi_device_failure(szString, pEventData->ScsiDev); break;
     case 3: translate_scsi_controllers_not_redundant(szString, pEventData->ScsiNotRed); break;
     default: break;
   }

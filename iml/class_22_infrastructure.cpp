@@ -130,7 +130,7 @@ const char *GetPowerDenialReason(uint8_t bReason) {
   return Lookup(szPowerRequestDenied, bReason);
 }
 
-// The words that most lines begin with. For other chassis they are empty, so the line begins with a blank.
+// The words that begin most lines. They are empty for other chassis, whose lines begin with a blank.
 const char *get_enclosure_type(const EVT_CHASSIS &Chassis) {
   switch (Chassis.bType) {
     case kChassisServerBladeEnclosure: return "Server Blade Enclosure";
@@ -139,14 +139,13 @@ const char *get_enclosure_type(const EVT_CHASSIS &Chassis) {
   }
 }
 
-// The enclosure of any record that holds its name.
+// The enclosure's serial number or address, for any record with an enclosure's name.
 template <class Record>
 const char *get_enclosure(const Record &record, EventText &szDest = Scratch().here()) {
   return GetChassisEx(record.cChassisName, record.Chassis, szDest);
 }
 
-// Most events name the enclosure and one or two things more. They differ in the order, which is that of the
-// messages.
+// Most events name the enclosure and one or two details. The functions differ in the order of these.
 
 template <class Record>
 void translate_inf(EventText &szString, Wording<2> wording, const Record &record) {
@@ -175,6 +174,12 @@ void translate_inf_side(EventText &szString, Wording<4> wording, const Record &r
                             get_enclosure(record)});
 }
 
+// A fault or a removal. Both records number the blower in bProblem.
+template <class Record>
+void translate_inf_blower(EventText &szString, Wording<4> wording, const Record &record) {
+  translate_inf_side(szString, wording, record, Byte2Str(record.bProblem));
+}
+
 void translate_inf_fuse_open(EventText &szString, const EVT_INF_ENV_FUSE_OPEN &record) {
   const auto position = static_cast<uint8_t>(record.bZoneId & 0x0F);
   const char *const fuse = (record.bZoneId & 0x10) != 0 ? "B" : "A";
@@ -191,7 +196,18 @@ void translate_inf_fuse_open(EventText &szString, const EVT_INF_ENV_FUSE_OPEN &r
   }
 }
 
-// This event counts the buses from 0, the one before it from 1.
+void translate_inf_blade_change(EventText &szString, const EVT_INF_ENV_BLADE_INS_REM &record) {
+  constexpr Wording<3> kInserted = "%s Blade Inserted (%s, Slot %s)";
+  constexpr Wording<3> kRemoved = "%s Blade Removed (%s, Slot %s)";
+  translate_inf(szString, record.bPresent != 0 ? kInserted : kRemoved, record, Byte2Str(record.bBlade));
+}
+
+// This event counts the power buses from 1, the next one counts them from 0.
+void translate_inf_power_balance(EventText &szString, const EVT_INF_ENV_PWR_LOAD_BALANCING &record) {
+  translate_inf(szString, "%s Power Not Balanced (%s, %s)", record,
+                record.cSide == 1 ? "Power Bus A" : "Power Bus B");
+}
+
 void translate_inf_dc_power(EventText &szString, const EVT_INF_ENV_DC_PWR_PROBLEM &record) {
   szString.format("%s DC Power Out Of Tolerance (%s, %s, %d mV)", get_enclosure_type(record.Chassis),
                   get_enclosure(record), record.cSide == 0 ? "Power Bus A" : "Power Bus B", record.wVoltage);
@@ -266,17 +282,8 @@ void TranslateClass22(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, Even
       translate_inf(szString, "%s Blade I2C Bus Fault (%s, Bus %s)", data.InfI2cFlt,
                     Byte2Str(data.InfI2cFlt.bBus));
       break;
-    case 0x05: {
-      constexpr Wording<3> kInserted = "%s Blade Inserted (%s, Slot %s)";
-      constexpr Wording<3> kRemoved = "%s Blade Removed (%s, Slot %s)";
-      translate_inf(szString, data.InfBladeInsRem.bPresent != 0 ? kInserted : kRemoved, data.InfBladeInsRem,
-                    Byte2Str(data.InfBladeInsRem.bBlade));
-      break;
-    }
-    case 0x06:
-      translate_inf(szString, "%s Power Not Balanced (%s, %s)", data.InfPwrLoadBal,
-                    data.InfPwrLoadBal.cSide == 1 ? "Power Bus A" : "Power Bus B");
-      break;
+    case 0x05: translate_inf_blade_change(szString, data.InfBladeInsRem); break;
+    case 0x06: translate_inf_power_balance(szString, data.InfPwrLoadBal); break;
     case 0x07: translate_inf_dc_power(szString, data.InfDcPwrProblem); break;
     case 0x08:
       translate_inf(szString, "%s AC Facility Input Power Exceeded (%s)", data.InfAcPwrProblem);
@@ -288,12 +295,10 @@ void TranslateClass22(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, Even
     case 0x0D: translate_inf_power_misconfig(szString, data.InfPwrMisconfig); break;
     case 0x0E: translate_inf(szString, "%s Status Change (%s)", data.InfEnclMgrStatus); break;
     case 0x0F:
-      translate_inf_side(szString, "%s Blower Fault (%s, Blower %s, %s)", data.InfBlwrFault,
-                         Byte2Str(data.InfBlwrFault.bProblem));
+      translate_inf_blower(szString, "%s Blower Fault (%s, Blower %s, %s)", data.InfBlwrFault);
       break;
     case 0x10:
-      translate_inf_side(szString, "%s Blower Removed (%s, Blower %s, %s)", data.InfBlwrRem,
-                         Byte2Str(data.InfBlwrRem.bProblem));
+      translate_inf_blower(szString, "%s Blower Removed (%s, Blower %s, %s)", data.InfBlwrRem);
       break;
     case 0x11:
       translate_inf_side(szString, "%s Ethernet Switch Error - %s (%s, %s)", data.InfEthSwFlt,

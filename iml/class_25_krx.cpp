@@ -48,7 +48,7 @@ typedef struct _evtKRXchip {
   const char *ports[4];
 } KRX_CPU_CHIP;
 
-// One name lacks its closing parenthesis: the log has always shown it so.
+// One name lacks its closing parenthesis, and the log has always shown it that way.
 constexpr KRX_CPU_CHIP kQpiPartners[] = {
     /* Proc 1 */ {{kUpperKrx1, "MainIO", kUpperKrx2, kProc2}},
     /* Proc 2 */ {{kProc1, kUpperKrx1, "MainIO", kUpperKrx2}},
@@ -156,7 +156,7 @@ void translate_cpu_sku_error(EventText &szString, const EVT_KRX_CPU_SKU_ERROR &r
       GetBigEndianValue(record.cpu_qpi_speed, sizeof(record.cpu_qpi_speed)));
 }
 
-// The socket index is not checked. One that no board has still counts on.
+// The socket index is not checked: the numbers of a socket that no board has are computed in the same way.
 void translate_sys_socket(EventText &szString, const EVT_KRX_SYS_SOCKET &record, const KrxBoard &board) {
   const bool lower = record.krx_board == kLowerBoard;
   const int index = record.data_item;
@@ -254,15 +254,6 @@ void translate_io_disablement(EventText &szString, const EVT_KRX_IO_DISABLEMENT 
                   record.error_cause, record.io_reg, record.io_reg_prev);
 }
 
-// Records of ROM errors begin with their length, and name board and chip in bits of their own.
-const char *get_rom_error_board(const EVT_KRX_ROM_ERROR &record) {
-  return (record.krx_number & 2) != 0 ? "Lower" : "Upper";
-}
-
-int get_rom_error_chip(const EVT_KRX_ROM_ERROR &record) {
-  return (record.krx_number & 1) + 1;
-}
-
 // Appends the record's bytes from offset `first` up to its length, which may claim more than the payload.
 void append_bytes(EventText &szString, const EVT_FREE_FORM &payload, size_t first) {
   const size_t end = std::min<size_t>(payload.KRX_Rom_Error.byte_count, sizeof(payload));
@@ -271,14 +262,40 @@ void append_bytes(EventText &szString, const EVT_FREE_FORM &payload, size_t firs
   }
 }
 
-constexpr size_t kRomErrorData = offsetof(EVT_KRX_ROM_ERROR, data);
+// Records of ROM errors begin with their length, not with the board: board and chip are bits of krx_number.
+void translate_rom_error(EventText &szString, uint16_t wEventCode, const EVT_FREE_FORM &payload) {
+  constexpr size_t kData = offsetof(EVT_KRX_ROM_ERROR, data);
+  const EVT_KRX_ROM_ERROR &record = payload.KRX_Rom_Error;
+  const char *const board = (record.krx_number & 2) != 0 ? "Lower" : "Upper";
+  const int chip = (record.krx_number & 1) + 1;
+  switch (wEventCode) {
+    case 192:
+      szString.format("Uncorrectable error detected on %s KRX Board, KRX %d. Details:", board, chip);
+      append_bytes(szString, payload, kData);
+      break;
+    case 193:
+      szString.format("Correctable error detected on %s KRX Board, KRX %d. Details:", board, chip);
+      append_bytes(szString, payload, kData);
+      break;
+    case 196:
+      szString.format("Uncorrectable fabric error detected on %s KRX Board, KRX %d, link %d. Details:", board,
+                      chip, record.data[0]);
+      append_bytes(szString, payload, kData + 1);
+      break;
+    case 197:
+      szString.format("Correctable fabric error detected on %s KRX Board, KRX %d, link %d. Details:", board,
+                      chip, record.data[0]);
+      append_bytes(szString, payload, kData + 1);
+      break;
+    default: break;
+  }
+}
 
 }  // namespace
 
 void TranslateClass25(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   const KrxBoard board = get_krx_board(pEventData->KRX_Generic.board);
   const EVT_KRX_FAULT &fault = pEventData->KRX_Fault;
-  const EVT_KRX_ROM_ERROR &rom_error = pEventData->KRX_Rom_Error;
   switch (wEventCode) {
     case 1: translate_peci_access(szString, pEventData->KRX_Peci_Access, board); break;
     case 2: translate_ds2_access(szString, pEventData->KRX_DS2_Access, board); break;
@@ -321,25 +338,9 @@ void TranslateClass25(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, Even
       break;
     case 132: szString.format("KRX %s board service processor is not available", board.reporter); break;
     case 192:
-      szString.format("Uncorrectable error detected on %s KRX Board, KRX %d. Details:",
-                      get_rom_error_board(rom_error), get_rom_error_chip(rom_error));
-      append_bytes(szString, *pEventData, kRomErrorData);
-      break;
     case 193:
-      szString.format("Correctable error detected on %s KRX Board, KRX %d. Details:",
-                      get_rom_error_board(rom_error), get_rom_error_chip(rom_error));
-      append_bytes(szString, *pEventData, kRomErrorData);
-      break;
     case 196:
-      szString.format("Uncorrectable fabric error detected on %s KRX Board, KRX %d, link %d. Details:",
-                      get_rom_error_board(rom_error), get_rom_error_chip(rom_error), rom_error.data[0]);
-      append_bytes(szString, *pEventData, kRomErrorData + 1);
-      break;
-    case 197:
-      szString.format("Correctable fabric error detected on %s KRX Board, KRX %d, link %d. Details:",
-                      get_rom_error_board(rom_error), get_rom_error_chip(rom_error), rom_error.data[0]);
-      append_bytes(szString, *pEventData, kRomErrorData + 1);
-      break;
+    case 197: translate_rom_error(szString, wEventCode, *pEventData); break;
     default: szString.format("Unknown KRX event occurred, Code 0x%02X", wEventCode); break;
   }
 }

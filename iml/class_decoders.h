@@ -37,6 +37,10 @@ void TranslateClass28(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, Even
 void TranslateClass29(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
 void TranslateClass2A(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
 
+// Codes 0x15 to 0x27 of class 0x0B: the server's power as a whole, its batteries and backup units.
+void translate_server_power(EventText &szString, uint16_t wEventCode, const EVT_FREE_FORM &data,
+                            int8_t bDataLength);
+
 // The event that classes 0x06 and 0x14 share.
 void translate_chipset_error(EventText &szString, const EVT_UNCORRECTABLE_CHIPSET_ERROR &record);
 

@@ -1,0 +1,127 @@
+// Power faults, batteries, and the server's power as a whole.
+#include "iml/class_decoders.h"
+#include "iml/eventstr_helpers.h"
+
+namespace iml {
+namespace {
+
+void TranslatePsServerPowerFault(EventText &szString, const EVT_SYS_POWER_FAULT &record, int8_t bDataLength) {
+  // The length without the two registers, again as a signed byte: at most 127. A negative number lists no
+  // module.
+  const auto modules = static_cast<int8_t>(bDataLength - 2);
+  OwnText<sizeof("XR: 00 00 MID:") + 127 * (sizeof(" 00") - 1)> registers;
+  registers.format("XR: %02X %02X", record.bXRegisters[0], record.bXRegisters[1]);
+  const uint8_t *const chain = record.bMIDChain;
+  if (modules > 0) {
+    registers.append(" MID:");
+  }
+  for (int i = 0; i < modules; ++i) {
+    registers.format(" %02X", chain[i]);
+  }
+  constexpr unsigned kSupplyUndersized = 0x04;
+  if ((record.bXRegisters[1] & kSupplyUndersized) != 0) {
+    szString.format(
+        "System Power Fault Detected. Consult Orv Wattplan To Ensure Power Supply Sizing. Increase Power If Required (%s)",
+        registers.c_str());
+  } else {
+    szString.format("System Power Fault Detected (%s)", registers.c_str());
+  }
+}
+
+void TranslateQuellinBatFail(EventText &szString, const EVT_POWER_SUPPLY_STORBAT_FAILED &record) {
+  const auto failure = [&](Format<uint8_t> message) { szString.format(message, record.bBatteryId); };
+  switch (record.dwErrorCode) {
+    case 4:
+      failure(
+          "Quellin Battery failure (Battery %d, service information: 0x01). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support");
+      break;
+    case 5:
+      failure(
+          "Quellin Battery failure (Battery %d, service information: 0x02). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support");
+      break;
+    case 6:
+      failure(
+          "Quellin Battery did not charge at the expected rate, indicating a faulty battery (Battery %d, service information: 0x03). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support");
+      break;
+    case 7:
+      failure(
+          "Quellin Battery disabled due to high ambient temperature, will be re-enabled when temp is lowered (Battery %d, service information: 0x04). Action: 1. Verify proper ventilation and function of fans. 2. If issue persists, gather Tavlo log, contact Support.");
+      break;
+    case 8:
+      failure(
+          "Quellin Battery discharged to below minimum voltage, resulting in the inability of the battery to recharge properly (Battery %d, service information: 0x05).  Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support");
+      break;
+    case 9:
+      failure(
+          "Quellin Battery failure (Battery %d, service information: 0x06). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Orv Support");
+      break;
+    case 10:
+      failure(
+          "Quellin Battery has exceeded the maximum amount of devices supported (Battery %d, service information: 0x07). Action: 1. Remove additional devices. 2. Consult server troubleshooting guide. 3. Gather Tavlo log and contact Support");
+      break;
+    case 12:
+      failure(
+          "Quellin Battery failure (Battery %d, service information: 0x09). Action: Gather Tavlo log and contact Support");
+      break;
+    case 13:
+      failure(
+          "Quellin Battery failure (Battery %d, service information: 0x0A). Action: Gather Tavlo log and contact Support");
+      break;
+    case 14:
+      failure(
+          "Quellin Battery failure (Battery %d, service information: 0x0B). Action: 1. Consult server troubleshooting guide. 2 Gather Tavlo log and contact Support");
+      break;
+    default:
+      failure(
+          "Quellin Battery failure (Battery %d). Action: 1. Consult server troubleshooting guide. 2 Gather Tavlo log and contact Support");
+      break;
+  }
+}
+
+}  // namespace
+
+void translate_server_power(EventText &szString, uint16_t wEventCode, const EVT_FREE_FORM &data,
+                            int8_t bDataLength) {
+  switch (wEventCode) {
+    case 0x15: szString.append("Mismatched Power Supply Installed"); break;
+    case 0x16: szString.append("Server Powered On"); break;
+    case 0x17: szString.append("Server Powered Off"); break;
+    case 0x18: szString.append("Server Power Reset"); break;
+    case 0x19: szString.append("Server Power Brownout"); break;
+    case 0x1A: TranslatePsServerPowerFault(szString, data.PsSysPowerFault, bDataLength); break;
+    case 0x1B: szString.append("System Board Power Protection Fault"); break;
+    case 0x1C: szString.append("Power Supply or Power Backplane Detection Error"); break;
+    case 0x1D: szString.append("Power Management Features Disabled By Power Supply"); break;
+    case 0x1E:
+      szString.format("Quellin Battery Removed (Battery %d)", data.PsStorBatRemoved.bBatteryId);
+      break;
+    case 0x1F: TranslateQuellinBatFail(szString, data.PsStorBatFailed); break;
+    case 0x20:
+      szString.format("Quellin Battery Not Responding (Battery %d)", data.PsStorBatI2CFault.bBatteryId);
+      break;
+    case 0x21:
+      szString.append(
+          "The system contains multiple types of power supplies.  Certain features are not supported and power redundancy may be limited");
+      break;
+    case 0x22:
+      szString.append(
+          "A Power Supply hot-plug event occurred resulting in the system containing multiple types of power supplies when Dynamic Power Capping (DPC) is enabled.  DPC may not function properly in this state, and it is recommended power capping be disabled");
+      break;
+    case 0x23:
+      szString.append(
+          "A Power Supply hot-plug event occurred resulting in the system containing multiple types of power supplies when High Efficiency Mode (HEM) is enabled.  HEM may not function properly in this state, and it is recommended HEM be disabled");
+      break;
+    case 0x24:
+      szString.format("Power On Denied (Service Information: %s)", data.PsPowerOnDenied.cText);
+      break;
+    case 0x25:
+      szString.format("Battery Backup Unit failure (Bay %d, %s)", data.PsBBUFailure.bBayNumber,
+                      data.PsBBUFailure.cText);
+      break;
+    case 0x26: szString.format("Battery Backup Unit inserted (Bay %d)", data.PsBBUInsRem.bBayNumber); break;
+    case 0x27: szString.format("Battery Backup Unit removed (Bay %d)", data.PsBBUInsRem.bBayNumber); break;
+    default: break;
+  }
+}
+
+}  // namespace iml
