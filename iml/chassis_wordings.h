@@ -1,4 +1,5 @@
-// Many events read differently by the chassis that raised them. Such an event is one row of six wordings.
+// The wording of many events depends on the type of the chassis that raised them. Such an event is one row of
+// six wordings.
 #pragma once
 
 #include <algorithm>
@@ -12,7 +13,7 @@ namespace iml {
 
 // The six wordings of one event. All show the event's `Details` texts in order. An external chassis puts its
 // name before them, a storage system its chassis and its slot. An enclosure shows `EnclosureTexts` texts: the
-// details alone, the details and the enclosure, or the details, a text of its own and the enclosure.
+// details alone, the details and the enclosure, or the details, a further text and the enclosure.
 template <size_t Details, size_t EnclosureTexts = Details + 1>
 struct ChassisWordings {
   static_assert(EnclosureTexts >= Details && EnclosureTexts <= Details + 2);
@@ -25,8 +26,8 @@ struct ChassisWordings {
   Wording<EnclosureTexts> power_enclosure;
 };
 
-// Writes the wording for `Chassis`, or nothing for a type without one. Enclosures show `enclosure_detail` as
-// the text of their own.
+// Appends the wording for `Chassis`, or nothing for a type without one. `enclosure_detail` is the further
+// text of enclosures.
 template <size_t Details, size_t EnclosureTexts>
 void format_by_chassis(EventText &szString, const ChassisWordings<Details, EnclosureTexts> &wordings,
                        const EVT_CHASSIS &Chassis, const char *cChassisName,

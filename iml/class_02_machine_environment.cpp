@@ -108,7 +108,8 @@ void TranslateMachExtFanFailSAS(EventText &szString, const EVT_MACH_EXT_SAS_FAN_
                   GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
 }
 
-// Worded as overheating, except for the server itself; the slot description closes every parenthesis.
+// Only the server itself has a wording for the critical threshold; other chassis show plain overheating. The
+// slot description comes last in every parenthesis.
 void TranslateMachCriticalOverheat(EventText &szString, const EVT_MACH_CRIT_OVERHEAT &record) {
   const EVT_CHASSIS &chassis = record.Chassis;
   const char *const name = record.szChassis_Sun;
@@ -184,8 +185,8 @@ void TranslateClass02(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, Even
       szString.format("System Fans Not Redundant (Shared Location %s)",
                       GetLocation(pEventData->MachFanNotRedShared.bSharedFanZoneType));
       break;
-    // Codes 0x02, 0x03 and 0x01 with a description of the slot after the chassis name. It is shown even if
-    // the chassis type has no wording.
+    // Codes 0x02, 0x03 and 0x01, followed by a slot description. It is shown even if the chassis type has no
+    // wording.
     case 0x08:
       translate_mach_fan(szString, kFanFailure, pEventData->MachFan);
       append_detail(szString, next_text(pEventData->MachFan.cChassisName));

@@ -11,7 +11,7 @@
 namespace iml {
 namespace {
 
-constexpr uint8_t kSystemMemory = 0;  // as a board: memory that is on none
+constexpr uint8_t kSystemMemory = 0;  // in place of a board: memory on no board
 constexpr uint8_t kUnknownNumber = 0xFF;
 
 // The two wordings of one place, without and with the serial number.
@@ -156,8 +156,8 @@ constexpr Wording<3> kBoardEntry = "(Board %s, Memory Module %s%s)";
 constexpr size_t kCandidateListSize =
     4 * sizeof(", or (Processor Unknown, Memory Module Unknown, Serial Number )") + sizeof(EVT_FREE_FORM);
 
-// Writes `event` around the listed modules, each of which has parentheses of its own. Serial numbers are
-// shown only if the record counts its modules.
+// Appends `event` with the listed modules as its text. Serial numbers are shown only if the record counts its
+// modules.
 void translate_candidate_list(EventText &szString, const Wording<1> &event, const Wording<3> &entry,
                               const EVT_MAIN_MEMORY_MULTI &record) {
   OwnText<kCandidateListSize> list;
@@ -177,7 +177,7 @@ void translate_candidate_list(EventText &szString, const Wording<1> &event, cons
 struct TakeOverWordings {
   Wording<1> system_memory;
   Wording<2> board;
-  const char *unlocated;  // for an unknown board and bank; null if that has no wording of its own
+  const char *unlocated;  // for an unknown board and bank; null where `board` is used for these too
 };
 
 constexpr TakeOverWordings kModuleSpareEngaged = {
@@ -220,7 +220,7 @@ constexpr Wording<3> kProcessorSpareEngaged =
 constexpr Wording<3> kProcessorMirrorEngaged =
     "Mirrored Memory Engaged for Faulty Module (Processor %s, Memory Module %s%s)";
 
-// The same by processor.
+// A spare or mirror that takes over from a faulty module of a processor.
 template <class Record>
 void translate_processor_takeover(EventText &szString, const Wording<3> &wording, const Record &record) {
   Scratch suffix;

@@ -36,7 +36,7 @@ const char *TranslatePhyDisabledSASDevice(uint8_t bDevice) {
   }
 }
 
-// The device at one end of a PHY link. Its type is coded differently.
+// The device at one end of a PHY link. The codes differ from those of TranslatePhyDisabledSASDevice.
 const char *GetSASPhyGenericDeviceString(uint8_t bBox, uint8_t bBay, uint8_t bType,
                                          EventText &szString = Scratch().here()) {
   switch (bType) {
@@ -93,7 +93,7 @@ void TranslateDevFailureSAS(EventText &szString, const EVT_SAS_ARRAY_DEV_FAILURE
                   GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
 }
 
-// A failure that is predicted reads as one that has happened.
+// A predicted failure has the wording of a failure.
 constexpr auto *TranslateDevPredictFailSAS = TranslateDevFailureSAS;
 
 void translate_device_wear_sas(EventText &szString, const EVT_SAS_ARRAY_DEV_FAILURE &record) {

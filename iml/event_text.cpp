@@ -5,7 +5,7 @@
 namespace iml {
 namespace {
 
-// How many digits a number has at least; zeros make up for those that it lacks.
+// The least number of digits to write. Shorter numbers get leading zeros.
 unsigned least_digits(const Directive &directive, bool negative) {
   if (directive.has_precision) {
     return directive.precision;
@@ -68,11 +68,11 @@ void EventText::append_padded(const Directive &directive, std::string_view text)
 }
 
 void EventText::append_number(const Directive &directive, uint32_t magnitude, bool negative) {
-  char apart[kWidest + 1];  // and a sign
+  char padded[kWidest + 1];  // with room for a sign
   const unsigned least = least_digits(directive, negative);
-  // A number that needs no blanks is written in place where the longest would fit.
-  const bool in_place = directive.width <= least + (negative ? 1U : 0U) && size_ - length_ > sizeof(apart);
-  char *const begin = in_place ? buffer_ + length_ : apart;
+  // A number that needs no blanks is written in place if the longest number would fit there.
+  const bool in_place = directive.width <= least + (negative ? 1U : 0U) && size_ - length_ > sizeof(padded);
+  char *const begin = in_place ? buffer_ + length_ : padded;
   char *end = begin;
   if (negative) {
     *end++ = '-';
@@ -116,7 +116,7 @@ void EventText::write(const char *format, const Argument *argument) {
       }
       case 'c': {
         const char c = static_cast<char>(argument++->number());
-        append({&c, c == '\0' ? 0U : 1U});  // a zero character would end the text that it is put into
+        append({&c, c == '\0' ? 0U : 1U});  // a zero character would end the text early
         break;
       }
       case 'd': {

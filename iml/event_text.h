@@ -49,11 +49,11 @@ struct DigitPairs {
 };
 inline constexpr DigitPairs kDigitPairs;
 
-// Writes a number in decimal with at least `least` digits, at most kWidest. Returns the end of what it has
-// written; nothing is terminated.
+// Writes a number in decimal with at least `least` digits; `least` is at most kWidest. Returns the end of the
+// digits, which are not terminated.
 char *write_decimal(char *to, uint32_t number, unsigned least);
 
-// The same for least two digits: a listing has a dozen such numbers in each entry.
+// write_decimal with `least` 2. Inline because a listing writes a dozen such numbers for each entry.
 inline char *write_two_digits(char *to, uint8_t number) {
   if (number >= 100) {
     return write_decimal(to, number, 2);
@@ -94,7 +94,7 @@ class EventText {
   // Appends a text as it is.
   void append(std::string_view text);
 
-  // True if nothing has been stored.
+  // Whether no character has been stored; always true when there is no room for one.
   [[nodiscard]] bool empty() const {
     return length_ == 0;
   }
@@ -118,13 +118,13 @@ class EventText {
   uint32_t size_;
 };
 
-// A text with room of its own for `Size` bytes, terminator included.
+// A text with its own buffer of `Size` bytes, terminator included.
 template <size_t Size>
 class OwnText : public EventText {
  public:
   OwnText() : EventText(room_, Size) {}
 
-  // Makes a temporary an argument that is written to. It lives until the end of the full expression.
+  // Lets a temporary be passed as a text to write to. It lives until the end of the full expression.
   EventText &here() {
     return *this;
   }

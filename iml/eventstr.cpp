@@ -121,7 +121,7 @@ uint8_t TranslateEventLogMessage(const EVT_LOG_ENTRY *pEvtLogEntry, char *szStri
   const EVT_HEADER &header = pEvtLogEntry->Hdr;
   const iml::GuardedPayload payload = {pEvtLogEntry->Data, {}};
   iml::EventText text(szString, ulSize);
-  // No read depends on the length that the record states. One decoder gets its low byte as a signed number.
+  // No read depends on the length that the record states. Only class 0x0B gets it, as a signed byte.
   const auto bDataLength = static_cast<int8_t>(header.wEvtLength - sizeof(EVT_HEADER));
   iml::TranslateEventToMessage(header.wClass, header.wCode, &payload.Data, text, bDataLength);
   if (!text.empty()) {

@@ -8,10 +8,10 @@
 
 namespace iml {
 
-// One directive of a format. The known ones, which print what printf prints:
-//   %s with a width, also to the left ('-'), and a precision, which cuts the text
-//   %c, where a zero character prints nothing
-//   %d %u %x %X with a width, padded by blanks, also to the left, or by zeros ('0'), or with a precision
+// One directive of a format. These are supported and print what printf prints, except for %c:
+//   %s           with a width, left-aligned by '-', and with a precision, which cuts the text
+//   %c           a zero character prints nothing
+//   %d %u %x %X  with a width, left-aligned by '-' or padded with zeros by '0', and with a precision
 //   %%
 struct Directive {
   bool left = false;
@@ -78,7 +78,7 @@ constexpr ArgumentKind kind_of() {
   return sizeof(T) < sizeof(int) ? ArgumentKind::kSmall : ArgumentKind::kUnsigned;
 }
 
-// True if the directive is known and prints an argument of this kind.
+// Whether the directive is supported and prints an argument of this kind.
 constexpr bool directive_fits(const Directive &directive, ArgumentKind kind) {
   const bool padded = directive.left || directive.zeros || directive.has_precision || directive.width != 0;
   const bool number_fits = directive.width <= kWidest && directive.precision <= kWidest &&
@@ -94,7 +94,7 @@ constexpr bool directive_fits(const Directive &directive, ArgumentKind kind) {
   }
 }
 
-// True if the directives of a format print exactly `count` arguments of these kinds.
+// Whether the directives of a format print exactly `count` arguments of these kinds.
 constexpr bool format_fits(const char *format, const ArgumentKind *kinds, size_t count) {
   size_t used = 0;
   for (const char *p = format; *p != '\0';) {
@@ -119,7 +119,7 @@ constexpr bool format_fits(const char *format) {
 // Not constexpr on purpose: calling it from a consteval constructor fails the build.
 void format_does_not_fit_its_arguments();
 
-// A format whose directives print arguments of the types `Args`. Another one does not compile.
+// A format whose directives print arguments of the types `Args`. Any other format does not compile.
 template <class... Args>
 struct Format {
   consteval Format(const char *format) : literal(format) {
@@ -131,7 +131,7 @@ struct Format {
   const char *literal;
 };
 
-// A format kept in a table: it prints `Texts` texts.
+// A format for tables, which prints `Texts` texts. Any other format does not compile.
 template <size_t Texts>
 struct Wording {
   consteval Wording(const char *format) : literal(format) {

@@ -18,7 +18,7 @@
 #include "iml/records/undecoded.h"
 
 typedef struct IML_PACKED _evtLogHdr {
-  uint16_t wEvtLength;   // bytes of the whole record; wEvtLength - 28 payload bytes have a meaning
+  uint16_t wEvtLength;   // size in bytes; the payload's first wEvtLength - 28 bytes are in use
   uint32_t dwEvtNumber;  // the entry's number in the log
   uint8_t bHdrRev;
   uint8_t bSeverity;          // EvtSeverity

@@ -1,11 +1,10 @@
 // What the payload records share. All records are packed and little-endian. C99 and C++11, GCC or Clang.
 //
-// A field that is declared as the last one with a single element (cMessage, cText, cChassisName,
-// cSerialNumber, cCause, szSerialNumber, szChassis_Sun, and the byte arrays bMIDChain and data) is only the
-// first byte of what the payload holds from there on: take its address to read it, never past the payload's
-// 212 bytes, and write it through ExtendDataSize, which has them all. The texts end with NUL. szChassis_Sun
-// holds two of them, the chassis name and then the slot description; either may be empty.
-// szPortID is two characters without a NUL.
+// A last field with a single element (cMessage, cText, cChassisName, cSerialNumber, cCause, szSerialNumber,
+// szChassis_Sun, and the byte arrays bMIDChain and data) stands for the rest of the payload. Read it through
+// its address, but never past the payload's 212 bytes. Write it through ExtendDataSize, which is the whole
+// payload. Texts end with NUL. szChassis_Sun holds two texts, the chassis name and the slot description;
+// either may be empty. szPortID is two characters without a NUL.
 #pragma once
 
 #include <assert.h>
@@ -43,7 +42,7 @@ typedef struct IML_PACKED _evtChassis {
 } EVT_CHASSIS;
 IML_ASSERT_SIZE(EVT_CHASSIS, 3);
 
-enum EvtZoneType {  // locations that tell a blade of an enclosure from a network component
+enum EvtZoneType {  // locations that distinguish an enclosure's blades from its network components
   kZoneNetworkComponent = 13,
   kZoneBlade = 14,
 };

@@ -1,5 +1,5 @@
-// Node controller (class 0x25). The board is 0x8A upper, 0x8C lower, anything else unknown.
-// Byte arrays are numbers with the most significant byte first.
+// Node controller (class 0x25). The board is 0x8A upper, 0x8C lower, anything else unknown. Byte arrays are
+// numbers with the most significant byte first.
 #pragma once
 
 #include "iml/records/common.h"
@@ -42,7 +42,7 @@ IML_ASSERT_OFFSET(EVT_DS2_ACCESS_TYPE, src_modid, 11);
 typedef struct IML_PACKED _evtKrxCpuSkuError {
   uint8_t krx_board;
   uint8_t cpu_sku_unsupported_map;  // bits 0 to 3 upper tray, 4 to 7 lower tray
-  uint8_t cpu_sku_mismatch_map;     // likewise
+  uint8_t cpu_sku_mismatch_map;     // same bits
   uint8_t cpu_mpsup[2];
   uint8_t cpu_qpi_speed[2];
 } EVT_KRX_CPU_SKU_ERROR;

@@ -1,5 +1,5 @@
-// POST messages and unrecoverable system errors (classes 0x0A and 0x14).
-// Class 0x14, code 4 carries EVT_UNCORRECTABLE_CHIPSET_ERROR.
+// POST messages and unrecoverable system errors (classes 0x0A and 0x14). Class 0x14, code 4 carries
+// EVT_UNCORRECTABLE_CHIPSET_ERROR.
 #pragma once
 
 #include "iml/records/common.h"
