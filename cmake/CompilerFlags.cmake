@@ -1,6 +1,6 @@
 # How the project is compiled. Every target links one of two interface targets:
 #   orvlog::build    include folder and warnings; Instrumentation and Hardening add to it
-#   orvlog::product  the same, and what holds for the code that ships
+#   orvlog::product  the same, and the options for the code that ships
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
@@ -25,6 +25,6 @@ target_compile_options(
 
 add_library(orvlog_product INTERFACE)
 add_library(orvlog::product ALIAS orvlog_product)
-# Nothing that ships throws or asks for a type at run time. Both cost start-up time.
+# The code that ships uses neither exceptions nor run-time type information. Both cost start-up time.
 target_link_libraries(orvlog_product INTERFACE orvlog_build)
 target_compile_options(orvlog_product INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>)

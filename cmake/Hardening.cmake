@@ -1,10 +1,10 @@
-# Protections of everything that is built, and a build whose bytes do not depend on its folder.
+# Hardening of everything that is built, and a build whose bytes do not depend on its folder.
 include(CheckPIESupported)
 check_pie_supported()
 
 target_compile_options(
   orvlog_build INTERFACE -fstack-protector-strong -fstack-clash-protection -fcf-protection=full)
-# Some distributions ship start-up files that keep to a shadow stack without saying so; -z shstk says it for them.
+# Some distributions' start-up files support a shadow stack but are not marked for it; -z shstk sets the mark.
 target_link_options(
   orvlog_build INTERFACE LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack LINKER:-z,shstk)
 

@@ -1,12 +1,12 @@
-# What `cmake --install` puts where. A component is a package. The simulator is installed only on request
+# What `cmake --install` installs, and where. A component is a package. The simulator is installed only on request
 # (--component orvlog-simulator), into a folder where its libraries never shadow the maker's.
 include(CMakePackageConfigHelpers)
 find_program(GZIP gzip REQUIRED)
 
-# Installs a program with its manual page, which shows the version, and its completion.
+# Installs a program with its completion and its manual page, into which the version is written.
 function(orvlog_install_program program destination)
   install(TARGETS ${program} RUNTIME DESTINATION ${destination} COMPONENT ${program})
-  # In the build tree the run path leads to the simulator.
+  # The run path leads to the simulator of the build tree.
   install(CODE "file(RPATH_REMOVE FILE \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${destination}/${program}\")"
           COMPONENT ${program})
   set(page ${PROJECT_BINARY_DIR}/docs/${program}.8)
@@ -43,7 +43,7 @@ install(TARGETS imltext_static imltext_shared EXPORT imltext
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT libimltext1 NAMELINK_COMPONENT libimltext-dev
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT libimltext-dev
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-# Programs find the library only when the loader's cache has it.
+# Programs find the library only after it is in the loader's cache.
 install(CODE "
   if(NOT DEFINED ENV{DESTDIR} AND CMAKE_INSTALL_PREFIX MATCHES \"^/usr(/local)?$\")
     execute_process(COMMAND /sbin/ldconfig RESULT_VARIABLE failed)

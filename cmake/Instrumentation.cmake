@@ -1,5 +1,5 @@
-# Sanitizers, coverage and fuzzing. They are chosen once, for every target: a mix of objects with and without them
-# gives false reports.
+# Sanitizers, coverage and fuzzing. They apply to every target: a mix of objects with and without them gives false
+# reports.
 if(ORVLOG_SANITIZE)
   target_compile_options(
     orvlog_build INTERFACE -fsanitize=${ORVLOG_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
@@ -19,8 +19,8 @@ if(ORVLOG_SANITIZE OR ORVLOG_COVERAGE)
   set(ORVLOG_INSTRUMENTED ON)
 else()
   set(ORVLOG_INSTRUMENTED OFF)
-  # What ships has no unwind tables and no code that is never called. It loads the C library and what it links on
-  # purpose, nothing else.
+  # What ships has no unwind tables and no code that is never called. It loads only the C library and the libraries that
+  # it needs.
   target_compile_options(
     orvlog_product INTERFACE -fno-asynchronous-unwind-tables -fno-unwind-tables -ffunction-sections -fdata-sections)
   target_link_options(

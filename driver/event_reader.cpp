@@ -27,7 +27,7 @@ int EventReader::ask() {
   request_->info.choice = kChoiceRead;
   request_->info.EvtNumber = static_cast<int32_t>(number_);
   request_->Evt.Hdr.wEvtLength = kReadEvtLength;
-  errno = 0;  // an older reason must not pass for this request's
+  errno = 0;  // an older errno must not be taken for this request's
   status_ = node_.request(kRequestEventEntry, request_.get(), sizeof(*request_));
   error_ = status_ == -1 ? errno : 0;
   return error_ != 0 ? error_ : status_;

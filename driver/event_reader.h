@@ -7,8 +7,8 @@
 #include "platform/health_driver.h"
 #include "platform/ownership.h"
 
-// Reads the log from one number on. No driver can keep the walk going in a circle: each answer has to lead to
-// a higher number, and a gap has a longest size.
+// Reads the log from one number on. No driver can make the walk endless: each answer must lead to a higher
+// number, and the length of a gap is limited.
 class EventReader {
  public:
   enum class Opening { kReady, kCannotOpen, kNoMemory };
@@ -26,8 +26,8 @@ class EventReader {
     kDoesNotAdvance,  // the last answer does not lead past number()
   };
 
-  // Numbers in a row that may have no entry. Without a limit, a driver that has nothing to return would be
-  // asked for every number of 32 bits; no log has such gaps.
+  // The most consecutive numbers without an entry. Without a limit, a driver that has nothing to return would
+  // be asked for every 32-bit number. No log has gaps this long.
   static constexpr uint32_t kLongestGap = 1'000'000;
 
   // Opens the log. Nothing is read yet.
@@ -57,7 +57,7 @@ class EventReader {
     return status_;
   }
 
-  // The errno of an opening or a request that failed, else 0. It is 0, too, when the driver gave no reason.
+  // The errno of a failed opening or request, else 0. It is also 0 when the driver gave no reason.
   [[nodiscard]] int error() const {
     return error_;
   }

@@ -42,7 +42,7 @@ bool is_numeric(const char *word) {
   return word[strspn(word, "0123456789")] == '\0';
 }
 
-// Ends the process when `word` holds more than one option: values are words of their own.
+// Ends the process when `word` holds more than an option: a value must be a separate word.
 void require_single_option(const char *progname, const char *word) {
   if (strlen(word) <= 2) {
     return;
@@ -122,9 +122,9 @@ class OptionLoop {
     }
   }
 
-  // Severity and note are read from fixed words of argv as the parser has left it, not from the words after
-  // their options: the form to use is "-s <severity> -l <note>" as the first four words. No shorter command
-  // line that passes the checks makes the parser return these options, so the words exist.
+  // Severity and note are read from fixed positions in argv as the parser has left it, not from the words
+  // after their options: the form to use is "-s <severity> -l <note>" as the first four words. No shorter
+  // command line that passes the checks makes the parser return these options, so the words exist.
 
   void choose_severity() {
     const int code = set_severity(argv_[2]);

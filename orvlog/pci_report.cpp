@@ -15,7 +15,7 @@ void print_pci_data() {
   pci_irq_route_entry table[kReportRows] = {};
   int count = kReportRows;
   print_out("\nBusNumber\tDeviceNumber\tFunctionNumber\tLinkIntA\tIRQBitMapIntA\tSlotNumber\n");
-  flush_output();  // the system ROM's messages go to standard error at once, and come after the heading
+  flush_output();  // pci/ writes messages to standard error itself; they must follow the heading
   if (pci_irq_route_table(table, &count) != 0) {
     count = 0;
     print_err("orvlog: No PCI IRQ routing table is available.\n");

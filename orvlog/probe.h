@@ -1,4 +1,4 @@
-// The two questions that the health driver is asked before the real work.
+// The two checks made before the real work: the kind of management controller, and support for the log.
 #pragma once
 
 #include <cstdint>
@@ -11,5 +11,6 @@ extern int non_Brix;
 void Get_Qm_100_Series();
 
 // Asks whether the server keeps an IML. Returns 0 when it keeps none or the node cannot be opened, and 1
-// otherwise, also when the driver could not answer. All but a plain yes is reported on standard error.
+// otherwise, also when the driver could not answer. Every answer but a plain yes is reported on standard
+// error.
 uint16_t do_init();

@@ -13,7 +13,7 @@ namespace {
 
 constexpr uint32_t kDescriptionSize = 256;
 constexpr size_t kSeverityWidth = 14;
-constexpr size_t kEntrySize = 512;  // a description, and more than any numbers and times take
+constexpr size_t kEntrySize = 512;  // a description, and ample room for the numbers and times
 
 // Reports why the log could not be opened. Returns whether it is ready to be read.
 bool is_ready(const EventReader &log) {
@@ -38,8 +38,8 @@ void blank_unprintable(char *text, size_t length) {
     if (end - text >= 8) {
       uint64_t word;
       memcpy(&word, text, sizeof(word));
-      // Printable characters have no top bit, and get none when 0x20 is taken away. They are skipped eight at
-      // a time, since most texts have no others.
+      // A printable character has its top bit clear, before and after 0x20 is subtracted. Most texts are
+      // printable, so eight characters are tested at a time.
       if (((word | (word - kEachByte * ' ')) & kEachByte * 0x80) == 0) {
         text += sizeof(word);
         continue;

@@ -33,7 +33,7 @@ void set_timeout(ASREVSTRUCT &AsrEvStruct, uint32_t minutes) {
   print_out(non_Brix != 0 ? "Setting IPMI Watchdog timer to %d\n" : "Setting ASR timer to %d\n",
             static_cast<int>(minutes));
   AsrEvStruct.ucTimeoutValue = static_cast<uint8_t>(minutes);
-  // Not the size that the read has left: a failed read may have changed it.
+  // The size is set anew, since a failed read may have changed it.
   int nbytes = sizeof(AsrEvStruct);
   if (set_ev(kAsrVariable, &AsrEvStruct, &nbytes) != 0) {
     print_err(non_Brix != 0 ? "orvlog: Set IPMI Watchdog Timeout failed\n"
@@ -46,7 +46,7 @@ void set_timeout(ASREVSTRUCT &AsrEvStruct, uint32_t minutes) {
 void ControlASR(const char *option) {
   int32_t curstat = 0;
   if (!request_asr(kRequestAsrState, &curstat, sizeof(curstat))) {
-    curstat = 0;  // a failed request may have written there
+    curstat = 0;  // a failed request may have changed it
   }
   ASREVSTRUCT AsrEvStruct = {};
   int nbytes = sizeof(AsrEvStruct);
@@ -70,8 +70,8 @@ void ControlASR(const char *option) {
                                 "ASR must be enabled before setting timeout value.\n");
       return;
     }
-    // The number is read from the ninth character on, even where the prefix stands further back. It is
-    // parsed in the widest type and narrowed on purpose.
+    // The number is read from the ninth character on, even where the prefix starts later. It is parsed in the
+    // widest type and narrowed on purpose.
     const auto minutes = static_cast<uint32_t>(strtol(option + strlen(kTimeoutPrefix), nullptr, 10));
     if (is_allowed_timeout(minutes)) {
       set_timeout(AsrEvStruct, minutes);

@@ -3,5 +3,5 @@
 #pragma once
 
 // Carries out the sub-option of -a: STATUS, ENABLE, DISABLE or TIMEOUT=<minutes>. Failures are reported on
-// standard error; a driver that cannot be reached shows as a disabled watchdog.
+// standard error; when the driver cannot be reached, the watchdog is shown as disabled.
 void ControlASR(const char *option);

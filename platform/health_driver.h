@@ -1,5 +1,5 @@
-// What is exchanged with the health driver: its nodes, request codes, statuses and records. Records are
-// packed and little-endian, laid out byte for byte as the driver has them.
+// The health driver's interface: its nodes, request codes, statuses and records. Records are packed and
+// little-endian, laid out byte for byte as the driver expects them.
 #pragma once
 
 #include <cstddef>
@@ -13,8 +13,8 @@ inline constexpr char kNodeEvents[] = "/dev/zythealth/cevt";
 inline constexpr char kNodeAsr[] = "/dev/zythealth/casr";
 inline constexpr char kNodeReports[] = "/dev/zythealth/proc";
 
-// Requests on the reports' node: the code is the number of the report, the buffer takes a text of at most
-// kReportSize bytes, and the length that the driver expects is kReportRequestLength.
+// Requests on the reports' node. The code is the number of the report. The buffer takes a text of at most
+// kReportSize bytes, which may fill it without a terminator. The length to pass is kReportRequestLength.
 enum ReportRequest : unsigned int {
   kReportThermal = 1,
   kReportFan = 2,
@@ -110,8 +110,8 @@ typedef struct [[gnu::packed]] _EVENTLOGHEADER {
 } * PEVENTLOGHEADER;
 static_assert(sizeof(_EVENTLOGHEADER) == 3);
 
-// The lengths that a read of the event node states: LOG_INFO's, which is the size of the caller's buffer, and
-// the record's.
+// The lengths in a read request on the event node, in bytes: LOG_INFO's, which is the size of the caller's
+// buffer, and the record's.
 inline constexpr uint32_t kReadLength = 512;
 inline constexpr uint16_t kReadEvtLength = 284;
 

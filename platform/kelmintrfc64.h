@@ -1,5 +1,5 @@
-// Contract of libkelmintrfc64.so.3, the maker's request library for the health driver. What is exchanged with
-// the driver stands in health_driver.h.
+// Contract of libkelmintrfc64.so.3, the maker's request library for the health driver. The driver's requests
+// and records are in health_driver.h.
 #pragma once
 
 #ifdef __cplusplus

@@ -5,8 +5,8 @@
 extern "C" {
 #endif
 
-// Reads variable `name` into `buffer`; *size holds the
-// buffer's size in bytes. Returns 0, or non-zero on failure.
+// Reads variable `name` into `buffer`. *size holds the buffer's size in bytes, and may be changed. Returns 0,
+// or non-zero on failure.
 int get_ev(const char *name, void *buffer, int *size);
 
 // Writes *size bytes of `buffer` to variable `name`. Returns 0, or non-zero on failure.

@@ -1,4 +1,4 @@
-// Owners of what the C library and the request library hand out: released at the end of the owner's scope.
+// Owners of descriptors and of C memory, which they release at the end of their scope.
 #pragma once
 
 #include <cerrno>
@@ -8,8 +8,8 @@
 
 #include "platform/kelmintrfc64.h"
 
-// A descriptor that is closed with `Close`; negative when opening failed. Its end leaves errno alone, so that
-// the reason of an earlier failure survives.
+// A descriptor that is closed with `Close`; negative when opening failed. The destructor preserves errno, so
+// that the reason of an earlier failure survives.
 template <int (*Close)(int)>
 class OwnedDescriptor {
  public:
@@ -45,8 +45,8 @@ class OwnedDescriptor {
   int fd_;
 };
 
-using Descriptor = OwnedDescriptor<::close>;                 // of open(2) and its like
-using RequestDescriptor = OwnedDescriptor<orvCloseRequest>;  // of orvOpenRequest
+using Descriptor = OwnedDescriptor<::close>;                 // from open(2), openat(2) and the like
+using RequestDescriptor = OwnedDescriptor<orvCloseRequest>;  // from orvOpenRequest
 
 struct FreeMemory {
   void operator()(void *memory) const {
@@ -54,6 +54,6 @@ struct FreeMemory {
   }
 };
 
-// Memory of malloc(3) and its like; null when there was none.
+// Memory from malloc(3) or calloc(3); null when the allocation failed.
 template <class T>
 using Allocated = std::unique_ptr<T, FreeMemory>;

@@ -72,7 +72,7 @@ int add_entry(int log, const _ioctlEntry *request) {
   if (lock(log) < 0 || fstat(log, &status) < 0) {
     return -1;
   }
-  // Part of a slot after the last whole one was left by a killed writer. It is overwritten.
+  // A partial slot at the end was left by a writer that was killed. It is overwritten.
   const off_t slot = status.st_size / kSlotSize;
   if (slot >= INT32_MAX) {
     return fail(ENOSPC);

@@ -9,8 +9,8 @@ namespace simulator {
 int read_entry(int log, PEVT_IOCTL_ENTRY request);
 
 // Carries out an add (kChoiceAdd). Returns 0 when the record is on the disk. Otherwise returns -1 with errno,
-// and the log is as before. `log` is writable and opened for this call alone: the lock that keeps writers
-// apart belongs to the open file, which a forked process shares with its parent.
+// and the log is unchanged. `log` is writable and opened for this call alone: the writers' lock belongs to
+// the open file, which a forked process shares with its parent.
 int add_entry(int log, const _ioctlEntry *request);
 
 }  // namespace simulator

@@ -286,7 +286,7 @@ def log_text(log):
 
 
 def read_dump(path):
-    """The records of a dump, each as it stands and with its number."""
+    """The records of a dump: pairs of the unchanged record and its number."""
     dump = pathlib.Path(path).read_bytes()
     if len(dump) % RECORD_SIZE:
         raise TextError(path, f"the size is not a multiple of {RECORD_SIZE} bytes")

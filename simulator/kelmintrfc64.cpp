@@ -157,8 +157,8 @@ int report_request(int fd, unsigned int code, void *buffer, unsigned int length)
   return 0;
 }
 
-// A node is a file or folder of the server's directory. Once open it is recognised by device and inode. Its
-// descriptor alone would not do: the program may close it, and its number may then stand for another file.
+// A node is a file or folder of the server's directory. Once open, it is recognised by device and inode. The
+// descriptor alone is not enough: the program may close it, and its number may be reused for another file.
 struct Node {
   const char *path;
   Kind kind;
@@ -180,7 +180,7 @@ int open_node(Node &node) {
   if (fd >= 0 && identify(fd, &identity)) {
     for (Node &other : nodes) {
       if (other.identity == identity) {
-        other.identity = {};  // of a server that is gone
+        other.identity = {};  // left from a server whose inode has been reused
       }
     }
     node.identity = identity;

@@ -36,7 +36,7 @@ int open_folder(const char *name, const void *buffer, const int *size) {
 
 extern "C" {
 
-// A variable that does not fit leaves the buffer unchanged; *size then has the variable's size.
+// Sets *size to the variable's size. A variable that does not fit leaves the buffer unchanged.
 [[gnu::visibility("default")]] int get_ev(const char *name, void *buffer, int *size) {
   const Descriptor folder(open_folder(name, buffer, size));
   if (!folder.is_open()) {

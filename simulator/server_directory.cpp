@@ -14,7 +14,7 @@
 namespace simulator {
 namespace {
 
-// O_NONBLOCK: opening a named pipe would wait for its other end.
+// O_NONBLOCK, since opening a named pipe would otherwise wait for its other end.
 int open_kind(int folder, const char *name, Kind kind, int flags) {
   Descriptor opened(openat(folder, name, flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   if (!opened.is_open()) {
@@ -84,13 +84,13 @@ int replace_file(int folder, const char *name, const void *data, size_t size) {
   if (length < 0 || static_cast<size_t>(length) >= sizeof(draft)) {
     return fail(ENAMETOOLONG);
   }
-  // The folder is opened anew: a lock belongs to the open file, which a forked process shares with its
+  // The folder is opened again: a lock belongs to the open file, which a forked process shares with its
   // parent.
   const Descriptor locked(openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!locked.is_open() || lock(locked.fd()) < 0) {
     return -1;
   }
-  unlinkat(folder, draft, 0);  // of a writer that was killed
+  unlinkat(folder, draft, 0);  // left by a writer that was killed
   const Descriptor file(openat(folder, draft, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
   if (!file.is_open()) {
     return -1;

@@ -1,6 +1,5 @@
-// The directory that describes the simulated server, and the few ways in which its files are read and
-// replaced. Failures set errno. No symbolic link below the directory is followed, and nothing blocks on a
-// file of an unexpected kind.
+// Access to the directory that describes the simulated server. Failures set errno. No symbolic link below the
+// directory is followed, and nothing blocks on a file of an unexpected kind.
 #pragma once
 
 #include <cstddef>
@@ -14,20 +13,20 @@ inline constexpr char kServerVariable[] = "ORVLOG_SIMULATOR";
 enum class Kind { kFile, kFolder };
 
 // Opens `name` in the server's directory with the flags of open(2). Returns a descriptor, or -1: ENOENT when
-// there is no server or no such name, ELOOP for a symbolic link, EINVAL for anything else of another kind.
+// there is no server or no such name, ELOOP for a symbolic link, EINVAL for any other wrong kind of file.
 int open_in_server(const char *name, Kind kind, int flags);
 
-// Opens file `name` of an open folder for reading. As above.
+// Opens file `name` of an open folder for reading. Returns as open_in_server does.
 int open_in_folder(int folder, const char *name);
 
 // Reads from `offset` until `size` bytes or the end of the file. Returns the number of bytes, or -1.
 ssize_t read_at(int fd, void *buffer, size_t size, off_t offset);
 
-// Replaces the content of file `name` of an open folder. At any moment, also after a power loss, the file has
-// either its old content or the new. Writers wait for each other. Returns 0, or -1.
+// Replaces the content of file `name` of an open folder. The change is atomic: even after a power loss the
+// file has either its old content or the new. Writers wait for each other. Returns 0, or -1.
 int replace_file(int folder, const char *name, const void *data, size_t size);
 
-// Waits for the lock of an open file or folder. Returns 0, or -1.
+// Waits for the exclusive lock of an open file or folder. Returns 0, or -1.
 int lock(int fd);
 
 // Sets errno. Returns -1.
