@@ -1,6 +1,6 @@
-// Any record into any buffer: two bytes of buffer size, then a record, padded with zeros. The text is
-// terminated inside the buffer, and is the whole text cut to the buffer's size. A write past the buffer hits
-// the allocator's red zone.
+// Translates any record into a buffer of any size. The input is two bytes of buffer size, then a record,
+// padded with zeros. The text must be terminated inside the buffer, and be the whole text cut to the buffer's
+// size. A write past the buffer hits the allocator's red zone.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>

@@ -18,7 +18,7 @@ def lint(root):
     return faults
 
 
-# Where the options stand: in each file a pattern, whose groups joined name one option. The parsers come first.
+# The files that list options, each with a pattern whose groups name one option. The parsers come first.
 OPTIONS = (
     {"orvlog/main.cpp": r'(\w):?(?=[\w:]*"\)\) != -1)',
      "docs/orvlog.8": r"^\.It Fl (\w)",
@@ -60,7 +60,7 @@ def messages_of(source):
 
 
 def messages(root):
-    """Every message that the sources can write stands in the manual of their program."""
+    """Every message that the sources can write is in the manual of their program."""
     faults, count = [], 0
     for program, folders in {"orvlog": ("orvlog", "pci"), "imlog": ("imlog",)}.items():
         page = subprocess.run(["mandoc", "-T", "ascii", "-O", "width=1000", str(root / f"docs/{program}.8")],
@@ -70,7 +70,7 @@ def messages(root):
             for message in messages_of(path.read_text()) if path.name != "usage.cpp" else ():
                 count += 1
                 parts = [re.escape(" ".join(part.split())) for part in re.split(r" ?%z?\w ?", message)]
-                # What stands for a directive in the manual is one word, or part of one; perror appends a reason.
+                # In the manual a directive is replaced by one word, or part of one; perror appends a reason.
                 if not re.search(r" ?\S+? ?".join(parts), page):
                     faults.append(f"{path.relative_to(root)}: not in the manual: {message}")
     if count < 80:

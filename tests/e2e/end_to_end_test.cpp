@@ -1,4 +1,4 @@
-// The built program over the simulator: the round trips that no part of it can promise alone.
+// The built program over the simulator: round trips that involve several of its parts.
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -17,8 +17,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Runs the program over a copy of the sample server. ORVLOG_UNDER may name the words of a command to run it
-// under.
+// Runs the program over a copy of the sample server. ORVLOG_UNDER may hold a command to run it under, such as
+// valgrind with its options.
 class EndToEnd : public testing::Test {
  protected:
   void SetUp() override {

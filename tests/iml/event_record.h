@@ -1,4 +1,4 @@
-// Records for the translator's tests, and their lines.
+// Builds records for the translator's tests and translates them.
 #pragma once
 
 #include <algorithm>
@@ -7,7 +7,7 @@
 
 #include "iml/eventstr.h"
 
-// Holds the line of any record; the longest ones list every byte of the payload.
+// Bytes that hold the line of any record; the longest lines list every byte of the payload.
 inline constexpr uint32_t kLineSize = 2048;
 
 // A record that begins with `payload` and is filled with `filler`.

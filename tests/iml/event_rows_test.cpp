@@ -1,4 +1,4 @@
-// Translates the records of tests/iml/rows. compile_rows.py explains them.
+// Translates the records of tests/iml/rows. compile_rows.py describes their form.
 #include <gtest/gtest.h>
 
 #include "tests/iml/event_record.h"
@@ -10,9 +10,9 @@ struct EventRow {
   int line;
   unsigned event_class;
   unsigned code;
-  int length;           // of the record, as it states it
+  int length;           // the record's length as its header states it
   const char *payload;  // 212 bytes
-  bool whole;           // the text is `text`, in place of containing it
+  bool whole;           // the line is `text`, rather than contains it
   const char *text;     // null for an event without a text
 };
 
@@ -20,7 +20,7 @@ constexpr EventRow kRows[] = {
 #include "event_rows.inc"
 };
 
-TEST(EventRows, ReadAsWanted) {
+TEST(EventRows, TranslateAsExpected) {
   for (const EventRow &row : kRows) {
     EVT_LOG_ENTRY record = record_of(row.event_class, row.code, {row.payload, sizeof(EVT_FREE_FORM)});
     record.Hdr.wEvtLength = static_cast<uint16_t>(row.length);

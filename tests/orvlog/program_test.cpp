@@ -90,7 +90,7 @@ std::string reads(Numbers numbers) {
 std::string lists(Numbers numbers) {
   return kProbe + kInit + "open cevt 0\n" + reads(numbers);
 }
-std::string counts_and_lists(Numbers counted, Numbers listed) {  // each on a node of its own
+std::string counts_and_lists(Numbers counted, Numbers listed) {  // each through its own channel
   return kProbe + kInit + "open cevt 0\nopen cevt 0\n" + reads(counted) + reads(listed);
 }
 
@@ -185,7 +185,7 @@ TEST(CommandLine, ProbeChoosesTheWordsAndMustOpen) {
         kProbe + kTemp);
 }
 
-TEST(Notes, NeedTheirSeverityInFront) {
+TEST(Notes, NeedASeverityBeforeThem) {
   const std::string precede =
       "orvlog: The -s option for setting the severity must precede the -l option to log a maintenance "
       "note.\n\n";
@@ -196,7 +196,7 @@ TEST(Notes, NeedTheirSeverityInFront) {
   check("-s|info ", {}, "", invalid, kProbe);
   check("-s|info", {}, "", require + kUsage, kProbe, 1);
   check("-s|info|-l|note|-s|info", {}, "", "", kProbe + adds(2, "note"));
-  // The severity is the second word and the note the fourth, wherever their options stand.
+  // The severity is the second word and the note the fourth, wherever their options are.
   check("-v|info|-s|bogus", {}, kEmpty, require + kUsage, lists({0}), 1);
   check("-s|info|-t|-l|note", {}, kReport, "", kProbe + kTemp + adds(2, "-l"));
 }
@@ -275,7 +275,7 @@ TEST(Viewer, StatusMayComeThroughErrno) {
   check("-v", early, kEmpty, kInvalid, lists({0}));
 }
 
-// A listing ends where it would go in a circle. So does the count for -V, which then refuses no start.
+// A listing ends where it would repeat itself. So does the count for -V, and then no start is refused.
 TEST(Viewer, InsistsOnProgress) {
   const auto stuck = [](const char *at) {
     return std::string("orvlog: The IML does not advance past entry ") + at + ".\n";
@@ -292,7 +292,7 @@ TEST(Viewer, InsistsOnProgress) {
   check("-V|7", carrying(0, 1), listing(entry("0001", "7")), stuck("7"), counts_and_lists({0, 1, 2}, {7}));
   check("-V|2", carrying(UINT32_MAX, UINT32_MAX), listing(entry("-0001", "2")), stuck("2"),
         counts_and_lists({0}, {2}));
-  // A gap that is one short of the limit, then one without an end.
+  // A gap one short of the limit, then a gap without an end.
   FakeDriver sparse = log_of(
       INT32_MAX, [](int number, EVT_LOG_ENTRY &) { return number == 0 || number == 1'000'000 ? 0 : 3; });
   sparse.traces_events = false;
@@ -307,7 +307,7 @@ TEST(Reports, AreCopiedAsTheyAre) {
 }
 
 // Failures that an action reports before the run goes on: the exit status stays 0.
-TEST(Failures, AreReportedAndEndWell) {
+TEST(Failures, AreReportedAndTheRunExitsWithZero) {
   const FakeDriver no_memory = {.prepare = [] { fail_calloc = dup2(trace_fd(), STDERR_FILENO) != -1; }};
   for (const char *line : {"-s|info|-l|note", "-v", "-V|2"}) {
     check(line, opening("cevt", 0), "", "orvlog: Unable to open the /dev/zythealth/cevt file.\n",
@@ -356,15 +356,15 @@ TEST(Watchdog, SubOptions) {
   asr("TIMEOUT 5", 1, "", "Invalid -a option TIMEOUT 5\n" + kUsage);
 }
 
-TEST(Watchdog, GoesOnWithoutDriverOrVariable) {
-  // The state that a failed request has left does not count.
+TEST(Watchdog, WorksWithoutDriverOrVariable) {
+  // A state that came with a failed request is ignored.
   check("-a|STATUS", {.asr_status = -1}, "Current ASR Status is DISABLED and the timeout value is 15\n", "",
         kAskState);
   const FakeDriver without = {.opens = {{"casr", 0}}, .get_status = 1};
   const std::string trace = kProbe + "open casr 0\nget_ev VXHCPR 8\n";
   check("-a|STATUS", without, "Current ASR Status is DISABLED and the timeout value is 0\n", "", trace);
   check("-a|ENABLE", without, "Enabling ASR timer\n", "", trace + "open casr 0\n");
-  // A timeout that is set after a failed read stands among zeros, and the variable keeps its size.
+  // After a failed read, the timeout is written with zeros around it, and the variable keeps its size.
   check("-a|TIMEOUT=5", {.get_status = 1, .set_status = -1}, "Setting ASR timer to 5\n",
         "orvlog: Set ASR Timeout failed\n", kAskState + "set_ev VXHCPR 0000050000000000\n");
 }
@@ -413,7 +413,7 @@ TEST(Output, NeverGoesIntoANode) {
   check("-t", closed, "", "orvlog: Cannot occupy a closed standard stream: Too many open files\n", "", 1);
 }
 
-TEST(EventClassLabels, StandAtTheirCodes) {
+TEST(EventClassLabels, AreIndexedByClass) {
   EXPECT_STREQ(EventClass[kClassAsr], "ASR");
   EXPECT_STREQ(EventClass[kClassUnrecoverableSystemError], "Unrecoverable System Error");
   EXPECT_STREQ(EventClass[kClassInfrastructure], "Infrastructure Environment");

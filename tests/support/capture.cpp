@@ -8,7 +8,7 @@
 
 namespace {
 
-int g_trace_fd = -1;
+int current_trace_fd = -1;
 
 int make_file() {
   return memfd_create("captured", MFD_CLOEXEC);
@@ -24,7 +24,7 @@ std::string take_file(int fd) {
 }  // namespace
 
 int trace_fd() {
-  return g_trace_fd;
+  return current_trace_fd;
 }
 
 Outcome capture(const std::function<void()> &body) {
@@ -36,7 +36,7 @@ Outcome capture(const std::function<void()> &body) {
   if (child == 0) {
     dup2(out, STDOUT_FILENO);
     dup2(err, STDERR_FILENO);
-    g_trace_fd = trace;
+    current_trace_fd = trace;
     body();
     exit(0);
   }

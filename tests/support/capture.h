@@ -1,4 +1,4 @@
-// Runs something in a child process and returns everything that it leaves.
+// Runs code or programs in a child process and captures their output.
 #pragma once
 
 #include <functional>
@@ -22,5 +22,5 @@ Outcome run(const std::vector<std::string> &words, const std::function<void()> &
 // Pointers to the words, for as long as these live, and a null pointer after them.
 std::vector<char *> argument_vector(const std::vector<std::string> &words);
 
-// In the child of capture(): where the trace goes; -1 elsewhere.
+// The descriptor of the trace in the child of capture(); -1 elsewhere.
 int trace_fd();
