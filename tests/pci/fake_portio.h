@@ -14,10 +14,14 @@ struct Write {
   bool operator==(const Write &) const = default;
 };
 
-extern std::vector<Write> writes;
-extern std::function<uint32_t(uint16_t port, unsigned size)> answer;  // unset: every read gives all ones
-extern int privilege_errno;                                           // 0: the privilege is granted
+inline std::vector<Write> writes;
+inline std::function<uint32_t(uint16_t port, unsigned size)> answer;  // unset: every read gives all ones
+inline int privilege_errno;                                           // 0: the privilege is granted
 
-void reset();
+inline void reset() {
+  writes.clear();
+  answer = nullptr;
+  privilege_errno = 0;
+}
 
 }  // namespace fake_portio

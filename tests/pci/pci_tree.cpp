@@ -1,5 +1,6 @@
 #include "tests/pci/pci_tree.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
@@ -7,14 +8,25 @@
 #include <unistd.h>
 
 #include "pci/paths.h"
+#include "pci/portio.h"
 #include "platform/health_driver.h"
 #include "platform/kelmintrfc64.h"
 #include "tests/pci/fake_portio.h"
 
 namespace fs = std::filesystem;
 
-std::string driver_report;
-int driver_requests;
+int raise_io_privilege() {
+  errno = fake_portio::privilege_errno;
+  return errno == 0 ? 0 : -1;
+}
+
+uint32_t port_in(uint16_t port, unsigned size) {
+  return fake_portio::answer ? fake_portio::answer(port, size) : 0xFFFFFFFF;
+}
+
+void port_out(uint16_t port, unsigned size, uint32_t value) {
+  fake_portio::writes.push_back({port, size, value});
+}
 
 int orvOpenRequest(const char *path, int mode) {
   if (strcmp(path, kNodeReports) != 0) {

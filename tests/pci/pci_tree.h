@@ -12,8 +12,8 @@
 #include "tests/pci/rom_image.h"
 
 // What the driver answers to the routing request; while it is empty the reports' node cannot be opened.
-extern std::string driver_report;
-extern int driver_requests;
+inline std::string driver_report;
+inline int driver_requests;
 
 using Bytes = std::vector<std::pair<size_t, uint32_t>>;  // offset and value
 

@@ -1,5 +1,7 @@
 #include "pci/pcicall.h"
 
+#include <functional>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -56,24 +58,22 @@ TEST_F(Configuration, FailedReadLeavesOnes) {
   }
 }
 
-std::vector<int> all_buses() {
-  std::vector<int> buses;
+std::vector<int> walk(const std::function<int(DIR **)> &first, int (*next)(DIR **)) {
+  std::vector<int> found;
   DIR *dir;
-  for (int bus = first_bus(&dir); bus >= 0; bus = next_bus(&dir)) {
-    buses.push_back(bus);
+  for (int number = first(&dir); number >= 0; number = next(&dir)) {
+    found.push_back(number);
   }
-  EXPECT_EQ(next_bus(&dir), -1);
-  return buses;
+  EXPECT_EQ(next(&dir), -1);
+  return found;
+}
+
+std::vector<int> all_buses() {
+  return walk(first_bus, next_bus);
 }
 
 std::vector<int> all_devices() {
-  std::vector<int> devices;
-  DIR *dir;
-  for (int devfn = first_device(&dir, 5); devfn >= 0; devfn = next_device(&dir)) {
-    devices.push_back(devfn);
-  }
-  EXPECT_EQ(next_device(&dir), -1);
-  return devices;
+  return walk([](DIR **dir) { return first_device(dir, 5); }, next_device);
 }
 
 TEST_F(Walk, ReadsBusesAndDevicesFromNames) {

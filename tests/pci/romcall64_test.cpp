@@ -1,5 +1,6 @@
 #include "pci/romcall64.h"
 
+#include <array>
 #include <cstring>
 #include <numeric>
 #include <string>
@@ -46,10 +47,7 @@ struct Call {
   }
 };
 
-struct Registers {
-  uint32_t eax, ecx, edx;
-  bool operator==(const Registers &) const = default;
-};
+using Registers = std::array<uint32_t, 3>;  // EAX, ECX, EDX
 
 // What is not compared with another processor (x86_differential_test). The code lacks the return.
 constexpr struct {
@@ -91,7 +89,7 @@ constexpr struct {
 TEST(RomCall, Instructions) {
   for (const auto &row : kRows) {
     SCOPED_TRACE(row.text);
-    Call call(row.before.eax, row.before.ecx, row.before.edx);
+    Call call(row.before[0], row.before[1], row.before[2]);
     EXPECT_EQ(call.run(std::string(row.code) + " C3"), CallEnd::kReturned);
     EXPECT_EQ((Registers{call.reg.u1.s1.reax, call.reg.u3.s1.recx, call.reg.u4.s1.redx}), row.after);
   }

@@ -6,8 +6,6 @@
 #include <iterator>
 #include <map>
 #include <random>
-#include <sstream>
-#include <string>
 #include <unicorn/unicorn.h>
 #include <vector>
 
@@ -17,6 +15,7 @@
 
 namespace {
 
+using testing::PrintToString;
 using namespace x86;
 
 constexpr uint32_t kArithmetic = kCarry | kParity | kAdjust | kZero | kSign | kOverflow;
@@ -201,14 +200,6 @@ bool out_of_scope(const Vector &v, uint32_t start, uint32_t end) {
          (v.prefixed[1] && v.opcode == 0x62) || (v.opcode == 0xC2 && v.code[v.operands + 1] >= 0x80);
 }
 
-template <typename Numbers>
-std::string hex(const Numbers &numbers) {
-  std::ostringstream text;
-  text << std::hex;
-  std::copy(numbers.begin(), numbers.end(), std::ostream_iterator<uint32_t>(text, " "));
-  return text.str();
-}
-
 TEST(X86Differential, AgreesWithUnicorn) {
   Generator generator(static_cast<uint64_t>(testing::GTEST_FLAG(random_seed)));
   alignas(4096) static uint8_t data[2][kDataSize];
@@ -237,23 +228,19 @@ TEST(X86Differential, AgreesWithUnicorn) {
       continue;
     }
     const bool their_success = unicorn.run(theirs, mine[kEip]);
-
-    std::string difference;
-    if (my_success != their_success) {
-      difference = my_success ? "only Unicorn fails" : "only the interpreter fails";
-    } else if (my_success) {
+    EXPECT_EQ(my_success, their_success);
+    if (my_success && their_success) {
       ++succeeded[v.opcode];
-      const uint32_t flags =
-          (mine[kFlags] ^ theirs[kFlags]) & (kArithmetic | kDirection) & ~v.form->undefined;
-      difference += std::equal(mine.begin(), mine.begin() + kFlags, theirs.begin()) ? "" : "registers ";
-      difference += mine[kEip] == theirs[kEip] ? "" : "EIP ";
-      difference += flags == 0 ? "" : "flags " + hex(std::array{flags});
-      difference += memcmp(data[0], data[1], kDataSize) == 0 ? "" : "memory ";
-    }
-    EXPECT_EQ(difference, "") << "code " << hex(v.code) << "\nbefore " << hex(v.state) << "\ninterpreter "
-                              << hex(mine) << "\nUnicorn " << hex(theirs);
-    if (!my_success) {
+      for (State *state : {&mine, &theirs}) {
+        (*state)[kFlags] &= (kArithmetic | kDirection) & ~v.form->undefined;
+      }
+      EXPECT_TRUE(mine == theirs && memcmp(data[0], data[1], kDataSize) == 0);
+    } else {
       memcpy(data[0], data[1], kDataSize);
+    }
+    if (HasFailure()) {
+      ADD_FAILURE() << "code " << PrintToString(v.code) << "\nbefore " << PrintToString(v.state)
+                    << "\ninterpreter " << PrintToString(mine) << "\nUnicorn " << PrintToString(theirs);
     }
   }
   for (const auto &[form, opcode] : all_instructions()) {
