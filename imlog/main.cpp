@@ -1,10 +1,10 @@
 // imlog: the Integrated Management Log for machines and for people with many machines.
 #include <cstdlib>
 #include <ctime>
-#include <fcntl.h>
 #include <new>
 #include <unistd.h>
 
+#include "driver/standard_streams.h"
 #include "imlog/run.h"
 #include "imlog/usage.h"
 
@@ -15,17 +15,6 @@ constexpr int kFailure = 2;
 constexpr char kVersionText[] = "imlog " IMLOG_VERSION "\n";
 
 Options options;
-
-// Occupies closed standard descriptors, so that no node or file is opened as one of them. Use of them still
-// fails.
-bool hold_standard_streams() {
-  for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
-    if (fcntl(fd, F_GETFD) == -1 && open("/", O_PATH) != fd) {
-      return false;
-    }
-  }
-  return true;
-}
 
 // Ends a run whose log, held for a cursor or an order, does not fit into memory. Nothing can be allocated
 // here.

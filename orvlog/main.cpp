@@ -4,10 +4,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <getopt.h>
 #include <unistd.h>
 
+#include "driver/standard_streams.h"
 #include "orvlog/notes.h"
 #include "orvlog/orvlog.h"
 #include "orvlog/output.h"
@@ -25,17 +25,6 @@ constexpr size_t kNoteLimit = 200;  // characters
 [[noreturn]] void refuse(const char *progname) {
   print_usage(progname);
   finish(EXIT_FAILURE);
-}
-
-// Occupies closed standard descriptors so that no driver node is opened as 0, 1 or 2. I/O on them still
-// fails: O_PATH only names a place. Ends the process where a descriptor cannot be occupied.
-void hold_standard_streams() {
-  for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
-    if (fcntl(fd, F_GETFD) == -1 && open("/", O_PATH) == -1) {  // open takes the lowest free one, which is fd
-      fprintf(stderr, "orvlog: Cannot occupy a closed standard stream: %s\n", strerror(errno));
-      exit(EXIT_FAILURE);
-    }
-  }
 }
 
 bool is_numeric(const char *word) {
@@ -167,7 +156,10 @@ class OptionLoop {
 }  // namespace
 
 int main(int argc, char **argv) {
-  hold_standard_streams();
+  if (!hold_standard_streams()) {
+    fprintf(stderr, "orvlog: Cannot occupy a closed standard stream: %s\n", strerror(errno));
+    exit(EXIT_FAILURE);
+  }
   if (getuid() != 0) {
     print_err("orvlog: You must be root to run this utility\n");
     finish(EXIT_FAILURE);
