@@ -1,6 +1,6 @@
 #include "imlog/format.h"
 
-void put_level(const Severity &severity, Output &output) {
+void put_level_prefix(const Severity &severity, Output &output) {
   output.put('<');
   output.put(severity.priority);
   output.put('>');

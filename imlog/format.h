@@ -7,11 +7,12 @@
 #include <string_view>
 
 #include "imlog/entry.h"
+#include "imlog/exit_status.h"
 #include "imlog/output.h"
 #include "imlog/problem.h"
 
 // What a format needs to know about the run.
-struct Setting {
+struct FormatContext {
   bool level_prefix = false;
   bool has_host = false;
   std::string host;  // as given, whatever its bytes
@@ -27,11 +28,11 @@ class Format {
  public:
   virtual ~Format() = default;
 
-  virtual void put(const Entry &entry, Output &output) = 0;
+  virtual void print_entry(const Entry &entry, Output &output) = 0;
 
-  // Ends the output. Returns the status of a reading without a problem.
+  // Ends the output. Returns the exit status of a reading without a problem.
   virtual int finish(const Reading & /*reading*/, Output & /*output*/) {
-    return 0;
+    return kSuccess;
   }
 };
 
@@ -45,7 +46,7 @@ enum FormatTraits : unsigned {
 
 struct FormatRow {
   const char *name;
-  std::unique_ptr<Format> (*make)(const Setting &setting);
+  std::unique_ptr<Format> (*make)(const FormatContext &context);
   unsigned traits;
   // The order of the entries, smallest first; null for the log's. It needs all entries before the first is
   // put.
@@ -60,7 +61,7 @@ IMLOG_FORMATS(IMLOG_DECLARE_FORMAT)
 #undef IMLOG_DECLARE_FORMAT
 
 // The level prefix of a line, "<4>".
-void put_level(const Severity &severity, Output &output);
+void put_level_prefix(const Severity &severity, Output &output);
 
 // The format of a name, or null.
 const FormatRow *find_format(std::string_view name);

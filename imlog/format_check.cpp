@@ -1,6 +1,7 @@
 // One line and a status for monitoring.
 #include <algorithm>
 
+#include "imlog/exit_status.h"
 #include "imlog/format.h"
 #include "imlog/text.h"
 
@@ -8,7 +9,7 @@ namespace {
 
 class CheckFormat : public Format {
  public:
-  void put(const Entry &entry, Output & /*output*/) override {
+  void print_entry(const Entry &entry, Output & /*output*/) override {
     ++entries_;
     critical_ += entry.severity == kCritical ? 1 : 0;
     caution_ += entry.severity == kCaution ? 1 : 0;
@@ -23,16 +24,16 @@ class CheckFormat : public Format {
       output.put("IML UNKNOWN - ");
       put_one_line(reading.problem.what(), output);
       output.put('\n');
-      return 3;
+      return kCheckUnknown;
     }
-    const int status = critical_ != 0 ? 2 : caution_ != 0 ? 1 : 0;
+    const CheckStatus status = critical_ != 0 ? kCheckCritical : caution_ != 0 ? kCheckWarning : kCheckOk;
     static constexpr const char *kWords[] = {"IML OK - ", "IML WARNING - ", "IML CRITICAL - "};
     output.put(kWords[status]);
     output.put_number(critical_);
     output.put(" critical, ");
     output.put_number(caution_);
     output.put(" caution");
-    if (status != 0) {
+    if (status != kCheckOk) {
       output.put("; ");
       output.put_number(number_);
       output.put(' ');
@@ -68,7 +69,7 @@ class CheckFormat : public Format {
 
 const FormatRow kCheckFormat = {
     "check",
-    [](const Setting &) -> std::unique_ptr<Format> { return std::make_unique<CheckFormat>(); },
+    [](const FormatContext &) -> std::unique_ptr<Format> { return std::make_unique<CheckFormat>(); },
     kWholeLog | kForMonitors,
     nullptr,
 };

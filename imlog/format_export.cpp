@@ -33,11 +33,11 @@ uint64_t journal_time(const LogTime &first, const LogTime &last) {
 
 class ExportFormat : public Format {
  public:
-  explicit ExportFormat(const Setting &setting)
-      : has_host_(setting.has_host), host_(cleaner_.clean(setting.host)), boot_id_(boot_id(setting.host)) {}
+  explicit ExportFormat(const FormatContext &context)
+      : has_host_(context.has_host), host_(cleaner_.clean(context.host)), boot_id_(boot_id(context.host)) {}
 
   // No value has a line break, so none needs the format's binary form.
-  void put(const Entry &entry, Output &output) override {
+  void print_entry(const Entry &entry, Output &output) override {
     const EVT_HEADER &header = entry.record.Hdr;
     const Severity &severity = kSeverityTable[entry.severity];
     put_number("__REALTIME_TIMESTAMP=", journal_time(entry.first, entry.last), output);
@@ -89,7 +89,9 @@ class ExportFormat : public Format {
 
 const FormatRow kExportFormat = {
     "export",
-    [](const Setting &setting) -> std::unique_ptr<Format> { return std::make_unique<ExportFormat>(setting); },
+    [](const FormatContext &context) -> std::unique_ptr<Format> {
+      return std::make_unique<ExportFormat>(context);
+    },
     kFollows,
     journal_time,
 };

@@ -85,17 +85,17 @@ namespace {
 
 class JsonFormat : public Format {
  public:
-  explicit JsonFormat(const Setting &setting)
-      : level_prefix_(setting.level_prefix), has_host_(setting.has_host) {
-    host_ = cleaner_.clean(setting.host);
+  explicit JsonFormat(const FormatContext &context)
+      : level_prefix_(context.level_prefix), has_host_(context.has_host) {
+    host_ = cleaner_.clean(context.host);
   }
 
-  void put(const Entry &entry, Output &output) override {
+  void print_entry(const Entry &entry, Output &output) override {
     const EVT_HEADER &header = entry.record.Hdr;
     const Severity &severity = kSeverityTable[entry.severity];
     const std::string_view message = cleaner_.clean(entry.message);
     if (level_prefix_) {
-      put_level(severity, output);
+      put_level_prefix(severity, output);
     }
     stream_.output = &output;
     writer_.Reset(stream_);
@@ -169,7 +169,9 @@ class JsonFormat : public Format {
 
 const FormatRow kJsonFormat = {
     "json",
-    [](const Setting &setting) -> std::unique_ptr<Format> { return std::make_unique<JsonFormat>(setting); },
+    [](const FormatContext &context) -> std::unique_ptr<Format> {
+      return std::make_unique<JsonFormat>(context);
+    },
     kFollows | kLevels,
     nullptr,
 };

@@ -8,7 +8,7 @@ namespace {
 
 class PrometheusFormat : public Format {
  public:
-  void put(const Entry &entry, Output & /*output*/) override {
+  void print_entry(const Entry &entry, Output & /*output*/) override {
     Total &total = totals_[entry.severity];
     ++total.entries;
     if (entry.last.is_valid && (!total.last || *total.last < entry.last.instant)) {
@@ -23,7 +23,7 @@ class PrometheusFormat : public Format {
     }
     put_head("iml_read_success", "Whether the log was read to its end.", output);
     output.put(reading.problem.is_set() ? "iml_read_success 0\n" : "iml_read_success 1\n");
-    return 0;
+    return kSuccess;
   }
 
  private:
@@ -78,7 +78,7 @@ class PrometheusFormat : public Format {
 
 const FormatRow kPrometheusFormat = {
     "prometheus",
-    [](const Setting &) -> std::unique_ptr<Format> { return std::make_unique<PrometheusFormat>(); },
+    [](const FormatContext &) -> std::unique_ptr<Format> { return std::make_unique<PrometheusFormat>(); },
     kWholeLog,
     nullptr,
 };

@@ -5,7 +5,7 @@ namespace {
 
 class RawFormat : public Format {
  public:
-  void put(const Entry &entry, Output &output) override {
+  void print_entry(const Entry &entry, Output &output) override {
     output.put(std::string_view(reinterpret_cast<const char *>(&entry.record), sizeof(entry.record)));
   }
 };
@@ -14,7 +14,7 @@ class RawFormat : public Format {
 
 const FormatRow kRawFormat = {
     "raw",
-    [](const Setting &) -> std::unique_ptr<Format> { return std::make_unique<RawFormat>(); },
+    [](const FormatContext &) -> std::unique_ptr<Format> { return std::make_unique<RawFormat>(); },
     0,
     nullptr,
 };

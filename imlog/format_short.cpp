@@ -6,13 +6,13 @@ namespace {
 
 class ShortFormat : public Format {
  public:
-  explicit ShortFormat(const Setting &setting) : level_prefix_(setting.level_prefix) {}
+  explicit ShortFormat(const FormatContext &context) : level_prefix_(context.level_prefix) {}
 
-  void put(const Entry &entry, Output &output) override {
+  void print_entry(const Entry &entry, Output &output) override {
     const EVT_HEADER &header = entry.record.Hdr;
     const Severity &severity = kSeverityTable[entry.severity];
     if (level_prefix_) {
-      put_level(severity, output);
+      put_level_prefix(severity, output);
     }
     if (entry.last.is_valid) {
       const MinuteText time(entry.last.stamp);
@@ -48,7 +48,9 @@ class ShortFormat : public Format {
 
 const FormatRow kShortFormat = {
     "short",
-    [](const Setting &setting) -> std::unique_ptr<Format> { return std::make_unique<ShortFormat>(setting); },
+    [](const FormatContext &context) -> std::unique_ptr<Format> {
+      return std::make_unique<ShortFormat>(context);
+    },
     kFollows | kLevels,
     nullptr,
 };

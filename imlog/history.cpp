@@ -24,7 +24,7 @@ std::string last_line(size_t entries, std::string_view text) {
 
 // Takes a number off the front of `text`, with the blank after it.
 template <class Number>
-bool take(std::string_view &text, size_t digits, int base, Number &value) {
+bool read_number(std::string_view &text, size_t digits, int base, Number &value) {
   const std::string_view word = text.substr(0, digits != 0 ? digits : text.find(' '));
   const char *const end = word.data() + word.size();
   const auto [next, error] = std::from_chars(word.data(), end, value, base);
@@ -121,8 +121,9 @@ std::string History::line(uint32_t number, const Known &known) {
 bool History::parse_line(std::string_view text, uint32_t &number, Known &known) {
   std::string_view rest = text.substr(0, text.size() - 1);
   EVT_TIME_STAMP &first = known.first;
-  return take(rest, 0, 10, number) && take(rest, 2, 16, first.bCentury) && take(rest, 2, 16, first.bYear) &&
-         take(rest, 2, 16, first.bMonth) && take(rest, 2, 16, first.bDay) && take(rest, 2, 16, first.bHour) &&
-         take(rest, 2, 16, first.bMinute) && take(rest, 4, 16, known.event_class) &&
-         take(rest, 4, 16, known.code) && take(rest, 16, 16, known.fingerprint);
+  return read_number(rest, 0, 10, number) && read_number(rest, 2, 16, first.bCentury) &&
+         read_number(rest, 2, 16, first.bYear) && read_number(rest, 2, 16, first.bMonth) &&
+         read_number(rest, 2, 16, first.bDay) && read_number(rest, 2, 16, first.bHour) &&
+         read_number(rest, 2, 16, first.bMinute) && read_number(rest, 4, 16, known.event_class) &&
+         read_number(rest, 4, 16, known.code) && read_number(rest, 16, 16, known.fingerprint);
 }

@@ -20,62 +20,62 @@ Reading Listing::read(Source &source, std::optional<uint64_t> lines) {
       reading.problem = source.problem();
       break;
     }
-    take(*record, reading.records++, lines);
+    handle_record(*record, reading.records++, lines);
   }
-  release(lines);
+  print_held(lines);
   return reading;
 }
 
-void Listing::take(const EVT_LOG_ENTRY &record, uint64_t index, std::optional<uint64_t> lines) {
+void Listing::handle_record(const EVT_LOG_ENTRY &record, uint64_t index, std::optional<uint64_t> lines) {
   const Change change = history_ != nullptr ? history_->add(record) : Change::kNone;
   if (change == Change::kUnchanged || !filter_.passes(record, calendar_)) {
     return;
   }
   // With a history, a later record may have the same number.
   if (history_ != nullptr || lines || row_.sort_key != nullptr) {
-    wait(record, change, index, lines);
+    hold(record, change, index, lines);
   } else {
-    print(record, change);
+    print_entry(record, change);
   }
 }
 
-void Listing::wait(const EVT_LOG_ENTRY &record, Change change, uint64_t index,
+void Listing::hold(const EVT_LOG_ENTRY &record, Change change, uint64_t index,
                    std::optional<uint64_t> lines) {
   uint64_t sort_key = 0;
   if (row_.sort_key != nullptr) {
     sort_key = row_.sort_key(calendar_.at(record.Hdr.InitTime), calendar_.at(record.Hdr.UpdateTime));
   }
-  waiting_.push_back({record, change, index, sort_key});
-  if (history_ == nullptr && lines && waiting_.size() > *lines) {
-    waiting_.pop_front();
+  held_.push_back({record, change, index, sort_key});
+  if (history_ == nullptr && lines && held_.size() > *lines) {
+    held_.pop_front();
   }
 }
 
-// Prints what has waited for the end of the reading.
-void Listing::release(std::optional<uint64_t> lines) {
+// Prints what was held until the end of the reading.
+void Listing::print_held(std::optional<uint64_t> lines) {
   if (history_ != nullptr) {
-    const auto is_superseded = [&](const Waiting &entry) {
+    const auto is_superseded = [&](const Held &entry) {
       return !history_->is_latest(entry.record.Hdr.dwEvtNumber, entry.index);
     };
-    waiting_.erase(std::remove_if(waiting_.begin(), waiting_.end(), is_superseded), waiting_.end());
+    held_.erase(std::remove_if(held_.begin(), held_.end(), is_superseded), held_.end());
   }
-  if (lines && waiting_.size() > *lines) {
-    waiting_.erase(waiting_.begin(), waiting_.end() - static_cast<std::ptrdiff_t>(*lines));
+  if (lines && held_.size() > *lines) {
+    held_.erase(held_.begin(), held_.end() - static_cast<std::ptrdiff_t>(*lines));
   }
   if (row_.sort_key != nullptr) {
-    std::stable_sort(waiting_.begin(), waiting_.end(),
-                     [](const Waiting &a, const Waiting &b) { return a.sort_key < b.sort_key; });
+    std::stable_sort(held_.begin(), held_.end(),
+                     [](const Held &a, const Held &b) { return a.sort_key < b.sort_key; });
   }
-  for (const Waiting &entry : waiting_) {
+  for (const Held &entry : held_) {
     if (output_.error() != 0) {
       break;
     }
-    print(entry.record, entry.change);
+    print_entry(entry.record, entry.change);
   }
-  waiting_.clear();
+  held_.clear();
 }
 
-void Listing::print(const EVT_LOG_ENTRY &record, Change change) {
-  format_.put(decoder_.decode(record, change), output_);
+void Listing::print_entry(const EVT_LOG_ENTRY &record, Change change) {
+  format_.print_entry(decoder_.decode(record, change), output_);
   output_.end_entry();
 }

@@ -22,18 +22,18 @@ class Listing {
   Reading read(Source &source, std::optional<uint64_t> lines);
 
  private:
-  // An entry that waits for the end of the reading.
-  struct Waiting {
+  // An entry held until the end of the reading.
+  struct Held {
     EVT_LOG_ENTRY record;
     Change change;
     uint64_t index;  // of the record in the reading
     uint64_t sort_key;
   };
 
-  void take(const EVT_LOG_ENTRY &record, uint64_t index, std::optional<uint64_t> lines);
-  void wait(const EVT_LOG_ENTRY &record, Change change, uint64_t index, std::optional<uint64_t> lines);
-  void release(std::optional<uint64_t> lines);
-  void print(const EVT_LOG_ENTRY &record, Change change);
+  void handle_record(const EVT_LOG_ENTRY &record, uint64_t index, std::optional<uint64_t> lines);
+  void hold(const EVT_LOG_ENTRY &record, Change change, uint64_t index, std::optional<uint64_t> lines);
+  void print_held(std::optional<uint64_t> lines);
+  void print_entry(const EVT_LOG_ENTRY &record, Change change);
 
   const Filter &filter_;
   const FormatRow &row_;
@@ -42,5 +42,5 @@ class Listing {
   Format &format_;
   Output &output_;
   Decoder decoder_;
-  std::deque<Waiting> waiting_;
+  std::deque<Held> held_;
 };

@@ -5,13 +5,12 @@
 #include <unistd.h>
 
 #include "driver/standard_streams.h"
+#include "imlog/exit_status.h"
 #include "imlog/run.h"
 #include "imlog/usage.h"
 
 namespace {
 
-constexpr int kWrongUsage = 1;
-constexpr int kFailure = 2;
 constexpr char kVersionText[] = "imlog " IMLOG_VERSION "\n";
 
 Options options;
@@ -24,7 +23,8 @@ void run_out_of_memory() {
   static constexpr char kLine[] = "IML UNKNOWN - out of memory\n";
   const ssize_t written = is_check ? write(STDOUT_FILENO, kLine, sizeof(kLine) - 1)
                                    : write(STDERR_FILENO, kMessage, sizeof(kMessage) - 1);
-  _exit(is_check || written < 0 ? 3 : 2);
+  static_cast<void>(written);  // the status says it, too
+  _exit(is_check ? int{kCheckUnknown} : int{kFailure});
 }
 
 }  // namespace
@@ -35,11 +35,12 @@ int main(int argc, char **argv) {
   Calendar calendar;
   const Problem problem = parse_options(argc, argv, calendar, time(nullptr), options);
   if (problem.is_set()) {
-    return report(problem, *options.format, kWrongUsage);
+    return end_with_problem(problem, *options.format, kWrongUsage);
   }
   if (!are_streams_held) {
-    return report(Problem("cannot hold a closed standard stream").advise("raise the limit of open files"),
-                  *options.format, kFailure);
+    return end_with_problem(
+        Problem("cannot hold a closed standard stream").advise("raise the limit of open files"),
+        *options.format, kFailure);
   }
   switch (options.action) {
     case Options::Action::kHelp: return print_text(kUsage, *options.format);

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "imlog/cursor.h"
+#include "imlog/exit_status.h"
 #include "imlog/listing.h"
 #include "imlog/request_library.h"
 #include "imlog/text.h"
@@ -15,13 +16,11 @@
 namespace {
 
 constexpr time_t kSecondsBetweenReadings = 5;
-constexpr int kFailure = 2;
-constexpr int kUnknownState = 3;  // a check's
 
 // Ends the process at once, with nothing left to do: what was printed was flushed, and a cursor is replaced
 // in one step. A handler that only left a mark would not end a write that blocks later.
 void end_run(int /*signal*/) {
-  _exit(0);
+  _exit(kSuccess);
 }
 
 sigset_t end_signals() {
@@ -48,7 +47,7 @@ void wait_for_next_reading() {
   }
 }
 
-Setting make_setting(const Options &options) {
+FormatContext make_context(const Options &options) {
   char name[256] = "";
   const char *host = options.host;
   if (options.file == nullptr && gethostname(name, sizeof(name) - 1) == 0) {
@@ -61,8 +60,8 @@ bool is_for_monitors(const FormatRow &row) {
   return (row.traits & kForMonitors) != 0;
 }
 
-// Writes a problem to standard error, unless it stands in the output already.
-void complain(const Problem &problem, const FormatRow &row) {
+// Writes a problem to standard error, unless the format prints it.
+void print_problem(const Problem &problem, const FormatRow &row) {
   if (problem.is_set() && !is_for_monitors(row)) {
     TextCleaner cleaner(Controls::kBlank, kQuestionMark);
     const std::string line = problem.what() + "; " + problem.advice();
@@ -71,7 +70,7 @@ void complain(const Problem &problem, const FormatRow &row) {
 }
 
 int failure_status(const FormatRow &row) {
-  return is_for_monitors(row) ? kUnknownState : kFailure;
+  return is_for_monitors(row) ? int{kCheckUnknown} : int{kFailure};
 }
 
 // Returns false, after a message, when standard output could not be written.
@@ -79,9 +78,9 @@ bool close_output(Output &output, const FormatRow &row) {
   if (output.close()) {
     return true;
   }
-  complain(Problem("cannot write the output: %s", strerror(output.error()))
-               .advise("check the device or program that standard output leads to"),
-           row);
+  print_problem(Problem("cannot write the output: %s", strerror(output.error()))
+                    .advise("check the device or program that standard output leads to"),
+                row);
   return false;
 }
 
@@ -89,7 +88,7 @@ class Run {
  public:
   Run(const Options &options, Calendar &calendar)
       : options_(options),
-        format_(options.format->make(make_setting(options))),
+        format_(options.format->make(make_context(options))),
         output_(STDOUT_FILENO, options.follow),
         listing_(options.filter, *options.format, remembers() ? &history_ : nullptr, calendar, *format_,
                  output_) {}
@@ -101,15 +100,15 @@ class Run {
     Reading reading;
     reading.problem = prepare();
     if (reading.problem.is_set()) {
-      return end(reading);
+      return finish_run(reading);
     }
     if (!options_.follow) {
-      return end(read_log(options_.lines));
+      return finish_run(read_log(options_.lines));
     }
     for (std::optional<uint64_t> lines = options_.lines;; lines.reset()) {
       reading = read_log(lines);
       if (reading.problem.is_set() || !output_.flush()) {
-        return end(reading);
+        return finish_run(reading);
       }
       if (!save_cursor(reading)) {
         return kFailure;
@@ -164,18 +163,18 @@ class Run {
     sigprocmask(SIG_BLOCK, &signals, &before);
     const Problem problem = cursor_.save(history_);
     sigprocmask(SIG_SETMASK, &before, nullptr);
-    complain(problem, *options_.format);
+    print_problem(problem, *options_.format);
     return !problem.is_set();
   }
 
-  int end(const Reading &reading) {
+  int finish_run(const Reading &reading) {
     const int status = format_->finish(reading, output_);
     const int failure = failure_status(*options_.format);
     if (!close_output(output_, *options_.format)) {
       return failure;
     }
     const bool is_saved = save_cursor(reading);
-    complain(reading.problem, *options_.format);
+    print_problem(reading.problem, *options_.format);
     return reading.problem.is_set() || !is_saved ? failure : status;
   }
 
@@ -196,13 +195,13 @@ int run(const Options &options, Calendar &calendar) {
 int print_text(std::string_view text, const FormatRow &row) {
   Output output(STDOUT_FILENO);
   output.put(text);
-  return close_output(output, row) ? 0 : failure_status(row);
+  return close_output(output, row) ? int{kSuccess} : failure_status(row);
 }
 
-int report(const Problem &problem, const FormatRow &row, int status) {
-  complain(problem, row);
+int end_with_problem(const Problem &problem, const FormatRow &row, int status) {
+  print_problem(problem, row);
   Output output(STDOUT_FILENO);
   row.make({})->finish({problem, 0}, output);
   output.close();
-  return is_for_monitors(row) ? kUnknownState : status;
+  return is_for_monitors(row) ? int{kCheckUnknown} : status;
 }

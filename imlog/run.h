@@ -10,6 +10,6 @@ int run(const Options &options, Calendar &calendar);
 // Prints `text` alone.
 int print_text(std::string_view text, const FormatRow &row);
 
-// Reports a problem where the format wants it: on standard error with `status`, or in a check's line with its
-// status.
-int report(const Problem &problem, const FormatRow &row, int status);
+// Reports a problem where the format wants it: on standard error, with `status` as the result, or in the line
+// of a check, with kCheckUnknown.
+int end_with_problem(const Problem &problem, const FormatRow &row, int status);
