@@ -8,7 +8,8 @@
 
 namespace {
 
-constexpr size_t kRecordsAtOnce = 273;  // 64 KiB
+constexpr size_t kRecordsAtOnce = 273;    // 64 KiB
+constexpr uint16_t kLongestRecord = 512;  // by what a record says of itself: twice what any server has
 
 bool is_empty(const EVT_LOG_ENTRY &record) {
   static constexpr char kEmpty[sizeof(record)] = {};
@@ -74,31 +75,61 @@ const EVT_LOG_ENTRY *FileSource::next() {
   }
 }
 
-// Reads until there is a whole record at least. Returns false at the end and after a failure.
+// Reads until there is a whole record at least; at the start of the file, all that its check needs. Returns
+// false at the end and after a failure.
 bool FileSource::fill() {
   char *const bytes = reinterpret_cast<char *>(records_.data());
   const size_t used = position_ * sizeof(EVT_LOG_ENTRY);
   size_ -= used;
   position_ = 0;
   memmove(bytes, bytes + used, size_);  // part of a record, as a pipe may leave it
-  while (size_ < sizeof(EVT_LOG_ENTRY)) {
+  read_up_to(is_checked_ ? sizeof(EVT_LOG_ENTRY) : kRecordsAtOnce * sizeof(EVT_LOG_ENTRY));
+  if (!is_checked_) {
+    is_checked_ = true;
+    if (!looks_like_a_log()) {
+      problem_ = Problem("the file is not a raw log")
+                     .advise("'imlog -o raw' writes one; give '%s' as it was written, not compressed", path_);
+      return false;
+    }
+  }
+  if (size_ >= sizeof(EVT_LOG_ENTRY)) {
+    return true;
+  }
+  if (error_ != 0) {
+    problem_ = Problem("cannot read the log to its end: %s", strerror(error_))
+                   .advise("what '%s' gave before that was read", path_);
+  } else if (size_ != 0) {
+    problem_ = Problem("the log ends within a record, after %zu of its 240 bytes", size_)
+                   .advise("check whether '%s' is a raw log and was copied whole", path_);
+  }
+  return false;
+}
+
+// Reads until there are `wanted` bytes, or the file ends or fails.
+void FileSource::read_up_to(size_t wanted) {
+  char *const bytes = reinterpret_cast<char *>(records_.data());
+  while (size_ < wanted && !is_at_end_) {
     const ssize_t count =
         read_some(file_.fd(), bytes + size_, records_.size() * sizeof(EVT_LOG_ENTRY) - size_);
-    if (count < 0) {
-      problem_ = Problem("cannot read the log to its end: %s", strerror(errno))
-                     .advise("what '%s' gave before that was read", path_);
-      return false;
+    if (count > 0) {
+      size_ += static_cast<size_t>(count);
+    } else {
+      is_at_end_ = true;
+      error_ = count < 0 ? errno : 0;
     }
-    if (count == 0) {
-      if (size_ != 0) {
-        problem_ = Problem("the log ends within a record, after %zu of its 240 bytes", size_)
-                       .advise("check whether '%s' is a raw log and was copied whole", path_);
-      }
-      return false;
-    }
-    size_ += static_cast<size_t>(count);
   }
-  return true;
+}
+
+// Anything can be cut into records. But the length that a record states is 240 on every server, and most
+// bytes of text, compressed data and JSON make it far more.
+bool FileSource::looks_like_a_log() const {
+  size_t records = 0;
+  size_t too_long = 0;
+  for (size_t i = 0; i < size_ / sizeof(EVT_LOG_ENTRY); ++i) {
+    records += is_empty(records_[i]) ? 0U : 1U;
+    too_long += records_[i].Hdr.wEvtLength > kLongestRecord ? 1U : 0U;
+  }
+  return 2 * too_long <= records;
 }
 
 LiveSource::LiveSource() : reader_(0) {

@@ -28,7 +28,8 @@ class Source {
   bool is_open_ = false;
 };
 
-// 240-byte records one after the other; all-zero records are skipped.
+// 240-byte records one after the other; all-zero records are skipped. A file that does not begin with such
+// records is refused as a whole.
 class FileSource : public Source {
  public:
   // A path, or "-" for standard input.
@@ -38,12 +39,17 @@ class FileSource : public Source {
 
  private:
   bool fill();
+  void read_up_to(size_t wanted);
+  [[nodiscard]] bool looks_like_a_log() const;
 
   const char *path_;
   Descriptor file_;
   std::vector<EVT_LOG_ENTRY> records_;
   size_t size_ = 0;      // bytes read into records_
   size_t position_ = 0;  // records handed out
+  bool is_checked_ = false;
+  bool is_at_end_ = false;
+  int error_ = 0;  // the errno that ended the reading
 };
 
 // The server's own log. The request library has to be loaded.

@@ -315,6 +315,20 @@ class Statuses(Case):
             self.run_imlog(word, "--cursor-file", self.folder / "cursor", status=2, stderr=b"Bad file descriptor",
                            preexec_fn=lambda fd=closed: os.close(fd))
 
+    def test_what_is_no_log(self):
+        good, long, empty = record(1), b"\1\2" + record(2)[2:], bytes(240)
+        half = [good, long, empty] * 90
+        metric = self.run_imlog("-o", "prometheus", "/no", status=2, stderr=b"cannot open the log")
+        for rows, status in ((half, 0), (half + [long], 2), ([long], 2), ([empty] * 272 + [long] + [good] * 9, 2),
+                             ([empty] * 273 + [long] * 9, 0), ([b"\0\2" + record(2)[2:]], 0), ([long, b"x"], 2)):
+            log = self.file(*rows)
+            message = b"the file is not a raw log; 'imlog -o raw' writes one" if status else b""
+            printed = self.run_imlog(log, "--cursor-file", self.folder / "cursor", status=status, stderr=message)
+            self.assertEqual(printed == b"", status == 2)
+            self.assertEqual(status == 2, self.run_imlog("-o", "prometheus", log, status=status, stderr=message) == metric)
+            self.assertEqual((self.folder / "cursor").exists(), status == 0)
+            (self.folder / "cursor").unlink(missing_ok=True)
+
     def test_pipes(self):
         rows = [record(i) for i in range(3000)]
         os.mkfifo(fifo_name := self.folder / "fifo")
