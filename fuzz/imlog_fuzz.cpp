@@ -32,15 +32,22 @@ bool is_json_object(const std::string &line) {
 }
 
 // Reads the file in a format, and returns what was written.
-std::string print(const FormatRow &row, const char *path, History *history, std::optional<uint64_t> lines) {
+std::string print(const FormatRow &row, const char *path, History *history, const Selection &selection) {
   static Calendar calendar;
   const int fd = memfd_create("output", 0);
-  const std::unique_ptr<Format> format = row.make({true, true, "h\xFF\n"});
+  const Log logs[] = {{path, "h\xFF\n"}, {path, "r1"}};
+  const bool is_merged = history == nullptr && (row.traits & kMerges) != 0;
+  const std::unique_ptr<Format> format =
+      row.make({true, std::span<const Log>(logs).first(is_merged ? 2 : 1)});
   Output output(fd);
-  const Filter filter;
-  Listing listing(filter, row, history, calendar, *format, output);
+  Listing listing(selection, is_merged, row, history, calendar, *format, output);
   FileSource source(path);
-  const Reading reading = listing.read(source, lines);
+  const Reading reading = listing.read(source, logs[0]);
+  if (is_merged) {
+    FileSource again(path);
+    listing.read(again, logs[1]);
+  }
+  listing.print_held();
   format->finish(reading, output);
   require(output.flush());
   if (history != nullptr) {
@@ -82,17 +89,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   } else {
     history = History();
   }
-  const std::optional<uint64_t> lines =
-      (data[0] & 1) != 0 ? std::optional<uint64_t>(data[0] / 2) : std::nullopt;
+  Selection selection;
+  selection.lines = (data[0] & 1) != 0 ? std::optional<uint64_t>(data[0] / 8) : std::nullopt;
+  selection.reverse = (data[0] & 4) != 0;
   for (const FormatRow *const row :
        {&kShortFormat, &kJsonFormat, &kExportFormat, &kPrometheusFormat, &kCheckFormat}) {
-    check_lines(*row, print(*row, path.c_str(), nullptr, lines));
+    check_lines(*row, print(*row, path.c_str(), nullptr, selection));
   }
-  check_lines(kJsonFormat, print(kJsonFormat, path.c_str(), &history, lines));
+  check_lines(kJsonFormat, print(kJsonFormat, path.c_str(), &history, selection));
 
   // What was remembered is a cursor, with which nothing is new.
   History next;
   require(next.parse(history.text()) == nullptr);
-  require(print(kRawFormat, path.c_str(), &next, std::nullopt).empty());
+  require(print(kRawFormat, path.c_str(), &next, {}).empty());
   return 0;
 }

@@ -29,13 +29,14 @@ SeverityRank severity_rank(uint8_t code) {
 
 Decoder::Decoder(Calendar &calendar) : calendar_(calendar), text_(kUsualTextSize, '\0') {}
 
-Entry Decoder::decode(const EVT_LOG_ENTRY &record, Change change) {
+Entry Decoder::decode(const EVT_LOG_ENTRY &record, const Log &log, Change change) {
   for (;;) {
     const uint8_t known =
         TranslateEventLogMessage(&record, text_.data(), static_cast<uint32_t>(text_.size()));
     const size_t length = strlen(text_.data());
     if (length + 1 < text_.size()) {
       return {record,
+              log,
               severity_rank(record.Hdr.bSeverity),
               calendar_.at(record.Hdr.InitTime),
               calendar_.at(record.Hdr.UpdateTime),

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "iml/iml_record.h"
+#include "imlog/log.h"
 #include "imlog/log_time.h"
 
 // In the order of the command line's "and above"; an unknown severity stands outside of it.
@@ -26,6 +27,7 @@ enum class Change { kNone, kNew, kRepeated, kUnchanged };
 // Good until the next entry is decoded.
 struct Entry {
   const EVT_LOG_ENTRY &record;
+  const Log &log;
   SeverityRank severity;
   LogTime first;
   LogTime last;
@@ -38,7 +40,7 @@ class Decoder {
  public:
   explicit Decoder(Calendar &calendar);
 
-  Entry decode(const EVT_LOG_ENTRY &record, Change change);
+  Entry decode(const EVT_LOG_ENTRY &record, const Log &log, Change change);
 
  private:
   Calendar &calendar_;

@@ -3,19 +3,20 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 
 #include "imlog/entry.h"
 #include "imlog/exit_status.h"
+#include "imlog/log.h"
 #include "imlog/output.h"
 #include "imlog/problem.h"
 
 // What a format needs to know about the run.
 struct FormatContext {
   bool level_prefix = false;
-  bool has_host = false;
-  std::string host;  // as given, whatever its bytes
+  std::span<const Log> logs;  // all that are read; more than one are merged
 };
 
 // How the reading ended.
@@ -42,6 +43,8 @@ enum FormatTraits : unsigned {
   kLevels = 2,       // has lines that can begin with a level, for --level-prefix
   kWholeLog = 4,     // is about the whole log: a cursor would hide what is still broken
   kForMonitors = 8,  // puts problems into its output, and none on standard error
+  kReverses = 16,    // has lines that make sense in any order, for --reverse
+  kMerges = 32,      // says of each entry which log it is from, for several FILEs
 };
 
 struct FormatRow {

@@ -9,11 +9,14 @@ namespace {
 
 class CheckFormat : public Format {
  public:
+  explicit CheckFormat(const FormatContext &context) : is_merged_(context.logs.size() > 1) {}
+
   void print_entry(const Entry &entry, Output & /*output*/) override {
     ++entries_;
     critical_ += entry.severity == kCritical ? 1 : 0;
     caution_ += entry.severity == kCaution ? 1 : 0;
     if (entry.severity == kCritical || (entry.severity == kCaution && critical_ == 0)) {
+      host_ = is_merged_ && entry.log.host ? *entry.log.host + ' ' : "";
       number_ = entry.record.Hdr.dwEvtNumber;
       text_ = entry.message;
     }
@@ -35,6 +38,7 @@ class CheckFormat : public Format {
     output.put(" caution");
     if (status != kCheckOk) {
       output.put("; ");
+      put_one_line(host_, output);
       output.put_number(number_);
       output.put(' ');
       put_one_line(text_, output);
@@ -57,10 +61,13 @@ class CheckFormat : public Format {
     output.put(line);
   }
 
+  bool is_merged_;
   uint64_t critical_ = 0;
   uint64_t caution_ = 0;
   uint64_t entries_ = 0;
-  uint32_t number_ = 0;  // of the last entry of the worst severity
+  // The last entry of the worst severity.
+  std::string host_;  // with a blank after it, or empty
+  uint32_t number_ = 0;
   std::string text_;
   TextCleaner cleaner_{Controls::kBlank, kQuestionMark};
 };
@@ -69,7 +76,9 @@ class CheckFormat : public Format {
 
 const FormatRow kCheckFormat = {
     "check",
-    [](const FormatContext &) -> std::unique_ptr<Format> { return std::make_unique<CheckFormat>(); },
-    kWholeLog | kForMonitors,
+    [](const FormatContext &context) -> std::unique_ptr<Format> {
+      return std::make_unique<CheckFormat>(context);
+    },
+    kWholeLog | kForMonitors | kMerges,
     nullptr,
 };

@@ -34,7 +34,7 @@ uint64_t journal_time(const LogTime &first, const LogTime &last) {
 class ExportFormat : public Format {
  public:
   explicit ExportFormat(const FormatContext &context)
-      : has_host_(context.has_host), host_(cleaner_.clean(context.host)), boot_id_(boot_id(context.host)) {}
+      : boot_id_(boot_id(context.logs.empty() ? "" : context.logs[0].host.value_or(""))) {}
 
   // No value has a line break, so none needs the format's binary form.
   void print_entry(const Entry &entry, Output &output) override {
@@ -47,8 +47,8 @@ class ExportFormat : public Format {
     put_text("MESSAGE_ID=", kMessageId, output);
     put_text("PRIORITY=", {&severity.priority, 1}, output);
     put_text("SYSLOG_IDENTIFIER=", "imlog", output);
-    if (has_host_) {
-      put_text("_HOSTNAME=", host_, output);
+    if (entry.log.host) {
+      put_text("_HOSTNAME=", host_cleaner_.clean(*entry.log.host), output);
     }
     put_number("IML_NUMBER=", header.dwEvtNumber, output);
     put_text("IML_SEVERITY=", severity.name, output);
@@ -79,8 +79,7 @@ class ExportFormat : public Format {
   }
 
   TextCleaner cleaner_{Controls::kBlank, kReplacementCharacter};
-  bool has_host_;
-  std::string host_;
+  TextCleaner host_cleaner_ = cleaner_;
   std::string boot_id_;
   uint64_t entries_ = 0;
 };
@@ -92,6 +91,6 @@ const FormatRow kExportFormat = {
     [](const FormatContext &context) -> std::unique_ptr<Format> {
       return std::make_unique<ExportFormat>(context);
     },
-    kFollows,
+    kFollows | kMerges,
     journal_time,
 };

@@ -85,10 +85,7 @@ namespace {
 
 class JsonFormat : public Format {
  public:
-  explicit JsonFormat(const FormatContext &context)
-      : level_prefix_(context.level_prefix), has_host_(context.has_host) {
-    host_ = cleaner_.clean(context.host);
-  }
+  explicit JsonFormat(const FormatContext &context) : level_prefix_(context.level_prefix) {}
 
   void print_entry(const Entry &entry, Output &output) override {
     const EVT_HEADER &header = entry.record.Hdr;
@@ -101,8 +98,8 @@ class JsonFormat : public Format {
     writer_.Reset(stream_);
     writer_.StartObject();
     put_text("schema", "iml/1");
-    if (has_host_) {
-      put_text_of_others("host", host_);
+    if (entry.log.host) {
+      put_text_of_others("host", host_cleaner_.clean(*entry.log.host));
     }
     put_number("number", header.dwEvtNumber);
     put_text("severity", severity.name);
@@ -158,9 +155,8 @@ class JsonFormat : public Format {
   }
 
   bool level_prefix_;
-  bool has_host_;
-  std::string host_;
   TextCleaner cleaner_{Controls::kKeep, kReplacementCharacter};
+  TextCleaner host_cleaner_ = cleaner_;
   JsonStream stream_;
   JsonWriter writer_;
 };
@@ -172,6 +168,6 @@ const FormatRow kJsonFormat = {
     [](const FormatContext &context) -> std::unique_ptr<Format> {
       return std::make_unique<JsonFormat>(context);
     },
-    kFollows | kLevels,
+    kFollows | kLevels | kReverses | kMerges,
     nullptr,
 };

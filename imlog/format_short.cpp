@@ -1,4 +1,6 @@
 // One line an entry, for people.
+#include <algorithm>
+
 #include "imlog/format.h"
 #include "imlog/text.h"
 
@@ -6,7 +8,12 @@ namespace {
 
 class ShortFormat : public Format {
  public:
-  explicit ShortFormat(const FormatContext &context) : level_prefix_(context.level_prefix) {}
+  explicit ShortFormat(const FormatContext &context)
+      : level_prefix_(context.level_prefix), is_merged_(context.logs.size() > 1) {
+    for (const Log &log : context.logs) {
+      host_width_ = std::max(host_width_, count_characters(clean_host(log)));
+    }
+  }
 
   void print_entry(const Entry &entry, Output &output) override {
     const EVT_HEADER &header = entry.record.Hdr;
@@ -21,6 +28,9 @@ class ShortFormat : public Format {
       output.put("----------------");
     }
     output.put(' ');
+    if (is_merged_) {
+      put_host(entry.log, output);
+    }
     output.put_padded(severity.word, 11);
     output.put(' ');
     put_number(header.dwEvtNumber, output);
@@ -40,8 +50,22 @@ class ShortFormat : public Format {
     output.put_number(number);
   }
 
+  std::string_view clean_host(const Log &log) {
+    return log.host ? host_cleaner_.clean(*log.host) : "-";
+  }
+
+  // As "%-*s " would if it counted characters.
+  void put_host(const Log &log, Output &output) {
+    const std::string_view host = clean_host(log);
+    output.put_padded(host, host_width_ + host.size() - count_characters(host));
+    output.put(' ');
+  }
+
   bool level_prefix_;
+  bool is_merged_;
+  size_t host_width_ = 0;  // characters
   TextCleaner cleaner_{Controls::kBlank, kQuestionMark};
+  TextCleaner host_cleaner_ = cleaner_;
 };
 
 }  // namespace
@@ -51,6 +75,6 @@ const FormatRow kShortFormat = {
     [](const FormatContext &context) -> std::unique_ptr<Format> {
       return std::make_unique<ShortFormat>(context);
     },
-    kFollows | kLevels,
+    kFollows | kLevels | kReverses | kMerges,
     nullptr,
 };

@@ -2,9 +2,22 @@
 
 #include <algorithm>
 
-Listing::Listing(const Filter &filter, const FormatRow &row, History *history, Calendar &calendar,
-                 Format &format, Output &output)
-    : filter_(filter),
+namespace {
+
+// Orders by the last update, entries without a valid time first.
+uint64_t update_key(const LogTime & /*first*/, const LogTime &last) {
+  constexpr int64_t kBeforeEveryTime = -1'000'000;  // a zone moves 1970 back by a day at most
+  return last.is_valid ? static_cast<uint64_t>(last.instant - kBeforeEveryTime) : 0;
+}
+
+}  // namespace
+
+Listing::Listing(const Selection &selection, bool is_merged, const FormatRow &row, History *history,
+                 Calendar &calendar, Format &format, Output &output)
+    : filter_(selection.filter),
+      reverse_(selection.reverse),
+      is_merged_(is_merged),
+      lines_(selection.lines),
       row_(row),
       history_(history),
       calendar_(calendar),
@@ -12,7 +25,7 @@ Listing::Listing(const Filter &filter, const FormatRow &row, History *history, C
       output_(output),
       decoder_(calendar) {}
 
-Reading Listing::read(Source &source, std::optional<uint64_t> lines) {
+Reading Listing::read(Source &source, const Log &log) {
   Reading reading;
   while (output_.error() == 0) {
     const EVT_LOG_ENTRY *const record = source.next();
@@ -20,62 +33,78 @@ Reading Listing::read(Source &source, std::optional<uint64_t> lines) {
       reading.problem = source.problem();
       break;
     }
-    handle_record(*record, reading.records++, lines);
+    const Change change = history_ != nullptr ? history_->add(*record) : Change::kNone;
+    if (change != Change::kUnchanged) {
+      process(*record, {&log, change, reading.records});
+    }
+    ++reading.records;
   }
-  print_held(lines);
   return reading;
 }
 
-void Listing::handle_record(const EVT_LOG_ENTRY &record, uint64_t index, std::optional<uint64_t> lines) {
-  const Change change = history_ != nullptr ? history_->add(record) : Change::kNone;
-  if (change == Change::kUnchanged || !filter_.passes(record, calendar_)) {
-    return;
-  }
-  // With a history, a later record may have the same number.
-  if (history_ != nullptr || lines || row_.sort_key != nullptr) {
-    hold(record, change, index, lines);
-  } else {
-    print_entry(record, change);
+void Listing::process(const EVT_LOG_ENTRY &record, const Origin &origin) {
+  if (filter_.passes(record, calendar_)) {
+    print_or_hold(record, origin);
   }
 }
 
-void Listing::hold(const EVT_LOG_ENTRY &record, Change change, uint64_t index,
-                   std::optional<uint64_t> lines) {
-  uint64_t sort_key = 0;
-  if (row_.sort_key != nullptr) {
-    sort_key = row_.sort_key(calendar_.at(record.Hdr.InitTime), calendar_.at(record.Hdr.UpdateTime));
+// Holds an entry that others may precede or replace, and prints any other.
+void Listing::print_or_hold(const EVT_LOG_ENTRY &record, const Origin &origin) {
+  // With a history, a later record may have the same number.
+  if (history_ == nullptr && !lines_ && !is_merged_ && !reverse_ && row_.sort_key == nullptr) {
+    print(record, origin);
+    return;
   }
-  held_.push_back({record, change, index, sort_key});
-  if (history_ == nullptr && lines && held_.size() > *lines) {
+  held_.push_back({record, origin});
+  if (history_ == nullptr && !is_merged_ && lines_ && held_.size() > *lines_) {
     held_.pop_front();
   }
 }
 
-// Prints what was held until the end of the reading.
-void Listing::print_held(std::optional<uint64_t> lines) {
-  if (history_ != nullptr) {
-    const auto is_superseded = [&](const Held &entry) {
-      return !history_->is_latest(entry.record.Hdr.dwEvtNumber, entry.index);
-    };
-    held_.erase(std::remove_if(held_.begin(), held_.end(), is_superseded), held_.end());
+void Listing::print_held() {
+  std::vector<const Held *> entries;
+  entries.reserve(held_.size());
+  for (const Held &entry : held_) {
+    if (history_ == nullptr || history_->is_latest(entry.record.Hdr.dwEvtNumber, entry.origin.index)) {
+      entries.push_back(&entry);
+    }
   }
-  if (lines && held_.size() > *lines) {
-    held_.erase(held_.begin(), held_.end() - static_cast<std::ptrdiff_t>(*lines));
+  if (is_merged_) {
+    sort(entries, update_key);
+  }
+  if (lines_ && entries.size() > *lines_) {
+    entries.erase(entries.begin(), entries.end() - static_cast<std::ptrdiff_t>(*lines_));
   }
   if (row_.sort_key != nullptr) {
-    std::stable_sort(held_.begin(), held_.end(),
-                     [](const Held &a, const Held &b) { return a.sort_key < b.sort_key; });
+    sort(entries, row_.sort_key);
   }
-  for (const Held &entry : held_) {
+  if (reverse_) {
+    std::reverse(entries.begin(), entries.end());
+  }
+  for (const Held *const entry : entries) {
     if (output_.error() != 0) {
       break;
     }
-    print_entry(entry.record, entry.change);
+    print(entry->record, entry->origin);
   }
   held_.clear();
+  lines_.reset();
 }
 
-void Listing::print_entry(const EVT_LOG_ENTRY &record, Change change) {
-  format_.print_entry(decoder_.decode(record, change), output_);
+// Sorts by `key`, smallest first; equal ones stay in their order.
+void Listing::sort(std::vector<const Held *> &entries, Key key) {
+  std::vector<std::pair<uint64_t, const Held *>> keyed;
+  keyed.reserve(entries.size());
+  for (const Held *const entry : entries) {
+    const EVT_HEADER &header = entry->record.Hdr;
+    keyed.emplace_back(key(calendar_.at(header.InitTime), calendar_.at(header.UpdateTime)), entry);
+  }
+  std::stable_sort(keyed.begin(), keyed.end(),
+                   [](const auto &a, const auto &b) { return a.first < b.first; });
+  std::transform(keyed.begin(), keyed.end(), entries.begin(), [](const auto &pair) { return pair.second; });
+}
+
+void Listing::print(const EVT_LOG_ENTRY &record, const Origin &origin) {
+  format_.print_entry(decoder_.decode(record, *origin.log, origin.change), output_);
   output_.end_entry();
 }

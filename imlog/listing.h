@@ -1,41 +1,59 @@
-// The way of the entries through one reading: from the source through the filters to the format.
+// The way of the entries through one reading: from the logs through history, filters and order to the format.
 #pragma once
 
 #include <cstdint>
 #include <deque>
 #include <optional>
+#include <vector>
 
 #include "imlog/filter.h"
 #include "imlog/format.h"
 #include "imlog/history.h"
+#include "imlog/log.h"
 #include "imlog/source.h"
+
+// Which entries of the logs are printed, and in which order.
+struct Selection {
+  Filter filter;
+  std::optional<uint64_t> lines;  // only so many of them, the last ones
+  bool reverse = false;           // the last one first
+};
 
 class Listing {
  public:
-  // With a `history` only entries pass that are new or have changed; it may be null. All others outlive this
-  // object.
-  Listing(const Filter &filter, const FormatRow &row, History *history, Calendar &calendar, Format &format,
-          Output &output);
+  // Entries of several logs are merged by the time of their last update if `is_merged`. With a `history` only
+  // entries pass that are new or have changed; it may be null. All that is given outlives this object.
+  Listing(const Selection &selection, bool is_merged, const FormatRow &row, History *history,
+          Calendar &calendar, Format &format, Output &output);
 
-  // Reads the log to its end, or until nothing can be written any more. Only the last `lines` entries are
-  // printed.
-  Reading read(Source &source, std::optional<uint64_t> lines);
+  // Reads a log to its end, or until nothing can be written any more. Prints the entries that need not wait
+  // for others and holds the rest. `log` outlives the listing.
+  Reading read(Source &source, const Log &log);
+
+  // Prints what is held. What is read afterwards is another reading, without a limit of lines.
+  void print_held();
 
  private:
-  // An entry held until the end of the reading.
-  struct Held {
-    EVT_LOG_ENTRY record;
+  struct Origin {
+    const Log *log;
     Change change;
     uint64_t index;  // of the record in the reading
-    uint64_t sort_key;
   };
+  struct Held {
+    EVT_LOG_ENTRY record;
+    Origin origin;
+  };
+  using Key = uint64_t (*)(const LogTime &first, const LogTime &last);
 
-  void handle_record(const EVT_LOG_ENTRY &record, uint64_t index, std::optional<uint64_t> lines);
-  void hold(const EVT_LOG_ENTRY &record, Change change, uint64_t index, std::optional<uint64_t> lines);
-  void print_held(std::optional<uint64_t> lines);
-  void print_entry(const EVT_LOG_ENTRY &record, Change change);
+  void process(const EVT_LOG_ENTRY &record, const Origin &origin);
+  void print_or_hold(const EVT_LOG_ENTRY &record, const Origin &origin);
+  void sort(std::vector<const Held *> &entries, Key key);
+  void print(const EVT_LOG_ENTRY &record, const Origin &origin);
 
   const Filter &filter_;
+  const bool reverse_;
+  const bool is_merged_;
+  std::optional<uint64_t> lines_;
   const FormatRow &row_;
   History *history_;
   Calendar &calendar_;

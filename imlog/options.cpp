@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cstring>
 #include <getopt.h>
+#include <map>
 #include <strings.h>
 
 #include "iml/eventstr.h"
@@ -12,21 +13,15 @@ namespace {
 // Long options without a letter.
 enum LongOption { kCursorFile = 0x100, kLevelPrefix, kHost, kVersion };
 
-constexpr char kLetters[] = ":o:p:S:U:c:n:fh";
+constexpr char kLetters[] = ":o:p:S:U:c:n:rfh";
 const option kLongOptions[] = {
-    {"output", required_argument, nullptr, 'o'},
-    {"priority", required_argument, nullptr, 'p'},
-    {"since", required_argument, nullptr, 'S'},
-    {"until", required_argument, nullptr, 'U'},
-    {"class", required_argument, nullptr, 'c'},
-    {"lines", required_argument, nullptr, 'n'},
-    {"cursor-file", required_argument, nullptr, kCursorFile},
-    {"follow", no_argument, nullptr, 'f'},
-    {"level-prefix", no_argument, nullptr, kLevelPrefix},
-    {"host", required_argument, nullptr, kHost},
-    {"help", no_argument, nullptr, 'h'},
-    {"version", no_argument, nullptr, kVersion},
-    {nullptr, 0, nullptr, 0},
+    {"output", required_argument, nullptr, 'o'}, {"priority", required_argument, nullptr, 'p'},
+    {"since", required_argument, nullptr, 'S'},  {"until", required_argument, nullptr, 'U'},
+    {"class", required_argument, nullptr, 'c'},  {"lines", required_argument, nullptr, 'n'},
+    {"reverse", no_argument, nullptr, 'r'},      {"cursor-file", required_argument, nullptr, kCursorFile},
+    {"follow", no_argument, nullptr, 'f'},       {"level-prefix", no_argument, nullptr, kLevelPrefix},
+    {"host", required_argument, nullptr, kHost}, {"help", no_argument, nullptr, 'h'},
+    {"version", no_argument, nullptr, kVersion}, {nullptr, 0, nullptr, 0},
 };
 
 // Reads a whole number of at most `most`: decimal, or with "0x" where `hexadecimal` allows it.
@@ -136,7 +131,7 @@ Problem take_option(int letter, const char *value, Calendar &calendar, int64_t n
         return Problem("unknown severity '%s'", value)
             .advise("use information, repaired, caution or critical");
       }
-      options.filter.least_severity = *severity;
+      options.selection.filter.least_severity = *severity;
       break;
     }
     case 'S':
@@ -147,7 +142,7 @@ Problem take_option(int letter, const char *value, Calendar &calendar, int64_t n
             .advise(
                 "use 2025-09-01, '2025-09-01 13:05', 2025-09-01T13:05:00, today, yesterday, -30m, -12h or -7d");
       }
-      (letter == 'S' ? options.filter.since : options.filter.until) = time;
+      (letter == 'S' ? options.selection.filter.since : options.selection.filter.until) = time;
       break;
     }
     case 'c': {
@@ -156,12 +151,12 @@ Problem take_option(int letter, const char *value, Calendar &calendar, int64_t n
         return Problem("unknown class '%s'", value)
             .advise("use a number up to 0xFFFF, or a name as in class_name of -o json");
       }
-      options.filter.classes.push_back(*event_class);
+      options.selection.filter.classes.push_back(*event_class);
       break;
     }
     case 'n':
-      options.lines = parse_number(value, UINT32_MAX, false);
-      if (!options.lines) {
+      options.selection.lines = parse_number(value, UINT32_MAX, false);
+      if (!options.selection.lines) {
         return Problem("'%s' is no number of lines", value).advise("use 0 to 4294967295");
       }
       break;
@@ -172,9 +167,37 @@ Problem take_option(int letter, const char *value, Calendar &calendar, int64_t n
       }
       break;
     case 'f': options.follow = true; break;
+    case 'r': options.selection.reverse = true; break;
     case kLevelPrefix: options.level_prefix = true; break;
     case kHost: options.host = value; break;
     default: break;
+  }
+  return {};
+}
+
+// What several FILEs do not go with.
+Problem check_several(const Options &options) {
+  if ((options.format->traits & kMerges) == 0) {
+    return Problem("several FILEs do not go with format '%s'", options.format->name)
+        .advise("name one FILE, or use short, json, export or check");
+  }
+  if (options.host != nullptr || options.cursor_file != nullptr) {
+    return Problem("option '--%s' is for one FILE", options.host != nullptr ? "host" : "cursor-file")
+        .advise("read the FILEs one by one, or leave the option out");
+  }
+  std::map<std::string_view, const char *> paths;  // of each host
+  const char *standard_input = nullptr;
+  for (const Log &log : options.logs) {
+    const bool is_input = strcmp(log.path, "-") == 0;
+    if (is_input && standard_input != nullptr) {
+      return Problem("standard input is named twice").advise("give '-' once");
+    }
+    standard_input = is_input ? log.path : standard_input;
+    const auto [known, is_new] = log.host ? paths.emplace(*log.host, log.path) : std::pair(paths.end(), true);
+    if (!is_new) {
+      return Problem("'%s' and '%s' have the same host", known->second, log.path)
+          .advise("rename one, or read them one by one");
+    }
   }
   return {};
 }
@@ -183,9 +206,16 @@ Problem take_option(int letter, const char *value, Calendar &calendar, int64_t n
 Problem check_combination(const Options &options) {
   const auto lacks = [&](unsigned trait) { return (options.format->traits & trait) == 0; };
   const char *const format = options.format->name;
-  if (options.follow && options.file != nullptr) {
-    return Problem("option '--follow' is for the live log, not for FILE '%s'", options.file)
+  const bool is_live = options.logs[0].path == nullptr;
+  if (options.follow && !is_live) {
+    return Problem("option '--follow' is for the live log, not for FILE '%s'", options.logs[0].path)
         .advise("leave one of them out");
+  }
+  if (options.follow && options.selection.reverse) {
+    return Problem("option '--reverse' does not go with option '--follow'").advise("leave one of them out");
+  }
+  if (options.selection.reverse && lacks(kReverses)) {
+    return Problem("option '--reverse' does not go with format '%s'", format).advise("use short or json");
   }
   if (options.follow && lacks(kFollows)) {
     return Problem("option '--follow' does not go with format '%s'", format)
@@ -195,15 +225,30 @@ Problem check_combination(const Options &options) {
     return Problem("option '--level-prefix' does not go with format '%s'", format)
         .advise("use short or json");
   }
-  if (options.host != nullptr && options.file == nullptr) {
+  if (options.host != nullptr && is_live) {
     return Problem("option '--host' names the host of a FILE, and there is none for '%s'", options.host)
         .advise("name a FILE, or leave --host out");
+  }
+  if (options.logs.size() > 1) {
+    return check_several(options);
   }
   if (options.cursor_file != nullptr && !lacks(kWholeLog)) {
     return Problem("option '--cursor-file' does not go with format '%s'", format)
         .advise("use short, json, export or raw");
   }
   return {};
+}
+
+// The logs that the rest of the command line names.
+std::vector<Log> name_logs(char **first, char **end, const char *host) {
+  if (first == end) {
+    return {{nullptr, host_of_machine()}};
+  }
+  std::vector<Log> logs;
+  for (char **path = first; path != end; ++path) {
+    logs.push_back({*path, host != nullptr ? std::optional<std::string>(host) : host_of_file(*path)});
+  }
+  return logs;
 }
 
 }  // namespace
@@ -230,12 +275,8 @@ Problem parse_options(int argc, char **argv, Calendar &calendar, int64_t now, Op
     problem = Problem("'-o check' is taken for the argument of another option")
                   .advise("give that option its argument");
   }
-  if (!problem.is_set() && argc - optind > 1) {
-    problem =
-        Problem("more than one FILE: '%s'", argv[optind + 1]).advise("name one, or none for the live log");
-  }
   if (!problem.is_set()) {
-    options.file = optind < argc ? argv[optind] : nullptr;
+    options.logs = name_logs(argv + optind, argv + argc, options.host);
     problem = check_combination(options);
   }
   if (problem.is_set()) {

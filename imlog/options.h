@@ -2,10 +2,10 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
+#include <vector>
 
-#include "imlog/filter.h"
 #include "imlog/format.h"
+#include "imlog/listing.h"
 #include "imlog/log_time.h"
 #include "imlog/problem.h"
 
@@ -14,13 +14,12 @@ struct Options {
 
   Action action = Action::kRead;
   const FormatRow *format = &kShortFormat;
-  Filter filter;
-  std::optional<uint64_t> lines;
+  Selection selection;
   const char *cursor_file = nullptr;
   bool follow = false;
   bool level_prefix = false;
-  const char *host = nullptr;
-  const char *file = nullptr;  // null: the live log
+  const char *host = nullptr;  // of the only FILE
+  std::vector<Log> logs;       // one at least
 };
 
 // Reads the command line. Where it is wrong, the result says how, and `options.format` is kCheckFormat if

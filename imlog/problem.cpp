@@ -28,3 +28,9 @@ Problem &&Problem::advise(const char *format, ...) && {
   va_end(args);
   return std::move(*this);
 }
+
+Problem Problem::of_file(const char *path) const {
+  Problem problem("'%s': %s", path, what_.c_str());
+  problem.advice_ = advice_;
+  return problem;
+}

@@ -18,6 +18,9 @@ class Problem {
   // Adds on which value it failed and what to do. A check's line has no room for this part.
   [[gnu::format(printf, 2, 3)]] Problem &&advise(const char *format, ...) &&;
 
+  // The same problem, as one of several files has it.
+  [[nodiscard]] Problem of_file(const char *path) const;
+
   [[nodiscard]] bool is_set() const {
     return !what_.empty();
   }

@@ -47,15 +47,6 @@ void wait_for_next_reading() {
   }
 }
 
-FormatContext make_context(const Options &options) {
-  char name[256] = "";
-  const char *host = options.host;
-  if (options.file == nullptr && gethostname(name, sizeof(name) - 1) == 0) {
-    host = name;
-  }
-  return {options.level_prefix, host != nullptr, host != nullptr ? host : ""};
-}
-
 bool is_for_monitors(const FormatRow &row) {
   return (row.traits & kForMonitors) != 0;
 }
@@ -88,10 +79,10 @@ class Run {
  public:
   Run(const Options &options, Calendar &calendar)
       : options_(options),
-        format_(options.format->make(make_context(options))),
+        format_(options.format->make({options.level_prefix, options.logs})),
         output_(STDOUT_FILENO, options.follow),
-        listing_(options.filter, *options.format, remembers() ? &history_ : nullptr, calendar, *format_,
-                 output_) {}
+        listing_(options.selection, is_merged(), *options.format, remembers() ? &history_ : nullptr, calendar,
+                 *format_, output_) {}
 
   int run() {
     if (options_.follow) {
@@ -103,10 +94,10 @@ class Run {
       return finish_run(reading);
     }
     if (!options_.follow) {
-      return finish_run(read_log(options_.lines));
+      return finish_run(read_logs());
     }
-    for (std::optional<uint64_t> lines = options_.lines;; lines.reset()) {
-      reading = read_log(lines);
+    for (;;) {
+      reading = read_logs();
       if (reading.problem.is_set() || !output_.flush()) {
         return finish_run(reading);
       }
@@ -121,6 +112,9 @@ class Run {
   [[nodiscard]] bool remembers() const {
     return options_.follow || options_.cursor_file != nullptr;
   }
+  [[nodiscard]] bool is_merged() const {
+    return options_.logs.size() > 1;
+  }
 
   // What has to be in place before the log is opened.
   Problem prepare() {
@@ -128,22 +122,47 @@ class Run {
     if (options_.cursor_file != nullptr) {
       problem = cursor_.open(options_.cursor_file, history_);
     }
-    return problem.is_set() || options_.file != nullptr ? problem : load_request_library();
+    return problem.is_set() || options_.logs[0].path != nullptr ? problem : load_request_library();
   }
 
-  Reading read_log(std::optional<uint64_t> lines) {
-    if (options_.file != nullptr) {
-      FileSource source(options_.file);
-      return read_source(source, lines);
+  // Reads all logs, one after the other, and prints their entries. The result has the first problem.
+  Reading read_logs() {
+    Reading all;
+    for (const Log &log : options_.logs) {
+      const Reading reading = read_log(log);
+      all.records += reading.records;
+      if (!reading.problem.is_set()) {
+        continue;
+      }
+      if (is_merged()) {
+        print_problem(reading.problem, *options_.format);
+      }
+      if (!all.problem.is_set()) {
+        all.problem = is_merged() ? reading.problem.of_file(log.path) : reading.problem;
+      }
     }
-    errno = 0;  // an older reason must not pass for the library's
-    LiveSource source;
-    return read_source(source, lines);
+    listing_.print_held();
+    return all;
   }
 
-  Reading read_source(Source &source, std::optional<uint64_t> lines) {
+  Reading read_log(const Log &log) {
+    if (log.path == nullptr) {
+      errno = 0;  // an older reason must not pass for the library's
+      LiveSource source;
+      return read_source(source, log);
+    }
+    FileSource source(log.path);
+    Reading reading = read_source(source, log);
+    if (reading.records == 0 && !reading.problem.is_set() && is_for_monitors(*options_.format)) {
+      reading.problem =
+          Problem("the log has no entries");  // a copy that failed would pass for a healthy server
+    }
+    return reading;
+  }
+
+  Reading read_source(Source &source, const Log &log) {
     if (source.is_open()) {
-      return listing_.read(source, lines);
+      return listing_.read(source, log);
     }
     return {source.problem(), 0};
   }
@@ -174,7 +193,9 @@ class Run {
       return failure;
     }
     const bool is_saved = save_cursor(reading);
-    print_problem(reading.problem, *options_.format);
+    if (!is_merged()) {
+      print_problem(reading.problem, *options_.format);
+    }
     return reading.problem.is_set() || !is_saved ? failure : status;
   }
 
@@ -201,7 +222,7 @@ int print_text(std::string_view text, const FormatRow &row) {
 int end_with_problem(const Problem &problem, const FormatRow &row, int status) {
   print_problem(problem, row);
   Output output(STDOUT_FILENO);
-  row.make({})->finish({problem, 0}, output);
+  row.make({false, {}})->finish({problem, 0}, output);
   output.close();
   return is_for_monitors(row) ? int{kCheckUnknown} : status;
 }

@@ -1,5 +1,6 @@
 #include "imlog/text.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace {
@@ -94,6 +95,11 @@ size_t TextCleaner::clean_character(std::string_view rest) {
     cleaned_ += rest.substr(0, length);
   }
   return length;
+}
+
+size_t count_characters(std::string_view text) {
+  return static_cast<size_t>(
+      std::count_if(text.begin(), text.end(), [](char byte) { return !is_between(byte, 0x80, 0xBF); }));
 }
 
 uint64_t hash_bytes(std::string_view bytes, uint64_t hash) {

@@ -27,6 +27,9 @@ class TextCleaner {
   std::string cleaned_;
 };
 
+// The characters of a text in UTF-8.
+size_t count_characters(std::string_view text);
+
 // 64 bits of FNV-1a over `bytes`, from `hash` on.
 inline constexpr uint64_t kHashStart = 0xCBF29CE484222325;
 uint64_t hash_bytes(std::string_view bytes, uint64_t hash = kHashStart);

@@ -1,9 +1,10 @@
 #include "imlog/usage.h"
 
-const char kUsage[] = R"(Usage: imlog [OPTIONS] [FILE]
+const char kUsage[] = R"(Usage: imlog [OPTIONS] [FILE ...]
 
 Prints a server's Integrated Management Log: its own, through the health driver
 (as root), or a raw log of 240-byte records from FILE, - for standard input.
+The entries of several FILEs are merged by time.
 
   -o, --output=FORMAT      short (default), json, export, raw, prometheus, check
   -p, --priority=SEVERITY  information, repaired, caution or critical: entries
@@ -15,11 +16,12 @@ Prints a server's Integrated Management Log: its own, through the health driver
   -c, --class=CLASS        entries of a class: a number, or a name such as
                            "Main Memory"; several -c are alternatives
   -n, --lines=N            the last N of the entries that the others leave
+  -r, --reverse            the last entry first
       --cursor-file=FILE   only entries that are new or have changed since the
                            last run with this FILE
   -f, --follow             print, stay, and print what is new or has changed
       --level-prefix       put <N> before each line, for a systemd service
-      --host=NAME          the host that FILE came from
+      --host=NAME          the host of FILE, in place of its name
   -h, --help               print this text
       --version            print the version
 

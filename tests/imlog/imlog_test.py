@@ -273,7 +273,13 @@ class Statuses(Case):
                 (["--level-prefix", "-o", "export", log], b"'--level-prefix' does not go with format 'export'"),
                 (["--host", "a\nb"], b"the host of a FILE, and there is none for 'a b'"),
                 (["--cursor-file", "c", "-o", "prometheus", log], b"'--cursor-file' does not go with"),
-                (["--cursor-file=", log], b"'--cursor-file' has an empty name"), ([log, "b"], b"than one FILE: 'b'")):
+                (["--cursor-file=", log], b"'--cursor-file' has an empty name"), (["-rf"], b"not go with option '--follow'"),
+                (["-ro", "export", log], b"'--reverse' does not go with format 'export'"),
+                (["-o", "raw", log, "b"], b"not go with format 'raw'"), (["-", log, "-"], b"input is named twice"),
+                (["-o", "prometheus", log, "b"], b"not go with format 'prometheus'"),
+                (["--host", "x", log, "b"], b"'--host' is for one FILE"),
+                (["--cursor-file", "x", log, "b"], b"'--cursor-file' is for one FILE"),
+                (["a/x.iml", log, "b/x"], b"'a/x.iml' and 'b/x' have the same host; rename one, or read them")):
             self.assertEqual(self.run_imlog(*words, status=1, stderr=message), b"")
         self.assertEqual(self.run_imlog("-n", "9", "-n", "0", "-o", "json", "-o", "short", log), b"")
         usage = self.run_imlog("--help")
@@ -315,20 +321,6 @@ class Statuses(Case):
             self.run_imlog(word, "--cursor-file", self.folder / "cursor", status=2, stderr=b"Bad file descriptor",
                            preexec_fn=lambda fd=closed: os.close(fd))
 
-    def test_what_is_no_log(self):
-        good, long, empty = record(1), b"\1\2" + record(2)[2:], bytes(240)
-        half = [good, long, empty] * 90
-        metric = self.run_imlog("-o", "prometheus", "/no", status=2, stderr=b"cannot open the log")
-        for rows, status in ((half, 0), (half + [long], 2), ([long], 2), ([empty] * 272 + [long] + [good] * 9, 2),
-                             ([empty] * 273 + [long] * 9, 0), ([b"\0\2" + record(2)[2:]], 0), ([long, b"x"], 2)):
-            log = self.file(*rows)
-            message = b"the file is not a raw log; 'imlog -o raw' writes one" if status else b""
-            printed = self.run_imlog(log, "--cursor-file", self.folder / "cursor", status=status, stderr=message)
-            self.assertEqual(printed == b"", status == 2)
-            self.assertEqual(status == 2, self.run_imlog("-o", "prometheus", log, status=status, stderr=message) == metric)
-            self.assertEqual((self.folder / "cursor").exists(), status == 0)
-            (self.folder / "cursor").unlink(missing_ok=True)
-
     def test_pipes(self):
         rows = [record(i) for i in range(3000)]
         os.mkfifo(fifo_name := self.folder / "fifo")
@@ -363,6 +355,79 @@ class Statuses(Case):
                              capture_output=True, check=False)
         self.assertEqual((run.returncode, run.stdout[-19:]), (2, b"iml_read_success 0\n"))
         self.assertIn(b"imlog: cannot load the request library: libkelmintrfc64.so.3: cannot open", run.stderr)
+
+
+class SeveralLogs(Case):
+    def fleet(self):
+        at = [(2025, 9, 1, 0, minute) for minute in range(9)]
+        return [self.file(record(0, 9, b"a", at[3]), record(1, 15, b"b", at[0], at[5]), name="r1.iml"),
+                self.file(record(7, 15, b"c", at[5]), record(8, 2, b"d", (0,) * 6), name="r\u00e9\x01|.iml"),
+                self.file(record(9, 9, b"e", at[3]), record(2, 9, b"f", at[1]), record(3, 15, b"g", at[3]), name="n")]
+
+    def test_order(self):
+        fleet = self.fleet()
+        for words, expected in (([], [8, 2, 0, 9, 3, 1, 7]), (["-r"], [7, 1, 3, 9, 0, 2, 8]), (["-n", "2"], [1, 7]),
+                                (["-rn", "2"], [7, 1]), (["-p", "critical", "-n", "2"], [1, 7]), (["-n0"], [])):
+            self.assertEqual(self.numbers(*words, *fleet), expected)
+        self.assertEqual(self.numbers(*fleet[::-1]), [8, 2, 9, 3, 0, 7, 1])
+        self.assertEqual(self.numbers("-r", fleet[0]), [1, 0])
+        self.assertEqual(self.numbers("-rn1", fleet[2]), [3])
+        exported = self.run_imlog("-o", "export", "-n", "3", *fleet).decode().split("\n\n")[:-1]
+        self.assertEqual([(*re.findall("MONOTONIC_TIMESTAMP=(.*)", e), *re.findall("_HOSTNAME=(.*)", e)) for e in exported],
+                         [("1", "n"), ("2", "r1"), ("3", "r\u00e9 |")])
+
+    def test_hosts(self):
+        *fleet, last = self.fleet()
+        with open(last, "rb") as log:
+            lines = self.run_imlog(*fleet, "-", stdin=log).decode().splitlines()
+        self.assertEqual(lines[-3:], [
+            "2025-09-01T00:03 -    Critical        3 x1    Maintenance note: g",
+            "2025-09-01T00:05 r1   Critical        1 x1    Maintenance note: b",
+            "2025-09-01T00:05 r\u00e9 | Critical        7 x1    Maintenance note: c"])
+        for words, end in (([], "3 critical, 3 caution; r\u00e9 / 7 Maint"), (["-U", "2025-09-01 00:03"], "n 3 Maint")):
+            self.assertIn(end, self.run_imlog("-o", "check", *words, *fleet, last, status=2).decode())
+        for name, host in ((".iml", ".iml"), ("x.iml.iml", "x.iml"), ("x.imlx", "x.imlx")):
+            self.assertEqual(self.objects(self.file(record(), name=name))[0]["host"], host)
+        with open(last, "rb") as log:
+            self.assertNotIn("host", self.objects("/dev/stdin", stdin=log)[0])
+
+    def test_bad_ones(self):
+        good, other, _ = self.fleet()
+        torn = self.file(record(5), b"x", name="torn")
+        text = self.file(b"x" * 5000, name="text")
+        run = subprocess.run([IMLOG, "-o", "json", "/no", good, torn, text, other], env=self.env(), capture_output=True,
+                             check=False)
+        self.assertEqual((run.returncode, [json.loads(line)["number"] for line in run.stdout.splitlines()]),
+                         (2, [8, 0, 1, 7, 5]))
+        self.assertEqual(re.findall(b"^imlog: (.{12})", run.stderr, re.M), [b"cannot open ", b"the log ends", b"the file is "])
+        self.assertEqual(self.run_imlog("-o", "check", good, text, "/no", status=3).decode(),
+                         f"IML UNKNOWN - '{text}': the file is not a raw log\n")
+
+    def test_many(self):
+        names = [self.file(record(i, first=(2025, 9, 1, i % 24, i // 24 % 60)), name=f"{i}.iml") for i in range(2000)]
+        numbers = self.numbers(*names, preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (64, 64)))
+        self.assertEqual(numbers, sorted(range(2000), key=lambda i: (i % 24, i // 24 % 60, i)))
+
+    def test_what_is_no_log(self):
+        good, long, empty = record(1), b"\1\2" + record(2)[2:], bytes(240)
+        half = [good, long, empty] * 90
+        metric = self.run_imlog("-o", "prometheus", "/no", status=2, stderr=b"cannot open the log")
+        for rows, status in ((half, 0), (half + [long], 2), ([long], 2), ([empty] * 272 + [long] + [good] * 9, 2),
+                             ([empty] * 273 + [long] * 9, 0), ([b"\0\2" + record(2)[2:]], 0), ([long, b"x"], 2)):
+            log = self.file(*rows)
+            message = b"the file is not a raw log; 'imlog -o raw' writes one" if status else b""
+            printed = self.run_imlog(log, "--cursor-file", self.folder / "cursor", status=status, stderr=message)
+            self.assertEqual(printed == b"", status == 2)
+            self.assertEqual(status == 2, self.run_imlog("-o", "prometheus", log, status=status, stderr=message) == metric)
+            self.assertEqual((self.folder / "cursor").exists(), status == 0)
+            (self.folder / "cursor").unlink(missing_ok=True)
+        for rows in [], [empty]:
+            self.assertEqual(self.run_imlog("-o", "check", self.file(*rows), status=3),
+                             b"IML UNKNOWN - the log has no entries\n")
+            self.assertEqual(self.run_imlog("-o", "json", self.file(*rows)), b"")
+        shutil.copytree(SAMPLE, self.folder / "server")
+        (self.folder / "server/cevt").write_bytes(b"")
+        self.assertIn(b"IML OK - ", self.run_imlog("-o", "check"))
 
 
 class Cursor(Case):
