@@ -91,6 +91,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   }
   Selection selection;
   selection.lines = (data[0] & 1) != 0 ? std::optional<uint64_t>(data[0] / 8) : std::nullopt;
+  selection.unserviced = (data[0] & 2) != 0;
   selection.reverse = (data[0] & 4) != 0;
   for (const FormatRow *const row :
        {&kShortFormat, &kJsonFormat, &kExportFormat, &kPrometheusFormat, &kCheckFormat}) {

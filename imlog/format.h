@@ -31,6 +31,9 @@ class Format {
 
   virtual void print_entry(const Entry &entry, Output &output) = 0;
 
+  // Called once for each printed entry that no maintenance note has closed.
+  virtual void count_unserviced(const EVT_HEADER & /*header*/) {}
+
   // Ends the output. Returns the exit status of a reading without a problem.
   virtual int finish(const Reading & /*reading*/, Output & /*output*/) {
     return kSuccess;
@@ -39,12 +42,13 @@ class Format {
 
 // What a format has to do with the rest of the command line.
 enum FormatTraits : unsigned {
-  kFollows = 1,      // has lines that can go on, for --follow
-  kLevels = 2,       // has lines that can begin with a level, for --level-prefix
-  kWholeLog = 4,     // is about the whole log: a cursor would hide what is still broken
-  kForMonitors = 8,  // puts problems into its output, and none on standard error
-  kReverses = 16,    // has lines that make sense in any order, for --reverse
-  kMerges = 32,      // says of each entry which log it is from, for several FILEs
+  kFollows = 1,            // has lines that can go on, for --follow
+  kLevels = 2,             // has lines that can begin with a level, for --level-prefix
+  kWholeLog = 4,           // is about the whole log: a cursor would hide what is still broken
+  kForMonitors = 8,        // puts problems into its output, and none on standard error
+  kReverses = 16,          // has lines that make sense in any order, for --reverse
+  kMerges = 32,            // says of each entry which log it is from, for several FILEs
+  kCountsUnserviced = 64,  // needs count_unserviced()
 };
 
 struct FormatRow {

@@ -1,14 +1,20 @@
 // Metrics for the textfile collector of node_exporter.
 #include <cstdlib>
+#include <map>
 #include <optional>
+#include <utility>
 
+#include "iml/eventstr.h"
 #include "imlog/format.h"
 
 namespace {
 
+constexpr size_t kClassNameSize = 64;
+
 class PrometheusFormat : public Format {
  public:
   void print_entry(const Entry &entry, Output & /*output*/) override {
+    open_.try_emplace(class_of(entry.record.Hdr));
     Total &total = totals_[entry.severity];
     ++total.entries;
     if (entry.last.is_valid && (!total.last || *total.last < entry.last.instant)) {
@@ -16,10 +22,15 @@ class PrometheusFormat : public Format {
     }
   }
 
+  void count_unserviced(const EVT_HEADER &header) override {
+    ++open_[class_of(header)];
+  }
+
   int finish(const Reading &reading, Output &output) override {
     // Where nothing could be read, zeros would clear an alert.
     if (!reading.problem.is_set() || reading.records != 0) {
       put_totals(output);
+      put_open(output);
     }
     put_head("iml_read_success", "Whether the log was read to its end.", output);
     output.put(reading.problem.is_set() ? "iml_read_success 0\n" : "iml_read_success 1\n");
@@ -31,6 +42,36 @@ class PrometheusFormat : public Format {
     uint64_t entries = 0;
     std::optional<int64_t> last;  // time of the latest update
   };
+
+  // The severity and the class of an entry, in the order of the metrics: classes without a name come last.
+  using ClassKey = std::pair<SeverityRank, uint32_t>;
+  static constexpr uint32_t kNoName = UINT16_MAX + 1;
+
+  static ClassKey class_of(const EVT_HEADER &header) {
+    char name[kClassNameSize];
+    const bool has_name = TranslateEventLogClass(header.wClass, name, sizeof(name)) != 0;
+    return {severity_rank(header.bSeverity), has_name ? header.wClass : kNoName};
+  }
+
+  void put_open(Output &output) const {
+    if (open_.empty()) {
+      return;
+    }
+    put_head("iml_unserviced_entries", "Entries that no maintenance note has closed.", output);
+    for (const auto &[key, entries] : open_) {
+      char name[kClassNameSize] = "Unknown";
+      if (key.second != kNoName) {
+        TranslateEventLogClass(static_cast<uint16_t>(key.second), name, sizeof(name));
+      }
+      output.put("iml_unserviced_entries{severity=\"");
+      output.put(kSeverityTable[key.first].name);
+      output.put("\",class=\"");
+      output.put(name);
+      output.put("\"} ");
+      output.put_number(entries);
+      output.put('\n');
+    }
+  }
 
   void put_totals(Output &output) const {
     put_head("iml_entries", "Entries of the Integrated Management Log.", output);
@@ -72,6 +113,7 @@ class PrometheusFormat : public Format {
   }
 
   Total totals_[kSeverities];
+  std::map<ClassKey, uint64_t> open_;
 };
 
 }  // namespace
@@ -79,6 +121,6 @@ class PrometheusFormat : public Format {
 const FormatRow kPrometheusFormat = {
     "prometheus",
     [](const FormatContext &) -> std::unique_ptr<Format> { return std::make_unique<PrometheusFormat>(); },
-    kWholeLog,
+    kWholeLog | kCountsUnserviced,
     nullptr,
 };

@@ -4,10 +4,17 @@
 
 namespace {
 
+constexpr uint16_t kNoteCode = 2;  // of a maintenance note
+
 // Orders by the last update, entries without a valid time first.
 uint64_t update_key(const LogTime & /*first*/, const LogTime &last) {
   constexpr int64_t kBeforeEveryTime = -1'000'000;  // a zone moves 1970 back by a day at most
   return last.is_valid ? static_cast<uint64_t>(last.instant - kBeforeEveryTime) : 0;
+}
+
+bool is_closing_note(const EVT_HEADER &header) {
+  return header.wClass == kClassMaintenance && header.wCode == kNoteCode &&
+         header.bSeverity == kSeverityRepaired;
 }
 
 }  // namespace
@@ -15,6 +22,7 @@ uint64_t update_key(const LogTime & /*first*/, const LogTime &last) {
 Listing::Listing(const Selection &selection, bool is_merged, const FormatRow &row, History *history,
                  Calendar &calendar, Format &format, Output &output)
     : filter_(selection.filter),
+      unserviced_(selection.unserviced),
       reverse_(selection.reverse),
       is_merged_(is_merged),
       lines_(selection.lines),
@@ -39,12 +47,36 @@ Reading Listing::read(Source &source, const Log &log) {
     }
     ++reading.records;
   }
+  end_log();
   return reading;
 }
 
 void Listing::process(const EVT_LOG_ENTRY &record, const Origin &origin) {
-  if (filter_.passes(record, calendar_)) {
+  const EVT_HEADER &header = record.Hdr;
+  const bool needs_open = unserviced_ || (row_.traits & kCountsUnserviced) != 0;
+  const bool is_note = needs_open && is_closing_note(header);
+  if (is_note) {
+    open_.close_before(calendar_.at(header.UpdateTime));
+  }
+  if (!filter_.passes(record, calendar_)) {
+    return;
+  }
+  if (needs_open && !is_note) {  // a note closes itself, too
+    open_.add(calendar_.at(header.InitTime), calendar_.at(header.UpdateTime), {record, origin});
+  }
+  if (!unserviced_) {
     print_or_hold(record, origin);
+  }
+}
+
+// What is still open at the end of its log is unserviced.
+void Listing::end_log() {
+  for (const Held &entry : open_.release()) {
+    if (unserviced_) {
+      print_or_hold(entry.record, entry.origin);
+    } else if (!lines_ || (!held_.empty() && entry.origin.index >= held_.front().origin.index)) {
+      format_.count_unserviced(entry.record.Hdr);
+    }
   }
 }
 
@@ -106,5 +138,8 @@ void Listing::sort(std::vector<const Held *> &entries, Key key) {
 
 void Listing::print(const EVT_LOG_ENTRY &record, const Origin &origin) {
   format_.print_entry(decoder_.decode(record, *origin.log, origin.change), output_);
+  if (unserviced_) {
+    format_.count_unserviced(record.Hdr);
+  }
   output_.end_entry();
 }

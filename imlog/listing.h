@@ -10,11 +10,13 @@
 #include "imlog/format.h"
 #include "imlog/history.h"
 #include "imlog/log.h"
+#include "imlog/open_entries.h"
 #include "imlog/source.h"
 
 // Which entries of the logs are printed, and in which order.
 struct Selection {
   Filter filter;
+  bool unserviced = false;        // only those that no maintenance note has closed
   std::optional<uint64_t> lines;  // only so many of them, the last ones
   bool reverse = false;           // the last one first
 };
@@ -46,11 +48,13 @@ class Listing {
   using Key = uint64_t (*)(const LogTime &first, const LogTime &last);
 
   void process(const EVT_LOG_ENTRY &record, const Origin &origin);
+  void end_log();
   void print_or_hold(const EVT_LOG_ENTRY &record, const Origin &origin);
   void sort(std::vector<const Held *> &entries, Key key);
   void print(const EVT_LOG_ENTRY &record, const Origin &origin);
 
   const Filter &filter_;
+  const bool unserviced_;
   const bool reverse_;
   const bool is_merged_;
   std::optional<uint64_t> lines_;
@@ -60,5 +64,6 @@ class Listing {
   Format &format_;
   Output &output_;
   Decoder decoder_;
+  OpenEntries<Held> open_;  // of the log under way
   std::deque<Held> held_;
 };

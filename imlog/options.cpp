@@ -13,15 +13,23 @@ namespace {
 // Long options without a letter.
 enum LongOption { kCursorFile = 0x100, kLevelPrefix, kHost, kVersion };
 
-constexpr char kLetters[] = ":o:p:S:U:c:n:rfh";
+constexpr char kLetters[] = ":o:p:S:U:c:n:urfh";
 const option kLongOptions[] = {
-    {"output", required_argument, nullptr, 'o'}, {"priority", required_argument, nullptr, 'p'},
-    {"since", required_argument, nullptr, 'S'},  {"until", required_argument, nullptr, 'U'},
-    {"class", required_argument, nullptr, 'c'},  {"lines", required_argument, nullptr, 'n'},
-    {"reverse", no_argument, nullptr, 'r'},      {"cursor-file", required_argument, nullptr, kCursorFile},
-    {"follow", no_argument, nullptr, 'f'},       {"level-prefix", no_argument, nullptr, kLevelPrefix},
-    {"host", required_argument, nullptr, kHost}, {"help", no_argument, nullptr, 'h'},
-    {"version", no_argument, nullptr, kVersion}, {nullptr, 0, nullptr, 0},
+    {"output", required_argument, nullptr, 'o'},
+    {"priority", required_argument, nullptr, 'p'},
+    {"since", required_argument, nullptr, 'S'},
+    {"until", required_argument, nullptr, 'U'},
+    {"class", required_argument, nullptr, 'c'},
+    {"lines", required_argument, nullptr, 'n'},
+    {"unserviced", no_argument, nullptr, 'u'},
+    {"reverse", no_argument, nullptr, 'r'},
+    {"cursor-file", required_argument, nullptr, kCursorFile},
+    {"follow", no_argument, nullptr, 'f'},
+    {"level-prefix", no_argument, nullptr, kLevelPrefix},
+    {"host", required_argument, nullptr, kHost},
+    {"help", no_argument, nullptr, 'h'},
+    {"version", no_argument, nullptr, kVersion},
+    {nullptr, 0, nullptr, 0},
 };
 
 // Reads a whole number of at most `most`: decimal, or with "0x" where `hexadecimal` allows it.
@@ -167,6 +175,7 @@ Problem take_option(int letter, const char *value, Calendar &calendar, int64_t n
       }
       break;
     case 'f': options.follow = true; break;
+    case 'u': options.selection.unserviced = true; break;
     case 'r': options.selection.reverse = true; break;
     case kLevelPrefix: options.level_prefix = true; break;
     case kHost: options.host = value; break;

@@ -15,6 +15,7 @@ The entries of several FILEs are merged by time.
                            2025-09-01T13:05:00, yesterday, -30m, -12h, -7d
   -c, --class=CLASS        entries of a class: a number, or a name such as
                            "Main Memory"; several -c are alternatives
+  -u, --unserviced         entries that no maintenance note has closed
   -n, --lines=N            the last N of the entries that the others leave
   -r, --reverse            the last entry first
       --cursor-file=FILE   only entries that are new or have changed since the

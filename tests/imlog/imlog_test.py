@@ -161,7 +161,9 @@ class Formats(Case):
         self.assertEqual([line for line in lines if line[0] != "#"], [
             *(f'iml_entries{{severity="{name}"}} {count}' for name, count in (
                 ("information", 0), ("repaired", 0), ("caution", 2), ("critical", 1), ("unknown", 0))),
-            'iml_last_timestamp_seconds{severity="caution"} 1735686000', "iml_read_success 1"])
+            'iml_last_timestamp_seconds{severity="caution"} 1735686000',
+            *(f'iml_unserviced_entries{{severity="{name}",class="Maintenance"}} {count}'
+              for name, count in (("caution", 2), ("critical", 1))), "iml_read_success 1"])
 
 
 class Filters(Case):
@@ -428,6 +430,52 @@ class SeveralLogs(Case):
         shutil.copytree(SAMPLE, self.folder / "server")
         (self.folder / "server/cevt").write_bytes(b"")
         self.assertIn(b"IML OK - ", self.run_imlog("-o", "check"))
+
+
+class Unserviced(Case):
+    def log(self, *rows):
+        """Rows of a letter (n a note that closes, e an entry), the first minute, the last; a minute of 99 is invalid."""
+        def at(minute):
+            return (2025, 9, 1, 13, minute) if minute < 99 else (0,) * 6
+        return self.file(*(record(i, 6 if kind == "n" else 15, b"", at(first), at(last), event=(0x21, 2) if kind == "n" else (11, 2))
+                           for i, (kind, first, last) in enumerate(rows)))
+
+    def test_notes(self):
+        note = ("n", 5, 5)
+        for rows, expected in (
+                ([("e", 1, 1), note, ("e", 2, 2)], [2]),  # the place, not the time
+                ([("e", 1, 5), ("e", 1, 6), ("e", 5, 6), ("e", 6, 7), ("e", 99, 6), ("e", 9, 8), note], [1, 2, 4, 5]),
+                ([("e", 1, 99), ("e", 1, 9), ("n", 5, 99)], []), ([("e", 1, 99), ("e", 99, 99)], [0, 1]),
+                ([("e", 1, 9), note, ("e", 1, 9), ("n", 9, 9)], []), ([("e", 1, 9), ("n", 9, 9), note], []),
+                ([("e", 1, 9), ("n", 4, 8), note, ("e", 1, 1)], [0, 3])):
+            log = self.log(*rows)
+            self.assertEqual(self.numbers("-u", log), expected, rows)
+            self.assertEqual(self.numbers("-u", "-p", "critical", "-r", "-n1", log), expected[-1:])
+            metrics = self.run_imlog("-o", "prometheus", log, "-c", "11").decode()
+            self.assertIn(f'iml_unserviced_entries{{severity="critical",class="Power Subsystem"}} {len(expected)}\n', metrics)
+            self.assertEqual("critical=%d;" % len(expected) in self.run_imlog(
+                "-uo", "check", log, status=2 if expected else 0).decode(), True)
+
+    def test_what_is_a_note(self):
+        for severity, event, closes in ((6, (0x21, 2), True), (6, (0x21, 1), False), (6, (0x20, 2), False),
+                                        (9, (0x21, 2), False), (3, (0x21, 2), False)):
+            log = self.file(record(0), record(1, severity, event=event), record(2))
+            self.assertEqual(self.numbers("-u", log), [2] if closes else [0, 1, 2])
+
+    def test_each_log_its_notes(self):
+        logs = [self.file(*rows, name=name) for name, rows in (
+            ("a", [record(0), record(1, 6)]), ("b", [record(2), record(3, 9, event=(0xFFF0, 1))]))]
+        self.assertEqual(self.numbers("-u", *logs), [2, 3])
+        self.assertEqual(self.numbers("-u", "--cursor-file", self.folder / "c", logs[0]), [])
+        late = self.file(record(0), record(1, 6), record(0, count=2, last=(2025, 9, 3, 0, 0)), name="a")
+        self.assertEqual(self.numbers("-u", "--cursor-file", self.folder / "c", late), [0])
+        early = self.file(record(9), record(0, count=3, last=(2025, 9, 3, 0, 0)), record(1, 6), name="a")
+        self.assertEqual(self.numbers("-u", "--cursor-file", self.folder / "c", early), [9, 0])  # the note is old
+        gauge = re.findall("unserviced_entries{(.*)", self.run_imlog("-o", "prometheus", logs[1]).decode())
+        self.assertEqual(gauge, ['severity="information",class="Maintenance"} 1', 'severity="caution",class="Unknown"} 1'])
+        for words in ["-n", "1"], ["-n", "1", "-u"]:
+            metrics = self.run_imlog("-o", "prometheus", *words, self.file(record(0), record(1, 6), record(2), record(3)))
+            self.assertIn('iml_unserviced_entries{severity="information",class="Maintenance"} 1\n', metrics.decode())
 
 
 class Cursor(Case):
