@@ -7,7 +7,7 @@
 namespace {
 
 // Longer than any text seen. The translator clears the whole buffer for every entry, so more is not free.
-constexpr size_t kUsualTextSize = 2000;
+constexpr size_t kUsualTextSize = 640;
 
 }  // namespace
 

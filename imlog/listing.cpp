@@ -23,8 +23,12 @@ Listing::Listing(const Selection &selection, bool is_merged, const FormatRow &ro
                  Calendar &calendar, Format &format, Output &output)
     : filter_(selection.filter),
       unserviced_(selection.unserviced),
+      needs_open_(unserviced_ || (row.traits & kCountsUnserviced) != 0),
       reverse_(selection.reverse),
       is_merged_(is_merged),
+      // With a history, a later record may have the same number.
+      prints_at_once_(history == nullptr && !selection.lines && !is_merged && !reverse_ &&
+                      row.sort_key == nullptr),
       lines_(selection.lines),
       row_(row),
       history_(history),
@@ -53,15 +57,14 @@ Reading Listing::read(Source &source, const Log &log) {
 
 void Listing::process(const EVT_LOG_ENTRY &record, const Origin &origin) {
   const EVT_HEADER &header = record.Hdr;
-  const bool needs_open = unserviced_ || (row_.traits & kCountsUnserviced) != 0;
-  const bool is_note = needs_open && is_closing_note(header);
+  const bool is_note = needs_open_ && is_closing_note(header);
   if (is_note) {
     open_.close_before(calendar_.at(header.UpdateTime));
   }
   if (!filter_.passes(record, calendar_)) {
     return;
   }
-  if (needs_open && !is_note) {  // a note closes itself, too
+  if (needs_open_ && !is_note) {  // a note closes itself, too
     open_.add(calendar_.at(header.InitTime), calendar_.at(header.UpdateTime), {record, origin});
   }
   if (!unserviced_) {
@@ -82,8 +85,7 @@ void Listing::end_log() {
 
 // Holds an entry that others may precede or replace, and prints any other.
 void Listing::print_or_hold(const EVT_LOG_ENTRY &record, const Origin &origin) {
-  // With a history, a later record may have the same number.
-  if (history_ == nullptr && !lines_ && !is_merged_ && !reverse_ && row_.sort_key == nullptr) {
+  if (prints_at_once_) {
     print(record, origin);
     return;
   }

@@ -55,8 +55,10 @@ class Listing {
 
   const Filter &filter_;
   const bool unserviced_;
+  const bool needs_open_;
   const bool reverse_;
   const bool is_merged_;
+  const bool prints_at_once_;
   std::optional<uint64_t> lines_;
   const FormatRow &row_;
   History *history_;
