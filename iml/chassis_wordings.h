@@ -55,17 +55,17 @@ void format_by_chassis(EventText &szString, const ChassisWordings<Details, Enclo
   };
 
   switch (Chassis.bType) {
-    case kChassisSystem:
+    case IML_CHASSIS_SYSTEM:
       if (Chassis.bId == 0) {
         szString.format(wordings.system, details);
       } else {
         szString.format(wordings.external_chassis, with_details(GetSysChassis(Chassis.bId, cChassisName)));
       }
       break;
-    case kChassisExternalStorage: szString.format(wordings.external_storage, storage()); break;
-    case kChassisInternalStorage: szString.format(wordings.internal_storage, storage()); break;
-    case kChassisServerBladeEnclosure: szString.format(wordings.blade_enclosure, enclosure()); break;
-    case kChassisPowerEnclosure: szString.format(wordings.power_enclosure, enclosure()); break;
+    case IML_CHASSIS_EXTERNAL_STORAGE: szString.format(wordings.external_storage, storage()); break;
+    case IML_CHASSIS_INTERNAL_STORAGE: szString.format(wordings.internal_storage, storage()); break;
+    case IML_CHASSIS_SERVER_BLADE_ENCLOSURE: szString.format(wordings.blade_enclosure, enclosure()); break;
+    case IML_CHASSIS_POWER_ENCLOSURE: szString.format(wordings.power_enclosure, enclosure()); break;
     default: break;
   }
 }

@@ -123,7 +123,7 @@ void TranslateMachCriticalOverheat(EventText &szString, const EVT_MACH_CRIT_OVER
   const char *const suffix = detail.c_str();
 
   switch (chassis.bType) {
-    case kChassisSystem:
+    case IML_CHASSIS_SYSTEM:
       if (chassis.bId != 0) {
         szString.format(
             "External Chassis Overheating (Chassis %s, Temperature Sensor %s, Location %s, Temperature %s%s)",
@@ -136,22 +136,22 @@ void TranslateMachCriticalOverheat(EventText &szString, const EVT_MACH_CRIT_OVER
             sensor, location, temperature, suffix);
       }
       break;
-    case kChassisExternalStorage:
+    case IML_CHASSIS_EXTERNAL_STORAGE:
       szString.format(
           "External Storage System Overheating (%sSlot %s, Temperature Sensor %s, Location %s, Temperature %s%s)",
           GetStorChassis(name), Byte2Str(chassis.bId), sensor, location, temperature, suffix);
       break;
-    case kChassisInternalStorage:
+    case IML_CHASSIS_INTERNAL_STORAGE:
       szString.format(
           "Internal Storage System Overheating (%sSlot %s, Temperature Sensor %s, Location %s, Temperature %s%s)",
           GetStorChassis(name), Byte2Str(chassis.bId), sensor, location, temperature, suffix);
       break;
-    case kChassisServerBladeEnclosure:
+    case IML_CHASSIS_SERVER_BLADE_ENCLOSURE:
       szString.format(
           "Server Blade Enclosure Overheating (Temperature Sensor %s, Location %s, Temperature %s, %s%s)",
           sensor, location, temperature, GetChassisEx(name, chassis), suffix);
       break;
-    case kChassisPowerEnclosure:
+    case IML_CHASSIS_POWER_ENCLOSURE:
       szString.format(
           "Power Enclosure Overheating (Temperature Sensor %s, Location %s, Temperature %s, %s%s)", sensor,
           location, temperature, GetChassisEx(name, chassis), suffix);

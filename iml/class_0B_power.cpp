@@ -162,7 +162,7 @@ void translate_ps_failure(EventText &szString, const EVT_POWER_SUPPLY_FAILURE &r
   const char *const supply = Byte2Str(record.bPsId, number);
   const char *const error = GetPSError(record.bPsErrorId);
   switch (chassis.bType) {
-    case kChassisSystem:
+    case IML_CHASSIS_SYSTEM:
       if (chassis.bId == 0) {
         szString.format("System Power Supply: %s (Power Supply %s)", error, supply);
       } else {
@@ -170,19 +170,19 @@ void translate_ps_failure(EventText &szString, const EVT_POWER_SUPPLY_FAILURE &r
                         GetSysChassis(chassis.bId, name), supply);
       }
       break;
-    case kChassisExternalStorage:
+    case IML_CHASSIS_EXTERNAL_STORAGE:
       szString.format("External Storage System Power Supply: %s (%sSlot %s, Power Supply %s)", error,
                       GetStorChassis(name), Byte2Str(chassis.bId), supply);
       break;
-    case kChassisInternalStorage:
+    case IML_CHASSIS_INTERNAL_STORAGE:
       szString.format("Internal Storage System Power Supply: %s (%sSlot %s, Power Supply %s)", error,
                       GetStorChassis(name), Byte2Str(chassis.bId), supply);
       break;
-    case kChassisServerBladeEnclosure:
+    case IML_CHASSIS_SERVER_BLADE_ENCLOSURE:
       szString.format("Server Blade Enclosure Power Supply: %s (Power Supply %s, %s)", error, supply,
                       GetChassisEx(name, chassis));
       break;
-    case kChassisPowerEnclosure:
+    case IML_CHASSIS_POWER_ENCLOSURE:
       szString.format("Power Enclosure Power Supply: %s (Power Supply %s, %s)", error, supply,
                       GetChassisEx(name, chassis));
       break;
@@ -207,11 +207,11 @@ void translate_power_module_failure(EventText &szString, const EVT_POWER_MODULE_
       "An I/O Power Module has Failed",
   };
   const EVT_CHASSIS &chassis = record.Chassis;
-  if (chassis.bType < kChassisSystem || chassis.bType > kChassisInternalStorage) {
+  if (chassis.bType < IML_CHASSIS_SYSTEM || chassis.bType > IML_CHASSIS_INTERNAL_STORAGE) {
     return;
   }
   const char *const sentence = Lookup(kSentences, record.bConverterType, kSentences[0]);
-  if (chassis.bType == kChassisSystem && chassis.bId == 0) {
+  if (chassis.bType == IML_CHASSIS_SYSTEM && chassis.bId == 0) {
     szString.format("%s (System Board, Socket %s)", sentence, Byte2Str(record.bConverter));
   } else {
     szString.format("%s (Chassis %s, Slot %s, Socket %s)", sentence, Byte2Str(chassis.bId),
@@ -223,7 +223,7 @@ void translate_power_module_failure(EventText &szString, const EVT_POWER_MODULE_
 void translate_ps_not_redundant(EventText &szString, const EVT_FREE_FORM &payload) {
   const EVT_CHASSIS &chassis = payload.PsNotRed.Chassis;
   const bool enclosure =
-      chassis.bType == kChassisServerBladeEnclosure || chassis.bType == kChassisPowerEnclosure;
+      chassis.bType == IML_CHASSIS_SERVER_BLADE_ENCLOSURE || chassis.bType == IML_CHASSIS_POWER_ENCLOSURE;
   format_by_chassis(szString, kSuppliesNotRedundant, chassis,
                     enclosure ? payload.PsInfNotRed.cChassisName : payload.PsNotRed.cChassisName, {},
                     GetRedundancy(payload.PsInfNotRed.bType));

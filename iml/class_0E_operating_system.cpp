@@ -35,12 +35,12 @@ const char *get_shutdown_message(uint8_t bCause) {
 
 void translate_os_power_shed(EventText &szString, const EVT_OS_PWR_SHED &record) {
   switch (record.bZoneType) {
-    case kZoneNetworkComponent:
+    case IML_ZONE_NETWORK_COMPONENT:
       szString.format(
           "Server Blade Enclosure Network Component Shutdown Via Power Management Software (Slot %s)",
           Byte2Str(record.bZoneId));
       break;
-    case kZoneBlade:
+    case IML_ZONE_BLADE:
       szString.format("Server Blade Enclosure Blade Shutdown Via Power Management Software (Slot %s)",
                       Byte2Str(record.bZoneId));
       break;

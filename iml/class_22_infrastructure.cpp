@@ -133,8 +133,8 @@ const char *GetPowerDenialReason(uint8_t bReason) {
 // The words that begin most lines. They are empty for other chassis, whose lines begin with a blank.
 const char *get_enclosure_type(const EVT_CHASSIS &Chassis) {
   switch (Chassis.bType) {
-    case kChassisServerBladeEnclosure: return "Server Blade Enclosure";
-    case kChassisPowerEnclosure: return "Power Enclosure";
+    case IML_CHASSIS_SERVER_BLADE_ENCLOSURE: return "Server Blade Enclosure";
+    case IML_CHASSIS_POWER_ENCLOSURE: return "Power Enclosure";
     default: return "";
   }
 }
@@ -184,11 +184,11 @@ void translate_inf_fuse_open(EventText &szString, const EVT_INF_ENV_FUSE_OPEN &r
   const auto position = static_cast<uint8_t>(record.bZoneId & 0x0F);
   const char *const fuse = (record.bZoneId & 0x10) != 0 ? "B" : "A";
   switch (record.bZoneType) {
-    case kZoneBlade:
+    case IML_ZONE_BLADE:
       szString.format("%s Blade Fuse or Breaker Tripped (%s, Slot %s, Fuse %s)",
                       get_enclosure_type(record.Chassis), get_enclosure(record), Byte2Str(position), fuse);
       break;
-    case kZoneNetworkComponent:
+    case IML_ZONE_NETWORK_COMPONENT:
       szString.format("%s Network Component Fuse or Breaker Tripped (%s, %s, Fuse %s)",
                       get_enclosure_type(record.Chassis), get_enclosure(record), GetRackSide(position), fuse);
       break;
@@ -244,8 +244,8 @@ void translate_inf_power_misconfig(EventText &szString, const EVT_INF_ENV_PWR_SU
 
 void translate_inf_zone(EventText &szString, Wording<3> blade, Wording<3> network_component,
                         const EVT_INF_ENV_BLADE_INS_REM_2 &record) {
-  const bool is_blade = record.bZoneType == kZoneBlade;
-  if (!is_blade && record.bZoneType != kZoneNetworkComponent) {
+  const bool is_blade = record.bZoneType == IML_ZONE_BLADE;
+  if (!is_blade && record.bZoneType != IML_ZONE_NETWORK_COMPONENT) {
     return;
   }
   translate_inf_at(szString, is_blade ? blade : network_component, record,

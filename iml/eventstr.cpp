@@ -20,33 +20,33 @@ static_assert(sizeof(GuardedPayload) == sizeof(EVT_FREE_FORM) + 2);
 void TranslateEventToMessage(uint16_t wEventClass, uint16_t wEventCode, const EVT_FREE_FORM *pEventData,
                              EventText &szString, int8_t bDataLength) {
   switch (wEventClass) {
-    case kClassEmpty: szString.append("Empty"); break;
-    case kClassTest: szString.append("Reserved"); break;
-    case kClassMachineEnvironment: TranslateClass02(wEventCode, pEventData, szString); break;
-    case kClassMainMemory: TranslateClass03(wEventCode, pEventData, szString); break;
-    case kClassCacheMemory: TranslateClass04(wEventCode, pEventData, szString); break;
-    case kClassCpu: TranslateClass05(wEventCode, pEventData, szString); break;
-    case kClassHostBus: TranslateClass06(wEventCode, pEventData, szString); break;
-    case kClassEisaBus: TranslateClass07(wEventCode, pEventData, szString); break;
-    case kClassPciBus: TranslateClass08(wEventCode, pEventData, szString); break;
-    case kClassExpansionSlot: TranslateClass09(wEventCode, pEventData, szString); break;
-    case kClassPostMessages: TranslateClass0A(wEventCode, pEventData, szString); break;
-    case kClassPowerSubsystem: TranslateClass0B(wEventCode, pEventData, szString, bDataLength); break;
-    case kClassAsr: TranslateClass0D(wEventCode, pEventData, szString); break;
-    case kClassOperatingSystem: TranslateClass0E(wEventCode, pEventData, szString); break;
-    case kClassNetworkAdapter: TranslateClass11(wEventCode, pEventData, szString); break;
-    case kClassScsi: TranslateClass12(wEventCode, pEventData, szString); break;
-    case kClassDriveArray: TranslateClass13(wEventCode, pEventData, szString); break;
-    case kClassUnrecoverableSystemError: TranslateClass14(wEventCode, pEventData, szString); break;
-    case kClassSystemRevision: TranslateClass20(wEventCode, pEventData, szString); break;
-    case kClassMaintenance: TranslateClass21(wEventCode, pEventData, szString); break;
-    case kClassInfrastructure: TranslateClass22(wEventCode, pEventData, szString); break;
-    case kClassKrx: TranslateClass25(wEventCode, pEventData, szString); break;
-    case kClassPellory: TranslateClass26(wEventCode, pEventData, szString); break;
-    case kClassPowerCapping: TranslateClass27(wEventCode, pEventData, szString); break;
-    case kClassFlashMedia: TranslateClass28(wEventCode, pEventData, szString); break;
-    case kClassInterlock: TranslateClass29(wEventCode, pEventData, szString); break;
-    case kClassNonVolatileMemory: TranslateClass2A(wEventCode, pEventData, szString); break;
+    case IML_CLASS_EMPTY: szString.append("Empty"); break;
+    case IML_CLASS_TEST: szString.append("Reserved"); break;
+    case IML_CLASS_MACHINE_ENVIRONMENT: TranslateClass02(wEventCode, pEventData, szString); break;
+    case IML_CLASS_MAIN_MEMORY: TranslateClass03(wEventCode, pEventData, szString); break;
+    case IML_CLASS_CACHE_MEMORY: TranslateClass04(wEventCode, pEventData, szString); break;
+    case IML_CLASS_CPU: TranslateClass05(wEventCode, pEventData, szString); break;
+    case IML_CLASS_HOST_BUS: TranslateClass06(wEventCode, pEventData, szString); break;
+    case IML_CLASS_EISA_BUS: TranslateClass07(wEventCode, pEventData, szString); break;
+    case IML_CLASS_PCI_BUS: TranslateClass08(wEventCode, pEventData, szString); break;
+    case IML_CLASS_EXPANSION_SLOT: TranslateClass09(wEventCode, pEventData, szString); break;
+    case IML_CLASS_POST_MESSAGES: TranslateClass0A(wEventCode, pEventData, szString); break;
+    case IML_CLASS_POWER_SUBSYSTEM: TranslateClass0B(wEventCode, pEventData, szString, bDataLength); break;
+    case IML_CLASS_ASR: TranslateClass0D(wEventCode, pEventData, szString); break;
+    case IML_CLASS_OPERATING_SYSTEM: TranslateClass0E(wEventCode, pEventData, szString); break;
+    case IML_CLASS_NETWORK_ADAPTER: TranslateClass11(wEventCode, pEventData, szString); break;
+    case IML_CLASS_SCSI: TranslateClass12(wEventCode, pEventData, szString); break;
+    case IML_CLASS_DRIVE_ARRAY: TranslateClass13(wEventCode, pEventData, szString); break;
+    case IML_CLASS_UNRECOVERABLE_SYSTEM_ERROR: TranslateClass14(wEventCode, pEventData, szString); break;
+    case IML_CLASS_SYSTEM_REVISION: TranslateClass20(wEventCode, pEventData, szString); break;
+    case IML_CLASS_MAINTENANCE: TranslateClass21(wEventCode, pEventData, szString); break;
+    case IML_CLASS_INFRASTRUCTURE: TranslateClass22(wEventCode, pEventData, szString); break;
+    case IML_CLASS_KRX: TranslateClass25(wEventCode, pEventData, szString); break;
+    case IML_CLASS_PELLORY: TranslateClass26(wEventCode, pEventData, szString); break;
+    case IML_CLASS_POWER_CAPPING: TranslateClass27(wEventCode, pEventData, szString); break;
+    case IML_CLASS_FLASH_MEDIA: TranslateClass28(wEventCode, pEventData, szString); break;
+    case IML_CLASS_INTERLOCK: TranslateClass29(wEventCode, pEventData, szString); break;
+    case IML_CLASS_NON_VOLATILE_MEMORY: TranslateClass2A(wEventCode, pEventData, szString); break;
     default: break;
   }
 }
@@ -138,11 +138,11 @@ uint8_t TranslateEventLogClass(uint16_t wClass, char *szString, uint32_t ulSize)
 uint8_t TranslateEventLogSeverity(uint8_t bSeverity, char *szString, uint32_t ulSize) {
   const char *name = nullptr;
   switch (bSeverity) {
-    case kSeverityInformational:
-    case kSeverityInformationalAlternate: name = "Informational"; break;
-    case kSeverityRepaired: name = "Repaired"; break;
-    case kSeverityCaution: name = "Caution"; break;
-    case kSeverityCritical: name = "Critical"; break;
+    case IML_SEVERITY_INFORMATIONAL:
+    case IML_SEVERITY_INFORMATIONAL_ALTERNATE: name = "Informational"; break;
+    case IML_SEVERITY_REPAIRED: name = "Repaired"; break;
+    case IML_SEVERITY_CAUTION: name = "Caution"; break;
+    case IML_SEVERITY_CRITICAL: name = "Critical"; break;
     default: break;
   }
   return iml::write_name(name, szString, ulSize);

@@ -18,11 +18,11 @@ const Severity kSeverityTable[kSeverities] = {
 
 SeverityRank severity_rank(uint8_t code) {
   switch (code) {
-    case kSeverityInformational:
-    case kSeverityInformationalAlternate: return kInformation;
-    case kSeverityRepaired: return kRepaired;
-    case kSeverityCaution: return kCaution;
-    case kSeverityCritical: return kCritical;
+    case IML_SEVERITY_INFORMATIONAL:
+    case IML_SEVERITY_INFORMATIONAL_ALTERNATE: return kInformation;
+    case IML_SEVERITY_REPAIRED: return kRepaired;
+    case IML_SEVERITY_CAUTION: return kCaution;
+    case IML_SEVERITY_CRITICAL: return kCritical;
     default: return kUnknown;
   }
 }

@@ -13,8 +13,8 @@ uint64_t update_key(const LogTime & /*first*/, const LogTime &last) {
 }
 
 bool is_closing_note(const EVT_HEADER &header) {
-  return header.wClass == kClassMaintenance && header.wCode == kNoteCode &&
-         header.bSeverity == kSeverityRepaired;
+  return header.wClass == IML_CLASS_MAINTENANCE && header.wCode == kNoteCode &&
+         header.bSeverity == IML_SEVERITY_REPAIRED;
 }
 
 }  // namespace

@@ -23,10 +23,10 @@ int set_severity(char *Severity) {
     const char *word;
     int code;
   } kSeverities[] = {
-      {"info", kSeverityInformational},
-      {"repaired", kSeverityRepaired},
-      {"caution", kSeverityCaution},
-      {"critical", kSeverityCritical},
+      {"info", IML_SEVERITY_INFORMATIONAL},
+      {"repaired", IML_SEVERITY_REPAIRED},
+      {"caution", IML_SEVERITY_CAUTION},
+      {"critical", IML_SEVERITY_CRITICAL},
   };
   for (char *c = Severity; *c != '\0'; ++c) {
     *c = static_cast<char>(tolower(static_cast<unsigned char>(*c)));
@@ -67,7 +67,7 @@ int log_maintenance_note(const char *str, int severity) {
   EVT_HEADER &header = request->Evt.Hdr;
   header.wEvtLength = record_length;
   header.bSeverity = static_cast<uint8_t>(severity);
-  header.wClass = kClassMaintenance;
+  header.wClass = IML_CLASS_MAINTENANCE;
   header.wCode = kNoteCode;
   header.dwCount = 1;
   memcpy(buffer.get() + offsetof(_ioctlEntry, Evt.Data), str, length + 1);

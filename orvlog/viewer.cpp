@@ -111,11 +111,11 @@ bool print_entry(const EVT_LOG_ENTRY &record) {
 
 const char *GetSeverity(uint8_t b_Severity) {
   switch (b_Severity) {
-    case kSeverityInformational:
-    case kSeverityInformationalAlternate: return "Information";
-    case kSeverityRepaired: return "Repaired";
-    case kSeverityCaution: return "Caution";
-    case kSeverityCritical: return "Critical";
+    case IML_SEVERITY_INFORMATIONAL:
+    case IML_SEVERITY_INFORMATIONAL_ALTERNATE: return "Information";
+    case IML_SEVERITY_REPAIRED: return "Repaired";
+    case IML_SEVERITY_CAUTION: return "Caution";
+    case IML_SEVERITY_CRITICAL: return "Critical";
     default: return "Unknown";
   }
 }

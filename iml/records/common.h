@@ -43,14 +43,14 @@ typedef struct IML_PACKED _evtChassis {
 IML_ASSERT_SIZE(EVT_CHASSIS, 3);
 
 enum EvtZoneType {  // locations that distinguish an enclosure's blades from its network components
-  kZoneNetworkComponent = 13,
-  kZoneBlade = 14,
+  IML_ZONE_NETWORK_COMPONENT = 13,
+  IML_ZONE_BLADE = 14,
 };
 
 enum EvtChassisType {
-  kChassisSystem = 1,  // the server itself when bId is 0, else a chassis attached to it
-  kChassisExternalStorage = 2,
-  kChassisInternalStorage = 3,
-  kChassisServerBladeEnclosure = 4,
-  kChassisPowerEnclosure = 5,
+  IML_CHASSIS_SYSTEM = 1,  // the server itself when bId is 0, else a chassis attached to it
+  IML_CHASSIS_EXTERNAL_STORAGE = 2,
+  IML_CHASSIS_INTERNAL_STORAGE = 3,
+  IML_CHASSIS_SERVER_BLADE_ENCLOSURE = 4,
+  IML_CHASSIS_POWER_ENCLOSURE = 5,
 };

@@ -414,9 +414,9 @@ TEST(Output, NeverGoesIntoANode) {
 }
 
 TEST(EventClassLabels, AreIndexedByClass) {
-  EXPECT_STREQ(EventClass[kClassAsr], "ASR");
-  EXPECT_STREQ(EventClass[kClassUnrecoverableSystemError], "Unrecoverable System Error");
-  EXPECT_STREQ(EventClass[kClassInfrastructure], "Infrastructure Environment");
+  EXPECT_STREQ(EventClass[IML_CLASS_ASR], "ASR");
+  EXPECT_STREQ(EventClass[IML_CLASS_UNRECOVERABLE_SYSTEM_ERROR], "Unrecoverable System Error");
+  EXPECT_STREQ(EventClass[IML_CLASS_INFRASTRUCTURE], "Infrastructure Environment");
 }
 
 }  // namespace

@@ -11,6 +11,18 @@ ORVLOG_SIMULATOR=$server LD_LIBRARY_PATH="" "$orvlog" -v | sed -n 's/^LOG: //p' 
 [ "$(wc -l <"$work/orvlog")" -gt 50 ]
 "$examples/translate.py" "$server/cevt" >"$work/python"
 
+# A program that includes the headers gets no macro and no enumerator without their prefix.
+(cd "$tree/include" && printf '#include "%s"\n' iml/*.h iml/records/*.h) >"$work/all.c"
+printf '#include <%s.h>\n' assert stddef stdint >"$work/system.c"
+for file in all system; do
+  "$cc" -E -dM -I"$tree/include" "$work/$file.c" | cut -d ' ' -f 2 | sed 's/(.*//' | sort >"$work/$file.macros"
+done
+comm -23 "$work/all.macros" "$work/system.macros" >"$work/constants"
+"$cc" -E -P -I"$tree/include" "$work/all.c" | tr '\n' ' ' | grep -oE '\benum\b[^;{]*\{[^}]*\}' |
+  sed 's/.*{//' | grep -oE '\b[A-Za-z_]\w* *[=,}]' >>"$work/constants"
+grep -q '^IML_PACKED' "$work/constants" && grep -q '^IML_CLASS_CPU' "$work/constants"
+! grep -v '^IML_' "$work/constants" >&2 || { echo "constants without IML_" >&2; exit 1; }
+
 read -ra flags < <(pkg-config --cflags --libs imltext)
 strict=(-std=c99 -Wall -Wextra -Wpedantic -Werror)
 "$cc" "${strict[@]}" "$examples/translate.c" "${flags[@]}" -o "$work/translate"
