@@ -203,60 +203,6 @@ class Filters(Case):
             self.assertTrue(least <= got and not most & got, (words, got))
 
 
-class Times(Case):
-    def stamps(self, zone, stamps):
-        log = self.file(*(record(i, first=at) for i, at in enumerate(stamps)))
-        return [entry["first"] for entry in self.objects(log, env={"TZ": zone})]
-
-    def test_changes(self):
-        for zone, rows in {
-                "Europe/Berlin": [
-                    "2025-03-30T01:59:00+01:00", "2025-03-30T02:00:00+01:00", "2025-03-30T02:59:00+01:00",
-                    "2025-03-30T03:00:00+02:00", "2025-10-26T01:59:00+02:00", "2025-10-26T02:00:00+02:00",
-                    "2025-10-26T02:59:00+02:00", "2025-10-26T03:00:00+01:00", "2024-12-31T23:59:00+01:00"],
-                "Australia/Lord_Howe": ["2025-04-06T01:45:00+11:00", "2025-10-05T02:15:00+10:30"],
-                "Africa/Monrovia": ["1970-06-01T00:00:00-00:44", "1972-06-01T00:00:00+00:00"],
-                "Asia/Colombo": ["1996-05-24T23:59:00+05:30", "1996-05-25T00:16:00+05:30", "1996-05-25T01:00:00+06:30"],
-                "Antarctica/Davis": ["2009-10-17T12:00:00+07:00", "2009-10-18T01:56:00+07:00",
-                                     "2009-10-18T12:00:00+05:00"],
-                "Asia/Kolkata": ["1970-01-01T00:00:00+05:30", "9999-12-31T23:59:00+05:30"],
-                "AAA3:30BBB,M3.2.0,M11.1.0": ["2025-01-01T00:00:00-03:30", "2025-07-01T00:00:00-02:30"],
-        }.items():
-            stamps = [datetime.datetime.fromisoformat(row[:16]).timetuple()[:5] for row in rows]
-            self.assertEqual(self.stamps(zone, stamps), rows)
-            self.assertEqual(self.stamps(zone, stamps[::-1]), rows[::-1])
-        log = self.file(*(record(i, first=(2025, 10, 26, hour, 30)) for i, hour in enumerate((1, 2, 3))))
-        self.assertEqual(self.numbers("-U", "2025-10-26 02:30", log), [0, 1])
-
-    def test_validity(self):
-        for at in ((20, 25, 0, 1, 0, 0), (20, 25, 13, 1, 0, 0), (20, 25, 4, 31, 0, 0), (20, 25, 2, 29, 0, 0),
-                   (21, 0, 2, 29, 0, 0), (19, 69, 12, 31, 23, 59), (100, 0, 1, 1, 0, 0), (20, 100, 1, 1, 0, 0),
-                   (20, 25, 1, 0, 0, 0), (20, 25, 1, 1, 24, 0), (20, 25, 1, 1, 0, 60), (0,) * 6, (255,) * 6):
-            self.assertEqual(self.stamps("UTC", [at]), [None], at)
-        self.assertEqual(self.stamps("UTC", [(20, 24, 2, 29, 23, 59), (21, 0, 2, 28, 0, 0), (99, 99, 12, 31, 0, 0)]),
-                         ["2024-02-29T23:59:00+00:00", "2100-02-28T00:00:00+00:00", "9999-12-31T00:00:00+00:00"])
-
-    def test_against_mktime(self):
-        """The rule as it is written down, with the C library's answers, in the months of changes."""
-        draw = random.Random(3)
-        self.addCleanup(time.tzset)
-        self.addCleanup(os.environ.pop, "TZ", None)
-        for zone in ("Europe/Berlin", "America/New_York", "Europe/Dublin", "Africa/Casablanca", "Pacific/Apia",
-                     "Europe/Moscow", "Australia/Lord_Howe", "America/Sao_Paulo", ":/no/such/zone", "<" * 500):
-            os.environ["TZ"] = zone
-            time.tzset()
-            stamps = [(y, m, d, draw.randrange(24), draw.randrange(60)) for y in (1971, 2011, 2014, 2025)
-                      for m in (3, 4, 9, 10, 12) for d in range(1, 31)]
-            for at, text in zip(stamps, self.stamps(zone, stamps)):
-                for summer in (1, 0):
-                    with contextlib.suppress(OverflowError):  # mktime has no answer
-                        instant = time.mktime((*at, 0, 0, 1, summer))
-                        if time.localtime(instant)[:5] == at:
-                            break
-                shown = datetime.datetime.fromisoformat(text)
-                self.assertEqual((shown.timestamp(), shown.timetuple()[:5]), (instant, at), zone)
-
-
 class Statuses(Case):
     def test_wrong_usage(self):
         log = self.file(record())
