@@ -2,7 +2,7 @@
 #pragma once
 
 #include "platform/kelmintrfc64.h"
-#include "platform/ownership.h"
+#include "util/ownership.h"
 
 // A driver node: opened on construction, closed at the end of its scope.
 class Channel {
@@ -28,5 +28,5 @@ class Channel {
   }
 
  private:
-  RequestDescriptor node_;
+  OwnedDescriptor<orvCloseRequest> node_;
 };

@@ -5,7 +5,7 @@
 
 #include "driver/channel.h"
 #include "platform/health_driver.h"
-#include "platform/ownership.h"
+#include "util/ownership.h"
 
 // Reads the log from one number on. No driver can make the walk endless: each answer must lead to a higher
 // number, and the length of a gap is limited.

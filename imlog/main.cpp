@@ -4,10 +4,10 @@
 #include <new>
 #include <unistd.h>
 
-#include "driver/standard_streams.h"
 #include "imlog/exit_status.h"
 #include "imlog/run.h"
 #include "imlog/usage.h"
+#include "util/standard_streams.h"
 
 namespace {
 

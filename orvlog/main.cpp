@@ -7,7 +7,6 @@
 #include <getopt.h>
 #include <unistd.h>
 
-#include "driver/standard_streams.h"
 #include "orvlog/notes.h"
 #include "orvlog/orvlog.h"
 #include "orvlog/output.h"
@@ -17,6 +16,7 @@
 #include "orvlog/usage.h"
 #include "orvlog/viewer.h"
 #include "orvlog/watchdog.h"
+#include "util/standard_streams.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include "driver/channel.h"
 #include "orvlog/orvlog.h"
 #include "orvlog/output.h"
-#include "platform/ownership.h"
+#include "util/ownership.h"
 
 namespace {
 

@@ -15,7 +15,7 @@
 #include "pci/route_text.h"
 #include "platform/health_driver.h"
 #include "platform/kelmintrfc64.h"
-#include "platform/ownership.h"
+#include "util/ownership.h"
 
 pci_irq_route_entry internal_table[kRouteTableEntries];
 int internal_table_size;

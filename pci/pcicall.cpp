@@ -7,8 +7,6 @@
 #include <unistd.h>
 
 #include "pci/paths.h"
-#include "platform/kelmintrfc64.h"
-#include "platform/ownership.h"
 
 namespace {
 

@@ -10,6 +10,10 @@
 #include <dirent.h>
 
 #include "pci/pci_config_header.h"
+#include "platform/kelmintrfc64.h"
+#include "util/ownership.h"
+
+using RequestDescriptor = OwnedDescriptor<orvCloseRequest>;  // from pci_open or orvOpenRequest
 
 // State of a walk over all functions of all buses. The walk owns both handles: it closes them when it ends
 // and sets them to null. Whoever leaves a walk early closes what is not null.

@@ -14,7 +14,7 @@
 #include "pci/paths.h"
 #include "pci/pci_config_header.h"
 #include "pci/portio.h"
-#include "platform/ownership.h"
+#include "util/ownership.h"
 
 namespace {
 

@@ -10,9 +10,9 @@
 #include <unistd.h>
 
 #include "platform/health_driver.h"
-#include "platform/ownership.h"
 #include "simulator/event_log.h"
 #include "simulator/server_directory.h"
+#include "util/ownership.h"
 
 using simulator::fail;
 using simulator::Kind;

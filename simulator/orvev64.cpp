@@ -7,8 +7,8 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include "platform/ownership.h"
 #include "simulator/server_directory.h"
+#include "util/ownership.h"
 
 using simulator::fail;
 

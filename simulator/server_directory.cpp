@@ -9,7 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/ownership.h"
+#include "util/ownership.h"
 
 namespace simulator {
 namespace {

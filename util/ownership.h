@@ -6,8 +6,6 @@
 #include <memory>
 #include <unistd.h>
 
-#include "platform/kelmintrfc64.h"
-
 // A descriptor that is closed with `Close`; negative when opening failed. The destructor preserves errno, so
 // that the reason of an earlier failure survives.
 template <int (*Close)(int)>
@@ -45,8 +43,7 @@ class OwnedDescriptor {
   int fd_;
 };
 
-using Descriptor = OwnedDescriptor<::close>;                 // from open(2), openat(2) and the like
-using RequestDescriptor = OwnedDescriptor<orvCloseRequest>;  // from orvOpenRequest
+using Descriptor = OwnedDescriptor<::close>;  // from open(2), openat(2) and the like
 
 struct FreeMemory {
   void operator()(void *memory) const {
