@@ -26,21 +26,21 @@ struct ChassisWordings {
   Wording<EnclosureTexts> power_enclosure;
 };
 
-// Appends the wording for `Chassis`, or nothing for a type without one. `enclosure_detail` is the further
+// Appends the wording for `chassis`, or nothing for a type without one. `enclosure_detail` is the further
 // text of enclosures.
 template <size_t Details, size_t EnclosureTexts>
-void format_by_chassis(EventText &szString, const ChassisWordings<Details, EnclosureTexts> &wordings,
-                       const EVT_CHASSIS &Chassis, const char *cChassisName,
+void format_by_chassis(EventText &text, const ChassisWordings<Details, EnclosureTexts> &wordings,
+                       const EVT_CHASSIS &chassis, const char *name,
                        const std::array<const char *, Details> &details, const char *enclosure_detail = "") {
   Scratch number;
-  Scratch chassis_name;
+  Scratch name_buffer;
   const auto with_details = [&details](auto... front) {
     std::array<const char *, sizeof...(front) + Details> texts = {front...};
     std::copy(details.begin(), details.end(), texts.begin() + sizeof...(front));
     return texts;
   };
   const auto storage = [&] {
-    return with_details(GetStorChassis(cChassisName, chassis_name), Byte2Str(Chassis.bId, number));
+    return with_details(GetStorChassis(name, name_buffer), Byte2Str(chassis.bId, number));
   };
   const auto enclosure = [&] {
     std::array<const char *, EnclosureTexts> texts{};
@@ -49,23 +49,23 @@ void format_by_chassis(EventText &szString, const ChassisWordings<Details, Enclo
       texts[Details] = enclosure_detail;
     }
     if constexpr (EnclosureTexts > Details) {
-      texts[EnclosureTexts - 1] = GetChassisEx(cChassisName, Chassis, chassis_name);
+      texts[EnclosureTexts - 1] = GetChassisEx(name, chassis, name_buffer);
     }
     return texts;
   };
 
-  switch (Chassis.bType) {
+  switch (chassis.bType) {
     case IML_CHASSIS_SYSTEM:
-      if (Chassis.bId == 0) {
-        szString.format(wordings.system, details);
+      if (chassis.bId == 0) {
+        text.format(wordings.system, details);
       } else {
-        szString.format(wordings.external_chassis, with_details(GetSysChassis(Chassis.bId, cChassisName)));
+        text.format(wordings.external_chassis, with_details(GetSysChassis(chassis.bId, name)));
       }
       break;
-    case IML_CHASSIS_EXTERNAL_STORAGE: szString.format(wordings.external_storage, storage()); break;
-    case IML_CHASSIS_INTERNAL_STORAGE: szString.format(wordings.internal_storage, storage()); break;
-    case IML_CHASSIS_SERVER_BLADE_ENCLOSURE: szString.format(wordings.blade_enclosure, enclosure()); break;
-    case IML_CHASSIS_POWER_ENCLOSURE: szString.format(wordings.power_enclosure, enclosure()); break;
+    case IML_CHASSIS_EXTERNAL_STORAGE: text.format(wordings.external_storage, storage()); break;
+    case IML_CHASSIS_INTERNAL_STORAGE: text.format(wordings.internal_storage, storage()); break;
+    case IML_CHASSIS_SERVER_BLADE_ENCLOSURE: text.format(wordings.blade_enclosure, enclosure()); break;
+    case IML_CHASSIS_POWER_ENCLOSURE: text.format(wordings.power_enclosure, enclosure()); break;
     default: break;
   }
 }

@@ -63,20 +63,20 @@ constexpr ChassisWordings<1> kFansNotRedundant = {
     "Power Enclosure Fans Not Redundant (Location %s, %s)",
 };
 
-void translate_mach_overheat(EventText &szString, const EVT_MACH_OVERHEAT &record) {
-  format_by_chassis(szString, kOverheating, record.Chassis, record.cChassisName,
+void translate_mach_overheat(EventText &text, const EVT_MACH_OVERHEAT &record) {
+  format_by_chassis(text, kOverheating, record.Chassis, record.cChassisName,
                     {Byte2Str(record.bZoneId), GetLocation(record.bZoneType), GetTemp(record.bTemp)});
 }
 
 // The records of a fan's failure, removal and insertion are laid out alike.
 template <class Record>
-void translate_mach_fan(EventText &szString, const ChassisWordings<2> &wordings, const Record &record) {
-  format_by_chassis(szString, wordings, record.Chassis, record.cChassisName,
+void translate_mach_fan(EventText &text, const ChassisWordings<2> &wordings, const Record &record) {
+  format_by_chassis(text, wordings, record.Chassis, record.cChassisName,
                     {Byte2Str(record.bFanId), GetLocation(record.bFanZoneType)});
 }
 
-void translate_mach_door(EventText &szString, const EVT_MACH_DOOR_OPEN &record) {
-  format_by_chassis(szString, kSidePanel, record.Chassis, record.cChassisName, {});
+void translate_mach_door(EventText &text, const EVT_MACH_DOOR_OPEN &record) {
+  format_by_chassis(text, kSidePanel, record.Chassis, record.cChassisName, {});
 }
 
 void TranslateMachFanFailSAS(EventText &szString, const EVT_MACH_SAS_FAN_FAIL &record) {

@@ -23,14 +23,14 @@ struct SerialWordings {
 
 // The last one of `texts` is the serial number, which may be empty.
 template <size_t Texts>
-void format_with_serial(EventText &szString, const SerialWordings<Texts> &wordings,
+void format_with_serial(EventText &text, const SerialWordings<Texts> &wordings,
                         const std::array<const char *, Texts + 1> &texts) {
   if (*texts.back() != '\0') {
-    szString.format(wordings.serial, texts);
+    text.format(wordings.serial, texts);
   } else {
     std::array<const char *, Texts> place{};
     std::copy_n(texts.begin(), Texts, place.begin());
-    szString.format(wordings.plain, place);
+    text.format(wordings.plain, place);
   }
 }
 
@@ -84,28 +84,28 @@ constexpr LocationWordings kFurtherCandidate = {
 };
 
 // `module` is the text of `bModule`, a module's number or a bank's letter.
-void format_location(EventText &szString, const LocationWordings &wordings, uint8_t bSlot, uint8_t bModule,
+void format_location(EventText &text, const LocationWordings &wordings, uint8_t slot, uint8_t module_number,
                      const char *module, const char *serial) {
-  if (bSlot == kSystemMemory && bModule == kUnknownNumber) {
-    format_with_serial(szString, wordings.system_memory, {serial});
-  } else if (bSlot == kSystemMemory) {
-    format_with_serial(szString, wordings.system_memory_module, {module, serial});
-  } else if (bSlot == kUnknownNumber && bModule == kUnknownNumber) {
-    format_with_serial(szString, wordings.unknown, {serial});
+  if (slot == kSystemMemory && module_number == kUnknownNumber) {
+    format_with_serial(text, wordings.system_memory, {serial});
+  } else if (slot == kSystemMemory) {
+    format_with_serial(text, wordings.system_memory_module, {module, serial});
+  } else if (slot == kUnknownNumber && module_number == kUnknownNumber) {
+    format_with_serial(text, wordings.unknown, {serial});
   } else {
-    format_with_serial(szString, wordings.board, {Byte2Str(bSlot), module, serial});
+    format_with_serial(text, wordings.board, {Byte2Str(slot), module, serial});
   }
 }
 
-void translate_module_error(EventText &szString, const LocationWordings &wordings,
+void translate_module_error(EventText &text, const LocationWordings &wordings,
                             const EVT_MAIN_MEMORY &record) {
-  format_location(szString, wordings, record.bSlot, record.bModule, Byte2Str(record.bModule),
+  format_location(text, wordings, record.bSlot, record.bModule, Byte2Str(record.bModule),
                   record.cSerialNumber);
 }
 
 // The letter of a bank, which is stored in place of a module's number.
-const char *get_bank(uint8_t bModule, EventText &szDest = Scratch().here()) {
-  return Char2Str(static_cast<char>(bModule), szDest);
+const char *get_bank(uint8_t bank, EventText &text = Scratch().here()) {
+  return Char2Str(static_cast<char>(bank), text);
 }
 
 // Reads the serial numbers of listed modules from a text in which commas separate them.
@@ -133,19 +133,19 @@ size_t count_candidates(const EVT_MAIN_MEMORY_MULTI &record) {
   return std::clamp<size_t>(record.bResolution, 1, std::size(record.mm));
 }
 
-void translate_candidates(EventText &szString, const LocationWordings &first,
+void translate_candidates(EventText &text, const LocationWordings &first,
                           const EVT_MAIN_MEMORY_MULTI &record) {
   SerialNumbers serials(record.cSerialNumber);
   for (size_t i = 0; i < count_candidates(record); ++i) {
     const EVT_MEM_SINGLE &entry = record.mm[i];
-    format_location(szString, i == 0 ? first : kFurtherCandidate, entry.bSlot, entry.bModule,
+    format_location(text, i == 0 ? first : kFurtherCandidate, entry.bSlot, entry.bModule,
                     Byte2Str(entry.bModule), serials.next());
   }
 }
 
-void append_serial_number(EventText &szString, const char *serial) {
+void append_serial_number(EventText &text, const char *serial) {
   if (*serial != '\0') {
-    szString.format(", Serial Number %s", serial);
+    text.format(", Serial Number %s", serial);
   }
 }
 
@@ -158,7 +158,7 @@ constexpr size_t kCandidateListSize =
 
 // Appends `event` with the listed modules as its text. Serial numbers are shown only if the record counts its
 // modules.
-void translate_candidate_list(EventText &szString, const Wording<1> &event, const Wording<3> &entry,
+void translate_candidate_list(EventText &text, const Wording<1> &event, const Wording<3> &entry,
                               const EVT_MAIN_MEMORY_MULTI &record) {
   OwnText<kCandidateListSize> list;
   SerialNumbers serials(record.bResolution != 0 ? record.cSerialNumber : "");
@@ -170,7 +170,7 @@ void translate_candidate_list(EventText &szString, const Wording<1> &event, cons
     }
     list.format(entry, {Byte2Str(record.mm[i].bSlot), Byte2Str(record.mm[i].bModule), suffix.c_str()});
   }
-  szString.format(event, {list.c_str()});
+  text.format(event, {list.c_str()});
 }
 
 // A spare or mirror that takes over from a faulty module or bank.
@@ -203,15 +203,15 @@ constexpr TakeOverWordings kBankMirrorEngaged = {
 
 // The records of a spare and of a mirror are laid out alike. `module` as for format_location.
 template <class Record>
-void translate_takeover(EventText &szString, const TakeOverWordings &wordings, const Record &record,
+void translate_takeover(EventText &text, const TakeOverWordings &wordings, const Record &record,
                         const char *module) {
   if (record.bSlot == kSystemMemory) {
-    szString.format(wordings.system_memory, {module});
+    text.format(wordings.system_memory, {module});
   } else if (wordings.unlocated != nullptr && record.bSlot == kUnknownNumber &&
              record.bModule == kUnknownNumber) {
-    szString.append(wordings.unlocated);
+    text.append(wordings.unlocated);
   } else {
-    szString.format(wordings.board, {Byte2Str(record.bSlot), module});
+    text.format(wordings.board, {Byte2Str(record.bSlot), module});
   }
 }
 
@@ -222,59 +222,59 @@ constexpr Wording<3> kProcessorMirrorEngaged =
 
 // A spare or mirror that takes over from a faulty module of a processor.
 template <class Record>
-void translate_processor_takeover(EventText &szString, const Wording<3> &wording, const Record &record) {
+void translate_processor_takeover(EventText &text, const Wording<3> &wording, const Record &record) {
   Scratch suffix;
   append_serial_number(suffix, record.cSerialNumber);
-  szString.format(wording, {Byte2Str(record.bSlot), Byte2Str(record.bModule), suffix.c_str()});
+  text.format(wording, {Byte2Str(record.bSlot), Byte2Str(record.bModule), suffix.c_str()});
 }
 
-void translate_main_memory_action(EventText &szString, const EVT_MAIN_MEMORY_USER_ACTION &record) {
+void translate_main_memory_action(EventText &text, const EVT_MAIN_MEMORY_USER_ACTION &record) {
   Scratch number;
   const char *const slot = Byte2Str(record.bSlot, number);
   const bool board = record.bCartridgeOrBoard == 0;
   const bool cartridge = record.bCartridgeOrBoard == 1;
   if (record.bAction == 0 && cartridge) {
-    szString.format("Memory Cartridge Removed (Slot %s)", slot);
+    text.format("Memory Cartridge Removed (Slot %s)", slot);
   } else if (record.bAction == 0 && board) {
-    szString.format("Memory Board Removed (Slot %s)", slot);
+    text.format("Memory Board Removed (Slot %s)", slot);
   } else if (record.bAction == 1 && cartridge) {
-    szString.format("Memory Cartridge Inserted (Slot %s)", slot);
+    text.format("Memory Cartridge Inserted (Slot %s)", slot);
   } else if (record.bAction == 1 && board) {
-    szString.format("Memory Board Inserted (Slot %s)", slot);
+    text.format("Memory Board Inserted (Slot %s)", slot);
   } else if (record.bAction == 2) {
-    szString.format("Memory Cartridge Unlocked (Slot %s)", slot);
+    text.format("Memory Cartridge Unlocked (Slot %s)", slot);
   } else if (record.bAction == 3) {
-    szString.format("Memory Cartridge Locked (Slot %s)", slot);
+    text.format("Memory Cartridge Locked (Slot %s)", slot);
   }
 }
 
-void translate_main_memory_hardware_status(EventText &szString, const EVT_MAIN_MEMORY_HW_STATUS &record) {
+void translate_main_memory_hardware_status(EventText &text, const EVT_MAIN_MEMORY_HW_STATUS &record) {
   Scratch number;
   const char *const slot = Byte2Str(record.bSlot, number);
   switch (record.bStatus) {
-    case 0: szString.format("Memory Cartridge Bus Fault (Slot %s)", slot); break;
-    case 1: szString.format("Memory Cartridge Power Fault (Slot %s)", slot); break;
-    case 2: szString.format("Memory Cartridge Not Redundant (Slot %s)", slot); break;
-    case 3: szString.format("Memory Cartridge Online (Slot %s)", slot); break;
+    case 0: text.format("Memory Cartridge Bus Fault (Slot %s)", slot); break;
+    case 1: text.format("Memory Cartridge Power Fault (Slot %s)", slot); break;
+    case 2: text.format("Memory Cartridge Not Redundant (Slot %s)", slot); break;
+    case 3: text.format("Memory Cartridge Online (Slot %s)", slot); break;
     default: break;
   }
 }
 
-void translate_main_memory_config_error(EventText &szString, const EVT_MAIN_MEMORY_CONFIG_ERR &record) {
+void translate_main_memory_config_error(EventText &text, const EVT_MAIN_MEMORY_CONFIG_ERR &record) {
   if (record.bCartridgeOrBoard == 1) {
-    szString.format("Memory Cartridge Configuration Error (Slot %s, Memory Module %s)",
-                    Byte2Str(record.bSlot), Byte2Str(record.bModule));
+    text.format("Memory Cartridge Configuration Error (Slot %s, Memory Module %s)", Byte2Str(record.bSlot),
+                Byte2Str(record.bModule));
   } else if (record.bCartridgeOrBoard == 0) {
-    szString.format("Memory Board Configuration Error (Slot %s, Memory Module %s)", Byte2Str(record.bSlot),
-                    Byte2Str(record.bModule));
+    text.format("Memory Board Configuration Error (Slot %s, Memory Module %s)", Byte2Str(record.bSlot),
+                Byte2Str(record.bModule));
   }
 }
 
-void translate_main_memory_config_change(EventText &szString, const EVT_MAIN_MEMORY_CONFIG_CHG &record) {
+void translate_main_memory_config_change(EventText &text, const EVT_MAIN_MEMORY_CONFIG_CHG &record) {
   if (record.bAction == 0) {
-    szString.format("Memory Added (Size %s MB)", Dword2Str(record.ulSize));
+    text.format("Memory Added (Size %s MB)", Dword2Str(record.ulSize));
   } else if (record.bAction == 1) {
-    szString.append("Memory Successfully Removed");
+    text.append("Memory Successfully Removed");
   }
 }
 

@@ -4,9 +4,9 @@
 
 namespace iml {
 
-void translate_chipset_error(EventText &szString, const EVT_UNCORRECTABLE_CHIPSET_ERROR &record) {
-  szString.format("Uncorrectable Chipset Error (Error status 1 %s, Error status 2 %s)",
-                  Dword2HexStr(record.dwErrorStatus1), Dword2HexStr(record.dwErrorStatus2));
+void translate_chipset_error(EventText &text, const EVT_UNCORRECTABLE_CHIPSET_ERROR &record) {
+  text.format("Uncorrectable Chipset Error (Error status 1 %s, Error status 2 %s)",
+              Dword2HexStr(record.dwErrorStatus1), Dword2HexStr(record.dwErrorStatus2));
 }
 
 void TranslateClass06(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {

@@ -5,30 +5,30 @@
 namespace iml {
 namespace {
 
-void translate_pci_bus_error(EventText &szString, const EVT_PCI_BUS &record) {
+void translate_pci_bus_error(EventText &text, const EVT_PCI_BUS &record) {
   if (record.Chassis.bId != 0) {
-    szString.format("PCI Bus Error (Chassis %s, Slot %s, Bus %s, Device %s, Function %s)",
-                    Byte2Str(record.Chassis.bId), Byte2Str(record.bSlot), Byte2Str(record.bBus),
-                    Byte2Str(record.bDevice), Byte2Str(record.bFunction));
+    text.format("PCI Bus Error (Chassis %s, Slot %s, Bus %s, Device %s, Function %s)",
+                Byte2Str(record.Chassis.bId), Byte2Str(record.bSlot), Byte2Str(record.bBus),
+                Byte2Str(record.bDevice), Byte2Str(record.bFunction));
   } else {
-    szString.format("PCI Bus Error (Slot %s, Bus %s, Device %s, Function %s)", Byte2Str(record.bSlot),
-                    Byte2Str(record.bBus), Byte2Str(record.bDevice), Byte2Str(record.bFunction));
+    text.format("PCI Bus Error (Slot %s, Bus %s, Device %s, Function %s)", Byte2Str(record.bSlot),
+                Byte2Str(record.bBus), Byte2Str(record.bDevice), Byte2Str(record.bFunction));
   }
 }
 
-const char *get_pci_express_location(uint8_t bSlot, EventText &szDest = Scratch().here()) {
-  if (bSlot == 0) {
+const char *get_pci_express_location(uint8_t slot, EventText &text = Scratch().here()) {
+  if (slot == 0) {
     return "Embedded device";
   }
-  szDest.format("Slot %s", Byte2Str(bSlot));
-  return szDest.c_str();
+  text.format("Slot %s", Byte2Str(slot));
+  return text.c_str();
 }
 
 // Bus, device and function 255 are shown as numbers.
-void translate_pci_express_error(EventText &szString, const EVT_PCI_EXPRESS &record) {
-  szString.format("Uncorrectable PCI Express Error (%s, Bus %d, Device %d, Function %d, Error status %s)",
-                  get_pci_express_location(record.bSlot), record.bBus, record.bDevice, record.bFunction,
-                  Dword2HexStr(record.dwErrorStatus));
+void translate_pci_express_error(EventText &text, const EVT_PCI_EXPRESS &record) {
+  text.format("Uncorrectable PCI Express Error (%s, Bus %d, Device %d, Function %d, Error status %s)",
+              get_pci_express_location(record.bSlot), record.bBus, record.bDevice, record.bFunction,
+              Dword2HexStr(record.dwErrorStatus));
 }
 
 }  // namespace

@@ -25,12 +25,11 @@ constexpr SlotWordings kSlotEvents[] = {
     {"Adapter Failure (Slot %s)", "Adapter Failure (Chassis %s, Slot %s)"},
 };
 
-void translate_slot_event(EventText &szString, const SlotWordings &wordings,
-                          const EVT_EXPANSION_SLOT &record) {
+void translate_slot_event(EventText &text, const SlotWordings &wordings, const EVT_EXPANSION_SLOT &record) {
   if (record.Chassis.bId == 0) {
-    szString.format(wordings.without_chassis, {Byte2Str(record.bSlot)});
+    text.format(wordings.without_chassis, {Byte2Str(record.bSlot)});
   } else {
-    szString.format(wordings.with_chassis, {Byte2Str(record.Chassis.bId), Byte2Str(record.bSlot)});
+    text.format(wordings.with_chassis, {Byte2Str(record.Chassis.bId), Byte2Str(record.bSlot)});
   }
 }
 

@@ -155,7 +155,7 @@ const char *GetPSError(uint8_t bPSError) {
 }
 
 // The error comes before the chassis, which ChassisWordings cannot express.
-void translate_ps_failure(EventText &szString, const EVT_POWER_SUPPLY_FAILURE &record) {
+void translate_ps_failure(EventText &text, const EVT_POWER_SUPPLY_FAILURE &record) {
   const EVT_CHASSIS &chassis = record.Chassis;
   const char *const name = record.cChassisName;
   Scratch number;
@@ -164,42 +164,42 @@ void translate_ps_failure(EventText &szString, const EVT_POWER_SUPPLY_FAILURE &r
   switch (chassis.bType) {
     case IML_CHASSIS_SYSTEM:
       if (chassis.bId == 0) {
-        szString.format("System Power Supply: %s (Power Supply %s)", error, supply);
+        text.format("System Power Supply: %s (Power Supply %s)", error, supply);
       } else {
-        szString.format("External Chassis Power Supply: %s (Chassis %s, Power Supply %s)", error,
-                        GetSysChassis(chassis.bId, name), supply);
+        text.format("External Chassis Power Supply: %s (Chassis %s, Power Supply %s)", error,
+                    GetSysChassis(chassis.bId, name), supply);
       }
       break;
     case IML_CHASSIS_EXTERNAL_STORAGE:
-      szString.format("External Storage System Power Supply: %s (%sSlot %s, Power Supply %s)", error,
-                      GetStorChassis(name), Byte2Str(chassis.bId), supply);
+      text.format("External Storage System Power Supply: %s (%sSlot %s, Power Supply %s)", error,
+                  GetStorChassis(name), Byte2Str(chassis.bId), supply);
       break;
     case IML_CHASSIS_INTERNAL_STORAGE:
-      szString.format("Internal Storage System Power Supply: %s (%sSlot %s, Power Supply %s)", error,
-                      GetStorChassis(name), Byte2Str(chassis.bId), supply);
+      text.format("Internal Storage System Power Supply: %s (%sSlot %s, Power Supply %s)", error,
+                  GetStorChassis(name), Byte2Str(chassis.bId), supply);
       break;
     case IML_CHASSIS_SERVER_BLADE_ENCLOSURE:
-      szString.format("Server Blade Enclosure Power Supply: %s (Power Supply %s, %s)", error, supply,
-                      GetChassisEx(name, chassis));
+      text.format("Server Blade Enclosure Power Supply: %s (Power Supply %s, %s)", error, supply,
+                  GetChassisEx(name, chassis));
       break;
     case IML_CHASSIS_POWER_ENCLOSURE:
-      szString.format("Power Enclosure Power Supply: %s (Power Supply %s, %s)", error, supply,
-                      GetChassisEx(name, chassis));
+      text.format("Power Enclosure Power Supply: %s (Power Supply %s, %s)", error, supply,
+                  GetChassisEx(name, chassis));
       break;
     default: break;
   }
 }
 
-void translate_battery_low(EventText &szString, const EVT_BATTERY_LOW &record) {
+void translate_battery_low(EventText &text, const EVT_BATTERY_LOW &record) {
   if (record.Chassis.bId == 0) {
-    szString.append("Real-Time Clock Battery Failing");
+    text.append("Real-Time Clock Battery Failing");
   } else {
-    szString.format("Real-Time Clock Battery Failing (Chassis %s)", Byte2Str(record.Chassis.bId));
+    text.format("Real-Time Clock Battery Failing (Chassis %s)", Byte2Str(record.Chassis.bId));
   }
 }
 
 // Enclosures have no wording. The chassis is shown by number only.
-void translate_power_module_failure(EventText &szString, const EVT_POWER_MODULE_FAILURE &record) {
+void translate_power_module_failure(EventText &text, const EVT_POWER_MODULE_FAILURE &record) {
   static constexpr const char *kSentences[] = {
       "A Power Module has Failed",
       "A CPU Power Module has Failed",
@@ -212,40 +212,39 @@ void translate_power_module_failure(EventText &szString, const EVT_POWER_MODULE_
   }
   const char *const sentence = Lookup(kSentences, record.bConverterType, kSentences[0]);
   if (chassis.bType == IML_CHASSIS_SYSTEM && chassis.bId == 0) {
-    szString.format("%s (System Board, Socket %s)", sentence, Byte2Str(record.bConverter));
+    text.format("%s (System Board, Socket %s)", sentence, Byte2Str(record.bConverter));
   } else {
-    szString.format("%s (Chassis %s, Slot %s, Socket %s)", sentence, Byte2Str(chassis.bId),
-                    Byte2Str(record.bSlot), Byte2Str(record.bConverter));
+    text.format("%s (Chassis %s, Slot %s, Socket %s)", sentence, Byte2Str(chassis.bId),
+                Byte2Str(record.bSlot), Byte2Str(record.bConverter));
   }
 }
 
 // The record of an enclosure holds one byte more, before the name.
-void translate_ps_not_redundant(EventText &szString, const EVT_FREE_FORM &payload) {
+void translate_ps_not_redundant(EventText &text, const EVT_FREE_FORM &payload) {
   const EVT_CHASSIS &chassis = payload.PsNotRed.Chassis;
   const bool enclosure =
       chassis.bType == IML_CHASSIS_SERVER_BLADE_ENCLOSURE || chassis.bType == IML_CHASSIS_POWER_ENCLOSURE;
-  format_by_chassis(szString, kSuppliesNotRedundant, chassis,
+  format_by_chassis(text, kSuppliesNotRedundant, chassis,
                     enclosure ? payload.PsInfNotRed.cChassisName : payload.PsNotRed.cChassisName, {},
                     GetRedundancy(payload.PsInfNotRed.bType));
 }
 
 // The layouts of these records differ, but all name a power supply and its chassis.
 template <size_t EnclosureTexts, class Record>
-void translate_power_supply(EventText &szString, const ChassisWordings<1, EnclosureTexts> &wordings,
+void translate_power_supply(EventText &text, const ChassisWordings<1, EnclosureTexts> &wordings,
                             const Record &record, const char *enclosure_detail = "") {
-  format_by_chassis(szString, wordings, record.Chassis, record.cChassisName, {Byte2Str(record.bPsId)},
+  format_by_chassis(text, wordings, record.Chassis, record.cChassisName, {Byte2Str(record.bPsId)},
                     enclosure_detail);
 }
 
 // The same for power modules.
 template <class Record>
-void translate_power_module(EventText &szString, const ChassisWordings<1, 1> &wordings,
-                            const Record &record) {
-  format_by_chassis(szString, wordings, record.Chassis, record.cChassisName, {Byte2Str(record.bId)});
+void translate_power_module(EventText &text, const ChassisWordings<1, 1> &wordings, const Record &record) {
+  format_by_chassis(text, wordings, record.Chassis, record.cChassisName, {Byte2Str(record.bId)});
 }
 
-void translate_ac_problem(EventText &szString, const EVT_POWER_AC_VOLTAGE &record) {
-  translate_power_supply(szString, kAcProblem, record, GetACProblem(record.bError));
+void translate_ac_problem(EventText &text, const EVT_POWER_AC_VOLTAGE &record) {
+  translate_power_supply(text, kAcProblem, record, GetACProblem(record.bError));
 }
 
 void TranslatePsFailureSAS(EventText &szString, const EVT_SAS_POWER_SUPPLY_FAILURE &record) {

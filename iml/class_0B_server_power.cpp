@@ -29,7 +29,7 @@ void TranslatePsServerPowerFault(EventText &szString, const EVT_SYS_POWER_FAULT 
 }
 
 void TranslateQuellinBatFail(EventText &szString, const EVT_POWER_SUPPLY_STORBAT_FAILED &record) {
-  const auto failure = [&](Format<uint8_t> message) { szString.format(message, record.bBatteryId); };
+  const auto failure = [&](FormatString<uint8_t> message) { szString.format(message, record.bBatteryId); };
   switch (record.dwErrorCode) {
     case 4:
       failure(
@@ -80,46 +80,42 @@ void TranslateQuellinBatFail(EventText &szString, const EVT_POWER_SUPPLY_STORBAT
 
 }  // namespace
 
-void translate_server_power(EventText &szString, uint16_t wEventCode, const EVT_FREE_FORM &data,
-                            int8_t bDataLength) {
-  switch (wEventCode) {
-    case 0x15: szString.append("Mismatched Power Supply Installed"); break;
-    case 0x16: szString.append("Server Powered On"); break;
-    case 0x17: szString.append("Server Powered Off"); break;
-    case 0x18: szString.append("Server Power Reset"); break;
-    case 0x19: szString.append("Server Power Brownout"); break;
-    case 0x1A: TranslatePsServerPowerFault(szString, data.PsSysPowerFault, bDataLength); break;
-    case 0x1B: szString.append("System Board Power Protection Fault"); break;
-    case 0x1C: szString.append("Power Supply or Power Backplane Detection Error"); break;
-    case 0x1D: szString.append("Power Management Features Disabled By Power Supply"); break;
-    case 0x1E:
-      szString.format("Quellin Battery Removed (Battery %d)", data.PsStorBatRemoved.bBatteryId);
-      break;
-    case 0x1F: TranslateQuellinBatFail(szString, data.PsStorBatFailed); break;
+void translate_server_power(EventText &text, uint16_t event_code, const EVT_FREE_FORM &data,
+                            int8_t data_length) {
+  switch (event_code) {
+    case 0x15: text.append("Mismatched Power Supply Installed"); break;
+    case 0x16: text.append("Server Powered On"); break;
+    case 0x17: text.append("Server Powered Off"); break;
+    case 0x18: text.append("Server Power Reset"); break;
+    case 0x19: text.append("Server Power Brownout"); break;
+    case 0x1A: TranslatePsServerPowerFault(text, data.PsSysPowerFault, data_length); break;
+    case 0x1B: text.append("System Board Power Protection Fault"); break;
+    case 0x1C: text.append("Power Supply or Power Backplane Detection Error"); break;
+    case 0x1D: text.append("Power Management Features Disabled By Power Supply"); break;
+    case 0x1E: text.format("Quellin Battery Removed (Battery %d)", data.PsStorBatRemoved.bBatteryId); break;
+    case 0x1F: TranslateQuellinBatFail(text, data.PsStorBatFailed); break;
     case 0x20:
-      szString.format("Quellin Battery Not Responding (Battery %d)", data.PsStorBatI2CFault.bBatteryId);
+      text.format("Quellin Battery Not Responding (Battery %d)", data.PsStorBatI2CFault.bBatteryId);
       break;
     case 0x21:
-      szString.append(
+      text.append(
           "The system contains multiple types of power supplies.  Certain features are not supported and power redundancy may be limited");
       break;
     case 0x22:
-      szString.append(
+      text.append(
           "A Power Supply hot-plug event occurred resulting in the system containing multiple types of power supplies when Dynamic Power Capping (DPC) is enabled.  DPC may not function properly in this state, and it is recommended power capping be disabled");
       break;
     case 0x23:
-      szString.append(
+      text.append(
           "A Power Supply hot-plug event occurred resulting in the system containing multiple types of power supplies when High Efficiency Mode (HEM) is enabled.  HEM may not function properly in this state, and it is recommended HEM be disabled");
       break;
-    case 0x24:
-      szString.format("Power On Denied (Service Information: %s)", data.PsPowerOnDenied.cText);
-      break;
+    case 0x24: text.format("Power On Denied (Service Information: %s)", data.PsPowerOnDenied.cText); break;
     case 0x25:
-      szString.format("Battery Backup Unit failure (Bay %d, %s)", data.PsBBUFailure.bBayNumber,
-                      data.PsBBUFailure.cText);
+      text.format("Battery Backup Unit failure (Bay %d, %s)", data.PsBBUFailure.bBayNumber,
+                  data.PsBBUFailure.cText);
       break;
-    case 0x26: szString.format("Battery Backup Unit inserted (Bay %d)", data.PsBBUInsRem.bBayNumber); break;
-    case 0x27: szString.format("Battery Backup Unit removed (Bay %d)", data.PsBBUInsRem.bBayNumber); break;
+    case 0x26: text.format("Battery Backup Unit inserted (Bay %d)", data.PsBBUInsRem.bBayNumber); break;
+    case 0x27: text.format("Battery Backup Unit removed (Bay %d)", data.PsBBUInsRem.bBayNumber); break;
     default: break;
   }
 }

@@ -28,21 +28,20 @@ constexpr const char *kShutdownsFrom80[] = {
     /* 0x88 */ "Automatic Operating System Shutdown Due to Power Supply Failure Aborted",
 };
 
-const char *get_shutdown_message(uint8_t bCause) {
-  return bCause < 0x80 ? Lookup(kShutdownsFrom00, bCause, kShutdown)
-                       : Lookup(kShutdownsFrom80, bCause - 0x80U, kShutdown);
+const char *get_shutdown_message(uint8_t cause) {
+  return cause < 0x80 ? Lookup(kShutdownsFrom00, cause, kShutdown)
+                      : Lookup(kShutdownsFrom80, cause - 0x80U, kShutdown);
 }
 
-void translate_os_power_shed(EventText &szString, const EVT_OS_PWR_SHED &record) {
+void translate_os_power_shed(EventText &text, const EVT_OS_PWR_SHED &record) {
   switch (record.bZoneType) {
     case IML_ZONE_NETWORK_COMPONENT:
-      szString.format(
-          "Server Blade Enclosure Network Component Shutdown Via Power Management Software (Slot %s)",
-          Byte2Str(record.bZoneId));
+      text.format("Server Blade Enclosure Network Component Shutdown Via Power Management Software (Slot %s)",
+                  Byte2Str(record.bZoneId));
       break;
     case IML_ZONE_BLADE:
-      szString.format("Server Blade Enclosure Blade Shutdown Via Power Management Software (Slot %s)",
-                      Byte2Str(record.bZoneId));
+      text.format("Server Blade Enclosure Blade Shutdown Via Power Management Software (Slot %s)",
+                  Byte2Str(record.bZoneId));
       break;
     default: break;
   }

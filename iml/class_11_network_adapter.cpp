@@ -33,12 +33,12 @@ constexpr NicWordings kRedundancyReduced = {
 
 // The records of an adapter's error and of lost redundancy are laid out alike.
 template <class Record>
-void translate_nic(EventText &szString, const NicWordings &wordings, const Record &record) {
+void translate_nic(EventText &text, const NicWordings &wordings, const Record &record) {
   if (record.Chassis.bId == 0) {
-    szString.format(wordings.without_chassis, {Byte2Str(record.bSlot), Byte2Str(record.Chassis.bPort)});
+    text.format(wordings.without_chassis, {Byte2Str(record.bSlot), Byte2Str(record.Chassis.bPort)});
   } else {
-    szString.format(wordings.with_chassis, {GetSysChassis(record.Chassis.bId, record.cChassisName),
-                                            Byte2Str(record.bSlot), Byte2Str(record.Chassis.bPort)});
+    text.format(wordings.with_chassis, {GetSysChassis(record.Chassis.bId, record.cChassisName),
+                                        Byte2Str(record.bSlot), Byte2Str(record.Chassis.bPort)});
   }
 }
 

@@ -5,28 +5,27 @@
 namespace iml {
 namespace {
 
-void translate_scsi_controller_failure(EventText &szString, const EVT_SCSI_CTRL_FAILURE &record) {
+void translate_scsi_controller_failure(EventText &text, const EVT_SCSI_CTRL_FAILURE &record) {
   if (record.Chassis.bId == 0) {
-    szString.format("SCSI Controller Failure (Slot %s)", Byte2Str(record.bSlot));
+    text.format("SCSI Controller Failure (Slot %s)", Byte2Str(record.bSlot));
   } else {
-    szString.format("SCSI Controller Failure (Chassis %s, Slot %s)",
-                    GetSysChassis(record.Chassis.bId, record.cChassisName), Byte2Str(record.bSlot));
+    text.format("SCSI Controller Failure (Chassis %s, Slot %s)",
+                GetSysChassis(record.Chassis.bId, record.cChassisName), Byte2Str(record.bSlot));
   }
 }
 
 // The chassis holds the controller's slot and the bus.
-void translate_scsi_device_failure(EventText &szString, const EVT_SCSI_DEVICE_FAILURE &record) {
-  szString.format("SCSI Device Failure (%sSlot %s, Bus %s, Bay %s)", GetStorChassis(record.cChassisName),
-                  Byte2Str(record.Chassis.bId), Byte2Str(record.Chassis.bPort), Byte2Str(record.bBay));
+void translate_scsi_device_failure(EventText &text, const EVT_SCSI_DEVICE_FAILURE &record) {
+  text.format("SCSI Device Failure (%sSlot %s, Bus %s, Bay %s)", GetStorChassis(record.cChassisName),
+              Byte2Str(record.Chassis.bId), Byte2Str(record.Chassis.bPort), Byte2Str(record.bBay));
 }
 
-void translate_scsi_controllers_not_redundant(EventText &szString,
-                                              const EVT_SCSI_CTRLS_NOT_REDUNDANT &record) {
+void translate_scsi_controllers_not_redundant(EventText &text, const EVT_SCSI_CTRLS_NOT_REDUNDANT &record) {
   if (record.Chassis.bId == 0) {
-    szString.append("SCSI Controllers No Longer Redundant");
+    text.append("SCSI Controllers No Longer Redundant");
   } else {
-    szString.format("SCSI Controllers No Longer Redundant (Chassis %s)",
-                    GetSysChassis(record.Chassis.bId, record.cChassisName));
+    text.format("SCSI Controllers No Longer Redundant (Chassis %s)",
+                GetSysChassis(record.Chassis.bId, record.cChassisName));
   }
 }
 

@@ -51,39 +51,38 @@ const char *GetSASPhyGenericDeviceString(uint8_t bBox, uint8_t bBay, uint8_t bTy
   return szString.c_str();
 }
 
-void translate_controller_failure(EventText &szString, const EVT_ARRAY_CTRL_FAILURE &record) {
+void translate_controller_failure(EventText &text, const EVT_ARRAY_CTRL_FAILURE &record) {
   if (record.Chassis.bId == 0) {
-    szString.format("Drive Array Controller Failure (Slot %s)", Byte2Str(record.bSlot));
+    text.format("Drive Array Controller Failure (Slot %s)", Byte2Str(record.bSlot));
   } else {
-    szString.format("Drive Array Controller Failure (Chassis %s, Slot %s)",
-                    GetSysChassis(record.Chassis.bId, record.cChassisName), Byte2Str(record.bSlot));
+    text.format("Drive Array Controller Failure (Chassis %s, Slot %s)",
+                GetSysChassis(record.Chassis.bId, record.cChassisName), Byte2Str(record.bSlot));
   }
 }
 
-void translate_device_failure(EventText &szString, const EVT_ARRAY_DEV_FAILURE &record) {
-  szString.format("Drive Array Device Failure (%sSlot %s, Bus %s, Bay %s)",
-                  GetStorChassis(record.cChassisName), Byte2Str(record.Chassis.bId),
-                  Byte2Str(record.Chassis.bPort), Byte2Str(record.bBay));
+void translate_device_failure(EventText &text, const EVT_ARRAY_DEV_FAILURE &record) {
+  text.format("Drive Array Device Failure (%sSlot %s, Bus %s, Bay %s)", GetStorChassis(record.cChassisName),
+              Byte2Str(record.Chassis.bId), Byte2Str(record.Chassis.bPort), Byte2Str(record.bBay));
 }
 
-void translate_accel_failure(EventText &szString, const EVT_ARRAY_ACCEL_FAILURE &record) {
+void translate_accel_failure(EventText &text, const EVT_ARRAY_ACCEL_FAILURE &record) {
   const EVT_CHASSIS &chassis = record.Chassis;
   if (chassis.bId == 0) {
-    szString.format("Drive Array Cache Module Battery Failure (Bus %s, Slot %s)", Byte2Str(chassis.bPort),
-                    Byte2Str(record.bSlot));
+    text.format("Drive Array Cache Module Battery Failure (Bus %s, Slot %s)", Byte2Str(chassis.bPort),
+                Byte2Str(record.bSlot));
   } else {
-    szString.format("Drive Array Cache Module Battery Failure (Chassis %s, Bus %s, Slot %s)",
-                    GetSysChassis(chassis.bId, record.cChassisName), Byte2Str(chassis.bPort),
-                    Byte2Str(record.bSlot));
+    text.format("Drive Array Cache Module Battery Failure (Chassis %s, Bus %s, Slot %s)",
+                GetSysChassis(chassis.bId, record.cChassisName), Byte2Str(chassis.bPort),
+                Byte2Str(record.bSlot));
   }
 }
 
-void translate_controllers_not_redundant(EventText &szString, const EVT_ARRAY_CTRLS_NOT_REDUNDANT &record) {
+void translate_controllers_not_redundant(EventText &text, const EVT_ARRAY_CTRLS_NOT_REDUNDANT &record) {
   if (record.Chassis.bId == 0) {
-    szString.append("Drive Array Controllers No Longer Redundant");
+    text.append("Drive Array Controllers No Longer Redundant");
   } else {
-    szString.format("Drive Array Controllers No Longer Redundant (Chassis %s)",
-                    GetSysChassis(record.Chassis.bId, record.cChassisName));
+    text.format("Drive Array Controllers No Longer Redundant (Chassis %s)",
+                GetSysChassis(record.Chassis.bId, record.cChassisName));
   }
 }
 
@@ -96,48 +95,47 @@ void TranslateDevFailureSAS(EventText &szString, const EVT_SAS_ARRAY_DEV_FAILURE
 // A predicted failure has the wording of a failure.
 constexpr auto *TranslateDevPredictFailSAS = TranslateDevFailureSAS;
 
-void translate_device_wear_sas(EventText &szString, const EVT_SAS_ARRAY_DEV_FAILURE &record) {
-  szString.format("%s Storage Enclosure Device SMART Wear Error (Bay %u, Box %u, Port %s, %s)",
-                  GetInternalExternal(record.Chassis), record.bBay, record.bBox, GetSASPort(record.szPortID),
-                  GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
+void translate_device_wear_sas(EventText &text, const EVT_SAS_ARRAY_DEV_FAILURE &record) {
+  text.format("%s Storage Enclosure Device SMART Wear Error (Bay %u, Box %u, Port %s, %s)",
+              GetInternalExternal(record.Chassis), record.bBay, record.bBox, GetSASPort(record.szPortID),
+              GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
 }
 
-void translate_phy_error_sas(EventText &szString, const EVT_SAS_ARRAY_PHY_ERROR &record) {
-  szString.format("%s Storage Enclosure PHY Link Error (PHY %u, Expander %u, Box %u, Port %s, %s)",
-                  GetInternalExternal(record.Chassis), record.bExpanderPhyNumber, record.bExpanderNumber,
-                  record.bBox, GetSASPort(record.szPortID),
-                  GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
+void translate_phy_error_sas(EventText &text, const EVT_SAS_ARRAY_PHY_ERROR &record) {
+  text.format("%s Storage Enclosure PHY Link Error (PHY %u, Expander %u, Box %u, Port %s, %s)",
+              GetInternalExternal(record.Chassis), record.bExpanderPhyNumber, record.bExpanderNumber,
+              record.bBox, GetSASPort(record.szPortID),
+              GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
 }
 
-void translate_phy_error_extended_sas(EventText &szString, const EVT_SAS_ARRAY_PHY_ERROR_EXTENDED &record) {
-  szString.format("%s Storage Enclosure PHY Link Error (%s, Box %u, Port %s, %s)",
-                  GetInternalExternal(record.Chassis),
-                  Lookup(szSASPHYFailPath, record.bErrorPath, szSASPHYFailPath[0]), record.bBoxNumber,
-                  GetSASPort(record.szPortID), GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
+void translate_phy_error_extended_sas(EventText &text, const EVT_SAS_ARRAY_PHY_ERROR_EXTENDED &record) {
+  text.format("%s Storage Enclosure PHY Link Error (%s, Box %u, Port %s, %s)",
+              GetInternalExternal(record.Chassis),
+              Lookup(szSASPHYFailPath, record.bErrorPath, szSASPHYFailPath[0]), record.bBoxNumber,
+              GetSASPort(record.szPortID), GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
 }
 
-void translate_phy_error_generic_sas(EventText &szString, const EVT_SAS_ARRAY_PHY_ERROR_GENERIC &record) {
-  szString.format("%s Storage Enclosure PHY Link Error (Detected By %s, Attached To %s, Port %s, %s)",
-                  GetInternalExternal(record.Chassis),
-                  GetSASPhyGenericDeviceString(record.bDetectingDeviceBoxNumber,
-                                               record.bDetectingDeviceBayNumber, record.bDetectingDeviceType),
-                  GetSASPhyGenericDeviceString(record.bAttachedDeviceBoxNumber,
-                                               record.bAttachedDeviceBayNumber, record.bAttachedDeviceType),
-                  GetSASPort(record.szPortID), GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
+void translate_phy_error_generic_sas(EventText &text, const EVT_SAS_ARRAY_PHY_ERROR_GENERIC &record) {
+  text.format("%s Storage Enclosure PHY Link Error (Detected By %s, Attached To %s, Port %s, %s)",
+              GetInternalExternal(record.Chassis),
+              GetSASPhyGenericDeviceString(record.bDetectingDeviceBoxNumber, record.bDetectingDeviceBayNumber,
+                                           record.bDetectingDeviceType),
+              GetSASPhyGenericDeviceString(record.bAttachedDeviceBoxNumber, record.bAttachedDeviceBayNumber,
+                                           record.bAttachedDeviceType),
+              GetSASPort(record.szPortID), GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
 }
 
-void translate_phy_disabled_sas(EventText &szString, const EVT_SAS_ARRAY_PHY_DISABLED &record) {
-  szString.format("%s Storage Enclosure PHY Disabled (Between %s and %s, Port %s, %s)",
-                  GetInternalExternal(record.Chassis),
-                  TranslatePhyDisabledSASDevice(record.bSourceDeviceType),
-                  TranslatePhyDisabledSASDevice(record.bDestDeviceType), GetSASPort(record.szPortID),
-                  GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
+void translate_phy_disabled_sas(EventText &text, const EVT_SAS_ARRAY_PHY_DISABLED &record) {
+  text.format("%s Storage Enclosure PHY Disabled (Between %s and %s, Port %s, %s)",
+              GetInternalExternal(record.Chassis), TranslatePhyDisabledSASDevice(record.bSourceDeviceType),
+              TranslatePhyDisabledSASDevice(record.bDestDeviceType), GetSASPort(record.szPortID),
+              GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
 }
 
-void translate_sep_failure_sas(EventText &szString, const EVT_SAS_ARRAY_SEP_FAILURE &record) {
-  szString.format("%s SAS Array Storage Enclosure Processor Failure (Box %u, Port %s, %s)",
-                  GetInternalExternal(record.Chassis), record.bBox, GetSASPort(record.szPortID),
-                  GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
+void translate_sep_failure_sas(EventText &text, const EVT_SAS_ARRAY_SEP_FAILURE &record) {
+  text.format("%s SAS Array Storage Enclosure Processor Failure (Box %u, Port %s, %s)",
+              GetInternalExternal(record.Chassis), record.bBox, GetSASPort(record.szPortID),
+              GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
 }
 
 }  // namespace

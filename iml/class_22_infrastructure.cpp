@@ -131,8 +131,8 @@ const char *GetPowerDenialReason(uint8_t bReason) {
 }
 
 // The words that begin most lines. They are empty for other chassis, whose lines begin with a blank.
-const char *get_enclosure_type(const EVT_CHASSIS &Chassis) {
-  switch (Chassis.bType) {
+const char *get_enclosure_type(const EVT_CHASSIS &chassis) {
+  switch (chassis.bType) {
     case IML_CHASSIS_SERVER_BLADE_ENCLOSURE: return "Server Blade Enclosure";
     case IML_CHASSIS_POWER_ENCLOSURE: return "Power Enclosure";
     default: return "";
@@ -141,127 +141,125 @@ const char *get_enclosure_type(const EVT_CHASSIS &Chassis) {
 
 // The enclosure's serial number or address, for any record with an enclosure's name.
 template <class Record>
-const char *get_enclosure(const Record &record, EventText &szDest = Scratch().here()) {
-  return GetChassisEx(record.cChassisName, record.Chassis, szDest);
+const char *get_enclosure(const Record &record, EventText &text = Scratch().here()) {
+  return GetChassisEx(record.cChassisName, record.Chassis, text);
 }
 
 // Most events name the enclosure and one or two details. The functions differ in the order of these.
 
 template <class Record>
-void translate_inf(EventText &szString, Wording<2> wording, const Record &record) {
-  szString.format(wording, {get_enclosure_type(record.Chassis), get_enclosure(record)});
+void translate_inf(EventText &text, Wording<2> wording, const Record &record) {
+  text.format(wording, {get_enclosure_type(record.Chassis), get_enclosure(record)});
 }
 
 template <class Record>
-void translate_inf(EventText &szString, Wording<3> wording, const Record &record, const char *detail) {
-  szString.format(wording, {get_enclosure_type(record.Chassis), get_enclosure(record), detail});
+void translate_inf(EventText &text, Wording<3> wording, const Record &record, const char *detail) {
+  text.format(wording, {get_enclosure_type(record.Chassis), get_enclosure(record), detail});
 }
 
 template <class Record>
-void translate_inf_at(EventText &szString, Wording<3> wording, const Record &record, const char *place) {
-  szString.format(wording, {get_enclosure_type(record.Chassis), place, get_enclosure(record)});
+void translate_inf_at(EventText &text, Wording<3> wording, const Record &record, const char *place) {
+  text.format(wording, {get_enclosure_type(record.Chassis), place, get_enclosure(record)});
 }
 
 template <class Record>
-void translate_inf_blade(EventText &szString, Wording<4> wording, const Record &record, const char *reason) {
-  szString.format(
-      wording, {get_enclosure_type(record.Chassis), reason, get_enclosure(record), Byte2Str(record.bBlade)});
+void translate_inf_blade(EventText &text, Wording<4> wording, const Record &record, const char *reason) {
+  text.format(wording,
+              {get_enclosure_type(record.Chassis), reason, get_enclosure(record), Byte2Str(record.bBlade)});
 }
 
 template <class Record>
-void translate_inf_side(EventText &szString, Wording<4> wording, const Record &record, const char *problem) {
-  szString.format(wording, {get_enclosure_type(record.Chassis), problem, GetRackSide(record.bSide),
-                            get_enclosure(record)});
+void translate_inf_side(EventText &text, Wording<4> wording, const Record &record, const char *problem) {
+  text.format(wording, {get_enclosure_type(record.Chassis), problem, GetRackSide(record.bSide),
+                        get_enclosure(record)});
 }
 
 // A fault or a removal. Both records number the blower in bProblem.
 template <class Record>
-void translate_inf_blower(EventText &szString, Wording<4> wording, const Record &record) {
-  translate_inf_side(szString, wording, record, Byte2Str(record.bProblem));
+void translate_inf_blower(EventText &text, Wording<4> wording, const Record &record) {
+  translate_inf_side(text, wording, record, Byte2Str(record.bProblem));
 }
 
-void translate_inf_fuse_open(EventText &szString, const EVT_INF_ENV_FUSE_OPEN &record) {
+void translate_inf_fuse_open(EventText &text, const EVT_INF_ENV_FUSE_OPEN &record) {
   const auto position = static_cast<uint8_t>(record.bZoneId & 0x0F);
   const char *const fuse = (record.bZoneId & 0x10) != 0 ? "B" : "A";
   switch (record.bZoneType) {
     case IML_ZONE_BLADE:
-      szString.format("%s Blade Fuse or Breaker Tripped (%s, Slot %s, Fuse %s)",
-                      get_enclosure_type(record.Chassis), get_enclosure(record), Byte2Str(position), fuse);
+      text.format("%s Blade Fuse or Breaker Tripped (%s, Slot %s, Fuse %s)",
+                  get_enclosure_type(record.Chassis), get_enclosure(record), Byte2Str(position), fuse);
       break;
     case IML_ZONE_NETWORK_COMPONENT:
-      szString.format("%s Network Component Fuse or Breaker Tripped (%s, %s, Fuse %s)",
-                      get_enclosure_type(record.Chassis), get_enclosure(record), GetRackSide(position), fuse);
+      text.format("%s Network Component Fuse or Breaker Tripped (%s, %s, Fuse %s)",
+                  get_enclosure_type(record.Chassis), get_enclosure(record), GetRackSide(position), fuse);
       break;
     default: break;
   }
 }
 
-void translate_inf_blade_change(EventText &szString, const EVT_INF_ENV_BLADE_INS_REM &record) {
+void translate_inf_blade_change(EventText &text, const EVT_INF_ENV_BLADE_INS_REM &record) {
   constexpr Wording<3> kInserted = "%s Blade Inserted (%s, Slot %s)";
   constexpr Wording<3> kRemoved = "%s Blade Removed (%s, Slot %s)";
-  translate_inf(szString, record.bPresent != 0 ? kInserted : kRemoved, record, Byte2Str(record.bBlade));
+  translate_inf(text, record.bPresent != 0 ? kInserted : kRemoved, record, Byte2Str(record.bBlade));
 }
 
 // This event counts the power buses from 1, the next one counts them from 0.
-void translate_inf_power_balance(EventText &szString, const EVT_INF_ENV_PWR_LOAD_BALANCING &record) {
-  translate_inf(szString, "%s Power Not Balanced (%s, %s)", record,
+void translate_inf_power_balance(EventText &text, const EVT_INF_ENV_PWR_LOAD_BALANCING &record) {
+  translate_inf(text, "%s Power Not Balanced (%s, %s)", record,
                 record.cSide == 1 ? "Power Bus A" : "Power Bus B");
 }
 
-void translate_inf_dc_power(EventText &szString, const EVT_INF_ENV_DC_PWR_PROBLEM &record) {
-  szString.format("%s DC Power Out Of Tolerance (%s, %s, %d mV)", get_enclosure_type(record.Chassis),
-                  get_enclosure(record), record.cSide == 0 ? "Power Bus A" : "Power Bus B", record.wVoltage);
+void translate_inf_dc_power(EventText &text, const EVT_INF_ENV_DC_PWR_PROBLEM &record) {
+  text.format("%s DC Power Out Of Tolerance (%s, %s, %d mV)", get_enclosure_type(record.Chassis),
+              get_enclosure(record), record.cSide == 0 ? "Power Bus A" : "Power Bus B", record.wVoltage);
 }
 
-void translate_inf_rack_change(EventText &szString, const EVT_INF_ENV_RACK_INFRASTRUCTURE_CHG &record) {
+void translate_inf_rack_change(EventText &text, const EVT_INF_ENV_RACK_INFRASTRUCTURE_CHG &record) {
   Scratch buffer;
   const char *const type = get_enclosure_type(record.Chassis);
   const char *const enclosure = get_enclosure(record, buffer);
   switch (record.bType) {
-    case 1: szString.format("%s Rack Name Changed (%s)", type, enclosure); break;
-    case 2: szString.format("%s Name Changed (%s)", type, enclosure); break;
-    case 3: szString.format("%s Service Change (%s)", type, enclosure); break;
-    case 4: szString.format("%s Rack Name Conflict (%s)", type, enclosure); break;
-    case 5: szString.format("%s Rack Unique ID Changed (%s)", type, enclosure); break;
-    case 7: szString.format("%s LAN Settings Changed (%s)", type, enclosure); break;
-    case 8: szString.format("%s UID LED State Changed (%s)", type, enclosure); break;
+    case 1: text.format("%s Rack Name Changed (%s)", type, enclosure); break;
+    case 2: text.format("%s Name Changed (%s)", type, enclosure); break;
+    case 3: text.format("%s Service Change (%s)", type, enclosure); break;
+    case 4: text.format("%s Rack Name Conflict (%s)", type, enclosure); break;
+    case 5: text.format("%s Rack Unique ID Changed (%s)", type, enclosure); break;
+    case 7: text.format("%s LAN Settings Changed (%s)", type, enclosure); break;
+    case 8: text.format("%s UID LED State Changed (%s)", type, enclosure); break;
     default:
-      szString.format("%s Rack Infrastructure Changed (%s, Type 0x%02X)", type, enclosure, record.bType);
+      text.format("%s Rack Infrastructure Changed (%s, Type 0x%02X)", type, enclosure, record.bType);
       break;
   }
 }
 
-void translate_inf_power_misconfig(EventText &szString, const EVT_INF_ENV_PWR_SUBSYS_MISCONFIGURED &record) {
+void translate_inf_power_misconfig(EventText &text, const EVT_INF_ENV_PWR_SUBSYS_MISCONFIGURED &record) {
   if (record.bLocation == 0) {
-    szString.format("%s Power Subsystem Misconfigured: %s (%s)", get_enclosure_type(record.Chassis),
-                    GetImproperPowerReason(record.bError), get_enclosure(record));
+    text.format("%s Power Subsystem Misconfigured: %s (%s)", get_enclosure_type(record.Chassis),
+                GetImproperPowerReason(record.bError), get_enclosure(record));
   } else {
-    szString.format("%s Power Subsystem Misconfigured: %s (%s, %s)", get_enclosure_type(record.Chassis),
-                    GetImproperPowerReason(record.bError), GetRackSide(record.bLocation),
-                    get_enclosure(record));
+    text.format("%s Power Subsystem Misconfigured: %s (%s, %s)", get_enclosure_type(record.Chassis),
+                GetImproperPowerReason(record.bError), GetRackSide(record.bLocation), get_enclosure(record));
   }
 }
 
-void translate_inf_zone(EventText &szString, Wording<3> blade, Wording<3> network_component,
+void translate_inf_zone(EventText &text, Wording<3> blade, Wording<3> network_component,
                         const EVT_INF_ENV_BLADE_INS_REM_2 &record) {
   const bool is_blade = record.bZoneType == IML_ZONE_BLADE;
   if (!is_blade && record.bZoneType != IML_ZONE_NETWORK_COMPONENT) {
     return;
   }
-  translate_inf_at(szString, is_blade ? blade : network_component, record,
+  translate_inf_at(text, is_blade ? blade : network_component, record,
                    is_blade ? Byte2Str(record.bZoneId) : GetRackSide(record.bZoneId));
 }
 
-void translate_inf_chassis_error(EventText &szString, const EVT_INF_ENV_CHASSIS_ERR &record) {
-  szString.format("Infrastructure Fault, %s at %s, %s", GetInfErrString(record.bError),
-                  GetInfMainLocation(record.bLocation), GetInfSubLocation(record.bSubLocation));
+void translate_inf_chassis_error(EventText &text, const EVT_INF_ENV_CHASSIS_ERR &record) {
+  text.format("Infrastructure Fault, %s at %s, %s", GetInfErrString(record.bError),
+              GetInfMainLocation(record.bLocation), GetInfSubLocation(record.bSubLocation));
 }
 
-void translate_inf_firmware_mismatch(EventText &szString, const EVT_INF_FIRMWARE_MISMATCH &record) {
-  szString.format("Chassis %s requires minimum firmware revision %s.%s. It is currently %s.%s.",
-                  get_enclosure(record), GetBCDString(record.bRequiredMajor),
-                  GetBCDString(record.bRequiredMinor), GetBCDString(record.bCurrentMajor),
-                  GetBCDString(record.bCurrentMinor));
+void translate_inf_firmware_mismatch(EventText &text, const EVT_INF_FIRMWARE_MISMATCH &record) {
+  text.format("Chassis %s requires minimum firmware revision %s.%s. It is currently %s.%s.",
+              get_enclosure(record), GetBCDString(record.bRequiredMajor), GetBCDString(record.bRequiredMinor),
+              GetBCDString(record.bCurrentMajor), GetBCDString(record.bCurrentMinor));
 }
 
 }  // namespace

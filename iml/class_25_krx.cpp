@@ -48,7 +48,7 @@ typedef struct _evtKRXchip {
   const char *ports[4];
 } KRX_CPU_CHIP;
 
-// One name lacks its closing parenthesis, and the log has always shown it that way.
+// One name has no closing parenthesis, in the log either.
 constexpr KRX_CPU_CHIP kQpiPartners[] = {
     /* Proc 1 */ {{kUpperKrx1, "MainIO", kUpperKrx2, kProc2}},
     /* Proc 2 */ {{kProc1, kUpperKrx1, "MainIO", kUpperKrx2}},
@@ -124,31 +124,30 @@ std::array<const char *, 10> get_sockets(uint8_t map, const char *upper_tray, co
           socket(7, " 4")};
 }
 
-void translate_peci_access(EventText &szString, const EVT_PECI_ACCESS_TYPE &record, const KrxBoard &board) {
+void translate_peci_access(EventText &text, const EVT_PECI_ACCESS_TYPE &record, const KrxBoard &board) {
   const bool upper = record.krx_board == kUpperBoard;
   const bool lower_of_pair = upper ? record.peci_target == '0' : record.peci_target == '1';
   const int socket = (record.peci_interface == 0 ? 1 : 3) + (lower_of_pair ? 0 : 1);
-  szString.format(
+  text.format(
       "Proc %d (%s Tray, Processor %d) side-band access failure reported by %s KRX board service processor.  Details: 0x%02X 0x%08X 0x%02X 0x%08X",
       upper ? socket : 9 - socket, board.own, socket, board.reporter, record.wr_op,
       GetBigEndianValue(record.addr, sizeof(record.addr)), record.err_code,
       GetBigEndianValue(record.data, sizeof(record.data)));
 }
 
-void translate_ds2_access(EventText &szString, const EVT_DS2_ACCESS_TYPE &record, const KrxBoard &board) {
-  szString.format(
+void translate_ds2_access(EventText &text, const EVT_DS2_ACCESS_TYPE &record, const KrxBoard &board) {
+  text.format(
       "%s access failure reported by %s KRX board service processor.  Details: 0x%02X 0x%08X%08X 0x%02X",
       get_source_module(record), board.reporter, record.ds2_port_wr_op,
       GetBigEndianValue(record.addr_lsh, sizeof(record.addr_lsh)),
       GetBigEndianValue(record.addr_msh, sizeof(record.addr_msh)), record.rsp_code);
 }
 
-void translate_cpu_sku_error(EventText &szString, const EVT_KRX_CPU_SKU_ERROR &record,
-                             const KrxBoard &board) {
+void translate_cpu_sku_error(EventText &text, const EVT_KRX_CPU_SKU_ERROR &record, const KrxBoard &board) {
   const bool unsupported = record.cpu_sku_unsupported_map != 0;
   const auto sockets = get_sockets(unsupported ? record.cpu_sku_unsupported_map : record.cpu_sku_mismatch_map,
                                    "   Upper Tray, Processor(s)", "   Lower Tray, Processor(s)");
-  szString.format(
+  text.format(
       "%s processor configuration: %s %s %s %s %s %s %s %s %s %s - reported by %s KRX board service processor.  Details: 0x%02X 0x%04X 0x%04X",
       unsupported ? "Unsupported" : "Mismatched", sockets[0], sockets[1], sockets[2], sockets[3], sockets[4],
       sockets[5], sockets[6], sockets[7], sockets[8], sockets[9], board.reporter, record.cpu_sku_mismatch_map,
@@ -157,15 +156,15 @@ void translate_cpu_sku_error(EventText &szString, const EVT_KRX_CPU_SKU_ERROR &r
 }
 
 // The socket index is not checked: the numbers of a socket that no board has are computed in the same way.
-void translate_sys_socket(EventText &szString, const EVT_KRX_SYS_SOCKET &record, const KrxBoard &board) {
+void translate_sys_socket(EventText &text, const EVT_KRX_SYS_SOCKET &record, const KrxBoard &board) {
   const bool lower = record.krx_board == kLowerBoard;
   const int index = record.data_item;
-  szString.format(
+  text.format(
       "Proc %d (%s Tray, Processor %d) initialization failure reported by %s KRX board service processor",
       lower ? index + 5 : index + 1, board.own, lower ? 4 - index : index + 1, board.reporter);
 }
 
-void translate_qpi_link_training(EventText &szString, const EVT_KRX_LINK_TRAINING_ERROR &record,
+void translate_qpi_link_training(EventText &text, const EVT_KRX_LINK_TRAINING_ERROR &record,
                                  const KrxBoard &board) {
   const bool upper = record.krx_board == kUpperBoard;
   const int chip = record.chip_index;
@@ -176,17 +175,17 @@ void translate_qpi_link_training(EventText &szString, const EVT_KRX_LINK_TRAININ
       row < std::size(kQpiPartners) ? kQpiPartners[row].ports[record.port_index & 3] : szUnknown;
   switch (record.link_status) {
     case 2:
-      szString.format(
+      text.format(
           "QPI Link between Proc %d (%s Tray, Processor %d) and %s trained in reduced-width mode reported by %s KRX board service processor, link status 0x%02X",
           proc, board.own, socket, partner, board.reporter, record.link_status);
       break;
     case 3:
     case 4:
-      szString.format(
+      text.format(
           "QPI Link training failure between Proc %d (%s Tray, Processor %d) and %s reported by %s KRX board service processor, link status 0x%02X",
           proc, board.own, socket, partner, board.reporter, record.link_status);
       break;
-    default: szString.format("KRX event %d occurred", 7); break;
+    default: text.format("KRX event %d occurred", 7); break;
   }
 }
 
@@ -200,92 +199,90 @@ const FabricPort *get_fabric_port(const EVT_KRX_LINK_TRAINING_ERROR &record) {
   return &kFabricPorts[record.chip_index][record.port_index];
 }
 
-void translate_fabric_link_training(EventText &szString, const EVT_KRX_LINK_TRAINING_ERROR &record,
+void translate_fabric_link_training(EventText &text, const EVT_KRX_LINK_TRAINING_ERROR &record,
                                     const KrxBoard &board) {
   const FabricPort *const port = get_fabric_port(record);
   if (port == nullptr) {
-    szString.format(
+    text.format(
         "Link training failure reported by %s KRX board service processor.  Details: 0x%02X 0x%02X 0x%02X",
         board.reporter, record.chip_index, record.port_index, record.link_status);
     return;
   }
   const int krx = record.chip_index + 1;
   if (record.link_status == 3) {
-    szString.format(
+    text.format(
         "%s link training failure between %s KRX Board, KRX %d %s and %s KRX Board, KRX %d %s reported by %s KRX board service processor.  Details: 0x%02X",
         port->type, board.own, krx, port->own_port, board.other, krx, port->partner_port, board.reporter,
         record.link_status);
   } else {
-    szString.format(
+    text.format(
         "%s link with reduced bandwidth between %s KRX Board, KRX %d %s and %s KRX Board, KRX %d %s reported by %s KRX board service processor.  Details: 0x%02X",
         port->type, board.own, krx, port->own_port, board.other, krx, port->partner_port, board.reporter,
         record.link_status);
   }
 }
 
-void translate_socket_count(EventText &szString, const EVT_KRX_SYS_SOCKET &record, const KrxBoard &board) {
+void translate_socket_count(EventText &text, const EVT_KRX_SYS_SOCKET &record, const KrxBoard &board) {
   if (record.data_item == 0) {
-    szString.format(
+    text.format(
         "Invalid processor configuration.  No enabled or installed processors reported by %s KRX board service processor",
         board.reporter);
   } else {
-    szString.format(
-        "Processor configuration degraded to %d sockets reported by %s KRX board service processor",
-        record.data_item, board.reporter);
+    text.format("Processor configuration degraded to %d sockets reported by %s KRX board service processor",
+                record.data_item, board.reporter);
   }
 }
 
-void translate_socket_disablement(EventText &szString, const EVT_KRX_SOCKET_DISABLEMENT &record,
+void translate_socket_disablement(EventText &text, const EVT_KRX_SOCKET_DISABLEMENT &record,
                                   const KrxBoard &board) {
   const auto sockets =
       get_sockets(record.error_socket, "Upper Tray, Processor(s)", "Lower Tray, Processor(s)");
-  szString.format(
+  text.format(
       "%s %s %s %s %s %s %s %s %s %s disabled by %s KRX board service processor.  Details: 0x%02X 0x%02X 0x%02X 0x%02X 0x%02X",
       sockets[0], sockets[1], sockets[2], sockets[3], sockets[4], sockets[5], sockets[6], sockets[7],
       sockets[8], sockets[9], board.reporter, record.error_cause, record.sockets_noerror_reg,
       record.sockets_enabled_reg, record.sockets_noerror_reg_prev, record.sockets_enabled_reg_prev);
 }
 
-void translate_io_disablement(EventText &szString, const EVT_KRX_IO_DISABLEMENT &record,
-                              const KrxBoard &board) {
+void translate_io_disablement(EventText &text, const EVT_KRX_IO_DISABLEMENT &record, const KrxBoard &board) {
   static constexpr const char *kIoBoards[] = {"Main IO", "Sub IO", "Low Profile (LP) IO"};
-  szString.format("%s disabled by %s KRX board service processor. Details: 0x%02X 0x%02X 0x%02X",
-                  Lookup(kIoBoards, record.error_io, "Unrecognized IO Board"), board.reporter,
-                  record.error_cause, record.io_reg, record.io_reg_prev);
+  text.format("%s disabled by %s KRX board service processor. Details: 0x%02X 0x%02X 0x%02X",
+              Lookup(kIoBoards, record.error_io, "Unrecognized IO Board"), board.reporter, record.error_cause,
+              record.io_reg, record.io_reg_prev);
 }
 
 // Appends the record's bytes from offset `first` up to its length, which may claim more than the payload.
-void append_bytes(EventText &szString, const EVT_FREE_FORM &payload, size_t first) {
+void append_bytes(EventText &text, const EVT_FREE_FORM &payload, size_t first) {
   const size_t end = std::min<size_t>(payload.KRX_Rom_Error.byte_count, sizeof(payload));
   for (size_t i = first; i < end; ++i) {
-    szString.format(" 0x%02x", payload.ExtendDataSize[i]);
+    text.format(" 0x%02x", payload.ExtendDataSize[i]);
   }
 }
 
 // Records of ROM errors begin with their length, not with the board: board and chip are bits of krx_number.
-void translate_rom_error(EventText &szString, uint16_t wEventCode, const EVT_FREE_FORM &payload) {
+void translate_rom_error(EventText &text, uint16_t event_code, const EVT_FREE_FORM &payload) {
   constexpr size_t kData = offsetof(EVT_KRX_ROM_ERROR, data);
   const EVT_KRX_ROM_ERROR &record = payload.KRX_Rom_Error;
   const char *const board = (record.krx_number & 2) != 0 ? "Lower" : "Upper";
   const int chip = (record.krx_number & 1) + 1;
-  switch (wEventCode) {
+  switch (event_code) {
     case 192:
-      szString.format("Uncorrectable error detected on %s KRX Board, KRX %d. Details:", board, chip);
-      append_bytes(szString, payload, kData);
+      text.format("Uncorrectable error detected on %s KRX Board, KRX %d. Details:", board, chip);
+      append_bytes(text, payload, kData);
       break;
     case 193:
-      szString.format("Correctable error detected on %s KRX Board, KRX %d. Details:", board, chip);
-      append_bytes(szString, payload, kData);
+      text.format("Correctable error detected on %s KRX Board, KRX %d. Details:", board, chip);
+      append_bytes(text, payload, kData);
       break;
     case 196:
-      szString.format("Uncorrectable fabric error detected on %s KRX Board, KRX %d, link %d. Details:", board,
-                      chip, record.data[0]);
-      append_bytes(szString, payload, kData + 1);
+      text.format("Uncorrectable fabric error detected on %s KRX Board, KRX %d, link %d. Details:", board,
+                  chip, record.data[0]);
+      append_bytes(text, payload, kData + 1);
       break;
     case 197:
-      szString.format("Correctable fabric error detected on %s KRX Board, KRX %d, link %d. Details:", board,
-                      chip, record.data[0]);
-      append_bytes(szString, payload, kData + 1);
+      text.format("Correctable fabric error detected on %s KRX Board, KRX %d, link %d. Details:", board, chip,
+                  record.data[0]);
+      append_bytes(text, payload, kData + 1);
       break;
     default: break;
   }

@@ -6,23 +6,23 @@ namespace iml {
 namespace {
 
 // The first eight characters of the serial number; empty when there is none.
-const char *get_serial_part(const char *cSerialNumber, EventText &szDest = Scratch().here()) {
-  if (*cSerialNumber == '\0') {
+const char *get_serial_part(const char *serial_number, EventText &text = Scratch().here()) {
+  if (*serial_number == '\0') {
     return "";
   }
-  szDest.format(", Serial Number %.8s", cSerialNumber);
-  return szDest.c_str();
+  text.format(", Serial Number %.8s", serial_number);
+  return text.c_str();
 }
 
 }  // namespace
 
 void TranslateClass2A(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
-  const auto error = [&](Format<const char *, uint8_t, uint8_t, const char *> message) {
+  const auto error = [&](FormatString<const char *, uint8_t, uint8_t, const char *> message) {
     const EVT_NVM_REC &record = pEventData->NVMRec;
     szString.format(message, get_cpu_board(record.bCPUBoardFlag), record.bCPUBoardId, record.bMemModuleId,
                     get_serial_part(record.cSerialNumber));
   };
-  const auto retried = [&](Format<const char *, uint8_t, uint8_t, uint8_t, const char *> message) {
+  const auto retried = [&](FormatString<const char *, uint8_t, uint8_t, uint8_t, const char *> message) {
     const EVT_NVM_REC_RETRY &record = pEventData->NVMRecRetry;
     szString.format(message, get_cpu_board(record.bCPUBoardFlag), record.bCPUBoardId, record.bMemModuleId,
                     record.bRetryCount, get_serial_part(record.cSerialNumber));

@@ -38,10 +38,10 @@ void TranslateClass29(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, Even
 void TranslateClass2A(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
 
 // Codes 0x15 to 0x27 of class 0x0B: the server's power as a whole, its batteries and backup units.
-void translate_server_power(EventText &szString, uint16_t wEventCode, const EVT_FREE_FORM &data,
-                            int8_t bDataLength);
+void translate_server_power(EventText &text, uint16_t event_code, const EVT_FREE_FORM &data,
+                            int8_t data_length);
 
 // The event that classes 0x06 and 0x14 share.
-void translate_chipset_error(EventText &szString, const EVT_UNCORRECTABLE_CHIPSET_ERROR &record);
+void translate_chipset_error(EventText &text, const EVT_UNCORRECTABLE_CHIPSET_ERROR &record);
 
 }  // namespace iml

@@ -78,7 +78,7 @@ class EventText {
 
   // Appends the formatted text.
   template <class... Args>
-  void format(Format<std::type_identity_t<Args>...> checked, Args... args) {
+  void format(FormatString<std::type_identity_t<Args>...> checked, Args... args) {
     const Argument arguments[] = {args..., Argument()};
     write(checked.literal, arguments);
   }

@@ -52,16 +52,16 @@ void TranslateEventToMessage(uint16_t wEventClass, uint16_t wEventCode, const EV
 }
 
 // Sets the whole of a caller's buffer to zero.
-void clear(char *szString, uint32_t ulSize) {
-  if (ulSize != 0) {  // with a size of 0 there may be no buffer
-    memset(szString, 0, ulSize);
+void clear(char *text, uint32_t size) {
+  if (size != 0) {  // with a size of 0 there may be no buffer
+    memset(text, 0, size);
   }
 }
 
 // Writes a name, or "Unknown" for null. Returns what the public functions return.
-uint8_t write_name(const char *name, char *szString, uint32_t ulSize) {
-  clear(szString, ulSize);
-  EventText(szString, ulSize).append(name != nullptr ? name : szUnknown);
+uint8_t write_name(const char *name, char *text, uint32_t size) {
+  clear(text, size);
+  EventText(text, size).append(name != nullptr ? name : szUnknown);
   return name != nullptr ? 1 : 0;
 }
 
@@ -122,8 +122,8 @@ uint8_t TranslateEventLogMessage(const EVT_LOG_ENTRY *pEvtLogEntry, char *szStri
   const iml::GuardedPayload payload = {pEvtLogEntry->Data, {}};
   iml::EventText text(szString, ulSize);
   // No read depends on the length that the record states. Only class 0x0B gets it, as a signed byte.
-  const auto bDataLength = static_cast<int8_t>(header.wEvtLength - sizeof(EVT_HEADER));
-  iml::TranslateEventToMessage(header.wClass, header.wCode, &payload.Data, text, bDataLength);
+  const auto data_length = static_cast<int8_t>(header.wEvtLength - sizeof(EVT_HEADER));
+  iml::TranslateEventToMessage(header.wClass, header.wCode, &payload.Data, text, data_length);
   if (!text.empty()) {
     return 1;
   }

@@ -21,9 +21,9 @@ const char *next_text(const char *text) {
   return text + strlen(text) + 1;
 }
 
-void append_detail(EventText &szString, const char *detail) {
+void append_detail(EventText &text, const char *detail) {
   if (*detail != '\0') {
-    szString.format(", %s", detail);
+    text.format(", %s", detail);
   }
 }
 

@@ -30,7 +30,7 @@ constexpr const char *Lookup(const char *const (&table)[N], size_t index, const 
 const char *next_text(const char *text);
 
 // Appends ", " and the text; nothing if the text is empty.
-void append_detail(EventText &szString, const char *detail);
+void append_detail(EventText &text, const char *detail);
 
 // Each of the following returns the text to print: a constant, or what it wrote into the last argument, which
 // has to be an empty text. By default that is a temporary, which lives until the end of the full expression:

@@ -121,8 +121,8 @@ void format_does_not_fit_its_arguments();
 
 // A format whose directives print arguments of the types `Args`. Any other format does not compile.
 template <class... Args>
-struct Format {
-  consteval Format(const char *format) : literal(format) {
+struct FormatString {
+  consteval FormatString(const char *format) : literal(format) {
     if (!format_fits<Args...>(format)) {
       format_does_not_fit_its_arguments();
     }
