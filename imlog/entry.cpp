@@ -27,6 +27,9 @@ SeverityRank severity_rank(uint8_t code) {
   }
 }
 
+ClassName::ClassName(uint16_t event_class)
+    : is_known(TranslateEventLogClass(event_class, text, sizeof(text)) != 0) {}
+
 Decoder::Decoder(Calendar &calendar) : calendar_(calendar), text_(kUsualTextSize, '\0') {}
 
 Entry Decoder::decode(const EVT_LOG_ENTRY &record, const Log &log, Change change) {

@@ -8,7 +8,8 @@
 #include "imlog/log.h"
 #include "imlog/log_time.h"
 
-// In the order of the command line's "and above"; an unknown severity stands outside of it.
+// In the order of the command line's "and above". The unknown severity is last, so that it passes every
+// filter.
 enum SeverityRank { kInformation, kRepaired, kCaution, kCritical, kUnknown, kSeverities };
 
 struct Severity {
@@ -20,6 +21,14 @@ extern const Severity kSeverityTable[kSeverities];
 
 // The rank of a record's severity code.
 SeverityRank severity_rank(uint8_t code);
+
+// The name of an event class; "Unknown" if it has none.
+struct ClassName {
+  explicit ClassName(uint16_t event_class);
+
+  char text[64] = {};
+  bool is_known;  // the class has a name
+};
 
 // How an entry differs from the last reading; kNone where none is remembered.
 enum class Change { kNone, kNew, kRepeated, kUnchanged };

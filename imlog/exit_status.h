@@ -1,17 +1,35 @@
-// The exit statuses of imlog.
+// The exit statuses of imlog, and what the help says about them.
 #pragma once
 
 // Of every format but check.
 enum ExitStatus {
-  kSuccess = 0,     // the log was read to its end, and the output written
-  kWrongUsage = 1,  // the command line is wrong
-  kFailure = 2,     // the log, the output or the cursor failed
+  kSuccess = 0,
+  kWrongUsage = 1,
+  kFailure = 2,  // of the log, the output or the cursor
 };
 
-// Of `-o check`, as monitoring systems read them. No other format ends with the last one.
+// Of `-o check`, as monitoring systems read them. Only a check ends with kCheckUnknown.
 enum CheckStatus {
-  kCheckOk = 0,        // no caution entry and no critical one
-  kCheckWarning = 1,   // a caution entry
-  kCheckCritical = 2,  // a critical entry
-  kCheckUnknown = 3,   // the check could not be made
+  kCheckOk = 0,
+  kCheckWarning = 1,
+  kCheckCritical = 2,
+  kCheckUnknown = 3,
+};
+
+struct StatusRow {
+  int status;
+  const char *meaning;
+};
+
+inline constexpr StatusRow kExitStatuses[] = {
+    {kSuccess, "the log was read and printed"},
+    {kWrongUsage, "wrong usage"},
+    {kFailure, "failure"},
+};
+
+inline constexpr StatusRow kCheckStatuses[] = {
+    {kCheckOk, "ok"},
+    {kCheckWarning, "caution"},
+    {kCheckCritical, "critical"},
+    {kCheckUnknown, "unknown or wrong usage"},
 };

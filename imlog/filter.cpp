@@ -2,13 +2,28 @@
 
 #include <algorithm>
 
+namespace {
+
+bool any_matches(const std::vector<ClassSelector> &selectors, const EVT_HEADER &header) {
+  return std::any_of(selectors.begin(), selectors.end(),
+                     [&](const ClassSelector &selector) { return selector.matches(header); });
+}
+
+}  // namespace
+
+bool ClassSelector::matches(const EVT_HEADER &header) const {
+  if (code && *code != header.wCode) {
+    return false;
+  }
+  return event_class ? *event_class == header.wClass : !ClassName(header.wClass).is_known;
+}
+
 bool Filter::passes(const EVT_LOG_ENTRY &record, Calendar &calendar) const {
   const EVT_HEADER &header = record.Hdr;
-  const uint16_t event_class = header.wClass;  // a field of a packed record has no address to hand out
   if (severity_rank(header.bSeverity) < least_severity) {
     return false;
   }
-  if (!classes.empty() && std::find(classes.begin(), classes.end(), event_class) == classes.end()) {
+  if ((!classes.empty() && !any_matches(classes, header)) || any_matches(excluded, header)) {
     return false;
   }
   if (!since && !until) {

@@ -7,9 +7,6 @@ void put_level_prefix(const Severity &severity, Output &output) {
 }
 
 const FormatRow *find_format(std::string_view name) {
-#define IMLOG_FORMAT_ADDRESS(name) &k##name##Format,
-  static constexpr const FormatRow *kFormats[] = {IMLOG_FORMATS(IMLOG_FORMAT_ADDRESS)};
-#undef IMLOG_FORMAT_ADDRESS
   for (const FormatRow *const format : kFormats) {
     if (format->name == name) {
       return format;

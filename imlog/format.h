@@ -40,32 +40,32 @@ class Format {
   }
 };
 
-// What a format has to do with the rest of the command line.
+// What a format can do. An option that only some formats go with names the trait that it needs.
 enum FormatTraits : unsigned {
-  kFollows = 1,            // has lines that can go on, for --follow
-  kLevels = 2,             // has lines that can begin with a level, for --level-prefix
-  kWholeLog = 4,           // is about the whole log: a cursor would hide what is still broken
-  kForMonitors = 8,        // puts problems into its output, and none on standard error
-  kReverses = 16,          // has lines that make sense in any order, for --reverse
+  kFollows = 1,            // prints entry by entry without an end, for --follow
+  kLevels = 2,             // prints lines that can begin with a level, for --level-prefix
+  kRemembers = 4,          // may leave out what it printed before, for --cursor-file
+  kForMonitors = 8,        // prints problems in its output, and none on standard error
+  kReverses = 16,          // prints lines that make sense in any order, for --reverse
   kMerges = 32,            // says of each entry which log it is from, for several FILEs
   kCountsUnserviced = 64,  // needs count_unserviced()
 };
 
 struct FormatRow {
   const char *name;
+  const char *meaning;  // for the help
   std::unique_ptr<Format> (*make)(const FormatContext &context);
   unsigned traits;
-  // The order of the entries, smallest first; null for the log's. It needs all entries before the first is
-  // put.
+  // The order of the entries, smallest first; null for the log's. A format with a key is held until the whole
+  // log is read.
   uint64_t (*sort_key)(const LogTime &first, const LogTime &last);
 };
 
-// One row a format: each is defined in the format's own file.
-#define IMLOG_FORMATS(ROW) ROW(Short) ROW(Json) ROW(Export) ROW(Raw) ROW(Prometheus) ROW(Check)
-
-#define IMLOG_DECLARE_FORMAT(name) extern const FormatRow k##name##Format;
-IMLOG_FORMATS(IMLOG_DECLARE_FORMAT)
-#undef IMLOG_DECLARE_FORMAT
+// The rows, each at the end of its format's file, and their list in the order of the help. The first is the
+// default.
+extern const FormatRow kShortFormat, kJsonFormat, kExportFormat, kRawFormat, kPrometheusFormat, kCheckFormat;
+inline constexpr const FormatRow *kFormats[] = {&kShortFormat, &kJsonFormat,       &kExportFormat,
+                                                &kRawFormat,   &kPrometheusFormat, &kCheckFormat};
 
 // The level prefix of a line, "<4>".
 void put_level_prefix(const Severity &severity, Output &output);

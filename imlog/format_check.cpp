@@ -76,9 +76,10 @@ class CheckFormat : public Format {
 
 const FormatRow kCheckFormat = {
     "check",
+    "one line and a status for monitoring",
     [](const FormatContext &context) -> std::unique_ptr<Format> {
       return std::make_unique<CheckFormat>(context);
     },
-    kWholeLog | kForMonitors | kMerges,
+    kForMonitors | kMerges,
     nullptr,
 };

@@ -88,9 +88,10 @@ class ExportFormat : public Format {
 
 const FormatRow kExportFormat = {
     "export",
+    "the journal's export format",
     [](const FormatContext &context) -> std::unique_ptr<Format> {
       return std::make_unique<ExportFormat>(context);
     },
-    kFollows | kMerges,
+    kFollows | kRemembers | kMerges,
     journal_time,
 };

@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <rapidjson/writer.h>
 
-#include "iml/eventstr.h"
 #include "imlog/format.h"
 #include "imlog/text.h"
 
@@ -149,9 +148,7 @@ class JsonFormat : public Format {
     }
   }
   void put_class_name(uint16_t event_class) {
-    char name[64];
-    TranslateEventLogClass(event_class, name, sizeof(name));
-    put_text("class_name", name);
+    put_text("class_name", ClassName(event_class).text);
   }
 
   bool level_prefix_;
@@ -165,9 +162,10 @@ class JsonFormat : public Format {
 
 const FormatRow kJsonFormat = {
     "json",
+    "one JSON object per line",
     [](const FormatContext &context) -> std::unique_ptr<Format> {
       return std::make_unique<JsonFormat>(context);
     },
-    kFollows | kLevels | kReverses | kMerges,
+    kFollows | kLevels | kRemembers | kReverses | kMerges,
     nullptr,
 };

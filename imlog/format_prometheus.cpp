@@ -4,12 +4,9 @@
 #include <optional>
 #include <utility>
 
-#include "iml/eventstr.h"
 #include "imlog/format.h"
 
 namespace {
-
-constexpr size_t kClassNameSize = 64;
 
 class PrometheusFormat : public Format {
  public:
@@ -44,13 +41,11 @@ class PrometheusFormat : public Format {
   };
 
   // The severity and the class of an entry, in the order of the metrics: classes without a name come last.
-  using ClassKey = std::pair<SeverityRank, uint32_t>;
-  static constexpr uint32_t kNoName = UINT16_MAX + 1;
+  using ClassKey = std::pair<SeverityRank, uint16_t>;
+  static constexpr uint16_t kNoName = UINT16_MAX;  // stands for all of them
 
   static ClassKey class_of(const EVT_HEADER &header) {
-    char name[kClassNameSize];
-    const bool has_name = TranslateEventLogClass(header.wClass, name, sizeof(name)) != 0;
-    return {severity_rank(header.bSeverity), has_name ? header.wClass : kNoName};
+    return {severity_rank(header.bSeverity), ClassName(header.wClass).is_known ? header.wClass : kNoName};
   }
 
   void put_open(Output &output) const {
@@ -59,14 +54,10 @@ class PrometheusFormat : public Format {
     }
     put_head("iml_unserviced_entries", "Entries that no maintenance note has closed.", output);
     for (const auto &[key, entries] : open_) {
-      char name[kClassNameSize] = "Unknown";
-      if (key.second != kNoName) {
-        TranslateEventLogClass(static_cast<uint16_t>(key.second), name, sizeof(name));
-      }
       output.put("iml_unserviced_entries{severity=\"");
       output.put(kSeverityTable[key.first].name);
       output.put("\",class=\"");
-      output.put(name);
+      output.put(ClassName(key.second).text);
       output.put("\"} ");
       output.put_number(entries);
       output.put('\n');
@@ -120,7 +111,8 @@ class PrometheusFormat : public Format {
 
 const FormatRow kPrometheusFormat = {
     "prometheus",
+    "metrics for node_exporter",
     [](const FormatContext &) -> std::unique_ptr<Format> { return std::make_unique<PrometheusFormat>(); },
-    kWholeLog | kCountsUnserviced,
+    kCountsUnserviced,
     nullptr,
 };

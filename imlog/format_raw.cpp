@@ -14,7 +14,8 @@ class RawFormat : public Format {
 
 const FormatRow kRawFormat = {
     "raw",
+    "the records, as FILE holds them",
     [](const FormatContext &) -> std::unique_ptr<Format> { return std::make_unique<RawFormat>(); },
-    0,
+    kRemembers,
     nullptr,
 };

@@ -72,9 +72,10 @@ class ShortFormat : public Format {
 
 const FormatRow kShortFormat = {
     "short",
+    "one line per entry",
     [](const FormatContext &context) -> std::unique_ptr<Format> {
       return std::make_unique<ShortFormat>(context);
     },
-    kFollows | kLevels | kReverses | kMerges,
+    kFollows | kLevels | kRemembers | kReverses | kMerges,
     nullptr,
 };

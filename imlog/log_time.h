@@ -30,6 +30,10 @@ struct ZonedText {
   char text[sizeof("2024-12-05T22:40:00+01:00") - 1];
 };
 
+// The times of the command line, for the help and messages.
+inline constexpr char kTimeForms[] =
+    "2025-09-01, '2025-09-01 13:05', 2025-09-01T13:05:00, today, yesterday, -30m, -12h or -7d";
+
 // Turns stamps into instants. An hour that occurs twice is summer time, one that does not exist standard
 // time.
 class Calendar {
@@ -38,9 +42,8 @@ class Calendar {
 
   LogTime at(const EVT_TIME_STAMP &stamp);
 
-  // A time as the command line has it: a date with or without a time of day, "today", "yesterday", or "-30m",
-  // "-12h",
-  // "-7d" counted back from `now`. Nothing where it is none.
+  // A time in one of kTimeForms; "-7d" is counted back from `now`. Nothing if it has another form, or if
+  // there is no such time in the years 1970 to 9999.
   std::optional<int64_t> parse(std::string_view text, int64_t now);
 
  private:

@@ -6,12 +6,9 @@
 
 #include "imlog/exit_status.h"
 #include "imlog/run.h"
-#include "imlog/usage.h"
 #include "util/standard_streams.h"
 
 namespace {
-
-constexpr char kVersionText[] = "imlog " IMLOG_VERSION "\n";
 
 Options options;
 
@@ -42,10 +39,5 @@ int main(int argc, char **argv) {
         Problem("cannot hold a closed standard stream").advise("raise the limit of open files"),
         *options.format, kFailure);
   }
-  switch (options.action) {
-    case Options::Action::kHelp: return print_text(kUsage, *options.format);
-    case Options::Action::kVersion: return print_text(kVersionText, *options.format);
-    case Options::Action::kRead: break;
-  }
-  return run(options, calendar);
+  return options.text.empty() ? run(options, calendar) : print_text(options.text, *options.format);
 }

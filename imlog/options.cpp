@@ -1,36 +1,15 @@
 #include "imlog/options.h"
 
 #include <charconv>
+#include <cstdio>
 #include <cstring>
 #include <getopt.h>
 #include <map>
 #include <strings.h>
 
-#include "iml/eventstr.h"
+#include "imlog/usage.h"
 
 namespace {
-
-// Long options without a letter.
-enum LongOption { kCursorFile = 0x100, kLevelPrefix, kHost, kVersion };
-
-constexpr char kLetters[] = ":o:p:S:U:c:n:urfh";
-const option kLongOptions[] = {
-    {"output", required_argument, nullptr, 'o'},
-    {"priority", required_argument, nullptr, 'p'},
-    {"since", required_argument, nullptr, 'S'},
-    {"until", required_argument, nullptr, 'U'},
-    {"class", required_argument, nullptr, 'c'},
-    {"lines", required_argument, nullptr, 'n'},
-    {"unserviced", no_argument, nullptr, 'u'},
-    {"reverse", no_argument, nullptr, 'r'},
-    {"cursor-file", required_argument, nullptr, kCursorFile},
-    {"follow", no_argument, nullptr, 'f'},
-    {"level-prefix", no_argument, nullptr, kLevelPrefix},
-    {"host", required_argument, nullptr, kHost},
-    {"help", no_argument, nullptr, 'h'},
-    {"version", no_argument, nullptr, kVersion},
-    {nullptr, 0, nullptr, 0},
-};
 
 // Reads a whole number of at most `most`: decimal, or with "0x" where `hexadecimal` allows it.
 std::optional<uint64_t> parse_number(std::string_view text, uint64_t most, bool hexadecimal) {
@@ -45,34 +24,344 @@ std::optional<uint64_t> parse_number(std::string_view text, uint64_t most, bool 
   return number;
 }
 
-std::optional<SeverityRank> parse_severity(const char *text) {
+// The formats that have a trait; all for no trait.
+std::vector<std::string> formats_with(unsigned trait) {
+  std::vector<std::string> names;
+  for (const FormatRow *const format : kFormats) {
+    if ((format->traits & trait) == trait) {
+      names.emplace_back(format->name);
+    }
+  }
+  return names;
+}
+
+std::vector<Word> format_words() {
+  std::vector<Word> words;
+  for (const FormatRow *const format : kFormats) {
+    words.push_back({format->name, format->meaning});
+  }
+  return words;
+}
+
+// The severities whose names begin as `beginning` does, in any case.
+std::vector<SeverityRank> severities_like(std::string_view beginning) {
+  std::vector<SeverityRank> ranks;
   for (int rank = kInformation; rank <= kCritical; ++rank) {
-    if (strcasecmp(kSeverityTable[rank].name, text) == 0) {
-      return static_cast<SeverityRank>(rank);
+    if (strncasecmp(kSeverityTable[rank].name, beginning.data(), beginning.size()) == 0) {
+      ranks.push_back(static_cast<SeverityRank>(rank));
     }
   }
-  return std::nullopt;
+  return ranks;
 }
 
-std::optional<uint16_t> parse_class(const char *text) {
+std::vector<std::string> names_of(const std::vector<SeverityRank> &ranks) {
+  std::vector<std::string> names;
+  names.reserve(ranks.size());
+  for (const SeverityRank rank : ranks) {
+    names.emplace_back(kSeverityTable[rank].name);
+  }
+  return names;
+}
+
+std::vector<Word> severity_words() {
+  std::vector<Word> words;
+  for (std::string &name : names_of(severities_like(""))) {
+    words.push_back({std::move(name)});
+  }
+  return words;
+}
+
+// "0x0B Power Subsystem" for each class with a name, then the word for all others.
+std::vector<Word> class_words() {
+  std::vector<Word> words;
+  std::string nameless;
+  for (unsigned event_class = 0; event_class <= UINT16_MAX; ++event_class) {
+    const ClassName name(static_cast<uint16_t>(event_class));
+    if (name.is_known) {
+      char number[16];
+      snprintf(number, sizeof(number), "0x%02X ", event_class);
+      words.push_back({std::string(number) + name.text});
+    } else {
+      nameless = name.text;
+    }
+  }
+  words.push_back({nameless});
+  return words;
+}
+
+// The selector of a class by its number or name; nothing if there is no such class.
+std::optional<ClassSelector> parse_class(const std::string &text) {
   if (const std::optional<uint64_t> number = parse_number(text, UINT16_MAX, true)) {
-    return static_cast<uint16_t>(*number);
+    return ClassSelector{static_cast<uint16_t>(*number), {}};
   }
-  for (uint32_t event_class = 0; event_class <= UINT16_MAX; ++event_class) {
-    char name[64];
-    if (TranslateEventLogClass(static_cast<uint16_t>(event_class), name, sizeof(name)) != 0 &&
-        strcasecmp(name, text) == 0) {
-      return static_cast<uint16_t>(event_class);
+  for (unsigned event_class = 0; event_class <= UINT16_MAX; ++event_class) {
+    const ClassName name(static_cast<uint16_t>(event_class));
+    if (strcasecmp(name.text, text.c_str()) == 0) {
+      return name.is_known ? ClassSelector{static_cast<uint16_t>(event_class), {}} : ClassSelector{};
     }
   }
   return std::nullopt;
 }
 
-// The name of a long option by what getopt_long returns for it; null for none.
-const char *option_name(int value) {
-  for (const option &known : kLongOptions) {
-    if (known.name != nullptr && known.val == value) {
-      return known.name;
+Problem read_format(const char *argument, CommandLine &line) {
+  line.options.format = find_format(argument);
+  return line.options.format != nullptr
+             ? Problem()
+             : Problem("unknown format '%s'", argument).advise("use %s", join_words(formats_with(0)).c_str());
+}
+
+Problem read_severity(const char *argument, CommandLine &line) {
+  const std::vector<SeverityRank> ranks = severities_like(argument);
+  if (ranks.empty() || argument[0] == '\0') {
+    return Problem("unknown severity '%s'", argument)
+        .advise("use %s", join_words(names_of(severities_like(""))).c_str());
+  }
+  if (ranks.size() > 1) {
+    return Problem("severity '%s' is ambiguous", argument)
+        .advise("use %s", join_words(names_of(ranks)).c_str());
+  }
+  line.options.selection.filter.least_severity = ranks[0];
+  return {};
+}
+
+Problem read_time(const char *argument, const CommandLine &line, std::optional<int64_t> &time) {
+  time = line.calendar.parse(argument, line.now);
+  return time ? Problem() : Problem("invalid time '%s'", argument).advise("use %s", kTimeForms);
+}
+
+Problem read_since(const char *argument, CommandLine &line) {
+  return read_time(argument, line, line.options.selection.filter.since);
+}
+
+Problem read_until(const char *argument, CommandLine &line) {
+  return read_time(argument, line, line.options.selection.filter.until);
+}
+
+// No name of a class has a colon.
+Problem read_class(const char *argument, std::vector<ClassSelector> &selectors) {
+  const std::string text = argument;
+  const size_t colon = text.find(':');
+  std::optional<ClassSelector> selector = parse_class(text.substr(0, colon));
+  if (!selector) {
+    return Problem("unknown class '%s'", argument)
+        .advise("use a number up to 0xFFFF, or a name that '-c help' prints");
+  }
+  if (colon != std::string::npos) {
+    const std::optional<uint64_t> code =
+        parse_number(std::string_view(text).substr(colon + 1), UINT16_MAX, true);
+    if (!code) {
+      return Problem("invalid code in class '%s'", argument).advise("use a number up to 0xFFFF");
+    }
+    selector->code = static_cast<uint16_t>(*code);
+  }
+  selectors.push_back(*selector);
+  return {};
+}
+
+Problem read_wanted_class(const char *argument, CommandLine &line) {
+  return read_class(argument, line.options.selection.filter.classes);
+}
+
+Problem read_excluded_class(const char *argument, CommandLine &line) {
+  return read_class(argument, line.options.selection.filter.excluded);
+}
+
+Problem read_lines(const char *argument, CommandLine &line) {
+  line.options.selection.lines = parse_number(argument, UINT32_MAX, false);
+  return line.options.selection.lines
+             ? Problem()
+             : Problem("invalid number of lines '%s'", argument).advise("use 0 to 4294967295");
+}
+
+Problem read_unserviced(const char * /*argument*/, CommandLine &line) {
+  line.options.selection.unserviced = true;
+  return {};
+}
+
+Problem read_reverse(const char * /*argument*/, CommandLine &line) {
+  line.options.selection.reverse = true;
+  return {};
+}
+
+Problem read_cursor_file(const char *argument, CommandLine &line) {
+  line.options.cursor_file = argument;
+  return argument[0] != '\0' ? Problem()
+                             : Problem("option '--cursor-file' requires a file name").advise("name a file");
+}
+
+Problem read_follow(const char * /*argument*/, CommandLine &line) {
+  line.options.follow = true;
+  return {};
+}
+
+Problem read_level_prefix(const char * /*argument*/, CommandLine &line) {
+  line.options.level_prefix = true;
+  return {};
+}
+
+Problem read_host(const char *argument, CommandLine &line) {
+  line.options.host = argument;
+  return {};
+}
+
+Problem read_help(const char * /*argument*/, CommandLine &line) {
+  line.options.text = usage_text();
+  return {};
+}
+
+Problem read_version(const char * /*argument*/, CommandLine &line) {
+  line.options.text = version_text();
+  return {};
+}
+
+constexpr OptionRow kOptions[] = {
+    {
+        .name = "output",
+        .letter = 'o',
+        .argument = "FORMAT",
+        .help = "how to print; the first is the default:%s",
+        .words = format_words,
+        .read = read_format,
+    },
+    {
+        .name = "priority",
+        .letter = 'p',
+        .argument = "SEVERITY",
+        .help = "only entries of this severity and above: %s; the beginning of a word will do",
+        .words = severity_words,
+        .read = read_severity,
+    },
+    {
+        .name = "since",
+        .letter = 'S',
+        .argument = "TIME",
+        .help = "only entries whose last update is not before TIME",
+        .read = read_since,
+    },
+    {
+        .name = "until",
+        .letter = 'U',
+        .argument = "TIME",
+        .help = "only entries whose last update is not after TIME\nTIME: %s",
+        .forms = kTimeForms,
+        .read = read_until,
+    },
+    {
+        .name = "class",
+        .letter = 'c',
+        .argument = "CLASS[:CODE]",
+        .help =
+            "only entries of this class, or of one code of it; a class is a number, a name such as 'Main Memory', "
+            "or Unknown for all without a name, and a code is a number; several -c are alternatives",
+        .words = class_words,
+        .read = read_wanted_class,
+    },
+    {
+        .name = "exclude",
+        .letter = 'x',
+        .argument = "CLASS[:CODE]",
+        .help = "no entries of this class, or of one code of it; several -x add up",
+        .words = class_words,
+        .read = read_excluded_class,
+    },
+    {
+        .name = "unserviced",
+        .letter = 'u',
+        .help = "only entries that no maintenance note has closed",
+        .read = read_unserviced,
+    },
+    {
+        .name = "lines",
+        .letter = 'n',
+        .argument = "N",
+        .help = "only the last N entries that pass all other filters",
+        .read = read_lines,
+    },
+    {
+        .name = "reverse",
+        .letter = 'r',
+        .needs = kReverses,
+        .help = "print the last entry first",
+        .read = read_reverse,
+    },
+    {
+        .name = "cursor-file",
+        .is_for_one_file = true,
+        .needs = kRemembers,
+        .argument = "FILE",
+        .help = "only entries that are new or have changed since the last run with this FILE",
+        .read = read_cursor_file,
+    },
+    {
+        .name = "follow",
+        .letter = 'f',
+        .needs = kFollows,
+        .help = "print the log, then keep printing entries that are new or have changed",
+        .read = read_follow,
+    },
+    {
+        .name = "level-prefix",
+        .needs = kLevels,
+        .help = "put <N> before each line, for a systemd service",
+        .read = read_level_prefix,
+    },
+    {
+        .name = "host",
+        .is_for_one_file = true,
+        .argument = "NAME",
+        .help = "the host of FILE, in place of its name",
+        .read = read_host,
+    },
+    {
+        .name = "help",
+        .letter = 'h',
+        .help = "print this text",
+        .read = read_help,
+    },
+    {
+        .name = "version",
+        .help = "print the version",
+        .read = read_version,
+    },
+};
+
+// The option that names the format.
+constexpr const OptionRow &kFormatRow = kOptions[0];
+static_assert(kFormatRow.letter == 'o');
+
+// What getopt_long returns for the long form of row 0; those of the other rows follow.
+constexpr int kFirstLong = 0x100;
+
+// The rows as getopt_long takes them.
+std::vector<option> long_options() {
+  std::vector<option> options;
+  for (const OptionRow &row : kOptions) {
+    const int takes_argument = row.argument != nullptr ? required_argument : no_argument;
+    options.push_back({row.name, takes_argument, nullptr, kFirstLong + static_cast<int>(options.size())});
+  }
+  options.push_back({nullptr, 0, nullptr, 0});
+  return options;
+}
+
+std::string short_options() {
+  std::string letters = ":";
+  for (const OptionRow &row : kOptions) {
+    if (row.letter != '\0') {
+      letters += row.letter;
+      letters += row.argument != nullptr ? ":" : "";
+    }
+  }
+  return letters;
+}
+
+// The row of what getopt_long returns for one of its forms; null for none.
+const OptionRow *find_row(int value) {
+  if (value >= kFirstLong) {
+    return &kOptions[value - kFirstLong];
+  }
+  for (const OptionRow &row : kOptions) {
+    if (value != '\0' && row.letter == value) {
+      return &row;
     }
   }
   return nullptr;
@@ -82,20 +371,20 @@ const char *option_name(int value) {
 bool is_ambiguous(std::string_view word) {
   const std::string_view start = word.substr(2, word.find('=') - 2);
   int matches = 0;
-  for (const option &known : kLongOptions) {
-    matches += known.name != nullptr && std::string_view(known.name).substr(0, start.size()) == start ? 1 : 0;
+  for (const OptionRow &row : kOptions) {
+    matches += std::string_view(row.name).substr(0, start.size()) == start ? 1 : 0;
   }
   return matches > 1;
 }
 
 // What getopt_long has found wrong when it returns ':' or '?'.
 Problem parser_problem(int answer, const char *word) {
-  const char *const name = option_name(optopt);
+  const OptionRow *const row = find_row(optopt);
   if (answer == ':') {
-    return Problem("option '--%s' requires an argument", name).advise("see 'imlog --help'");
+    return Problem("option '--%s' requires an argument", row->name).advise("see 'imlog --help'");
   }
-  if (name != nullptr) {
-    return Problem("option '--%s' takes no argument", name).advise("see 'imlog --help'");
+  if (row != nullptr) {
+    return Problem("option '--%s' takes no argument", row->name).advise("see 'imlog --help'");
   }
   if (optopt != 0) {
     return Problem("invalid option -- '%c'", optopt).advise("see 'imlog --help'");
@@ -106,93 +395,37 @@ Problem parser_problem(int answer, const char *word) {
   return Problem("unrecognized option '%s'", word).advise("see 'imlog --help'");
 }
 
-// True when the words "-o check" stand on the line in one of their forms, even where they pass for the
-// argument of the option before them: a monitor must not take its own wrong command line for a warning.
+// True when the words "-o check" stand on the line in one of their forms, also where another option takes
+// them as its argument: status 1 would be a warning to the monitor.
 bool asks_for_check(int argc, char **argv) {
-  static constexpr std::string_view kLongName = "--output";
+  const std::string short_name = {'-', kFormatRow.letter};
+  const std::string long_name = std::string("--") + kFormatRow.name;
+  const std::string_view check = kCheckFormat.name;
   for (int i = 1; i < argc && strcmp(argv[i], "--") != 0; ++i) {
     const std::string_view word = argv[i];
     const std::string_view name = word.substr(0, word.find('='));
-    const bool is_long = name.size() > 2 && kLongName.substr(0, name.size()) == name;
-    const bool is_next = (word == "-o" || (is_long && name == word)) && i + 1 < argc;
-    if (word == "-ocheck" || (is_long && word.substr(name.size()) == "=check") ||
-        (is_next && strcmp(argv[i + 1], "check") == 0)) {
+    const bool is_long = name.size() > 2 && long_name.compare(0, name.size(), name) == 0;
+    const bool has_value = is_long && name.size() < word.size();
+    const bool is_next = (word == short_name || (is_long && !has_value)) && i + 1 < argc;
+    if (word == short_name + kCheckFormat.name || (has_value && word.substr(name.size() + 1) == check) ||
+        (is_next && argv[i + 1] == check)) {
       return true;
     }
   }
   return false;
 }
 
-// Puts one option into `options`.
-Problem take_option(int letter, const char *value, Calendar &calendar, int64_t now, Options &options) {
-  switch (letter) {
-    case 'o':
-      options.format = find_format(value);
-      if (options.format == nullptr) {
-        return Problem("unknown format '%s'", value)
-            .advise("use short, json, export, raw, prometheus or check");
-      }
-      break;
-    case 'p': {
-      const std::optional<SeverityRank> severity = parse_severity(value);
-      if (!severity) {
-        return Problem("unknown severity '%s'", value)
-            .advise("use information, repaired, caution or critical");
-      }
-      options.selection.filter.least_severity = *severity;
-      break;
-    }
-    case 'S':
-    case 'U': {
-      const std::optional<int64_t> time = calendar.parse(value, now);
-      if (!time) {
-        return Problem("'%s' is no time of the years 1970 to 9999", value)
-            .advise(
-                "use 2025-09-01, '2025-09-01 13:05', 2025-09-01T13:05:00, today, yesterday, -30m, -12h or -7d");
-      }
-      (letter == 'S' ? options.selection.filter.since : options.selection.filter.until) = time;
-      break;
-    }
-    case 'c': {
-      const std::optional<uint16_t> event_class = parse_class(value);
-      if (!event_class) {
-        return Problem("unknown class '%s'", value)
-            .advise("use a number up to 0xFFFF, or a name as in class_name of -o json");
-      }
-      options.selection.filter.classes.push_back(*event_class);
-      break;
-    }
-    case 'n':
-      options.selection.lines = parse_number(value, UINT32_MAX, false);
-      if (!options.selection.lines) {
-        return Problem("'%s' is no number of lines", value).advise("use 0 to 4294967295");
-      }
-      break;
-    case kCursorFile:
-      options.cursor_file = value;
-      if (value[0] == '\0') {
-        return Problem("option '--cursor-file' has an empty name").advise("name a file");
-      }
-      break;
-    case 'f': options.follow = true; break;
-    case 'u': options.selection.unserviced = true; break;
-    case 'r': options.selection.reverse = true; break;
-    case kLevelPrefix: options.level_prefix = true; break;
-    case kHost: options.host = value; break;
-    default: break;
-  }
-  return {};
-}
-
 // What several FILEs do not go with.
-Problem check_several(const Options &options) {
+Problem check_several(const Options &options, const std::vector<const OptionRow *> &given) {
   if ((options.format->traits & kMerges) == 0) {
     return Problem("several FILEs do not go with format '%s'", options.format->name)
-        .advise("name one FILE, or use short, json, export or check");
+        .advise("name one FILE, or use %s", join_words(formats_with(kMerges)).c_str());
   }
-  if (options.host != nullptr || options.cursor_file != nullptr) {
-    return Problem("option '--%s' is for one FILE", options.host != nullptr ? "host" : "cursor-file")
-        .advise("read the FILEs one by one, or leave the option out");
+  for (const OptionRow *const row : given) {
+    if (row->is_for_one_file) {
+      return Problem("option '--%s' is for one FILE", row->name)
+          .advise("read the FILEs one by one, or leave the option out");
+    }
   }
   std::map<std::string_view, const char *> paths;  // of each host
   const char *standard_input = nullptr;
@@ -212,9 +445,7 @@ Problem check_several(const Options &options) {
 }
 
 // What does not go together.
-Problem check_combination(const Options &options) {
-  const auto lacks = [&](unsigned trait) { return (options.format->traits & trait) == 0; };
-  const char *const format = options.format->name;
+Problem check_combination(const Options &options, const std::vector<const OptionRow *> &given) {
   const bool is_live = options.logs[0].path == nullptr;
   if (options.follow && !is_live) {
     return Problem("option '--follow' is for the live log, not for FILE '%s'", options.logs[0].path)
@@ -223,29 +454,16 @@ Problem check_combination(const Options &options) {
   if (options.follow && options.selection.reverse) {
     return Problem("option '--reverse' does not go with option '--follow'").advise("leave one of them out");
   }
-  if (options.selection.reverse && lacks(kReverses)) {
-    return Problem("option '--reverse' does not go with format '%s'", format).advise("use short or json");
-  }
-  if (options.follow && lacks(kFollows)) {
-    return Problem("option '--follow' does not go with format '%s'", format)
-        .advise("use short, json or export");
-  }
-  if (options.level_prefix && lacks(kLevels)) {
-    return Problem("option '--level-prefix' does not go with format '%s'", format)
-        .advise("use short or json");
-  }
   if (options.host != nullptr && is_live) {
-    return Problem("option '--host' names the host of a FILE, and there is none for '%s'", options.host)
-        .advise("name a FILE, or leave --host out");
+    return Problem("option '--host' requires a FILE").advise("name a FILE, or leave --host out");
   }
-  if (options.logs.size() > 1) {
-    return check_several(options);
+  for (const OptionRow *const row : given) {
+    if ((options.format->traits & row->needs) != row->needs) {
+      return Problem("option '--%s' does not go with format '%s'", row->name, options.format->name)
+          .advise("use %s", join_words(formats_with(row->needs)).c_str());
+    }
   }
-  if (options.cursor_file != nullptr && !lacks(kWholeLog)) {
-    return Problem("option '--cursor-file' does not go with format '%s'", format)
-        .advise("use short, json, export or raw");
-  }
-  return {};
+  return options.logs.size() > 1 ? check_several(options, given) : Problem();
 }
 
 // The logs that the rest of the command line names.
@@ -262,31 +480,59 @@ std::vector<Log> name_logs(char **first, char **end, const char *host) {
 
 }  // namespace
 
+std::span<const OptionRow> option_rows() {
+  return kOptions;
+}
+
+std::string join_words(const std::vector<std::string> &words) {
+  std::string text;
+  for (size_t i = 0; i < words.size(); ++i) {
+    text += i == 0 ? "" : i + 1 < words.size() ? ", " : " or ";
+    text += words[i];
+  }
+  return text;
+}
+
 Problem parse_options(int argc, char **argv, Calendar &calendar, int64_t now, Options &options) {
+  CommandLine line = {options, calendar, now};
+  const std::vector<option> known_options = long_options();
+  const std::string letters = short_options();
   const bool has_check_words = asks_for_check(argc, argv);
   bool for_check = false;
+  std::vector<const OptionRow *> given;
   Problem problem;
-  opterr = 0;  // what is wrong must not reach standard error before it is known for whom it is
-  for (int letter = 0; (letter = getopt_long(argc, argv, kLetters, kLongOptions, nullptr)) != -1;) {
-    for_check = for_check || (letter == 'o' && strcmp(optarg, kCheckFormat.name) == 0);
+  opterr = 0;  // getopt_long must not print: with -o check nothing goes to standard error
+  for (int value = 0;
+       (value = getopt_long(argc, argv, letters.c_str(), known_options.data(), nullptr)) != -1;) {
+    const OptionRow *const row = value == ':' || value == '?' ? nullptr : find_row(value);
+    for_check = for_check || (row == &kFormatRow && strcmp(optarg, kCheckFormat.name) == 0);
     if (problem.is_set()) {
       continue;  // only to see whether it is for a check
     }
-    if (letter == 'h' || letter == kVersion) {
-      options.action = letter == 'h' ? Options::Action::kHelp : Options::Action::kVersion;
+    if (row == nullptr) {
+      problem = parser_problem(value, argv[optind - 1]);
+      continue;
+    }
+    if (row->words != nullptr && strcmp(optarg, "help") == 0) {
+      for (const Word &word : row->words()) {
+        options.text += word.text + '\n';
+      }
+    } else {
+      problem = row->read(optarg, line);
+    }
+    if (!options.text.empty()) {
       options.format = has_check_words ? &kCheckFormat : options.format;
       return {};
     }
-    problem = letter == ':' || letter == '?' ? parser_problem(letter, argv[optind - 1])
-                                             : take_option(letter, optarg, calendar, now, options);
+    given.push_back(row);
   }
   if (!problem.is_set() && has_check_words && !for_check) {
-    problem = Problem("'-o check' is taken for the argument of another option")
+    problem = Problem("'-o check' was taken as the argument of another option")
                   .advise("give that option its argument");
   }
   if (!problem.is_set()) {
     options.logs = name_logs(argv + optind, argv + argc, options.host);
-    problem = check_combination(options);
+    problem = check_combination(options, given);
   }
   if (problem.is_set()) {
     options.format = has_check_words || for_check ? &kCheckFormat : &kShortFormat;

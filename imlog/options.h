@@ -1,7 +1,9 @@
-// The command line.
+// The command line: the table of options, and how the line is read.
 #pragma once
 
 #include <cstdint>
+#include <span>
+#include <string>
 #include <vector>
 
 #include "imlog/format.h"
@@ -10,10 +12,8 @@
 #include "imlog/problem.h"
 
 struct Options {
-  enum class Action { kRead, kHelp, kVersion };
-
-  Action action = Action::kRead;
-  const FormatRow *format = &kShortFormat;
+  std::string text;  // printed in place of the log, if there is any: the help, the version, an option's words
+  const FormatRow *format = kFormats[0];
   Selection selection;
   const char *cursor_file = nullptr;
   bool follow = false;
@@ -21,6 +21,38 @@ struct Options {
   const char *host = nullptr;  // of the only FILE
   std::vector<Log> logs;       // one at least
 };
+
+// Where an option puts its argument, and what it needs to understand it.
+struct CommandLine {
+  Options &options;
+  Calendar &calendar;
+  int64_t now;  // what a time such as "-7d" is counted from
+};
+
+// A word that an option takes as its argument.
+struct Word {
+  std::string text;
+  const char *meaning = nullptr;  // for the help; null where the word says it
+};
+
+// One option. getopt_long's arrays, the help, the completion and most messages are made from the rows.
+struct OptionRow {
+  const char *name;                // of the long form
+  char letter = '\0';              // of the short form, if there is one
+  bool is_for_one_file = false;    // does not go with several FILEs
+  unsigned needs = 0;              // the trait of the formats that it goes with; 0: all
+  const char *argument = nullptr;  // its name in the help; null: the option takes none
+  const char *help;  // wrapped where it is printed; "%s" stands for the words or forms of the argument
+  const char *forms = nullptr;             // how the argument can look
+  std::vector<Word> (*words)() = nullptr;  // what the argument "help" prints; null: it has no such meaning
+  Problem (*read)(const char *argument, CommandLine &line);
+};
+
+// All options, in the order of the help.
+std::span<const OptionRow> option_rows();
+
+// "a, b or c".
+std::string join_words(const std::vector<std::string> &words);
 
 // Reads the command line. Where it is wrong, the result says how, and `options.format` is kCheckFormat if
 // "-o check" stands anywhere on it. `now` is what a time such as "-7d" is counted from.

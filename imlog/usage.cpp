@@ -1,31 +1,118 @@
 #include "imlog/usage.h"
 
-const char kUsage[] = R"(Usage: imlog [OPTIONS] [FILE ...]
+#include <algorithm>
+#include <string_view>
+
+#include "imlog/exit_status.h"
+#include "imlog/options.h"
+
+namespace {
+
+constexpr size_t kLineLength = 80;
+constexpr size_t kGap = 2;  // between an option and what it does
+
+constexpr char kHead[] = R"(Usage: imlog [OPTIONS] [FILE ...]
 
 Prints a server's Integrated Management Log: its own, through the health driver
 (as root), or a raw log of 240-byte records from FILE, - for standard input.
 The entries of several FILEs are merged by time.
 
-  -o, --output=FORMAT      short (default), json, export, raw, prometheus, check
-  -p, --priority=SEVERITY  information, repaired, caution or critical: entries
-                           of that severity and above
-  -S, --since=TIME         entries whose last update is not before TIME
-  -U, --until=TIME         entries whose last update is not after TIME
-                           TIME: 2025-09-01, "2025-09-01 13:05", today,
-                           2025-09-01T13:05:00, yesterday, -30m, -12h, -7d
-  -c, --class=CLASS        entries of a class: a number, or a name such as
-                           "Main Memory"; several -c are alternatives
-  -u, --unserviced         entries that no maintenance note has closed
-  -n, --lines=N            the last N of the entries that the others leave
-  -r, --reverse            the last entry first
-      --cursor-file=FILE   only entries that are new or have changed since the
-                           last run with this FILE
-  -f, --follow             print, stay, and print what is new or has changed
-      --level-prefix       put <N> before each line, for a systemd service
-      --host=NAME          the host of FILE, in place of its name
-  -h, --help               print this text
-      --version            print the version
-
-Status: 0 the log was read and printed, 1 wrong usage, 2 failure.
-With -o check: 0 ok, 1 caution, 2 critical, 3 unknown or wrong usage.
 )";
+
+// "  -o, --output=FORMAT", or "      --version".
+std::string option_head(const OptionRow &row) {
+  std::string head = row.letter != '\0' ? std::string("  -") + row.letter + ", --" : "      --";
+  head += row.name;
+  return row.argument != nullptr ? head + '=' + row.argument : head;
+}
+
+// What stands for the words in an option's help: a list, or a table where they have meanings.
+std::string words_text(const std::vector<Word> &words) {
+  std::vector<std::string> texts;
+  size_t width = 0;
+  for (const Word &word : words) {
+    texts.push_back(word.text);
+    width = std::max(width, word.text.size());
+  }
+  if (words.empty() || words[0].meaning == nullptr) {
+    return join_words(texts);
+  }
+  std::string table;
+  for (const Word &word : words) {
+    table += "\n  " + word.text + std::string(width - word.text.size() + kGap, ' ') + word.meaning;
+  }
+  return table;
+}
+
+std::string help_text(const OptionRow &row) {
+  std::string text = row.help;
+  if (const size_t place = text.find("%s"); place != std::string::npos) {
+    text.replace(place, 2, row.words != nullptr ? words_text(row.words()) : row.forms);
+  }
+  return text;
+}
+
+// Appends a line, which may break at blanks, so that it begins at `column` and no line is longer than others.
+void append_wrapped(std::string_view line, size_t column, std::string &text) {
+  while (line.size() > kLineLength - column) {
+    const size_t end = line.rfind(' ', kLineLength - column);
+    text.append(line.substr(0, end)).append("\n").append(column, ' ');
+    line.remove_prefix(end + 1);
+  }
+  text.append(line).append("\n");
+}
+
+void append_option(const OptionRow &row, size_t column, std::string &text) {
+  const std::string head = option_head(row);
+  text += head + std::string(column - head.size(), ' ');
+  const std::string help = help_text(row);
+  std::string_view rest = help;
+  for (size_t end = 0; (end = rest.find('\n')) != std::string_view::npos; rest.remove_prefix(end + 1)) {
+    append_wrapped(rest.substr(0, end), column, text);
+    text.append(column, ' ');
+  }
+  append_wrapped(rest, column, text);
+}
+
+// "-o help, -p help or -c help"
+std::string help_arguments() {
+  std::vector<std::string> arguments;
+  for (const OptionRow &row : option_rows()) {
+    if (row.words != nullptr) {
+      arguments.push_back(std::string("-") + row.letter + " help");
+    }
+  }
+  return join_words(arguments);
+}
+
+template <size_t kCount>
+std::string statuses_text(const StatusRow (&rows)[kCount]) {
+  std::string text;
+  for (const StatusRow &row : rows) {
+    text += (text.empty() ? "" : ", ") + std::to_string(row.status) + ' ' + row.meaning;
+  }
+  return text + ".";
+}
+
+}  // namespace
+
+std::string usage_text() {
+  size_t column = 0;
+  for (const OptionRow &row : option_rows()) {
+    column = std::max(column, option_head(row).size() + kGap);
+  }
+  std::string text = kHead;
+  for (const OptionRow &row : option_rows()) {
+    append_option(row, column, text);
+  }
+  text += '\n';
+  append_wrapped("To print the words that an option takes: " + help_arguments() + ".", 0, text);
+  text += '\n';
+  append_wrapped("Status: " + statuses_text(kExitStatuses), 0, text);
+  append_wrapped(std::string("With -o ") + kCheckFormat.name + ": " + statuses_text(kCheckStatuses), 0, text);
+  return text;
+}
+
+std::string version_text() {
+  return "imlog " IMLOG_VERSION "\n";
+}

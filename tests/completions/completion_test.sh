@@ -1,4 +1,5 @@
-# Calls the completions as bash does: completion_test.sh FOLDER
+# Calls the completions as bash does: completion_test.sh FOLDER IMLOG
+PATH=${2%/*}:$PATH
 for file in "$1"/*; do
   source "$file"
 done
@@ -9,13 +10,13 @@ failed=0
 check() {
   local rest=$1 breaks=$COMP_WORDBREAKS
   COMP_LINE=$1 COMP_WORDS=() COMPREPLY=()
-  while [[ $rest =~ ^[[:blank:]]*(\'[^\']*\'|${breaks:+$breaks|}[^[:blank:]$breaks]+) ]]; do
+  while [[ $rest =~ ^[[:blank:]]*(\'[^\']*\'?|${breaks:+$breaks|}[^[:blank:]$breaks]+) ]]; do
     COMP_WORDS+=("${BASH_REMATCH[1]}")
     rest=${rest#"${BASH_REMATCH[0]}"}
   done
   [[ -z $rest ]] || COMP_WORDS+=("")
   COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
-  "_${COMP_WORDS[0]}"
+  "_${COMP_WORDS[0]}" "${COMP_WORDS[0]}"
   if [[ $(printf '%s\n' "${COMPREPLY[@]}" | sort) != "$(xargs -n 1 <<<"$2" | sort)" ]]; then
     echo "$1: offers ${COMPREPLY[*]}, not $2" >&2
     failed=1
@@ -49,9 +50,13 @@ orvlog -a TIMEOUT= |$later
 imlog -o |short json export raw prometheus check
 imlog --output=|short json export raw prometheus check
 imlog --output=p|prometheus
-imlog -f -p c|caution critical
+imlog -f -p C|caution critical
+imlog -S |today yesterday -30m -12h -7d
 imlog -o json --le|--level-prefix
-imlog --f|--follow
+imlog --c|--class= --cursor-file=
+imlog -c Ma|"Machine\ Environment" "Main\ Memory" Maintenance
+imlog -x 'main m|'Main Memory'
+imlog --exclude=u|UPS Unknown "Unrecoverable\ System\ Error"
 imlog -n |
 imlog --cursor-file=|
 imlog lo|

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Checks the documents against the tree: documents_test.py lint|options|messages|map ROOT"""
+"""Checks the documents against the tree: documents_test.py lint|options|vocabulary|messages|map ROOT [IMLOG]"""
 import json
 import pathlib
 import re
@@ -18,28 +18,47 @@ def lint(root):
     return faults
 
 
-# The files that list options, each with a pattern whose groups name one option. The parsers come first.
-OPTIONS = (
-    {"orvlog/main.cpp": r'(\w):?(?=[\w:]*"\)\) != -1)',
-     "docs/orvlog.8": r"^\.It Fl (\w)",
-     "orvlog/usage.cpp": r'"\\t-(\w) ',
-     "completions/orvlog": r"(?<![\w-])-([A-Za-z])\b(?=[^\n]*# options)"},
-    {"imlog/options.cpp": r'\{"([\w-]+)", \w+, nullptr, (?:\'(\w)\'|\w+)\}',
-     "docs/imlog.8": r"^\.It Fl (?:(\w) , Fl )?\\-([\w\\-]+)",
-     "imlog/usage.cpp": r"^  (?:-(\w), |    )--([\w-]+)",
-     "completions/imlog": r"(?:(?<=[ '])-(\w) )?--([\w-]+)=? *(?=[^\n]*# option)"})
+# The files that list orvlog's options, each with a pattern whose group names one. The parser comes first.
+OPTIONS = {
+    "orvlog/main.cpp": r'(\w):?(?=[\w:]*"\)\) != -1)',
+    "docs/orvlog.8": r"^\.It Fl (\w)",
+    "orvlog/usage.cpp": r'"\\t-(\w) ',
+    "completions/orvlog": r"(?<![\w-])-([A-Za-z])\b(?=[^\n]*# options)",
+}
 
 
 def options(root):
-    """The manual, the usage text and the completion know the options that the program's parser takes."""
+    """orvlog's manual, usage text and completion know the options that its parser takes."""
+    found = {name: set(re.findall(pattern, (root / name).read_text(), re.MULTILINE))
+             for name, pattern in OPTIONS.items()}
+    parser, known = next(iter(found.items()))
+    return [f"{name}: {sorted(names ^ known)} are not both there and in {parser}"
+            for name, names in found.items() if names != known or not known]
+
+
+def vocabulary(root, imlog):
+    """imlog's manual has an entry for each option, format, severity and exit status that the program names."""
+    def ask(*words):
+        return subprocess.run([imlog, *words], capture_output=True, text=True, check=True).stdout
+
+    page = (root / "docs/imlog.8").read_text().replace("\\-", "-")
+    sections = dict(re.findall(r"^\.Sh (.+)\n((?:(?!\.Sh ).*\n)*)", page, re.MULTILINE))
+    entries = dict(re.findall(r"^\.It Fl \w , Fl -([\w-]+).*\n((?:(?!\.It |\.El).*\n)*)", page, re.MULTILINE))
+    usage = ask("--help")
+    statuses = [text.partition("With") for text in (usage.partition("Status: ")[2], sections["EXIT STATUS"])]
     faults = []
-    for files in OPTIONS:
-        found = {name: {tuple(sorted(part.replace("\\", "") for part in match.groups("")))
-                        for match in re.finditer(pattern, (root / name).read_text(), re.MULTILINE)}
-                 for name, pattern in files.items()}
-        parser, known = next(iter(found.items()))
-        faults += [f"{name}: {sorted(names ^ known)} are not both there and in {parser}"
-                   for name, names in found.items() if names != known or not known]
+    for kind, named, text, pattern in (
+            ("option", re.findall(r"^  (?:-(\w), |    )--([\w-]+)", usage, re.MULTILINE),
+             sections["OPTIONS"], r"^\.It Fl (?:(\w) , Fl )?-([\w-]+)"),
+            ("format", ask("-o", "help").split(), sections["OUTPUT FORMATS"], r"^\.Ss (\w+)"),
+            ("severity", ask("-p", "help").split(), entries["priority"], r"^\.Cm (\w+)"),
+            *(("status" + of, re.findall(r"(\d) \w", statuses[0][part]), statuses[1][part], r"^\.It (\d)")
+              for part, of in ((0, ""), (2, " of a check")))):
+        found = re.findall(pattern, text, re.MULTILINE)
+        faults += [f"docs/imlog.8: {kind} {word} is not there" for word in named if word not in found]
+        faults += [f"docs/imlog.8: the program has no {kind} {word}" for word in found if word not in named]
+        if not named:
+            faults.append(f"imlog names no {kind}: is the pattern still right?")
     return faults
 
 
@@ -107,6 +126,7 @@ def map_of(root):
     return faults
 
 
-check, root_folder = sys.argv[1:]
-found_faults = {"lint": lint, "options": options, "messages": messages, "map": map_of}[check](pathlib.Path(root_folder))
+check, root_folder, *program = sys.argv[1:]
+checks = {"lint": lint, "options": options, "vocabulary": vocabulary, "messages": messages, "map": map_of}
+found_faults = checks[check](pathlib.Path(root_folder), *program)
 sys.exit("\n".join(found_faults) or 0)
