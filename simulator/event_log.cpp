@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "simulator/server_directory.h"
+#include "util/file.h"
 
 namespace simulator {
 namespace {

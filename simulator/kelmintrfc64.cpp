@@ -12,6 +12,7 @@
 #include "platform/health_driver.h"
 #include "simulator/event_log.h"
 #include "simulator/server_directory.h"
+#include "util/file.h"
 #include "util/ownership.h"
 
 using simulator::fail;
@@ -77,7 +78,7 @@ int data_table_request(int fd, unsigned int code, void *buffer, unsigned int len
   if (request.DtHdr.Index != 0 || status.st_size != static_cast<off_t>(request.DtHdr.size)) {
     return fail(EINVAL);
   }
-  const ssize_t got = simulator::read_at(table.fd(), request.pData, request.DtHdr.size, 0);
+  const ssize_t got = read_at(table.fd(), request.pData, request.DtHdr.size, 0);
   if (got < 0) {
     return -1;
   }
@@ -108,7 +109,7 @@ int read_asr_state(int fd, void *buffer, unsigned int length) {
   }
   const Descriptor file(simulator::open_in_folder(fd, kAsrStateFile));
   char text[16] = {};
-  const ssize_t got = file.is_open() ? simulator::read_at(file.fd(), text, sizeof(text), 0) : -1;
+  const ssize_t got = file.is_open() ? read_at(file.fd(), text, sizeof(text), 0) : -1;
   if (got < 0) {
     return -1;
   }
@@ -147,7 +148,7 @@ int report_request(int fd, unsigned int code, void *buffer, unsigned int length)
   if (!report.is_open()) {
     return -1;
   }
-  const ssize_t got = simulator::read_at(report.fd(), buffer, kReportSize, 0);
+  const ssize_t got = read_at(report.fd(), buffer, kReportSize, 0);
   if (got < 0) {
     return -1;
   }

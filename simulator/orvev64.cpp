@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 
 #include "simulator/server_directory.h"
+#include "util/file.h"
 #include "util/ownership.h"
 
 using simulator::fail;
@@ -55,7 +56,7 @@ extern "C" {
     *size = stored;
     return fail(ERANGE);
   }
-  const ssize_t got = simulator::read_at(variable.fd(), buffer, static_cast<size_t>(stored), 0);
+  const ssize_t got = read_at(variable.fd(), buffer, static_cast<size_t>(stored), 0);
   if (got != stored) {
     return got < 0 ? -1 : fail(EIO);
   }

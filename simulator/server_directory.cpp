@@ -7,8 +7,8 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
+#include "util/file.h"
 #include "util/ownership.h"
 
 namespace simulator {
@@ -28,22 +28,6 @@ int open_kind(int folder, const char *name, Kind kind, int flags) {
   return is_right ? opened.release() : fail(EINVAL);
 }
 
-int write_all(int fd, const void *data, size_t size) {
-  const char *position = static_cast<const char *>(data);
-  while (size > 0) {
-    const ssize_t written = write(fd, position, size);
-    if (written < 0 && errno == EINTR) {
-      continue;
-    }
-    if (written <= 0) {
-      return written < 0 ? -1 : fail(EIO);
-    }
-    position += written;
-    size -= static_cast<size_t>(written);
-  }
-  return 0;
-}
-
 }  // namespace
 
 int open_in_server(const char *name, Kind kind, int flags) {
@@ -59,25 +43,6 @@ int open_in_folder(int folder, const char *name) {
   return open_kind(folder, name, Kind::kFile, O_RDONLY | O_NOFOLLOW);
 }
 
-ssize_t read_at(int fd, void *buffer, size_t size, off_t offset) {
-  size_t done = 0;
-  while (done < size) {
-    const ssize_t got =
-        pread(fd, static_cast<char *>(buffer) + done, size - done, offset + static_cast<off_t>(done));
-    if (got < 0 && errno == EINTR) {
-      continue;
-    }
-    if (got < 0) {
-      return -1;
-    }
-    if (got == 0) {
-      break;
-    }
-    done += static_cast<size_t>(got);
-  }
-  return static_cast<ssize_t>(done);
-}
-
 int replace_file(int folder, const char *name, const void *data, size_t size) {
   char draft[NAME_MAX + 1];
   const int length = snprintf(draft, sizeof(draft), ".%s.draft", name);
@@ -90,18 +55,9 @@ int replace_file(int folder, const char *name, const void *data, size_t size) {
   if (!locked.is_open() || lock(locked.fd()) < 0) {
     return -1;
   }
-  unlinkat(folder, draft, 0);  // left by a writer that was killed
-  const Descriptor file(openat(folder, draft, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
-  if (!file.is_open()) {
-    return -1;
-  }
-  if (write_all(file.fd(), data, size) == 0 && fsync(file.fd()) == 0 &&
-      renameat(folder, draft, folder, name) == 0) {
-    return fsync(folder);
-  }
-  const int error = errno;
-  unlinkat(folder, draft, 0);
-  return fail(error);
+  const bool is_replaced = write_draft(folder, draft, {static_cast<const char *>(data), size}, 0644) &&
+                           replace_with_draft(folder, draft, name);
+  return is_replaced ? 0 : -1;
 }
 
 int lock(int fd) {

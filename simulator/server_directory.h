@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstddef>
-#include <sys/types.h>
 
 namespace simulator {
 
@@ -18,9 +17,6 @@ int open_in_server(const char *name, Kind kind, int flags);
 
 // Opens file `name` of an open folder for reading. Returns as open_in_server does.
 int open_in_folder(int folder, const char *name);
-
-// Reads from `offset` until `size` bytes or the end of the file. Returns the number of bytes, or -1.
-ssize_t read_at(int fd, void *buffer, size_t size, off_t offset);
 
 // Replaces the content of file `name` of an open folder. The change is atomic: even after a power loss the
 // file has either its old content or the new. Writers wait for each other. Returns 0, or -1.

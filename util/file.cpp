@@ -1,0 +1,71 @@
+#include "util/file.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "util/ownership.h"
+
+namespace {
+
+// Removes a draft that failed. Returns false, with errno as it was.
+bool discard(int folder, const char *draft) {
+  const int error = errno;
+  unlinkat(folder, draft, 0);
+  errno = error;
+  return false;
+}
+
+}  // namespace
+
+ssize_t read_at(int fd, void *buffer, size_t size, off_t offset) {
+  size_t done = 0;
+  while (done < size) {
+    const ssize_t got =
+        pread(fd, static_cast<char *>(buffer) + done, size - done, offset + static_cast<off_t>(done));
+    if (got < 0 && errno == EINTR) {
+      continue;
+    }
+    if (got < 0) {
+      return -1;
+    }
+    if (got == 0) {
+      break;
+    }
+    done += static_cast<size_t>(got);
+  }
+  return static_cast<ssize_t>(done);
+}
+
+bool write_all(int fd, std::string_view content) {
+  while (!content.empty()) {
+    const ssize_t written = write(fd, content.data(), content.size());
+    if (written > 0) {
+      content.remove_prefix(static_cast<size_t>(written));
+    } else if (written == 0 || errno != EINTR) {
+      errno = written == 0 ? EIO : errno;
+      return false;
+    }
+  }
+  return true;
+}
+
+bool write_draft(int folder, const char *draft, std::string_view content, mode_t mode) {
+  unlinkat(folder, draft, 0);
+  Descriptor file(openat(folder, draft, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+  if (!file.is_open()) {
+    return false;
+  }
+  const bool is_written = write_all(file.fd(), content) && fsync(file.fd()) == 0 && file.close() == 0;
+  return is_written || discard(folder, draft);
+}
+
+bool replace_with_draft(int folder, const char *draft, const char *name) {
+  if (renameat(folder, draft, folder, name) != 0) {
+    return discard(folder, draft);
+  }
+  // Without this the new name may not last. A file system that cannot write a folder to the disk says EINVAL.
+  return fsync(folder) == 0 || errno == EINVAL;
+}
