@@ -43,21 +43,27 @@ bool open_walk(DIR **dp, const char *path) {
   return *dp != nullptr;
 }
 
-// The next name of at least `shortest` and at most `longest` characters, other than "." and ".."; null at the
-// end, with the directory closed.
-const char *next_name(DIR **dp, size_t shortest, size_t longest) {
-  if (*dp == nullptr) {
-    return nullptr;
-  }
-  while (const dirent *entry = readdir(*dp)) {
+const char *next_name(DIR *directory, size_t shortest, size_t longest) {
+  while (const dirent *entry = readdir(directory)) {
     const size_t length = strlen(entry->d_name);
     if (file_select(entry) != 0 && length >= shortest && length <= longest) {
       return entry->d_name;
     }
   }
-  closedir(*dp);
-  *dp = nullptr;
   return nullptr;
+}
+
+// One step of a walk that owns its directory: null at the end, with the directory closed.
+const char *step(DIR **dp, const char *(*next)(DIR *)) {
+  if (*dp == nullptr) {
+    return nullptr;
+  }
+  const char *name = next(*dp);
+  if (name == nullptr) {
+    closedir(*dp);
+    *dp = nullptr;
+  }
+  return name;
 }
 
 // The first function of the current bus. A bus without functions ends the whole walk.
@@ -140,12 +146,20 @@ int pci_write_config_dword(int bus, int dev, int fn, int offset, uint32_t value)
   return pci_write_config(bus, dev, fn, offset, &value, sizeof(value));
 }
 
+const char *next_bus_name(DIR *buses) {
+  return next_name(buses, 2, 2);
+}
+
+const char *next_function_name(DIR *bus) {
+  return next_name(bus, 4, NAME_MAX);
+}
+
 int first_bus(DIR **dp) {
   return open_walk(dp, pci_proc_dir) ? next_bus(dp) : -1;
 }
 
 int next_bus(DIR **dp) {
-  const char *name = next_name(dp, 2, 2);
+  const char *name = step(dp, next_bus_name);
   // The mask keeps a name such as "-1" from reading as the end of the walk.
   return name == nullptr ? -1 : static_cast<int>(strtol(name, nullptr, 16) & 0xFF);
 }
@@ -161,7 +175,7 @@ int first_device(DIR **dp, int bus) {
 }
 
 int next_device(DIR **dp) {
-  const char *name = next_name(dp, 4, NAME_MAX);
+  const char *name = step(dp, next_function_name);
   if (name == nullptr) {
     return -1;
   }

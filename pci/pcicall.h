@@ -44,6 +44,11 @@ int pci_write_config_byte(int bus, int dev, int fn, int offset, uint8_t value);
 int pci_write_config_word(int bus, int dev, int fn, int offset, uint16_t value);
 int pci_write_config_dword(int bus, int dev, int fn, int offset, uint32_t value);
 
+// The next name in the directory of buses, two characters, or in that of one bus, at least four characters,
+// in the order of the directory. Null at the end.
+const char *next_bus_name(DIR *buses);
+const char *next_function_name(DIR *bus);
+
 // Walk the buses, in the order of the directory: return a bus number, or -1 when the walk is over, with
 // `*dp` closed and null. A number is always within 0-255, however odd the name that it was read from.
 int first_bus(DIR **dp);

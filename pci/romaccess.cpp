@@ -13,6 +13,7 @@
 
 #include "pci/paths.h"
 #include "pci/pci_config_header.h"
+#include "pci/pcicall.h"
 #include "pci/portio.h"
 #include "util/ownership.h"
 
@@ -202,11 +203,8 @@ bool unlock_on_bus(const char *bus_name) {
   if (bus == nullptr) {
     return false;
   }
-  while (const dirent *entry = readdir(bus.get())) {
-    if (strlen(entry->d_name) < 4) {
-      continue;
-    }
-    snprintf(path, sizeof(path), "%s/%s/%s", pci_proc_dir, bus_name, entry->d_name);
+  while (const char *name = next_function_name(bus.get())) {
+    snprintf(path, sizeof(path), "%s/%s/%s", pci_proc_dir, bus_name, name);
     if (unlock_through(path)) {
       return true;
     }
@@ -352,9 +350,8 @@ void unlock_rom() {
     fprintf(stderr, "ERROR: could not open %s to find bus data\n", pci_proc_dir);
     return;
   }
-  while (const dirent *entry = readdir(top.get())) {
-    const char *const name = entry->d_name;
-    if (strlen(name) == 2 && strcmp(name, "..") != 0 && unlock_on_bus(name)) {
+  while (const char *name = next_bus_name(top.get())) {
+    if (unlock_on_bus(name)) {
       return;
     }
   }
