@@ -1,5 +1,4 @@
-// Records a second through TranslateEventLogMessage: the
-// sample server's log as it is, and each of its classes alone.
+// Records per second through TranslateEventLogMessage: the sample server's log, and each of its classes.
 #include <cstdio>
 #include <fstream>
 #include <iterator>

@@ -1,7 +1,6 @@
 // A ROM of arbitrary bytes: called directly with arbitrary registers, and searched for a service.
 //
-// Input: the register block (40 bytes), then ROM code,
-// which is called at its first byte, at physical 0xF0000.
+// Input: the register block (40 bytes), then ROM code, which is called at its first byte, physical 0xF0000.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>

@@ -33,7 +33,7 @@ void set_timeout(ASREVSTRUCT &AsrEvStruct, uint32_t minutes) {
   print_out(non_Brix != 0 ? "Setting IPMI Watchdog timer to %d\n" : "Setting ASR timer to %d\n",
             static_cast<int>(minutes));
   AsrEvStruct.ucTimeoutValue = static_cast<uint8_t>(minutes);
-  // The size is set anew, since a failed read may have changed it.
+  // The size is reset, since a failed read may have changed it.
   int nbytes = sizeof(AsrEvStruct);
   if (set_ev(kAsrVariable, &AsrEvStruct, &nbytes) != 0) {
     print_err(non_Brix != 0 ? "orvlog: Set IPMI Watchdog Timeout failed\n"

@@ -75,8 +75,7 @@ pci_irq_route_entry read_slot(const char *slot_name) {
   return entry;
 }
 
-// Asks the PCI BIOS of the open ROM for its table. Returns
-// the result of the call, or -1 if it cannot be called.
+// Asks the PCI BIOS of the open ROM for its table. Returns the call's result, or -1 if it cannot be made.
 int read_rom_routes() {
   if (ri.pci_bios_entry_point == nullptr || ri.pci_es == 0) {
     return -1;

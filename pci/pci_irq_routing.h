@@ -37,14 +37,14 @@ typedef struct [[gnu::packed]] _PCIIRQROUTEINFO {
 static_assert(sizeof(pci_route_info) == 8);
 static_assert(offsetof(pci_route_info, data) == 2 && offsetof(pci_route_info, res) == 6);
 
-// Delivers the routing table into `p`, which has room for `*size` entries, and sets
-// `*size` to the number of entries that there are, which may be more than there was
-// room for. With `p` null, only counts. Returns 0, or -1 with `*size` unchanged if
-// no source yields an entry. The table is read from its source once per process.
+// Delivers the routing table into `p`, which has room for `*size` entries, and sets `*size` to the number of
+// entries that there are, which may be more than there was room for. With `p` null, only counts. Returns 0,
+// or -1 with `*size` unchanged if no source yields an entry. The table is read from its source once per
+// process.
 int pci_irq_route_table(pci_irq_route_entry *p, int *size);
 
-// The sources. Each fills the process's table and returns 0
-// (the table may still be empty), or -1 with the table empty.
+// The sources. Each fills the process's table and returns 0 (the table may still be empty), or -1 with the
+// table empty.
 int pci_irq_route_table_from_kelmd();
 int pci_irq_route_table_from_sys();
 int pci_irq_route_table_from_proc();
@@ -61,8 +61,8 @@ int copy_irq_route_table_from_rom_internal(pci_irq_route_entry *p, int *size);
 // long as that lies below `max_size`; `*size` counts on in any case. `table` may be null.
 void add_to_irq_route_table(pci_irq_route_entry *table, int max_size, int *size);
 
-// For each bus below `size`, the bridge that leads to it as bus << 8 | device << 3 | function, or -1.
-// Returns the highest bus number seen, or -1.
+// For each bus below `size`, the bridge that leads to it as bus << 8 | device << 3 | function, or -1. Returns
+// the highest bus number seen, or -1.
 int compute_predecessor_bridge(int *pred, int size);
 
 // The first entry of the process's table for a device, whichever its function, or null.

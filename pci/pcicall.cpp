@@ -12,8 +12,8 @@ namespace {
 
 constexpr size_t kPathSize = 256;
 
-// Configuration registers that have a place in PCIConfigHeader's
-// common part, and the capabilities that follow it.
+// Configuration registers that have a place in PCIConfigHeader's common part, and the capabilities that
+// follow it.
 constexpr int kStatus = offsetof(PCIConfigHeader, Status);
 constexpr int kCapabilitiesPointer = 0x34;
 

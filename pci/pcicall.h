@@ -23,8 +23,8 @@ typedef struct _PCI_ITER {
   DIR *devdir;  // the directory of the current bus
 } pci_iter;
 
-// Opens a function's configuration file with mode `perm` (0 read-only,
-// 2 read-write). Returns a descriptor, or a negative value.
+// Opens a function's configuration file with mode `perm` (0 read-only, 2 read-write). Returns a descriptor,
+// or a negative value.
 int pci_open(int bus, int dev, int fn, int perm);
 
 // Closes a descriptor of pci_open.
@@ -49,8 +49,8 @@ int pci_write_config_dword(int bus, int dev, int fn, int offset, uint32_t value)
 const char *next_bus_name(DIR *buses);
 const char *next_function_name(DIR *bus);
 
-// Walk the buses, in the order of the directory: return a bus number, or -1 when the walk is over, with
-// `*dp` closed and null. A number is always within 0-255, however odd the name that it was read from.
+// Walk the buses, in the order of the directory: return a bus number, or -1 when the walk is over, with `*dp`
+// closed and null. A number is always within 0-255, however odd the name that it was read from.
 int first_bus(DIR **dp);
 int next_bus(DIR **dp);
 

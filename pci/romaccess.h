@@ -67,9 +67,9 @@ int check_for_veldra_ROM(const rominfo *ri);
 // The first service directory header at `rom_start` (16-byte aligned in the mapped area) or above, or null.
 const bios_t *find_bios32_call(const rominfo *ri, const uint8_t *rom_start);
 
-// The entry point of the service `signature` (four characters), or null if no directory knows it or the
-// first one that does gives an entry point outside the ROM area, which is then reported on standard error.
-// All calls together may take `budget` instructions.
+// The entry point of the service `signature` (four characters), or null if no directory knows it or the first
+// one that does gives an entry point outside the ROM area, which is then reported on standard error. All
+// calls together may take `budget` instructions.
 const uint8_t *find_call(rominfo *ri, const char *signature, uint64_t budget = kServiceBudget);
 
 // The lookups of romcall_init; each stores the entry point, or null, in *ri.
@@ -77,22 +77,19 @@ void find_int15_call(rominfo *ri);
 void find_ev_call(rominfo *ri);
 void find_pci_bios_call(rominfo *ri);
 
-// Asks the PCI BIOS whether it is there. Returns the result
-// of do_rom_call; sets pci_es, to 0 unless that was 0.
+// Asks the PCI BIOS whether it is there. Returns do_rom_call's result; sets pci_es, to 0 unless that was 0.
 int pci_bios_present(rominfo *ri, const uint8_t *entry_point);
 
-// Calls ROM code at `entry_point` with *reg, again while it answers busy, and writes the
-// registers back to *reg. Returns AH, minus AH if carry came back set, or -1, with *reg as
-// it was, if I/O privilege cannot be had or the ROM code failed. `lent` are memory windows
-// that the code may touch besides the ROM area and its stack, at kLentBase or above (see
-// pci/romcall64.h); registers hold guest addresses in them. `mode` is not interpreted.
+// Calls ROM code at `entry_point` with *reg, again while it answers busy, and writes the registers back to
+// *reg. Returns AH, minus AH if carry came back set, or -1, with *reg as it was, if I/O privilege cannot be
+// had or the ROM code failed. `lent` are memory windows that the code may touch besides the ROM area and its
+// stack, at kLentBase or above (see pci/romcall64.h); registers hold guest addresses in them. `mode` is not
+// interpreted.
 int do_rom_call(rominfo *ri, x86_reg_t *reg, const uint8_t *entry_point, int mode,
                 std::span<const MemoryWindow> lent = {});
 
-// Copies `size` bytes at physical `addr` out of the ROM
-// area. Returns 0, or -1 unless all of them lie inside it.
+// Copies `size` bytes at physical `addr` out of the ROM area. Returns 0, or -1 unless all lie inside it.
 int rom_peek(const rominfo *ri, uint32_t addr, void *buffer, size_t size);
 
-// Writes 0 to the unlock port of the management controller,
-// if there is one: makes a ROM stop answering busy.
+// Writes 0 to the unlock port of the management controller, if there is one: makes a ROM stop answering busy.
 void unlock_rom();

@@ -1,8 +1,8 @@
 // The low-level call into ROM code.
 //
-// System ROM services are 32-bit flat protected-mode code that addresses
-// memory physically. They are interpreted here, never run on the processor,
-// so that code that is wrong, hostile or endless can only make its call fail.
+// System ROM services are 32-bit flat protected-mode code that addresses memory physically. They are
+// interpreted here, never run on the processor, so that code that is wrong, hostile or endless can only make
+// its call fail.
 #pragma once
 
 #include <cstddef>
@@ -134,7 +134,6 @@ enum class CallEnd {
   kBudget,       // the budget ran out
 };
 
-// Loads EAX, EBX, ECX, EDX, ESI and EDI from *reg, makes a near call to
-// guest address `entry_point`, and stores the six registers, DS, ES and
-// EFLAGS back into *reg. Unless the call returned, *reg is left as it was.
+// Loads EAX, EBX, ECX, EDX, ESI and EDI from *reg, makes a near call to guest address `entry_point`, and
+// stores the six registers, DS, ES and EFLAGS back into *reg. Unless the call returned, *reg is unchanged.
 CallEnd rom_call(x86_reg_t *reg, uint32_t entry_point, RomMachine &machine);

@@ -14,7 +14,7 @@ struct RouteFields {
 constexpr char kRouteFormat[] = "%2x %2x %2x %2x %4x %2d\n";
 constexpr int kRouteFields = 6;
 
-// No table needs more. What follows is not read, so that a file without end ends all the same.
+// No table needs more. What follows is not read, so that reading a file without end stops.
 constexpr size_t kProcTextSize = size_t{64} * 1024;
 
 pci_irq_route_entry make_entry(const RouteFields &fields) {

@@ -147,8 +147,7 @@ void Interpreter::divide(bool is_signed, uint32_t divisor, uint32_t size) {
   set_reg(size == 1 ? kAh : uint32_t{kEdx}, size, static_cast<uint32_t>(remainder));
 }
 
-// Shifts and rotates. A count of 0 changes no flag; OF is
-// set as for a count of 1, with others it is undefined.
+// Shifts and rotates. A count of 0 changes no flag. OF is set as for a count of 1, and undefined for others.
 uint32_t Interpreter::shift(uint32_t operation, uint32_t value, uint32_t count, uint32_t size) {
   count &= 31;
   if (count == 0) {
@@ -213,7 +212,7 @@ void Interpreter::double_shift(bool right, uint32_t count) {
   const uint32_t source = reg(in_.reg, size);
   count &= 31;
   if (count == 0) {
-    return store(in_.rm, size, target);  // the processor writes all the same
+    return store(in_.rm, size, target);  // the processor still writes
   }
   uint64_t result = 0;
   if (right) {

@@ -99,8 +99,8 @@ class Interpreter {
   }
   void out_of_budget();
 
-  // Memory, instruction bytes, registers, operands and ports.
-  // After a failure reads give 0 and writes are dropped.
+  // Memory, instruction bytes, registers, operands and ports. After a failure reads give 0 and writes are
+  // dropped.
   const MemoryWindow *find_window(uint32_t address) const;
   void find_code();
   uint8_t *access(uint32_t address, uint32_t size, bool to_write);

@@ -165,8 +165,8 @@ void Interpreter::leave() {
 
 // Strings.
 
-// One string instruction with its repetitions. Both REP prefixes
-// repeat; which of the two it is matters to CMPS and SCAS only.
+// One string instruction with its repetitions. Both REP prefixes repeat; which of the two it is matters to
+// CMPS and SCAS only.
 void Interpreter::string(uint32_t opcode, uint32_t size) {
   const uint32_t kind = opcode & 0xFE;
   const bool compares = kind == 0xA6 || kind == 0xAE;
