@@ -395,26 +395,6 @@ Problem parser_problem(int answer, const char *word) {
   return Problem("unrecognized option '%s'", word).advise("see 'imlog --help'");
 }
 
-// True when the words "-o check" stand on the line in one of their forms, also where another option takes
-// them as its argument: status 1 would be a warning to the monitor.
-bool asks_for_check(int argc, char **argv) {
-  const std::string short_name = {'-', kFormatRow.letter};
-  const std::string long_name = std::string("--") + kFormatRow.name;
-  const std::string_view check = kCheckFormat.name;
-  for (int i = 1; i < argc && strcmp(argv[i], "--") != 0; ++i) {
-    const std::string_view word = argv[i];
-    const std::string_view name = word.substr(0, word.find('='));
-    const bool is_long = name.size() > 2 && long_name.compare(0, name.size(), name) == 0;
-    const bool has_value = is_long && name.size() < word.size();
-    const bool is_next = (word == short_name || (is_long && !has_value)) && i + 1 < argc;
-    if (word == short_name + kCheckFormat.name || (has_value && word.substr(name.size() + 1) == check) ||
-        (is_next && argv[i + 1] == check)) {
-      return true;
-    }
-  }
-  return false;
-}
-
 // What several FILEs do not go with.
 Problem check_several(const Options &options, const std::vector<const OptionRow *> &given) {
   if ((options.format->traits & kMerges) == 0) {
@@ -491,6 +471,28 @@ std::string join_words(const std::vector<std::string> &words) {
     text += words[i];
   }
   return text;
+}
+
+bool asks_for_check(int argc, char **argv) {
+  const std::string_view option_name = kFormatRow.name;
+  for (int i = 1; i < argc && strcmp(argv[i], "--") != 0; ++i) {
+    const std::string_view word = argv[i];
+    const size_t equals = word.find('=');
+    const std::string_view name = word.substr(0, equals);
+    std::string_view format = i + 1 < argc ? argv[i + 1] : "";
+    if (name.size() > 2 && word.substr(0, 2) == "--" &&
+        option_name.substr(0, name.size() - 2) == name.substr(2)) {
+      format = equals != std::string_view::npos ? word.substr(equals + 1) : format;
+    } else if (word.size() > 1 && word[0] == '-' && word[1] == kFormatRow.letter) {
+      format = word.size() > 2 ? word.substr(2) : format;
+    } else {
+      continue;
+    }
+    if (format == kCheckFormat.name) {
+      return true;
+    }
+  }
+  return false;
 }
 
 Problem parse_options(int argc, char **argv, Calendar &calendar, int64_t now, Options &options) {

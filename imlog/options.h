@@ -54,6 +54,10 @@ std::span<const OptionRow> option_rows();
 // "a, b or c".
 std::string join_words(const std::vector<std::string> &words);
 
+// True when the words "-o check" stand on the line in one of their forms, also where another option takes
+// them as its argument: status 1 would be a warning to the monitor. Allocates nothing.
+bool asks_for_check(int argc, char **argv);
+
 // Reads the command line. Where it is wrong, the result says how, and `options.format` is kCheckFormat if
 // "-o check" stands anywhere on it. `now` is what a time such as "-7d" is counted from.
 Problem parse_options(int argc, char **argv, Calendar &calendar, int64_t now, Options &options);

@@ -168,17 +168,9 @@ class Formats(Case):
 
 class Filters(Case):
     def test_filters(self):
-        rows = [record(0, 2, event=(2, 6)), record(1, 6, event=(3, 1)), record(2, 9, event=(0x21, 2)),
-                record(3, 15, event=(0xFFFF, 1)), record(4, 33, event=(2, 6)), record(5, 3, event=(0x21, 2))]
-        for words, expected in (
-                ("-p information", [0, 1, 2, 3, 4, 5]), ("-p REPAIRED", [1, 2, 3, 4]), ("--pri=Caution", [2, 3, 4]),
-                ("-p critical", [3, 4]), ("-c 2", [0, 4]), ("-c 0x21 -c 0xFFFF", [2, 3, 5]), ("-c 65535", [3]),
-                ("-c 010", []), ("-n 2", [4, 5]), ("-n 0", []), ("-n 99", [0, 1, 2, 3, 4, 5]),
-                ("-p crit", [3, 4]), ("-p Ca", [2, 3, 4]), ("-c 2:0x6 -c MAINTENANCE:2", [0, 2, 4, 5]), ("-c 2:7", []),
-                ("-c unknown", [3]), ("-c Unknown:2", []), ("-x Unknown -x 2", [1, 2, 5]), ("-x 2:6 -x 3:2", [1, 2, 3, 5]),
-                ("-c 2 -c 3 -x 3", [0, 4]), ("-n 1 -p critical -c 0XFFFF", [3]), ("-p critical -p information -c 2 -n 1", [4])):
-            self.assertEqual(self.numbers(*words.split(), self.file(*rows)), expected, words)
-        self.assertEqual(self.numbers("-c", "main MEMORY", "-c", "Maintenance", self.file(*rows)), [1, 2, 5])
+        log = self.file(record(0, 2), *(record(i, severity) for i, severity in enumerate((15, 15, 2), 1)))
+        for words, expected in (("-n 2", [2, 3]), ("-n 0", []), ("-n 99 -p crit", [1, 2]), ("-n 1 -p critical", [2])):
+            self.assertEqual(self.numbers(*words.split(), log), expected, words)
 
     def test_times(self):
         times = ((2025, 8, 31, 23, 59), (2025, 9, 1, 0, 0), (2025, 9, 1, 13, 5), (2025, 9, 1, 13, 6), (0,) * 6)
@@ -209,55 +201,20 @@ class Statuses(Case):
     def test_wrong_usage(self):
         log = self.file(record())
         for words, message in (
-                (["--bogus"], b"unrecognized option '--bogus'"), (["--l", "2"], b"'--l' is ambiguous"),
-                (["-z"], b"invalid option -- 'z'"), (["-o"], b"'--output' requires an argument"),
-                (["--follow=x"], b"'--follow' takes no argument"), (["-o", "CHECK"], b"unknown format 'CHECK'"),
-                (["-o", ""], b"unknown format ''"), (["-p", "bad"], b"unknown severity 'bad'; use information, repaired, caution or critical"),
-                (["-p", "C"], b"severity 'C' is ambiguous; use caution or critical"), (["-p", ""], b"unknown severity"),
+                (["--bogus"], b"unrecognized option '--bogus'; see"), (["-n", "9", "-o", "a\nb"], b"unknown format 'a b'"),
                 *((["-S", text], b"invalid time '%s'; use 2025-09-01, " % text.encode()) for text in (
                     "2024-02-30", "2025-9-1", "2025-09-01 1:05", "2025-09-01 24:00", "2025-09-01 13:60",
                     "2025-09-01T13:05:60", "2025-09-01 13:05:00Z", "1969-12-31", "tomorrow", "-30", "-m", "-7w", "--7d",
                     "-4294967296d", "")),
-                *((["-c", text], b"unknown class") for text in ("65536", "0x10000", "0x", "-1", "", "1 ", ":1")),
-                *(([option, text], b"invalid code in class '%s'" % text.encode()) for option in ("-c", "-x")
-                  for text in ("2:", "CPU:0x10000", "2:6:6", "2:x")),
-                *((["-n", text], b"invalid number of lines") for text in ("-5", "", "1x", "4294967296", "+1")),
-                (["-f", log], b"'--follow' is for the live log"),
-                (["-f", "-o", "raw"], b"'--follow' does not go with format 'raw'; use short, json or export"),
-                (["--level-prefix", "-o", "export", log], b"prefix' does not go with format 'export'; use short or json"),
-                (["--host", "a\nb"], b"'--host' requires a FILE"),
-                (["--cursor-file", "c", "-o", "prometheus", log], b"'prometheus'; use short, json, export or raw"),
-                (["--cursor-file=", log], b"'--cursor-file' requires a file name"),
-                (["-rf"], b"not go with option '--follow'"),
-                (["-ro", "export", log], b"'--reverse' does not go with format 'export'; use short or json"),
-                (["-o", "raw", log, "b"], b"not go with format 'raw'; name one FILE, or use short, json, export or check"),
-                (["-", log, "-"], b"input is named twice"), (["--host", "x", log, "b"], b"'--host' is for one FILE"),
-                (["--cursor-file", "x", log, "b"], b"'--cursor-file' is for one FILE"),
-                (["a/x.iml", log, "b/x"], b"'a/x.iml' and 'b/x' have the same host; rename one, or read them")):
+                (["-f", log], b"'--follow' is for the live log, not for FILE '%s'; leave" % log.encode())):
             self.assertEqual(self.run_imlog(*words, status=1, stderr=message), b"")
         self.assertEqual(self.run_imlog("-n", "9", "-n", "0", "-o", "json", "-o", "short", log), b"")
-        usage = self.run_imlog("--help")
-        self.assertTrue(usage.startswith(b"Usage: imlog [") and max(map(len, usage.split(b"\n"))) <= 80)
+        self.assertTrue(self.run_imlog("--help").startswith(b"Usage: imlog ["))
+        self.assertIn(b"\n0x0B Power Subsystem\n", self.run_imlog("-c", "help", "-o", "check"))
         self.assertRegex(self.run_imlog("--version"), rb"^imlog \d+\.\d+\.\d+\n$")
 
-    def test_words(self):
-        self.assertEqual(self.run_imlog("-p", "help"), b"information\nrepaired\ncaution\ncritical\n")
-        self.assertEqual(re.findall(rb"^ +(\w+)  ", self.run_imlog("--help"), re.M), self.run_imlog("-ohelp").split())
-        *classes, last = self.run_imlog("-c", "help", "-o", "check").decode().splitlines()
-        self.assertEqual((classes[11], classes[-1], last), ("0x0B Power Subsystem", "0x2A Non-Volatile Memory", "Unknown"))
-        log = self.file(*(record(i, event=(i, 1)) for i in range(256)))
-        for line in classes:
-            number, name = line.split(" ", 1)
-            self.assertEqual(self.numbers("-c", number.lower(), log), self.numbers("--class=" + name.swapcase(), log))
-        names = [name.split(" ", 1)[1] for name in classes]
-        self.assertEqual(self.numbers("-c", last, log), self.numbers(*(f"-x{name}:1" for name in names), log))
-        self.run_imlog("-p", "bad", "-x", "help", status=1, stderr=b"unknown severity 'bad'")
-        self.run_imlog("-S", "help", status=1, stderr=b"invalid time 'help'")
-
     def test_check_is_quiet(self):
-        for words in ("--bogus -o check", "-o check -f", "-fo check -z", "--out check --x", "-ocheck a b",
-                      "--outp=check -p bad", "a -p -o check", "-o check --cursor-file=x", "-o check -o bad",
-                      "-n -o check", "--host -o check", "-o check /", "-o check " + self.file(b"short")):
+        for words in ("--bogus -o check", "-n -o check", "-o check /", "-o check " + self.file(b"short")):
             self.assertRegex(self.run_imlog(*words.split(), status=3), rb"^IML UNKNOWN - [^|\n]+\n$", words)
         for words in [], ["/no"]:
             self.assertEqual(self.run_imlog("-o", "check", *words, status=3),
@@ -268,7 +225,6 @@ class Statuses(Case):
         if b"__asan" not in pathlib.Path(IMLOG).read_bytes():  # a sanitizer hangs without descriptors
             self.run_imlog("-o", "check", status=3, preexec_fn=lambda: (
                 os.closerange(0, 2), resource.setrlimit(resource.RLIMIT_NOFILE, (1, 1))))
-        self.run_imlog("-o", "bad", "--", "-o", "check", status=1, stderr=b"unknown format 'bad'")
 
     def test_failures(self):
         whole = [record(i) for i in range(600)]

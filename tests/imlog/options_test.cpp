@@ -1,0 +1,192 @@
+// The command line and the filters that it sets, without a log.
+#include "imlog/options.h"
+
+#include <getopt.h>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include "tests/imlog/record.h"
+
+namespace {
+
+// Options read from a line whose words are separated by '|'.
+struct Parsed {
+  explicit Parsed(const std::string &line) : words{"imlog"} {
+    std::istringstream rest(line);
+    for (std::string word; std::getline(rest, word, '|');) {
+      words.push_back(word);
+    }
+    std::vector<char *> argv;
+    for (std::string &word : words) {
+      argv.push_back(word.data());
+    }
+    argv.push_back(nullptr);
+    optind = 0;  // the C library begins anew
+    setenv("TZ", "Europe/Berlin", 1);
+    Calendar calendar;
+    const Problem problem = parse_options(static_cast<int>(words.size()), argv.data(), calendar, 0, options);
+    error = problem.is_set() ? problem.what() + "; " + problem.advice() : "";
+  }
+
+  std::vector<std::string> words;
+  Options options;
+  std::string error;
+};
+
+TEST(Options, WrongUsage) {
+  const struct {
+    const char *line;
+    const char *error;
+  } kRows[] = {
+      {"--bogus|-o|bad", "unrecognized option '--bogus'; see 'imlog --help'"},
+      {"--l|2", "option '--l' is ambiguous; see 'imlog --help'"},
+      {"--u|x", "option '--u' is ambiguous; see 'imlog --help'"},
+      {"-fz", "invalid option -- 'z'; see 'imlog --help'"},
+      {"-o", "option '--output' requires an argument; see 'imlog --help'"},
+      {"--host", "option '--host' requires an argument; see 'imlog --help'"},
+      {"--follow=x", "option '--follow' takes no argument; see 'imlog --help'"},
+      {"-o|CHECK", "unknown format 'CHECK'; use short, json, export, raw, prometheus or check"},
+      {"--output=", "unknown format ''; use short, json, "},
+      {"-p|bad", "unknown severity 'bad'; use information, repaired, caution or critical"},
+      {"-p||-o|help", "unknown severity ''; use information, repaired, caution or critical"},
+      {"-p|C", "severity 'C' is ambiguous; use caution or critical"},
+      {"-p|criticals", "unknown severity 'criticals'; use information, repaired, caution or critical"},
+      {"-c|65536", "unknown class '65536'; use a number up to 0xFFFF, or a name that '-c help' prints"},
+      {"-c|0x:1", "unknown class '0x:1'; use a number up to 0xFFFF, or a name that '-c help' prints"},
+      {"-x|-1", "unknown class '-1'; use a number up to 0xFFFF, or a name that '-c help' prints"},
+      {"--exclude=", "unknown class ''; use a number up to 0xFFFF, or a name that '-c help' prints"},
+      {"-c|1 ", "unknown class '1 '; use a number up to 0xFFFF, or a name that '-c help' prints"},
+      {"-x|CPU:0x10000", "invalid code in class 'CPU:0x10000'; use a number up to 0xFFFF"},
+      {"-c|2:6:6", "invalid code in class '2:6:6'; use a number up to 0xFFFF"},
+      {"-c|2:", "invalid code in class '2:'; use a number up to 0xFFFF"},
+      {"-n|-5", "invalid number of lines '-5'; use 0 to 4294967295"},
+      {"-n|4294967296", "invalid number of lines '4294967296'; use 0 to 4294967295"},
+      {"-n|0x1", "invalid number of lines '0x1'; use 0 to 4294967295"},
+      {"-S|help", "invalid time 'help'; use 2025-09-01, "},
+      {"-f|log", "option '--follow' is for the live log, not for FILE 'log'; leave one of them out"},
+      {"-f|-o|raw", "option '--follow' does not go with format 'raw'; use short, json or export"},
+      {"-rf", "option '--reverse' does not go with option '--follow'; leave one of them out"},
+      {"-ro|export|log", "option '--reverse' does not go with format 'export'; use short or json"},
+      {"--level|-o|export|log",
+       "option '--level-prefix' does not go with format 'export'; use short or json"},
+      {"--host|a", "option '--host' requires a FILE; name a FILE, or leave --host out"},
+      {"--cursor-file=|log", "option '--cursor-file' requires a file name; name a file"},
+      {"--cursor-file|c|-o|prometheus",
+       "option '--cursor-file' does not go with format 'prometheus'; use short, json, export or raw"},
+      {"-o|raw|log|b",
+       "several FILEs do not go with format 'raw'; name one FILE, or use short, json, export or check"},
+      {"-|log|-", "standard input is named twice; give '-' once"},
+      {"--host|x|log|b",
+       "option '--host' is for one FILE; read the FILEs one by one, or leave the option out"},
+      {"a/x.iml|log|b/x", "'a/x.iml' and 'b/x' have the same host; rename one, or read them one by one"},
+      {"-o|bad|--|-o|check", "unknown format 'bad'; use "},
+  };
+  for (const auto &row : kRows) {
+    const Parsed parsed(row.line);
+    EXPECT_EQ(parsed.error.rfind(row.error, 0), 0U) << row.line << ": " << parsed.error;
+    EXPECT_EQ(parsed.options.format, &kShortFormat) << row.line;
+  }
+}
+
+// Wherever "-o check" stands, what is wrong is for the monitor.
+TEST(Options, WrongUsageOfACheck) {
+  for (const char *const line :
+       {"--bogus|-o|check", "-o|check|-f", "-fo|check|-z", "--out|check|--x", "-ocheck|-n|a",
+        "--outp=check|-p|bad", "-o|check|--cursor-file=x", "-o|check|-o|bad", "-n|-o|check",
+        "--host|-ocheck|log", "--host|--o=check|a"}) {
+    const Parsed parsed(line);
+    EXPECT_NE(parsed.error, "") << line;
+    EXPECT_EQ(parsed.options.format, &kCheckFormat) << line;
+  }
+  EXPECT_EQ(Parsed("-S|--output|check").error, "invalid time '--output'; use " + std::string(kTimeForms));
+  EXPECT_EQ(Parsed("--host|-ocheck|log").error,
+            "'-o check' was taken as the argument of another option; give that option its argument");
+}
+
+TEST(Options, Filters) {
+  const RecordFields kRecords[] = {
+      {.severity = 2, .event_class = 2, .code = 6},       {.severity = 6, .event_class = 3, .code = 1},
+      {.severity = 9, .event_class = 0x21, .code = 2},    {.severity = 15, .event_class = 0xFFFF, .code = 1},
+      {.severity = 33, .event_class = 2, .code = 0xFFFF}, {.severity = 3, .event_class = 0x10, .code = 2},
+  };
+  const struct {
+    const char *line;
+    const char *passing;
+  } kRows[] = {
+      {"", "012345"},
+      {"-p|information", "012345"},
+      {"-p|REPAIRED", "1234"},
+      {"--pri=Ca", "234"},
+      {"-p|crit", "34"},
+      {"-p|critical|-p|i|-c|2", "04"},
+      {"-c|2", "04"},
+      {"-c|0x21|-c|0XFFFF", "23"},
+      {"-c|010", ""},
+      {"-c|main MEMORY|-c|Maintenance", "12"},
+      {"-c|2:0x6|-c|MAINTENANCE:2", "02"},
+      {"-c|2:7|-c|2:65535", "4"},
+      {"-c|unknown", "35"},
+      {"-c|Unknown:2", "5"},
+      {"-x|Unknown|-x|2", "12"},
+      {"-x|2:6|-x|3:2|-x|unknown:1", "1245"},
+      {"-c|2|-c|3|-x|3", "04"},
+  };
+  Calendar calendar;
+  for (const auto &row : kRows) {
+    const Parsed parsed(row.line);
+    EXPECT_EQ(parsed.error, "") << row.line;
+    std::string passing;
+    for (size_t i = 0; i < std::size(kRecords); ++i) {
+      const bool passes = parsed.options.selection.filter.passes(make_record(kRecords[i]), calendar);
+      passing += passes ? std::to_string(i) : "";
+    }
+    EXPECT_EQ(passing, row.passing) << row.line;
+  }
+}
+
+// Each word that an option prints for "help" is one that it takes.
+TEST(Options, Words) {
+  EXPECT_EQ(Parsed("-p|help|-x|bad").options.text, "information\nrepaired\ncaution\ncritical\n");
+  EXPECT_EQ(Parsed("-o|check|-chelp").options.format, &kCheckFormat);
+  EXPECT_EQ(Parsed("-o|help").options.text, "short\njson\nexport\nraw\nprometheus\ncheck\n");
+  std::istringstream classes(Parsed("--exclude=help").options.text);
+  int named = 0;
+  for (std::string line; std::getline(classes, line); ++named) {
+    const auto class_of = [](const std::string &word) {
+      const Parsed parsed("-c|" + word);
+      EXPECT_EQ(parsed.error, "");
+      return parsed.options.selection.filter.classes.at(0).event_class;
+    };
+    if (line == "Unknown") {
+      EXPECT_EQ(class_of(line), std::nullopt);
+      break;
+    }
+    EXPECT_EQ(class_of(line.substr(0, 4)), class_of(line.substr(5))) << line;
+    EXPECT_TRUE(line != "0x0B Power Subsystem" || named == 11);
+  }
+  EXPECT_EQ(named, 29);
+}
+
+// Every option, format and status, within 80 columns.
+TEST(Options, Help) {
+  const std::string text = Parsed("--help|-o|bad").options.text;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    EXPECT_LE(line.size(), 80U) << line;
+  }
+  for (const OptionRow &row : option_rows()) {
+    EXPECT_NE(text.find(std::string("--") + row.name), std::string::npos) << row.name;
+  }
+  for (const char *const part :
+       {"\n  -c, --class=CLASS[:CODE]    only", "\n      --version               print",
+        "\n                                json        one", "information, repaired, caution or critical",
+        "2025-09-01T13:05:00, today",
+        "\nTo print the words that an option takes: -o help, -p help, -c help or -x help.\n",
+        "\nStatus: 0 the log was read and printed, 1 wrong usage, 2 failure.\n",
+        "\nWith -o check: 0 ok, 1 caution, 2 critical, 3 unknown or wrong usage.\n"}) {
+    EXPECT_NE(text.find(part), std::string::npos) << part;
+  }
+}
+
+}  // namespace
