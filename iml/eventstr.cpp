@@ -5,6 +5,7 @@
 
 #include "iml/class_decoders.h"
 #include "iml/eventstr_helpers.h"
+#include "iml/severities.h"
 
 namespace iml {
 namespace {
@@ -136,14 +137,7 @@ uint8_t TranslateEventLogClass(uint16_t wClass, char *szString, uint32_t ulSize)
 }
 
 uint8_t TranslateEventLogSeverity(uint8_t bSeverity, char *szString, uint32_t ulSize) {
-  const char *name = nullptr;
-  switch (bSeverity) {
-    case IML_SEVERITY_INFORMATIONAL:
-    case IML_SEVERITY_INFORMATIONAL_ALTERNATE: name = "Informational"; break;
-    case IML_SEVERITY_REPAIRED: name = "Repaired"; break;
-    case IML_SEVERITY_CAUTION: name = "Caution"; break;
-    case IML_SEVERITY_CRITICAL: name = "Critical"; break;
-    default: break;
-  }
+  const iml::SeverityRank rank = iml::severity_rank(bSeverity);
+  const char *const name = rank != iml::kUnknown ? iml::kSeverityNames[rank].full_word : nullptr;
   return iml::write_name(name, szString, ulSize);
 }

@@ -12,20 +12,10 @@ constexpr size_t kUsualTextSize = 640;
 }  // namespace
 
 const Severity kSeverityTable[kSeverities] = {
-    {"Information", "information", '6'}, {"Repaired", "repaired", '5'}, {"Caution", "caution", '4'},
-    {"Critical", "critical", '2'},       {"Unknown", "unknown", '5'},
+    {iml::kSeverityNames[kInformation], '6'}, {iml::kSeverityNames[kRepaired], '5'},
+    {iml::kSeverityNames[kCaution], '4'},     {iml::kSeverityNames[kCritical], '2'},
+    {iml::kSeverityNames[kUnknown], '5'},
 };
-
-SeverityRank severity_rank(uint8_t code) {
-  switch (code) {
-    case IML_SEVERITY_INFORMATIONAL:
-    case IML_SEVERITY_INFORMATIONAL_ALTERNATE: return kInformation;
-    case IML_SEVERITY_REPAIRED: return kRepaired;
-    case IML_SEVERITY_CAUTION: return kCaution;
-    case IML_SEVERITY_CRITICAL: return kCritical;
-    default: return kUnknown;
-  }
-}
 
 ClassName::ClassName(uint16_t event_class)
     : is_known(TranslateEventLogClass(event_class, text, sizeof(text)) != 0) {}

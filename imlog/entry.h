@@ -5,22 +5,24 @@
 #include <string_view>
 
 #include "iml/iml_record.h"
+#include "iml/severities.h"
 #include "imlog/log.h"
 #include "imlog/log_time.h"
 
-// In the order of the command line's "and above". The unknown severity is last, so that it passes every
-// filter.
-enum SeverityRank { kInformation, kRepaired, kCaution, kCritical, kUnknown, kSeverities };
+// The unknown severity is the last rank, so that it passes every filter.
+using iml::kCaution;
+using iml::kCritical;
+using iml::kInformation;
+using iml::kRepaired;
+using iml::kSeverities;
+using iml::kUnknown;
+using iml::severity_rank;
+using iml::SeverityRank;
 
-struct Severity {
-  const char *word;  // for people
-  const char *name;  // for machines and on the command line
-  char priority;     // of syslog, as a digit
+struct Severity : iml::SeverityNames {
+  char priority;  // of syslog, as a digit
 };
 extern const Severity kSeverityTable[kSeverities];
-
-// The rank of a record's severity code.
-SeverityRank severity_rank(uint8_t code);
 
 // The name of an event class; "Unknown" if it has none.
 struct ClassName {

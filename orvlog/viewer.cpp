@@ -7,6 +7,7 @@
 #include "driver/event_reader.h"
 #include "iml/event_text.h"
 #include "iml/eventstr.h"
+#include "iml/severities.h"
 #include "orvlog/output.h"
 
 namespace {
@@ -110,14 +111,7 @@ bool print_entry(const EVT_LOG_ENTRY &record) {
 }  // namespace
 
 const char *GetSeverity(uint8_t b_Severity) {
-  switch (b_Severity) {
-    case IML_SEVERITY_INFORMATIONAL:
-    case IML_SEVERITY_INFORMATIONAL_ALTERNATE: return "Information";
-    case IML_SEVERITY_REPAIRED: return "Repaired";
-    case IML_SEVERITY_CAUTION: return "Caution";
-    case IML_SEVERITY_CRITICAL: return "Critical";
-    default: return "Unknown";
-  }
+  return iml::kSeverityNames[iml::severity_rank(b_Severity)].word;
 }
 
 int GetTotalIMLEntries() {
