@@ -13,7 +13,7 @@ function(orvlog_install_program program destination)
   configure_file(docs/${program}.8 ${page} @ONLY)
   add_custom_command( # without name and time, so that two builds give the same bytes
     OUTPUT ${page}.gz COMMAND ${GZIP} -9nc ${page} > ${page}.gz DEPENDS ${page} VERBATIM)
-  add_custom_target(${program}_page ALL DEPENDS ${page}.gz)
+  add_custom_target(orvlog_${program}_page ALL DEPENDS ${page}.gz)
   install(FILES ${page}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT ${program})
   install(FILES ${PROJECT_SOURCE_DIR}/completions/${program}
           DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT ${program})
@@ -39,7 +39,7 @@ install(FILES docs/shipping.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/imlog CO
 set(imltext_headers ${CMAKE_INSTALL_INCLUDEDIR}/iml)
 set(imltext_package ${CMAKE_INSTALL_LIBDIR}/cmake/imltext)
 set(imltext_examples ${CMAKE_INSTALL_DATADIR}/doc/libimltext-dev/examples)
-install(TARGETS imltext_static imltext_shared EXPORT imltext
+install(TARGETS orvlog_imltext_static imltext EXPORT imltext
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT libimltext1 NAMELINK_COMPONENT libimltext-dev
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT libimltext-dev
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
@@ -85,11 +85,11 @@ install(PROGRAMS examples/translate.py DESTINATION ${imltext_examples} COMPONENT
 
 # The simulator, its sample server and the tool that makes servers.
 set(simulator_data ${CMAKE_INSTALL_DATADIR}/orvlog-simulator)
-install(TARGETS kelmintrfc64 orvev64 LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/orvlog-simulator
+install(TARGETS orvlog_kelmintrfc64 orvlog_orvev64 LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/orvlog-simulator
         COMPONENT orvlog-simulator NAMELINK_SKIP EXCLUDE_FROM_ALL)
 install(PROGRAMS simulator/imltext.py DESTINATION ${simulator_data} COMPONENT orvlog-simulator EXCLUDE_FROM_ALL)
 install(FILES simulator/README.md DESTINATION ${simulator_data} COMPONENT orvlog-simulator EXCLUDE_FROM_ALL)
-if(TARGET sample_server)
+if(TARGET orvlog_sample_server)
   install(DIRECTORY ${PROJECT_BINARY_DIR}/samples/server DESTINATION ${simulator_data}
           COMPONENT orvlog-simulator EXCLUDE_FROM_ALL)
 endif()

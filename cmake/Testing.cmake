@@ -19,11 +19,13 @@ else()
   orvlog_skip(GoogleTest "the tests in C++ are" libgmock-dev)
 endif()
 
-# One line per test program: orvlog_add_test(NAME SOURCES... [LIBS ...]).
+# One line per test program: orvlog_add_test(NAME SOURCES ... [LIBS ...]). Its target is orvlog_NAME.
 function(orvlog_add_test name)
   cmake_parse_arguments(arg "" "" "SOURCES;LIBS" ${ARGN})
-  add_executable(${name} ${arg_SOURCES})
+  set(target orvlog_${name})
+  add_executable(${target} ${arg_SOURCES})
+  set_target_properties(${target} PROPERTIES OUTPUT_NAME ${name})
   target_link_libraries(
-    ${name} PRIVATE orvlog::build ${arg_LIBS} GTest::gmock GTest::gtest GTest::gtest_main)
-  gtest_discover_tests(${name} TEST_PREFIX "${name}/" PROPERTIES TIMEOUT 120)
+    ${target} PRIVATE orvlog::build ${arg_LIBS} GTest::gmock GTest::gtest GTest::gtest_main)
+  gtest_discover_tests(${target} TEST_PREFIX "${name}/" PROPERTIES TIMEOUT 120)
 endfunction()
