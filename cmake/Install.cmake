@@ -22,17 +22,22 @@ endfunction()
 orvlog_install_program(orvlog ${CMAKE_INSTALL_SBINDIR})
 orvlog_install_program(imlog ${CMAKE_INSTALL_BINDIR})
 
-# The units of imlog, which nothing enables. They name the program by its path: systemd 247 does not search for it.
+# The units of imlog, which nothing enables, and their script. They name the programs by their paths: systemd 247 does
+# not search for them.
 set(ORVLOG_UNIT_DIR lib/systemd/system CACHE STRING "Folder of systemd's units")
-foreach(unit IN ITEMS imlog-ship prometheus-node-exporter-iml)
+set(imlog_helpers lib/imlog)
+foreach(file IN ITEMS write-metrics systemd/imlog-ship.service systemd/prometheus-node-exporter-iml.service)
   install(CODE "
     set(bindir \${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR})
-    configure_file(${PROJECT_SOURCE_DIR}/packaging/systemd/${unit}.service.in
-                   ${PROJECT_BINARY_DIR}/systemd/${unit}.service @ONLY)"
+    set(helperdir \${CMAKE_INSTALL_PREFIX}/${imlog_helpers})
+    configure_file(${PROJECT_SOURCE_DIR}/packaging/${file}.in ${PROJECT_BINARY_DIR}/${file} @ONLY)"
     COMPONENT imlog)
+endforeach()
+foreach(unit IN ITEMS imlog-ship prometheus-node-exporter-iml)
   install(FILES ${PROJECT_BINARY_DIR}/systemd/${unit}.service packaging/systemd/${unit}.timer
           DESTINATION ${ORVLOG_UNIT_DIR} COMPONENT imlog)
 endforeach()
+install(PROGRAMS ${PROJECT_BINARY_DIR}/write-metrics DESTINATION ${imlog_helpers} COMPONENT imlog)
 install(FILES docs/shipping.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/imlog COMPONENT imlog)
 
 # The translator for other projects: libimltext1 has what a program needs to run, libimltext-dev what it needs to build.
