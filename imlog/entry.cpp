@@ -6,7 +6,8 @@
 
 namespace {
 
-// Longer than any text seen. The translator clears the whole buffer for every entry, so more is not free.
+// Longer than any text seen. The translator clears the whole buffer for every entry, so a larger one costs
+// time.
 constexpr size_t kUsualTextSize = 640;
 
 }  // namespace

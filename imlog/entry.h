@@ -1,4 +1,4 @@
-// One entry of the log, decoded: what every output format gets.
+// One decoded entry of the log: the input of every output format.
 #pragma once
 
 #include <string>
@@ -32,10 +32,10 @@ struct ClassName {
   bool is_known;  // the class has a name
 };
 
-// How an entry differs from the last reading; kNone where none is remembered.
+// How an entry differs from the last reading; kNone if no reading is remembered.
 enum class Change { kNone, kNew, kRepeated, kUnchanged };
 
-// Good until the next entry is decoded.
+// Valid until the next entry is decoded.
 struct Entry {
   const EVT_LOG_ENTRY &record;
   const Log &log;
@@ -43,7 +43,7 @@ struct Entry {
   LogTime first;
   LogTime last;
   bool is_known;             // the event has a text of its own
-  std::string_view message;  // whole, with whatever bytes the record puts into it
+  std::string_view message;  // in full; may hold any bytes
   Change change;
 };
 

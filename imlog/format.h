@@ -1,4 +1,4 @@
-// The output formats. Each gets the same decoded entries and only formats them.
+// The output formats. Each gets the same decoded entries, and only formats them.
 #pragma once
 
 #include <cstdint>

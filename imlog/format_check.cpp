@@ -54,7 +54,7 @@ class CheckFormat : public Format {
   }
 
  private:
-  // What stands after a "|" would pass for performance data.
+  // Monitors read what follows a "|" as performance data.
   void put_one_line(std::string_view text, Output &output) {
     std::string line(cleaner_.clean(text));
     std::replace(line.begin(), line.end(), '|', '/');

@@ -6,10 +6,10 @@
 
 namespace {
 
-constexpr char kMessageId[] =
-    "8c87242ae2964fe8ae541ffa16b208f2";  // of an entry of the log, whatever the event
+// Of every entry of the log, whatever the event.
+constexpr char kMessageId[] = "8c87242ae2964fe8ae541ffa16b208f2";
 
-// journalctl takes the times of one boot for ordered, so one host's entries belong to one boot.
+// journalctl assumes that the times of one boot are in order, so all entries of a host belong to one boot.
 std::string boot_id(std::string_view host) {
   char id[33];
   const uint64_t first = hash_bytes(host);
@@ -18,8 +18,8 @@ std::string boot_id(std::string_view host) {
   return id;
 }
 
-// Microseconds since 1970 as the importer takes them; it stops at any other value. The first of the two times
-// that serves, else 1.
+// Microseconds since 1970: the last update, or the first occurrence, or 1. The importer stops at a time that
+// is 0 or needs more than 55 bits.
 uint64_t journal_time(const LogTime &first, const LogTime &last) {
   constexpr int64_t kMicroseconds = 1'000'000;
   constexpr int64_t kEnd = int64_t{1} << 55;

@@ -1,4 +1,4 @@
-// JSON Lines: one object an entry, its form named by "schema".
+// JSON Lines: one object per entry. "schema" names its form.
 #include <array>
 #include <cstdio>
 #include <rapidjson/writer.h>
@@ -8,7 +8,7 @@
 
 namespace {
 
-// Where the JSON library writes to.
+// The stream that the JSON library writes to.
 struct JsonStream {
   using Ch = char;
 
@@ -18,13 +18,13 @@ struct JsonStream {
   void Flush() {}
 
   Output *output = nullptr;
-  bool is_plain = true;  // no byte of the string that is written has to be escaped
+  bool is_plain = true;  // no byte of the next string has to be escaped
 };
 
 using JsonWriter = rapidjson::Writer<JsonStream>;
 
-// Bytes that may not stand for themselves in a JSON string: C0, the quote, the backslash, DEL, and the lead
-// byte of U+0080 to U+009F.
+// Bytes that need an escape in a JSON string: C0, the quote, the backslash, DEL, and the lead byte of U+0080
+// to U+009F.
 constexpr std::array<bool, 256> make_stops() {
   std::array<bool, 256> stops = {};
   for (size_t byte = 0; byte < stops.size(); ++byte) {
@@ -34,7 +34,7 @@ constexpr std::array<bool, 256> make_stops() {
 }
 constexpr std::array<bool, 256> kStops = make_stops();
 
-// Puts a character that begins with DEL or 0xC2, escaped if it is a control character. Returns its length.
+// Writes a character that begins with DEL or 0xC2, escaped if it is a control character. Returns its length.
 size_t put_high_character(const char *text, Output &output) {
   const size_t length = *text == '\x7F' ? 1 : 2;
   const auto last = static_cast<unsigned char>(text[length - 1]);
@@ -48,7 +48,7 @@ size_t put_high_character(const char *text, Output &output) {
   return length;
 }
 
-// The first byte of a string that may not stand for itself, or `end`.
+// The first byte that needs an escape, or `end`.
 const char *find_stop(const char *text, const char *end) {
   while (text != end && !kStops[static_cast<unsigned char>(*text)]) {
     ++text;
@@ -58,10 +58,10 @@ const char *find_stop(const char *text, const char *end) {
 
 }  // namespace
 
-// The library offers this step of writing a string for a stream that does it faster than character by
-// character: up to a character for the library to escape, or to the end of the string, where the result is
-// false. DEL and U+0080 to U+009F, which the library would let through, are escaped here. The string is valid
-// UTF-8.
+// RapidJSON has this protected hook for its own SIMD writers. It is specialised here because it saves a third
+// of -o json; check it when RapidJSON is updated. It writes the string up to a character that RapidJSON
+// escapes, and returns true, or up to the end, and returns false. DEL and U+0080 to U+009F, which RapidJSON
+// does not escape, are escaped here. The string is valid UTF-8.
 template <>
 inline bool JsonWriter::ScanWriteUnescapedString(rapidjson::StringStream &text, size_t size) {
   const char *const end = text.head_ + size;
@@ -98,7 +98,7 @@ class JsonFormat : public Format {
     writer_.StartObject();
     put_text("schema", "iml/1");
     if (entry.log.host) {
-      put_text_of_others("host", host_cleaner_.clean(*entry.log.host));
+      put_cleaned_text("host", host_cleaner_.clean(*entry.log.host));
     }
     put_number("number", header.dwEvtNumber);
     put_text("severity", severity.name);
@@ -112,7 +112,7 @@ class JsonFormat : public Format {
     put_class_name(header.wClass);
     put_key("known");
     writer_.Bool(entry.is_known);
-    put_text_of_others("message", message);
+    put_cleaned_text("message", message);
     if (entry.change != Change::kNone) {
       put_text("change", entry.change == Change::kNew ? "new" : "repeated");
     }
@@ -128,7 +128,7 @@ class JsonFormat : public Format {
     put_key(key);
     writer_.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
   }
-  void put_text_of_others(std::string_view key, std::string_view text) {
+  void put_cleaned_text(std::string_view key, std::string_view text) {
     put_key(key);
     stream_.is_plain = false;
     writer_.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));

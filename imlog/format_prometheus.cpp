@@ -24,7 +24,7 @@ class PrometheusFormat : public Format {
   }
 
   int finish(const Reading &reading, Output &output) override {
-    // Where nothing could be read, zeros would clear an alert.
+    // Without anything read, zeros would clear an alert.
     if (!reading.problem.is_set() || reading.records != 0) {
       put_totals(output);
       put_open(output);

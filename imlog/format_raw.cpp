@@ -1,4 +1,4 @@
-// The records themselves, as imlog reads them.
+// The records themselves, as a FILE holds them.
 #include "imlog/format.h"
 
 namespace {

@@ -1,4 +1,4 @@
-// One line an entry, for people.
+// One line per entry, for people.
 #include <algorithm>
 
 #include "imlog/format.h"
@@ -42,7 +42,7 @@ class ShortFormat : public Format {
   }
 
  private:
-  // As "%5u" would.
+  // As "%5u".
   static void put_number(uint32_t number, Output &output) {
     for (uint32_t bound = 10000; bound > 1 && number < bound; bound /= 10) {
       output.put(' ');
@@ -54,7 +54,7 @@ class ShortFormat : public Format {
     return log.host ? host_cleaner_.clean(*log.host) : "-";
   }
 
-  // As "%-*s " would if it counted characters.
+  // As "%-*s ", but the width is in characters.
   void put_host(const Log &log, Output &output) {
     const std::string_view host = clean_host(log);
     output.put_padded(host, host_width_ + host.size() - count_characters(host));

@@ -10,19 +10,19 @@
 
 namespace {
 
-// The version of the cursor's form, the algorithm of its fingerprints included.
+// The version of the cursor's form and of the algorithm of its fingerprints.
 constexpr std::string_view kCursorName = "imlog-cursor ";
 constexpr std::string_view kFirstLine = "imlog-cursor 1 fnv1a-64\n";
 constexpr char kDamaged[] = "is damaged";
 
-// The last line: the number of entries, and a sum over all that stands before it, which shows any damage.
+// The last line: the number of entries, and a checksum of the lines before it.
 std::string last_line(size_t entries, std::string_view text) {
   char line[64];
   snprintf(line, sizeof(line), "entries %zu %016" PRIx64 "\n", entries, hash_bytes(text));
   return line;
 }
 
-// Takes a number off the front of `text`, with the blank after it.
+// Removes a number from the front of `text`, with the blank after it.
 template <class Number>
 bool read_number(std::string_view &text, size_t digits, int base, Number &value) {
   const std::string_view word = text.substr(0, digits != 0 ? digits : text.find(' '));
@@ -90,7 +90,7 @@ bool History::is_latest(uint32_t number, uint64_t index) const {
 
 bool History::finish(bool is_complete) {
   if (!is_complete) {
-    now_.insert(before_.begin(), before_.end());  // which leaves what was read as it is
+    now_.insert(before_.begin(), before_.end());  // does not replace what was read
   }
   bool has_changed = now_.size() != before_.size();
   for (auto a = now_.begin(), b = before_.begin(); !has_changed && a != now_.end(); ++a, ++b) {

@@ -10,7 +10,7 @@
 
 class History {
  public:
-  // Reads the text of a cursor in place of all that is remembered. Returns nullptr, or what is wrong with it.
+  // Replaces what is remembered by the text of a cursor. Returns nullptr, or what is wrong with the text.
   const char *parse(std::string_view text);
 
   // The text of the cursor.

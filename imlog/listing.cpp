@@ -8,7 +8,7 @@ constexpr uint16_t kNoteCode = 2;  // of a maintenance note
 
 // Orders by the last update, entries without a valid time first.
 uint64_t update_key(const LogTime & /*first*/, const LogTime &last) {
-  constexpr int64_t kBeforeEveryTime = -1'000'000;  // a zone moves 1970 back by a day at most
+  constexpr int64_t kBeforeEveryTime = -1'000'000;  // a zone moves 1970 back by less
   return last.is_valid ? static_cast<uint64_t>(last.instant - kBeforeEveryTime) : 0;
 }
 
@@ -83,7 +83,7 @@ void Listing::end_log() {
   }
 }
 
-// Holds an entry that others may precede or replace, and prints any other.
+// Holds an entry if others may precede or replace it, else prints it.
 void Listing::print_or_hold(const EVT_LOG_ENTRY &record, const Origin &origin) {
   if (prints_at_once_) {
     print(record, origin);
@@ -125,7 +125,7 @@ void Listing::print_held() {
   lines_.reset();
 }
 
-// Sorts by `key`, smallest first; equal ones stay in their order.
+// Sorts by `key`, smallest first. Entries with equal keys keep their order.
 void Listing::sort(std::vector<const Held *> &entries, Key key) {
   std::vector<std::pair<uint64_t, const Held *>> keyed;
   keyed.reserve(entries.size());

@@ -1,4 +1,4 @@
-// The way of the entries through one reading: from the logs through history, filters and order to the format.
+// One reading of the logs: history, filters, order, format.
 #pragma once
 
 #include <cstdint>
@@ -23,16 +23,17 @@ struct Selection {
 
 class Listing {
  public:
-  // Entries of several logs are merged by the time of their last update if `is_merged`. With a `history` only
-  // entries pass that are new or have changed; it may be null. All that is given outlives this object.
+  // With `is_merged` entries of several logs are sorted by the time of their last update. With a `history`,
+  // which may be null, only entries that are new or have changed are printed. All arguments must outlive this
+  // object.
   Listing(const Selection &selection, bool is_merged, const FormatRow &row, History *history,
           Calendar &calendar, Format &format, Output &output);
 
-  // Reads a log to its end, or until nothing can be written any more. Prints the entries that need not wait
-  // for others and holds the rest. `log` outlives the listing.
+  // Reads a log to its end, or until a write fails. Prints the entries whose place in the output is known and
+  // holds the rest. `log` must outlive the listing.
   Reading read(Source &source, const Log &log);
 
-  // Prints what is held. What is read afterwards is another reading, without a limit of lines.
+  // Prints the entries that are held. What is read afterwards is another reading, without a limit of lines.
   void print_held();
 
  private:

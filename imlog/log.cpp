@@ -15,7 +15,7 @@ std::optional<std::string> host_of_file(std::string_view path) {
     return std::nullopt;
   }
   static constexpr std::string_view kSuffix = ".iml";
-  std::string_view name = path.substr(path.rfind('/') + 1);  // the whole path where there is no slash
+  std::string_view name = path.substr(path.rfind('/') + 1);  // the whole path if there is no slash
   if (name.size() > kSuffix.size() && name.substr(name.size() - kSuffix.size()) == kSuffix) {
     name.remove_suffix(kSuffix.size());
   }

@@ -7,12 +7,12 @@
 
 struct Log {
   const char *path = nullptr;       // a file, or "-" for standard input; null for the live log
-  std::optional<std::string> host;  // its bytes may be any
+  std::optional<std::string> host;  // may hold any bytes
 };
 
-// The host that a FILE came from, by its name: without folders and without ".iml" at the end. Standard input,
-// devices and what is open in a process have names that say nothing of a host.
+// The host that a FILE came from: its name without folders and without ".iml" at the end. The names of
+// standard input, of devices and of files in /proc say nothing about a host.
 std::optional<std::string> host_of_file(std::string_view path);
 
-// The name of this machine; none where it cannot be had.
+// The name of this machine; nothing if it cannot be read.
 std::optional<std::string> host_of_machine();

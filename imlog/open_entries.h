@@ -13,9 +13,9 @@
 // Holds the entries of one log, added in its order, that no note has closed yet. A note closes the entries
 // before it, except those that were updated after it.
 //
-// For an entry, any number of notes is as good as the earliest and the latest of them. So the notes are kept
-// as a range beside the entry that they follow, and the closed entries are dropped in sweeps whose cost is
-// linear in the length of the log.
+// Only the earliest and the latest of several notes matter to an entry. So the notes are kept as a range with
+// the entry that they follow. Closed entries are dropped in sweeps, whose cost is linear in the length of the
+// log.
 template <class Item>
 class OpenEntries {
  public:
@@ -36,7 +36,7 @@ class OpenEntries {
     }
   }
 
-  // Hands out what is open, in the order of the log, and starts over.
+  // Returns the open entries in the order of the log, and starts over.
   std::vector<Item> release() {
     sweep();
     std::vector<Item> items;
@@ -50,7 +50,7 @@ class OpenEntries {
   }
 
  private:
-  static constexpr size_t kSmall = 256;  // so few entries are not worth a sweep
+  static constexpr size_t kSmall = 256;  // fewer entries are not worth a sweep
 
   // The instants from `earliest` to `latest`; by default none.
   struct Range {

@@ -1,4 +1,4 @@
-// What went wrong, in words: the exit status follows from where it is reported.
+// What went wrong, in words. The exit status follows from where it is reported.
 #pragma once
 
 #include <cstdarg>
@@ -15,10 +15,10 @@ class Problem {
   // What failed and why.
   [[gnu::format(printf, 2, 3)]] explicit Problem(const char *format, ...);
 
-  // Adds on which value it failed and what to do. A check's line has no room for this part.
+  // Adds the value that it failed on and what to do. The line of a check leaves this part out.
   [[gnu::format(printf, 2, 3)]] Problem &&advise(const char *format, ...) &&;
 
-  // The same problem, as one of several files has it.
+  // The same problem, with the name of the file that has it.
   [[nodiscard]] Problem of_file(const char *path) const;
 
   [[nodiscard]] bool is_set() const {

@@ -19,7 +19,7 @@ bool find(void *library, const char *name, Function &function) {
   return function != nullptr;
 }
 
-// What a request without a library answers.
+// The answer to a request before the library is loaded.
 int refuse() {
   errno = ENOSYS;
   return -1;
@@ -37,7 +37,7 @@ Problem load_request_library() {
   return {};
 }
 
-// The driver's side names these functions; here they lead to the library.
+// driver/ calls these functions. They forward to the library.
 
 int orvOpenRequest(const char *path, int mode) {
   return open_request != nullptr ? open_request(path, mode) : refuse();

@@ -3,5 +3,5 @@
 
 #include "imlog/problem.h"
 
-// Loads the library for the rest of the run. Until this has succeeded the request functions fail.
+// Loads the library for the rest of the run. Before that, the request functions fail.
 Problem load_request_library();

@@ -25,7 +25,7 @@ bool is_plain(char byte) {
   return byte >= ' ' && byte <= '~';
 }
 
-// The length of the plain text at the start of `text`; the last of the odd eight bytes may be plain, too.
+// The number of plain bytes at the start of `text`. Tests eight bytes at a time, then one by one.
 size_t plain_length(std::string_view text) {
   size_t length = 0;
   while (text.size() - length >= sizeof(uint64_t) && is_printable(eight_bytes(text.data() + length))) {
@@ -42,7 +42,8 @@ bool is_between(char byte, unsigned low, unsigned high) {
   return value >= low && value <= high;
 }
 
-// The bytes of the UTF-8 character at the start of `text`, which is not empty; 0 where there is none.
+// The length in bytes of the UTF-8 character at the start of `text`, which is not empty; 0 if it is not
+// valid.
 size_t character_length(std::string_view text) {
   const auto lead = static_cast<unsigned char>(text[0]);
   if (lead < 0x80) {
@@ -52,7 +53,7 @@ size_t character_length(std::string_view text) {
   if (lead < 0xC2 || lead > 0xF4 || text.size() < length) {
     return 0;
   }
-  // No character has a longer form than it needs, none is a surrogate, none lies above U+10FFFF.
+  // Overlong forms, surrogates and values above U+10FFFF are not valid.
   const unsigned low = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
   const unsigned high = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
   if (!is_between(text[1], low, high)) {
@@ -80,7 +81,7 @@ std::string_view TextCleaner::clean(std::string_view text) {
   return cleaned_;
 }
 
-// Appends what becomes of the first character or byte of `rest`, and returns the bytes that it took.
+// Appends the first character of `rest`, cleaned. Returns the number of bytes that it took.
 size_t TextCleaner::clean_character(std::string_view rest) {
   const size_t length = character_length(rest);
   if (length == 0) {

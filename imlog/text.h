@@ -1,11 +1,11 @@
-// Texts of others, made fit for an output: firmware puts any byte into a record.
+// Cleans texts from records and arguments, which may hold any bytes, before they are printed.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <string_view>
 
-// What becomes of a control character: C0, DEL, and U+0080 to U+009F.
+// Whether a control character (C0, DEL, U+0080 to U+009F) is kept or becomes a blank.
 enum class Controls { kKeep, kBlank };
 
 // What replaces a byte that is not part of valid UTF-8.
@@ -16,7 +16,8 @@ class TextCleaner {
  public:
   TextCleaner(Controls controls, std::string_view invalid) : controls_(controls), invalid_(invalid) {}
 
-  // The text as valid UTF-8. It is `text` itself where that needs no change, else good until the next call.
+  // The text as valid UTF-8: `text` itself if it needs no change, else a copy that is valid until the next
+  // call.
   std::string_view clean(std::string_view text);
 
  private:
@@ -27,7 +28,7 @@ class TextCleaner {
   std::string cleaned_;
 };
 
-// The characters of a text in UTF-8.
+// The number of characters of a text in UTF-8.
 size_t count_characters(std::string_view text);
 
 // 64 bits of FNV-1a over `bytes`, from `hash` on.
