@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""imlog over a dump of mixed entries: imlog.py BUILD ENTRIES. Instructions an entry, entries a second, the ratio to jq."""
+"""imlog over mixed entries: imlog.py BUILD ENTRIES. Instructions per entry, entries per second, the ratio to jq."""
 import os
 import random
 import re

@@ -1,4 +1,4 @@
-// Records per second through TranslateEventLogMessage: the sample server's log, and each of its classes.
+// Records per second of TranslateEventLogMessage, for the sample server's log and for each class in it.
 #include <cstdio>
 #include <fstream>
 #include <iterator>

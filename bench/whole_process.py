@@ -76,14 +76,14 @@ def instructions(command, env):
 
 
 def print_instructions(build, entries):
-    """Prints instructions an entry: what the last `entries` of a log cost, so that the start-up does not count."""
+    """Prints instructions per entry: what the last `entries` of a log cost, so that the start-up does not count."""
     counts = []
     for size in (1000, 1000 + entries):
         server, env, *commands = listing_commands(build, size)
         counts.append([instructions(command, env) for command in commands])
         shutil.rmtree(server)
     ours, floor = ((after - before) / entries for before, after in zip(*counts))
-    print(f"-v over {entries} entries: {ours:.0f} instructions an entry, {ours - floor:.0f} beyond the floor")
+    print(f"-v over {entries} entries: {ours:.0f} instructions per entry, {ours - floor:.0f} beyond the floor")
 
 
 def main():

@@ -1,5 +1,5 @@
-// Both readers of routing texts over any bytes: they end, stay inside the text and the table, and agree with
-// the texts' limits.
+// Reads any bytes with both readers of routing texts. They must end, stay inside the text and the table, and
+// keep to the texts' limits.
 #include <cstdio>
 #include <cstdlib>
 #include <string>

@@ -7,7 +7,7 @@ namespace {
 
 constexpr char kShutdown[] = "Automatic Operating System Shutdown";
 
-// By shutdown cause, in two runs.
+// By shutdown cause. The causes come in two runs, from 0x00 and from 0x80.
 constexpr const char *kShutdownsFrom00[] = {
     /* 0x00 */ kShutdown,
     /* 0x01 */ "Automatic Operating System Shutdown Initiated Due to Fan Failure",

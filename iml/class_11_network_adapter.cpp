@@ -51,7 +51,7 @@ void TranslateClass11(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, Even
     case 3: translate_nic(szString, kTransmitTimeout, pEventData->NicErr); break;
     case 4: translate_nic(szString, kNoLongerRedundant, pEventData->NicNotRed); break;
     case 5: translate_nic(szString, kRedundancyReduced, pEventData->NicNotRed); break;
-    // Two of these events with a detail text.
+    // Codes 2 and 5 with a detail text.
     case 6:
       translate_nic(szString, kLinkDown, pEventData->NicErr);
       append_detail(szString, next_text(pEventData->NicErr.cChassisName));

@@ -48,7 +48,7 @@ typedef struct _evtKRXchip {
   const char *ports[4];
 } KRX_CPU_CHIP;
 
-// One name has no closing parenthesis, in the log either.
+// One name has no closing parenthesis. The log shows it so.
 constexpr KRX_CPU_CHIP kQpiPartners[] = {
     /* Proc 1 */ {{kUpperKrx1, "MainIO", kUpperKrx2, kProc2}},
     /* Proc 2 */ {{kProc1, kUpperKrx1, "MainIO", kUpperKrx2}},

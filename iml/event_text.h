@@ -66,7 +66,7 @@ inline char *write_two_digits(char *to, uint8_t number) {
 // dropped, so a text is cut once, at the buffer's size - 1 characters.
 class EventText {
  public:
-  // Starts an empty text in the `size` bytes at `buffer`. With a size of 0 nothing is ever written.
+  // Starts an empty text in the `size` bytes at `buffer`. With a size of 0 nothing is written.
   EventText(char *buffer, uint32_t size) : buffer_(buffer), length_(0), size_(size) {
     if (size != 0) {
       *buffer = '\0';
@@ -124,7 +124,8 @@ class OwnText : public EventText {
  public:
   OwnText() : EventText(room_, Size) {}
 
-  // Lets a temporary be passed as a text to write to. It lives until the end of the full expression.
+  // The same object. It lets a temporary be passed as a text to write to; the temporary lives until the end
+  // of the full expression.
   EventText &here() {
     return *this;
   }

@@ -90,7 +90,7 @@ const char *GetInternalExternal(const EVT_CHASSIS &Chassis) {
 }
 
 const char *GetSASPort(const char (&szPortID)[2], EventText &szString) {
-  // A zero character ends the name, also as its first one.
+  // A zero character ends the name, even if it is the first.
   szString.append({szPortID, strnlen(szPortID, sizeof(szPortID))});
   return szString.c_str();
 }

@@ -20,7 +20,8 @@ inline constexpr const char *szLocations[] = {
     "Backplane",       "Network Slot", "Blade Slot", "Virtual",
 };
 
-// The entry of a table, or the fallback outside of it. Numbers from a record index a table in no other way.
+// The entry of a table, or the fallback if the index is outside of it. Numbers from a record must not index a
+// table in any other way.
 template <size_t N>
 constexpr const char *Lookup(const char *const (&table)[N], size_t index, const char *fallback = szUnknown) {
   return index < N ? table[index] : fallback;

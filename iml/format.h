@@ -116,7 +116,7 @@ constexpr bool format_fits(const char *format) {
   return format_fits(format, kinds, sizeof...(Args));
 }
 
-// Not constexpr on purpose: calling it from a consteval constructor fails the build.
+// Not constexpr, so that calling it from a consteval constructor fails the build.
 void format_does_not_fit_its_arguments();
 
 // A format whose directives print arguments of the types `Args`. Any other format does not compile.

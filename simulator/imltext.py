@@ -236,7 +236,7 @@ def quoted(text, quote):
 
 
 def data_lines(data):
-    """Texts of four characters and more as texts, one a line; all else as bytes, 16 a line."""
+    """Texts of four characters and more as texts, one per line; all else as bytes, 16 per line."""
     lines = []
     for match in re.finditer(rb"(?P<text>[\x20-\x7E]{4,})(?P<end>\0?)|(?:(?![\x20-\x7E]{4}).)+", data, re.DOTALL):
         if match["text"]:

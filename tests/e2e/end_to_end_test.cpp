@@ -66,7 +66,7 @@ TEST_F(EndToEnd, NoteIsReadBack) {
   const auto numbers = matches(listing.out, kEntryLine);
   EXPECT_GE(numbers.size(), 60U);
   EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end()));
-  // A header of three lines, then three lines an entry: nothing else is printed.
+  // A header of three lines, then three lines per entry: nothing else is printed.
   EXPECT_EQ(std::count(listing.out.begin(), listing.out.end(), '\n'), 3 + 3 * std::ssize(numbers));
   const std::string tail = orvlog({"-V", numbers.back()}).out;
   EXPECT_EQ(matches(tail, R"(\n(\d+ \w+))"), std::vector<std::string>{numbers.back() + " Repaired"});
