@@ -51,7 +51,11 @@ Problem Cursor::open(const char *path, History &history) {
     return refuse_kind(S_ISLNK(status.st_mode) ? "is a symbolic link" : "is no regular file");
   }
   Problem problem = lock();
-  return problem.is_set() ? problem : load(history);
+  if (problem.is_set()) {
+    return problem;
+  }
+  unlink(draft_.c_str());
+  return load(history);
 }
 
 Problem Cursor::lock() {
@@ -114,27 +118,47 @@ Problem Cursor::refuse(const char *fault) const {
       .advise("move '%s' away to have all entries printed as new, or name another cursor", path_.c_str());
 }
 
-Problem Cursor::save(const History &history) {
+Problem Cursor::write_draft(const History &history) {
   const size_t slash = path_.rfind('/');
   const std::string folder_name = slash == std::string::npos ? "." : path_.substr(0, slash + 1);
-  const Descriptor folder(::open(folder_name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  // Without the last step a new name may not last. A file system that cannot take it says EINVAL.
-  if (folder.is_open() && write_draft(history.text()) && rename(draft_.c_str(), path_.c_str()) == 0 &&
-      (fsync(folder.fd()) == 0 || errno == EINVAL)) {
-    exists_ = true;
+  folder_.emplace(::open(folder_name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (folder_->is_open() && put_draft(history.text())) {
     return {};
   }
   const int error = errno;
   unlink(draft_.c_str());
+  folder_.reset();
   return Problem("cannot write the cursor: %s", strerror(error))
-      .advise("check the disk and the folder of '%s'; the next run repeats what this one printed",
-              path_.c_str());
+      .advise("check the disk and the folder of '%s'; what is new was not printed", path_.c_str());
 }
 
-// Writes the new cursor to the disk, beside the old one. The lock is held, so a draft that is there is what a
-// run that died has left.
-bool Cursor::write_draft(const std::string &text) const {
-  unlink(draft_.c_str());
+bool Cursor::put_draft(const std::string &text) const {
   Descriptor file(::open(draft_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
   return file.is_open() && write_all(file.fd(), text) && fsync(file.fd()) == 0 && file.close() == 0;
+}
+
+Problem Cursor::commit() {
+  if (!folder_) {
+    return {};
+  }
+  if (rename(draft_.c_str(), path_.c_str()) != 0) {
+    return Problem("cannot replace the cursor: %s", strerror(errno))
+        .advise("check the folder of '%s'; the next run repeats what this one printed", path_.c_str());
+  }
+  exists_ = true;
+  // Without this the new name may not last. A file system that cannot sync a folder says EINVAL.
+  const int error = fsync(folder_->fd()) == 0 || errno == EINVAL ? 0 : errno;
+  folder_.reset();
+  return error == 0
+             ? Problem()
+             : Problem("cannot sync the folder of the cursor: %s", strerror(error))
+                   .advise(
+                       "check the disk of '%s'; the cursor is new, but may be the old one after a power failure",
+                       path_.c_str());
+}
+
+Cursor::~Cursor() {
+  if (folder_) {
+    unlink(draft_.c_str());
+  }
 }

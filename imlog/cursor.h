@@ -1,4 +1,7 @@
 // The cursor file: what a run found, kept for the next one.
+//
+// It is replaced in two steps, so that a run that dies in between repeats entries and loses none:
+// write_draft() before the first entry is printed, commit() when the output is safe.
 #pragma once
 
 #include <optional>
@@ -10,14 +13,20 @@
 
 class Cursor {
  public:
+  ~Cursor();
+
   // Locks the cursor `path` against other runs until the end of the scope, and reads it into `history`. A
-  // cursor that is not there yet leaves that empty.
+  // cursor that is not there yet leaves that empty. Removes the draft of a run that died.
   Problem open(const char *path, History &history);
 
-  // Replaces the file in one step, on the disk when this returns.
-  Problem save(const History &history);
+  // Writes the next cursor to the disk, beside the file. The end of the scope removes it if it is not
+  // committed.
+  Problem write_draft(const History &history);
 
-  // False on the first run with this file, until it was saved.
+  // Puts the draft in the place of the file, on the disk when this returns. Without a draft it does nothing.
+  Problem commit();
+
+  // False on the first run with this file, until it is committed.
   [[nodiscard]] bool exists() const {
     return exists_;
   }
@@ -25,12 +34,13 @@ class Cursor {
  private:
   Problem lock();
   Problem load(History &history);
-  [[nodiscard]] bool write_draft(const std::string &text) const;
+  [[nodiscard]] bool put_draft(const std::string &text) const;
   [[nodiscard]] Problem refuse(const char *fault) const;
   [[nodiscard]] Problem refuse_kind(const char *fault) const;
 
   std::string path_;
   std::string draft_;
   std::optional<Descriptor> lock_;
+  std::optional<Descriptor> folder_;  // open while there is a draft
   bool exists_ = false;
 };

@@ -84,8 +84,8 @@ Change History::add(const EVT_LOG_ENTRY &record) {
 }
 
 bool History::is_latest(uint32_t number, uint64_t index) const {
-  const auto found = now_.find(number);
-  return found != now_.end() && found->second.index == index;
+  const auto found = before_.find(number);
+  return found != before_.end() && found->second.index == index;
 }
 
 bool History::finish(bool is_complete) {

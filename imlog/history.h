@@ -24,7 +24,7 @@ class History {
     return count_;
   }
 
-  // True when record `index` of this reading, counted from 0, is the last with its number.
+  // True when record `index` of the reading that ended last, counted from 0, is the last with its number.
   [[nodiscard]] bool is_latest(uint32_t number, uint64_t index) const;
 
   // Ends the reading: it is what the next one is compared with. After one that broke off, what was known of

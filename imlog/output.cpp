@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <charconv>
+#include <csignal>
 #include <poll.h>
 #include <unistd.h>
 
@@ -37,6 +38,7 @@ bool Output::flush() {
     const ssize_t count = write(fd_, rest.data(), rest.size());
     if (count >= 0) {
       rest.remove_prefix(static_cast<size_t>(count));
+      is_synced_ = false;
     } else if (errno == EAGAIN) {  // somebody made it so; wait for room as write(2) would
       pollfd output = {fd_, POLLOUT, 0};
       poll(&output, 1, -1);
@@ -45,6 +47,28 @@ bool Output::flush() {
     }
   }
   size_ = 0;
+  return error_ == 0;
+}
+
+bool Output::sync() {
+  flush();
+  while (error_ == 0 && !is_synced_) {
+    is_synced_ = fsync(fd_) == 0 || errno == EINVAL || errno == EROFS || errno == ENOTSUP;
+    if (!is_synced_ && errno != EINTR) {
+      error_ = errno;
+    }
+  }
+  return error_ == 0;
+}
+
+bool Output::wait(int milliseconds) {
+  pollfd output = {fd_, 0, 0};
+  if (error_ == 0 && poll(&output, 1, milliseconds) > 0) {
+    error_ = (output.revents & POLLNVAL) != 0 ? EBADF : EPIPE;
+    if (error_ == EPIPE) {
+      raise(SIGPIPE);
+    }
+  }
   return error_ == 0;
 }
 

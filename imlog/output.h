@@ -40,6 +40,14 @@ class Output {
   // Writes what is left. Nothing is written any more after a failure; its errno is kept.
   bool flush();
 
+  // Flushes, and waits until what was written since the last call is on the disk. Pipes and terminals have
+  // none.
+  bool sync();
+
+  // Waits for `milliseconds`, or until a pipe or terminal has lost its reader. That ends the process with
+  // SIGPIPE, as a write would; where SIGPIPE is ignored it is a failure.
+  bool wait(int milliseconds);
+
   // Flushes and closes: some failures are reported by closing alone.
   bool close();
 
@@ -55,6 +63,7 @@ class Output {
   int fd_;
   bool each_entry_;
   int error_ = 0;
+  bool is_synced_ = true;
   std::unique_ptr<char[]> text_;
   size_t size_ = 0;
 };

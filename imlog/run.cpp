@@ -15,20 +15,13 @@
 
 namespace {
 
-constexpr time_t kSecondsBetweenReadings = 5;
+constexpr int kMillisecondsBetweenReadings = 5000;
 
 // Ends the process at once, with nothing left to do: what was printed was flushed, and a cursor is replaced
-// in one step. A handler that only left a mark would not end a write that blocks later.
+// in one step. A draft may stay; the next run removes it. A handler that only left a mark would not end a
+// write that blocks later.
 void end_run(int /*signal*/) {
   _exit(kSuccess);
-}
-
-sigset_t end_signals() {
-  sigset_t signals;
-  sigemptyset(&signals);
-  sigaddset(&signals, SIGINT);
-  sigaddset(&signals, SIGTERM);
-  return signals;
 }
 
 void end_on_signals() {
@@ -37,14 +30,11 @@ void end_on_signals() {
   sigemptyset(&action.sa_mask);
   sigaction(SIGINT, &action, nullptr);
   sigaction(SIGTERM, &action, nullptr);
-  const sigset_t signals = end_signals();
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGINT);
+  sigaddset(&signals, SIGTERM);
   sigprocmask(SIG_UNBLOCK, &signals, nullptr);
-}
-
-void wait_for_next_reading() {
-  timespec left = {kSecondsBetweenReadings, 0};
-  while (nanosleep(&left, &left) != 0 && errno == EINTR) {
-  }
 }
 
 bool is_for_monitors(const FormatRow &row) {
@@ -98,13 +88,10 @@ class Run {
     }
     for (;;) {
       reading = read_logs();
-      if (reading.problem.is_set() || !output_.flush()) {
+      if (reading.problem.is_set() || has_failed_ || !sync_output() || !commit_cursor() ||
+          !output_.wait(kMillisecondsBetweenReadings)) {
         return finish_run(reading);
       }
-      if (!save_cursor(reading)) {
-        return kFailure;
-      }
-      wait_for_next_reading();
     }
   }
 
@@ -141,7 +128,9 @@ class Run {
         all.problem = is_merged() ? reading.problem.of_file(log.path) : reading.problem;
       }
     }
-    listing_.print_held();
+    if (remember(all)) {
+      listing_.print_held();
+    }
     return all;
   }
 
@@ -167,36 +156,46 @@ class Run {
     return {source.problem(), 0};
   }
 
-  // Remembers what was read, on the disk too where a cursor is named. Everything printed has been written by
-  // then.
-  bool save_cursor(const Reading &reading) {
+  // Ends the reading in the history, and drafts the cursor where it has changed. Returns false, after a
+  // message, when nothing may be printed because the next run could not know of it.
+  bool remember(const Reading &reading) {
     if (!remembers() || (reading.problem.is_set() && reading.records == 0)) {
       return true;
     }
     const bool has_changed = history_.finish(!reading.problem.is_set());
-    if (options_.cursor_file == nullptr || (!has_changed && cursor_.exists())) {
-      return true;
-    }
-    const sigset_t signals = end_signals();
-    sigset_t before;
-    sigprocmask(SIG_BLOCK, &signals, &before);
-    const Problem problem = cursor_.save(history_);
-    sigprocmask(SIG_SETMASK, &before, nullptr);
+    return options_.cursor_file == nullptr || (!has_changed && cursor_.exists()) ||
+           succeeds(cursor_.write_draft(history_));
+  }
+
+  bool commit_cursor() {
+    return succeeds(cursor_.commit());
+  }
+
+  // Entries that the cursor knows have to be as safe as the cursor.
+  bool sync_output() {
+    return options_.cursor_file == nullptr ? output_.flush() : output_.sync();
+  }
+
+  // Reports a problem with the cursor.
+  bool succeeds(const Problem &problem) {
     print_problem(problem, *options_.format);
+    has_failed_ = has_failed_ || problem.is_set();
     return !problem.is_set();
   }
 
   int finish_run(const Reading &reading) {
     const int status = format_->finish(reading, output_);
-    const int failure = failure_status(*options_.format);
+    sync_output();
     if (!close_output(output_, *options_.format)) {
-      return failure;
+      return failure_status(*options_.format);
     }
-    const bool is_saved = save_cursor(reading);
+    if (!has_failed_) {
+      commit_cursor();
+    }
     if (!is_merged()) {
       print_problem(reading.problem, *options_.format);
     }
-    return reading.problem.is_set() || !is_saved ? failure : status;
+    return reading.problem.is_set() || has_failed_ ? failure_status(*options_.format) : status;
   }
 
   const Options &options_;
@@ -205,6 +204,7 @@ class Run {
   History history_;
   Cursor cursor_;
   Listing listing_;
+  bool has_failed_ = false;  // apart from the reading
 };
 
 }  // namespace

@@ -3,6 +3,7 @@
 import codecs
 import contextlib
 import datetime
+import errno
 import json
 import os
 import pathlib
@@ -20,6 +21,8 @@ import unittest
 
 IMLOG = os.environ["IMLOG"]
 SAMPLE = pathlib.Path(os.environ["SAMPLE_SERVER"])
+FAULTS = os.environ["FAULTS"]  # faults.cpp
+HAS_SANITIZER = b"__asan" in pathlib.Path(IMLOG).read_bytes()
 codecs.register_error("each", lambda error: ("\ufffd" * (error.end - error.start), error.end))
 
 
@@ -42,6 +45,9 @@ class Case(unittest.TestCase):
     def env(self, **more):
         return {**os.environ, "TZ": "Europe/Berlin", "LC_ALL": "C", "LD_LIBRARY_PATH": os.environ["SIMULATOR"],
                 "ORVLOG_SIMULATOR": str(self.folder / "server"), **more}
+
+    def faults(self, **which):
+        return {"LD_PRELOAD": FAULTS, "ASAN_OPTIONS": "verify_asan_link_order=0", **which}
 
     def run_imlog(self, *words, status=0, stderr=b"", env=None, **more):
         """Runs imlog and returns its standard output; standard error has to hold `stderr`, or be empty."""
@@ -222,7 +228,7 @@ class Statuses(Case):
         with open("/dev/full", "wb") as full:
             for word in self.file(record()), "--help":
                 self.run_imlog(word, "-o", "check", stdout=full, status=3)
-        if b"__asan" not in pathlib.Path(IMLOG).read_bytes():  # a sanitizer hangs without descriptors
+        if not HAS_SANITIZER:  # it hangs without descriptors
             self.run_imlog("-o", "check", status=3, preexec_fn=lambda: (
                 os.closerange(0, 2), resource.setrlimit(resource.RLIMIT_NOFILE, (1, 1))))
 
@@ -472,14 +478,34 @@ class Cursor(Case):
 
         for handler, status, message in ((signal.SIG_IGN, 2, b"cannot write the cursor: File too large"),
                                          (signal.SIG_DFL, -signal.SIGXFSZ, b"")):
-            self.assertIn(b'"number":1', self.run_imlog(*words, status=status, stderr=message,
-                                                        preexec_fn=lambda handler=handler: limit(handler)))
+            self.assertEqual(b"", self.run_imlog(*words, status=status, stderr=message,
+                                                 preexec_fn=lambda handler=handler: limit(handler)))
             self.assertEqual(os.path.exists(self.cursor + ".imlog-draft"), status != 2)
         with open("/dev/full", "wb") as full:
             self.run_imlog(*words, status=2, stderr=b"cannot write the output", stdout=full)
         self.assertEqual(pathlib.Path(self.cursor).read_text(), before)
         self.assertEqual(self.changes(record(0), record(1)), [(1, "new")])
         self.assertFalse(os.path.exists(self.cursor + ".imlog-draft"))
+
+
+    def test_power_failure(self):
+        """The run syncs the cursor's draft, the output, the folder; each fails, or the run dies there."""
+        killed = -signal.SIGKILL
+        for call, error, status, message, is_printed, is_saved in (
+                (1, errno.ENOSPC, 2, b"cannot write the cursor: No space left", False, False),
+                (1, 0, killed, b"", False, False), (2, errno.EIO, 2, b"cannot write the output: Input/", True, False),
+                (2, errno.EINVAL, 0, b"", True, True), (2, 0, killed, b"", True, False),
+                (3, errno.EIO, 2, b"cannot write the cursor's folder: Input/output error", True, True),
+                (3, errno.EINVAL, 0, b"", True, True), (3, 0, killed, b"", True, True)):
+            self.cursor = str(self.folder / f"cursor{call}-{error}")
+            with open(self.folder / "out", "w+b") as out:
+                self.run_imlog("--cursor-file", self.cursor, self.file(record(0)), status=status, stderr=message,
+                               stdout=out, env=self.faults(FSYNC=f"{call} {error}"))
+            self.assertEqual((os.path.getsize(self.folder / "out") != 0, os.path.exists(self.cursor)),
+                             (is_printed, is_saved), (call, error))
+            self.assertTrue(status == killed or not os.path.exists(self.cursor + ".imlog-draft"))
+            self.assertEqual(self.changes(record(0)), [] if is_saved else [(0, "new")])
+            self.assertFalse(os.path.exists(self.cursor + ".imlog-draft"))
 
 
 class Follow(Case):
@@ -516,6 +542,14 @@ class Follow(Case):
             time.sleep(0.5)
             run.send_signal(signal.SIGTERM)
             self.assertEqual((run.wait(), run.stderr.read()), (0, b""))
+        self.assertEqual(self.numbers("--cursor-file", self.folder / "cursor"), [])
+
+    def test_reader_goes(self):
+        with self.follow([record(0)]) as run:
+            self.read(run)
+            time.sleep(0.5)  # the cursor is written, and nothing new to print
+            run.stdout.close()
+            self.assertEqual(run.wait(timeout=20), -signal.SIGPIPE)
         self.assertEqual(self.numbers("--cursor-file", self.folder / "cursor"), [])
 
     def test_failing_round(self):

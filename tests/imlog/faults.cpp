@@ -1,0 +1,67 @@
+// A library to preload and to take for the request library: fsync(2) and malloc(3) that fail, and a health
+// driver that refuses or has no end.
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include "platform/health_driver.h"
+#include "platform/kelmintrfc64.h"
+
+#pragma GCC visibility push(default)
+extern "C" {
+
+void *__libc_malloc(size_t size);
+
+// $FSYNC is "CALL ERRNO": this call fails so, or with 0 kills the process.
+int fsync(int fd) {
+  static int calls = 0;
+  int call = 0;
+  int error = 0;
+  const char *const plan = getenv("FSYNC");
+  if (plan == nullptr || sscanf(plan, "%d %d", &call, &error) != 2 || ++calls != call) {
+    return static_cast<int>(syscall(SYS_fsync, fd));
+  }
+  if (error == 0) {
+    raise(SIGKILL);
+  }
+  errno = error;
+  return -1;
+}
+
+// From call $NO_MEMORY on there is none.
+void *malloc(size_t size) {
+  static int calls = 0;
+  const char *const first = getenv("NO_MEMORY");
+  if (first == nullptr || ++calls < atoi(first)) {
+    return __libc_malloc(size);
+  }
+  errno = ENOMEM;
+  return nullptr;
+}
+
+int orvOpenRequest(const char * /*path*/, int /*mode*/) {
+  return open("/dev/null", O_RDONLY | O_CLOEXEC);
+}
+
+int orvCloseRequest(int fd) {
+  return close(fd);
+}
+
+// The entry $REFUSE is refused; by default there is an entry for each number.
+int orvIoctlRequest(int /*fd*/, unsigned int /*code*/, void *buffer, unsigned int /*length*/) {
+  auto *const request = static_cast<_ioctlEntry *>(buffer);
+  static const char *const refused = getenv("REFUSE");
+  if (refused != nullptr && request->info.EvtNumber == atoi(refused)) {
+    errno = EPERM;
+    return -1;
+  }
+  request->Evt.Hdr.dwEvtNumber = static_cast<uint32_t>(request->info.EvtNumber);
+  request->Evt.Hdr.bSeverity = 2;
+  return 0;
+}
+
+}  // extern "C"
