@@ -13,8 +13,9 @@ constexpr int64_t kHour = 60 * kMinute;
 constexpr int64_t kDay = 24 * kHour;
 
 constexpr size_t kRememberedDays = 4096;  // a log of eleven years, and a power of two
-constexpr int32_t kChanges =
-    INT32_MIN;  // offset_seconds of a day on which the zone's offset changes, or near one
+// Values of offset_seconds.
+constexpr int32_t kChanges = INT32_MIN;      // a day on which the zone's offset changes, or near one
+constexpr int32_t kNoOffset = kChanges + 1;  // a day on which, or near which, it exceeds 24 hours
 
 int year_of(const EVT_TIME_STAMP &stamp) {
   return stamp.bCentury * 100 + stamp.bYear;
@@ -48,23 +49,25 @@ EVT_TIME_STAMP to_stamp(const tm &time) {
           static_cast<uint8_t>(time.tm_hour),    static_cast<uint8_t>(time.tm_min)};
 }
 
-// Local time minus UTC, in seconds, which holds on the whole day and half a day around it, or kChanges.
+// Local time minus UTC, in seconds, which holds on the whole day and half a day around it, or kChanges or
+// kNoOffset.
 int32_t steady_offset(int64_t midnight) {
   tm local = {};
   time_t probe = midnight;
   if (localtime_r(&probe, &local) == nullptr || std::abs(local.tm_gmtoff) > kDay) {
-    return kChanges;
+    return kNoOffset;
   }
   const tm first = local;
+  bool changes = false;
   const int64_t start = midnight - first.tm_gmtoff;
   // No zone changes back and forth within a day.
   for (probe = start - kDay / 2; probe <= start + kDay + kDay / 2; probe += kDay) {
-    if (localtime_r(&probe, &local) == nullptr || local.tm_gmtoff != first.tm_gmtoff ||
-        local.tm_isdst != first.tm_isdst) {
-      return kChanges;
+    if (localtime_r(&probe, &local) == nullptr || std::abs(local.tm_gmtoff) > kDay) {
+      return kNoOffset;
     }
+    changes = changes || local.tm_gmtoff != first.tm_gmtoff || local.tm_isdst != first.tm_isdst;
   }
-  return static_cast<int32_t>(first.tm_gmtoff);
+  return changes ? kChanges : static_cast<int32_t>(first.tm_gmtoff);
 }
 
 // The instant of a stamp near a change; `local` is the stamp taken for UTC.
@@ -180,6 +183,9 @@ LogTime Calendar::at(const EVT_TIME_STAMP &stamp) {
   int64_t offset = day->offset_seconds;
   if (offset == kChanges) {
     offset = local - instant_near_change(stamp, local);
+  }
+  if (std::abs(offset) > kDay) {
+    return {stamp, false, 0, 0};
   }
   return {stamp, true, static_cast<int32_t>(offset / kMinute), local - offset};
 }

@@ -11,7 +11,7 @@
 
 struct LogTime {
   EVT_TIME_STAMP stamp;
-  bool is_valid;           // each byte in its range, and a date and time of the years 1970 to 9999
+  bool is_valid;  // a date and time of the years 1970 to 9999, where the zone's offset is 24 hours at most
   int32_t offset_minutes;  // local time minus UTC, cut to minutes; this and the next only where valid
   int64_t instant;         // seconds since 1970, UTC
 };
@@ -50,7 +50,7 @@ class Calendar {
   // What is remembered of a day, since the C library takes thousands of instructions for an instant.
   struct Day {
     uint32_t date;           // the date bytes of its stamps; 0 while there is no day
-    int32_t offset_seconds;  // local time minus UTC on the whole day, or kChanges
+    int32_t offset_seconds;  // local time minus UTC on the whole day, or kChanges or kNoOffset
     int64_t midnight;        // 00:00 as if it were UTC
   };
 

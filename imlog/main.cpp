@@ -11,11 +11,12 @@
 namespace {
 
 Options options;
+bool is_check_asked_for = false;  // decides while the format is not known
 
 // Ends a run whose log, held for a cursor or an order, does not fit into memory. Nothing can be allocated
 // here.
 void run_out_of_memory() {
-  const bool is_check = options.format == &kCheckFormat;
+  const bool is_check = is_check_asked_for || options.format == &kCheckFormat;
   static constexpr char kMessage[] = "imlog: out of memory; read a part of the log, or free some memory\n";
   static constexpr char kLine[] = "IML UNKNOWN - out of memory\n";
   const ssize_t written = is_check ? write(STDOUT_FILENO, kLine, sizeof(kLine) - 1)
@@ -27,6 +28,7 @@ void run_out_of_memory() {
 }  // namespace
 
 int main(int argc, char **argv) {
+  is_check_asked_for = asks_for_check(argc, argv);
   std::set_new_handler(run_out_of_memory);
   const bool are_streams_held = hold_standard_streams();
   Calendar calendar;
@@ -34,6 +36,7 @@ int main(int argc, char **argv) {
   if (problem.is_set()) {
     return end_with_problem(problem, *options.format, kWrongUsage);
   }
+  is_check_asked_for = false;
   if (!are_streams_held) {
     return end_with_problem(
         Problem("cannot hold a closed standard stream").advise("raise the limit of open files"),

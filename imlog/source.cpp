@@ -32,6 +32,13 @@ int open_log(const char *path) {
   return fd;
 }
 
+bool is_output(int fd) {
+  struct stat log = {};
+  struct stat output = {};
+  return fstat(fd, &log) == 0 && fstat(STDOUT_FILENO, &output) == 0 && S_ISREG(log.st_mode) &&
+         log.st_dev == output.st_dev && log.st_ino == output.st_ino;
+}
+
 // In words the errno of a request; the library need not set one.
 const char *reason(int error) {
   return error != 0 ? strerror(error) : "no reason";
@@ -54,12 +61,16 @@ ssize_t read_some(int fd, void *buffer, size_t size) {
 }  // namespace
 
 FileSource::FileSource(const char *path) : path_(path), file_(open_log(path)) {
-  is_open_ = file_.is_open();
-  if (!is_open_) {
+  if (!file_.is_open()) {
     problem_ = Problem("cannot open the log: %s", strerror(errno))
                    .advise("check that '%s' is a file with a raw log and that you may read it", path);
     return;
   }
+  if (is_output(file_.fd())) {  // what is printed would be read again, and the log be spoilt
+    problem_ = Problem("the log is also the output").advise("write to another file than '%s'", path);
+    return;
+  }
+  is_open_ = true;
   records_.resize(kRecordsAtOnce);
 }
 
@@ -149,7 +160,12 @@ LiveSource::LiveSource() : reader_(0) {
 const EVT_LOG_ENTRY *LiveSource::next() {
   switch (reader_.next()) {
     case EventReader::Answer::kEntry: return &reader_.record();
-    case EventReader::Answer::kEndOfLog: break;
+    case EventReader::Answer::kEndOfLog:
+      if (reader_.number() != 0 || reader_.status() != -1) {
+        break;
+      }
+      // EPERM has the number of the end of the log. For the first entry it is a driver that refuses.
+      [[fallthrough]];
     case EventReader::Answer::kInvalidCode:
       problem_ = Problem("cannot read the log to its end: entry %u: status %d, %s", reader_.number(),
                          reader_.status(), reason(reader_.error()))

@@ -251,6 +251,26 @@ class Statuses(Case):
             self.run_imlog(word, "--cursor-file", self.folder / "cursor", status=2, stderr=b"Bad file descriptor",
                            preexec_fn=lambda fd=closed: os.close(fd))
 
+    def test_same_file(self):
+        log = self.file(record(0), record(1))
+        for words, mode in (["-o", "raw", log], "ab"), (["-"], "r+b"), (["-o", "export", log], "r+b"):
+            with open(log, mode) as output, open(log, "rb") as source:
+                self.run_imlog(*words, status=2, stderr=b"the log is also the output", stdout=output, stdin=source)
+            self.assertEqual(os.path.getsize(log), 480)
+
+    @unittest.skipIf(HAS_SANITIZER, "replaces malloc")
+    def test_out_of_memory(self):
+        log = self.file(record(0, 15))
+        for words in ["-o", "check", log], [log], ["-n", "-o", "check"], ["-p", "bad"]:
+            for first in range(1, 40):
+                with open("/dev/full", "wb") as full:
+                    run = subprocess.run([IMLOG, *words], stdout=subprocess.PIPE, stderr=full, check=False,
+                                         env=self.env(**self.faults(NO_MEMORY=str(first))))
+                if "check" in words and run.returncode in (0, 1, 2, 3):
+                    line = b"IML UNKNOWN - " if run.returncode == 3 else b"IML CRITICAL - "
+                    self.assertEqual((run.stdout[:len(line)], run.stdout[-1:]), (line, b"\n"), (words, first))
+                self.assertTrue("check" in words or run.returncode != 3, (words, first))
+
     def test_pipes(self):
         rows = [record(i) for i in range(3000)]
         os.mkfifo(fifo_name := self.folder / "fifo")
@@ -280,6 +300,11 @@ class Statuses(Case):
             self.run_imlog(status=2, stderr=b"cannot read the log to its end: " + end)
         log.unlink()
         self.run_imlog(status=2, stderr=b"cannot open the log: No such file or directory")
+        faults = {"LD_LIBRARY_PATH": os.path.dirname(FAULTS)}
+        self.assertEqual(self.numbers(env={**faults, "REFUSE": "2"}), [0, 1])
+        for refused, end in (("0", b"to its end: entry 0: status -1, Operation not permitted"),
+                             ("-1", b"has more than ten million entries")):
+            self.run_imlog("-p", "critical", env={**faults, "REFUSE": refused}, status=2, stderr=end)
         shutil.copy(IMLOG, self.folder / "alone")  # where the run path leads to nothing
         run = subprocess.run([self.folder / "alone", "-o", "prometheus"], env={"LD_LIBRARY_PATH": "/nowhere"},
                              capture_output=True, check=False)
@@ -495,7 +520,7 @@ class Cursor(Case):
                 (1, errno.ENOSPC, 2, b"cannot write the cursor: No space left", False, False),
                 (1, 0, killed, b"", False, False), (2, errno.EIO, 2, b"cannot write the output: Input/", True, False),
                 (2, errno.EINVAL, 0, b"", True, True), (2, 0, killed, b"", True, False),
-                (3, errno.EIO, 2, b"cannot write the cursor's folder: Input/output error", True, True),
+                (3, errno.EIO, 2, b"cannot sync the folder of the cursor: Input/output error", True, True),
                 (3, errno.EINVAL, 0, b"", True, True), (3, 0, killed, b"", True, True)):
             self.cursor = str(self.folder / f"cursor{call}-{error}")
             with open(self.folder / "out", "w+b") as out:

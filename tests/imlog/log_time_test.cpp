@@ -96,6 +96,18 @@ TEST(Calendar, KnowsWhichTimesThereAre) {
   }
 }
 
+TEST(Calendar, TakesAnOffsetOfMoreThanADayForNone) {
+  for (const auto &[zone, count] : {std::pair("AAA24:00", 28), std::pair("AAA24:01", 0),
+                                    std::pair("AAA-24:01", 0), std::pair("AAA1BBB24:01,J10,J20", 15)}) {
+    Calendar calendar = calendar_of(zone);
+    int valid = 0;
+    for (uint8_t day = 1; day <= 28; ++day) {
+      valid += calendar.at({20, 25, 1, day, 12, 0}).is_valid ? 1 : 0;
+    }
+    EXPECT_EQ(valid, count) << zone;
+  }
+}
+
 TEST(Calendar, AgreesWithTheCLibrary) {
   std::mt19937 draw(3);
   const std::string too_long(500, '<');
