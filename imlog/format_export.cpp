@@ -1,5 +1,7 @@
 // The journal's export format, for systemd-journal-remote.
+#include <cinttypes>
 #include <cstdio>
+#include <ctime>
 
 #include "imlog/format.h"
 #include "imlog/text.h"
@@ -9,12 +11,16 @@ namespace {
 // Of every entry of the log, whatever the event.
 constexpr char kMessageId[] = "8c87242ae2964fe8ae541ffa16b208f2";
 
-// journalctl assumes that the times of one boot are in order, so all entries of a host belong to one boot.
-std::string boot_id(std::string_view host) {
+// The journal assumes that the times of one boot are in order, and each run counts from 1: so each is a boot
+// of its own, identified by the host, its first entry and the time of the run.
+std::string boot_id(const Entry &first_entry) {
+  timespec now = {};
+  clock_gettime(CLOCK_REALTIME, &now);
+  uint64_t hash = hash_bytes(first_entry.log.host.value_or(""));
+  hash = hash_bytes({reinterpret_cast<const char *>(&first_entry.record), sizeof(EVT_LOG_ENTRY)}, hash);
+  hash = hash_bytes({reinterpret_cast<const char *>(&now), sizeof(now)}, hash);
   char id[33];
-  const uint64_t first = hash_bytes(host);
-  snprintf(id, sizeof(id), "%016llx%016llx", static_cast<unsigned long long>(first),
-           static_cast<unsigned long long>(hash_bytes(host, first)));
+  snprintf(id, sizeof(id), "%016" PRIx64 "%016" PRIx64, hash, hash_bytes("boot", hash));
   return id;
 }
 
@@ -33,11 +39,11 @@ uint64_t journal_time(const LogTime &first, const LogTime &last) {
 
 class ExportFormat : public Format {
  public:
-  explicit ExportFormat(const FormatContext &context)
-      : boot_id_(boot_id(context.logs.empty() ? "" : context.logs[0].host.value_or(""))) {}
-
   // No value has a line break, so none needs the format's binary form.
   void print_entry(const Entry &entry, Output &output) override {
+    if (entries_ == 0) {
+      boot_id_ = boot_id(entry);
+    }
     const EVT_HEADER &header = entry.record.Hdr;
     const Severity &severity = kSeverityTable[entry.severity];
     put_number("__REALTIME_TIMESTAMP=", journal_time(entry.first, entry.last), output);
@@ -89,9 +95,7 @@ class ExportFormat : public Format {
 const FormatRow kExportFormat = {
     "export",
     "the journal's export format",
-    [](const FormatContext &context) -> std::unique_ptr<Format> {
-      return std::make_unique<ExportFormat>(context);
-    },
+    [](const FormatContext &) -> std::unique_ptr<Format> { return std::make_unique<ExportFormat>(); },
     kFollows | kRemembers | kMerges,
     journal_time,
 };
