@@ -13,8 +13,8 @@ namespace {
 // Hundreds of times the largest log.
 constexpr off_t kLargestCursor = off_t{1} << 30;
 
-// Opens a regular file and never anything else: opening a device can do things. Where `path` is something
-// else the result is negative and errno 0, or ELOOP for a symbolic link.
+// Opens a regular file and nothing else, because opening a device can have effects. If `path` is something
+// else, the result is negative, and errno is 0, or ELOOP for a symbolic link.
 int open_regular(const char *path, int flags, struct stat &status) {
   if (lstat(path, &status) == 0 && !S_ISREG(status.st_mode)) {
     errno = S_ISLNK(status.st_mode) ? ELOOP : 0;
@@ -47,8 +47,8 @@ Problem Cursor::open(const char *path, History &history) {
   path_ = path;
   draft_ = path_ + ".imlog-draft";
   struct stat status = {};
-  if (lstat(path, &status) == 0 && !S_ISREG(status.st_mode)) {  // before a lock is put beside it
-    return refuse_kind(S_ISLNK(status.st_mode) ? "is a symbolic link" : "is no regular file");
+  if (lstat(path, &status) == 0 && !S_ISREG(status.st_mode)) {  // before a lock file is made next to it
+    return refuse_kind(S_ISLNK(status.st_mode) ? "is a symbolic link" : "is not a regular file");
   }
   Problem problem = lock();
   if (problem.is_set()) {
@@ -82,7 +82,7 @@ Problem Cursor::load(History &history) {
       return {};
     }
     return errno == 0 || errno == ELOOP
-               ? refuse_kind("is no regular file")
+               ? refuse_kind("is not a regular file")
                : Problem("cannot read the cursor: %s", strerror(errno))
                      .advise("check that you may read '%s', or name another cursor", path_.c_str());
   }
@@ -98,7 +98,7 @@ Problem Cursor::load(History &history) {
           .advise("check the disk of '%s', or name another cursor", path_.c_str());
     }
     if (count == 0) {
-      break;  // it was cut short meanwhile
+      break;  // it was truncated meanwhile
     }
     length += count > 0 ? static_cast<size_t>(count) : 0;
   }
@@ -108,7 +108,7 @@ Problem Cursor::load(History &history) {
   return fault != nullptr ? refuse(fault) : Problem();
 }
 
-// What may be a device must not be moved away.
+// Does not advise to move the file away: it may be a device.
 Problem Cursor::refuse_kind(const char *fault) const {
   return Problem("the cursor %s", fault).advise("name a regular file in place of '%s'", path_.c_str());
 }

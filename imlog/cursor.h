@@ -15,11 +15,11 @@ class Cursor {
  public:
   ~Cursor();
 
-  // Locks the cursor `path` against other runs until the end of the scope, and reads it into `history`. A
-  // cursor that is not there yet leaves that empty. Removes the draft of a run that died.
+  // Locks the cursor `path` against other runs until the end of the scope, and reads it into `history`, which
+  // stays empty if there is no cursor yet. Removes the draft of a run that died.
   Problem open(const char *path, History &history);
 
-  // Writes the next cursor to the disk, beside the file. The end of the scope removes it if it is not
+  // Writes the next cursor to the disk, next to the file. The end of the scope removes it if it is not
   // committed.
   Problem write_draft(const History &history);
 

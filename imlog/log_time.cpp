@@ -49,8 +49,8 @@ EVT_TIME_STAMP to_stamp(const tm &time) {
           static_cast<uint8_t>(time.tm_hour),    static_cast<uint8_t>(time.tm_min)};
 }
 
-// Local time minus UTC, in seconds, which holds on the whole day and half a day around it, or kChanges or
-// kNoOffset.
+// Local time minus UTC in seconds, if it is the same on the whole day and half a day around it; else kChanges
+// or kNoOffset.
 int32_t steady_offset(int64_t midnight) {
   tm local = {};
   time_t probe = midnight;
@@ -70,10 +70,10 @@ int32_t steady_offset(int64_t midnight) {
   return changes ? kChanges : static_cast<int32_t>(first.tm_gmtoff);
 }
 
-// The instant of a stamp near a change; `local` is the stamp taken for UTC.
+// The instant of a stamp near a change; `local` is the stamp taken as UTC.
 int64_t instant_near_change(const EVT_TIME_STAMP &stamp, int64_t local) {
-  // Where an hour occurs twice and neither is summer time, the C library answers by the call before: the
-  // offset of the day before holds.
+  // Where an hour occurs twice and neither is summer time, the answer of mktime depends on its previous call.
+  // Asking for the day before makes it use that day's offset.
   tm day_before = to_tm(stamp);
   day_before.tm_mday -= 1;
   day_before.tm_isdst = -1;
@@ -89,7 +89,7 @@ int64_t instant_near_change(const EVT_TIME_STAMP &stamp, int64_t local) {
       return instant;
     }
   }
-  // There is no answer for an hour that does not exist where no summer time begins: the offset is that
+  // mktime fails for an hour that is skipped by a change that is not summer time: use the offset of the day
   // before.
   tm before = {};
   const time_t probe = local - kDay;
@@ -104,7 +104,7 @@ char *put_digits(char *text, unsigned value) {
   return text + 2;
 }
 
-// True when `text` has the shape of `shape`: '0' stands for a digit, '_' for a blank or a "T".
+// True if `text` has the form of `shape`: '0' stands for a digit, '_' for a blank or a "T".
 bool has_shape(std::string_view text, std::string_view shape) {
   if (text.size() != shape.size()) {
     return false;
@@ -121,12 +121,12 @@ bool has_shape(std::string_view text, std::string_view shape) {
   return true;
 }
 
-// The two digits at `at`; 0 where `text` has ended.
+// The number in the two digits at `at`; 0 after the end of `text`.
 uint8_t two_digits(std::string_view text, size_t at) {
   return at < text.size() ? static_cast<uint8_t>((text[at] - '0') * 10 + (text[at + 1] - '0')) : 0;
 }
 
-// The seconds that "-30m", "-12h" or "-7d" counts back.
+// The seconds that "-30m", "-12h" or "-7d" goes back.
 std::optional<int64_t> parse_age(std::string_view text) {
   if (text.size() < 3 || text[0] != '-') {
     return std::nullopt;
@@ -216,7 +216,7 @@ std::optional<int64_t> Calendar::parse(std::string_view text, int64_t now) {
     tm date = {};
     localtime_r(&now, &date);
     date.tm_mday -= text == "yesterday" ? 1 : 0;
-    timegm(&date);  // makes a date of the day before the first
+    timegm(&date);  // turns day 0 into the last day of the month before
     stamp = to_stamp(date);
     stamp.bHour = 0;
     stamp.bMinute = 0;

@@ -34,8 +34,8 @@ struct ZonedText {
 inline constexpr char kTimeForms[] =
     "2025-09-01, '2025-09-01 13:05', 2025-09-01T13:05:00, today, yesterday, -30m, -12h or -7d";
 
-// Turns stamps into instants. An hour that occurs twice is summer time, one that does not exist standard
-// time.
+// Turns stamps into instants. An hour that occurs twice is taken as summer time, one that does not exist as
+// standard time.
 class Calendar {
  public:
   Calendar();
@@ -47,7 +47,7 @@ class Calendar {
   std::optional<int64_t> parse(std::string_view text, int64_t now);
 
  private:
-  // What is remembered of a day, since the C library takes thousands of instructions for an instant.
+  // Remembered for each day, because mktime takes thousands of instructions.
   struct Day {
     uint32_t date;           // the date bytes of its stamps; 0 while there is no day
     int32_t offset_seconds;  // local time minus UTC on the whole day, or kChanges or kNoOffset

@@ -1,4 +1,4 @@
-// imlog: the Integrated Management Log for machines and for people with many machines.
+// imlog: prints the Integrated Management Log for machines, and for people with many machines.
 #include <cstdlib>
 #include <ctime>
 #include <new>
@@ -13,15 +13,15 @@ namespace {
 Options options;
 bool is_check_asked_for = false;  // decides while the format is not known
 
-// Ends a run whose log, held for a cursor or an order, does not fit into memory. Nothing can be allocated
-// here.
+// Ends a run that is out of memory, because it holds the log for a cursor or an order. Nothing can be
+// allocated here.
 void run_out_of_memory() {
   const bool is_check = is_check_asked_for || options.format == &kCheckFormat;
   static constexpr char kMessage[] = "imlog: out of memory; read a part of the log, or free some memory\n";
   static constexpr char kLine[] = "IML UNKNOWN - out of memory\n";
   const ssize_t written = is_check ? write(STDOUT_FILENO, kLine, sizeof(kLine) - 1)
                                    : write(STDERR_FILENO, kMessage, sizeof(kMessage) - 1);
-  static_cast<void>(written);  // the status says it, too
+  static_cast<void>(written);  // the status reports it, too
   _exit(is_check ? int{kCheckUnknown} : int{kFailure});
 }
 

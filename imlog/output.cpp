@@ -39,7 +39,7 @@ bool Output::flush() {
     if (count >= 0) {
       rest.remove_prefix(static_cast<size_t>(count));
       is_synced_ = false;
-    } else if (errno == EAGAIN) {  // somebody made it so; wait for room as write(2) would
+    } else if (errno == EAGAIN) {  // the descriptor is non-blocking: wait until it takes more
       pollfd output = {fd_, POLLOUT, 0};
       poll(&output, 1, -1);
     } else if (errno != EINTR) {

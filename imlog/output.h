@@ -8,7 +8,7 @@
 
 class Output {
  public:
-  // With `each_entry` what an entry gave is written at once.
+  // With `each_entry` every entry is written at once.
   explicit Output(int fd, bool each_entry = false);
 
   void put(char character) {
@@ -26,18 +26,18 @@ class Output {
     size_ += text.size();
   }
 
-  // Pads a text with blanks after it, up to `width` characters.
+  // Writes a text and pads it with blanks to `width` characters.
   void put_padded(std::string_view text, size_t width);
   void put_number(uint64_t number, size_t width = 0);
 
-  // To be called where an entry is complete.
+  // Call this after each entry.
   void end_entry() {
     if (each_entry_) {
       flush();
     }
   }
 
-  // Writes what is left. Nothing is written any more after a failure; its errno is kept.
+  // Writes what is left. After a failure nothing more is written; error() keeps its errno.
   bool flush();
 
   // Flushes, and waits until what was written since the last call is on the disk. Pipes and terminals have
@@ -48,7 +48,7 @@ class Output {
   // SIGPIPE, as a write would; where SIGPIPE is ignored it is a failure.
   bool wait(int milliseconds);
 
-  // Flushes and closes: some failures are reported by closing alone.
+  // Flushes and closes. Some failures are only reported by closing.
   bool close();
 
   [[nodiscard]] int error() const {

@@ -17,9 +17,9 @@ namespace {
 
 constexpr int kMillisecondsBetweenReadings = 5000;
 
-// Ends the process at once, with nothing left to do: what was printed was flushed, and a cursor is replaced
-// in one step. A draft may stay; the next run removes it. A handler that only left a mark would not end a
-// write that blocks later.
+// Ends the process at once. Nothing is left to do: what was printed was flushed, and a cursor is replaced in
+// one step. A draft may stay; the next run removes it. A handler that only set a flag would not end a write
+// that blocks later.
 void end_run(int /*signal*/) {
   _exit(kSuccess);
 }
@@ -54,7 +54,7 @@ int failure_status(const FormatRow &row) {
   return is_for_monitors(row) ? int{kCheckUnknown} : int{kFailure};
 }
 
-// Returns false, after a message, when standard output could not be written.
+// Returns false, after a message, if standard output could not be written.
 bool close_output(Output &output, const FormatRow &row) {
   if (output.close()) {
     return true;
@@ -103,7 +103,7 @@ class Run {
     return options_.logs.size() > 1;
   }
 
-  // What has to be in place before the log is opened.
+  // Does what is needed before the log is opened.
   Problem prepare() {
     Problem problem;
     if (options_.cursor_file != nullptr) {
@@ -112,7 +112,7 @@ class Run {
     return problem.is_set() || options_.logs[0].path != nullptr ? problem : load_request_library();
   }
 
-  // Reads all logs, one after the other, and prints their entries. The result has the first problem.
+  // Reads all logs one after the other and prints their entries. The result has the first problem.
   Reading read_logs() {
     Reading all;
     for (const Log &log : options_.logs) {
@@ -136,7 +136,7 @@ class Run {
 
   Reading read_log(const Log &log) {
     if (log.path == nullptr) {
-      errno = 0;  // an older reason must not pass for the library's
+      errno = 0;  // an older errno must not be taken for the library's
       LiveSource source;
       return read_source(source, log);
     }
@@ -144,7 +144,7 @@ class Run {
     Reading reading = read_source(source, log);
     if (reading.records == 0 && !reading.problem.is_set() && is_for_monitors(*options_.format)) {
       reading.problem =
-          Problem("the log has no entries");  // a copy that failed would pass for a healthy server
+          Problem("the log has no entries");  // a failed copy must not look like a healthy server
     }
     return reading;
   }

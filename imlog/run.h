@@ -1,4 +1,4 @@
-// One run: the log read, filtered and printed, once or again and again. All return the exit status.
+// One run: reads, filters and prints the log, once or repeatedly. All functions return the exit status.
 #pragma once
 
 #include <string_view>
@@ -7,7 +7,7 @@
 
 int run(const Options &options, Calendar &calendar);
 
-// Prints `text` alone.
+// Prints only `text`.
 int print_text(std::string_view text, const FormatRow &row);
 
 // Reports a problem where the format wants it: on standard error, with `status` as the result, or in the line

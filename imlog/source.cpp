@@ -16,8 +16,7 @@ bool is_empty(const EVT_LOG_ENTRY &record) {
   return memcmp(reinterpret_cast<const char *>(&record), kEmpty, sizeof(record)) == 0;
 }
 
-// Opens what `path` names. A folder can be opened, but not read: it is refused here, with the reason in
-// errno.
+// Opens `path`. A folder can be opened but not read, so it is refused here with errno EISDIR.
 int open_log(const char *path) {
   if (strcmp(path, "-") == 0) {
     return fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
@@ -39,12 +38,12 @@ bool is_output(int fd) {
          log.st_dev == output.st_dev && log.st_ino == output.st_ino;
 }
 
-// In words the errno of a request; the library need not set one.
+// The reason of a failed request; the library may leave errno 0.
 const char *reason(int error) {
   return error != 0 ? strerror(error) : "no reason";
 }
 
-// As read(2), but waits where that would only say that there is nothing yet.
+// read(2) that also waits on a non-blocking descriptor.
 ssize_t read_some(int fd, void *buffer, size_t size) {
   for (;;) {
     const ssize_t count = read(fd, buffer, size);
@@ -86,14 +85,14 @@ const EVT_LOG_ENTRY *FileSource::next() {
   }
 }
 
-// Reads until there is a whole record at least; at the start of the file, all that its check needs. Returns
-// false at the end and after a failure.
+// Reads at least one whole record, and at the start of the file all that its check needs. Returns false at
+// the end and after a failure.
 bool FileSource::fill() {
   char *const bytes = reinterpret_cast<char *>(records_.data());
   const size_t used = position_ * sizeof(EVT_LOG_ENTRY);
   size_ -= used;
   position_ = 0;
-  memmove(bytes, bytes + used, size_);  // part of a record, as a pipe may leave it
+  memmove(bytes, bytes + used, size_);  // a pipe may end a read within a record
   read_up_to(is_checked_ ? sizeof(EVT_LOG_ENTRY) : kRecordsAtOnce * sizeof(EVT_LOG_ENTRY));
   if (!is_checked_) {
     is_checked_ = true;
@@ -108,10 +107,10 @@ bool FileSource::fill() {
   }
   if (error_ != 0) {
     problem_ = Problem("cannot read the log to its end: %s", strerror(error_))
-                   .advise("what '%s' gave before that was read", path_);
+                   .advise("the part of '%s' before the error was printed", path_);
   } else if (size_ != 0) {
     problem_ = Problem("the log ends within a record, after %zu of its 240 bytes", size_)
-                   .advise("check whether '%s' is a raw log and was copied whole", path_);
+                   .advise("check whether '%s' is a raw log and was copied completely", path_);
   }
   return false;
 }
@@ -131,8 +130,8 @@ void FileSource::read_up_to(size_t wanted) {
   }
 }
 
-// Anything can be cut into records. But the length that a record states is 240 on every server, and most
-// bytes of text, compressed data and JSON make it far more.
+// Any bytes can be read as records. But every server states 240 as the length of a record, and text,
+// compressed data and JSON nearly always give a far larger one.
 bool FileSource::looks_like_a_log() const {
   size_t records = 0;
   size_t too_long = 0;

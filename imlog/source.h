@@ -11,14 +11,14 @@ class Source {
  public:
   virtual ~Source() = default;
 
-  // The next record, good until the next call; null at the end of the log, and where reading broke off: then
-  // problem() is set.
+  // The next record, valid until the next call. Null at the end of the log, and after a failure, which sets
+  // problem().
   virtual const EVT_LOG_ENTRY *next() = 0;
 
   [[nodiscard]] const Problem &problem() const {
     return problem_;
   }
-  // False when the log could not be opened; then problem() is set and next() is not to be called.
+  // False if the log could not be opened. Then problem() is set, and next() must not be called.
   [[nodiscard]] bool is_open() const {
     return is_open_;
   }
@@ -28,8 +28,8 @@ class Source {
   bool is_open_ = false;
 };
 
-// 240-byte records one after the other; all-zero records are skipped. A file that does not begin with such
-// records is refused as a whole.
+// A sequence of 240-byte records. All-zero records are skipped. A file that does not begin with records is
+// refused.
 class FileSource : public Source {
  public:
   // A path, or "-" for standard input.
@@ -52,7 +52,7 @@ class FileSource : public Source {
   int error_ = 0;  // the errno that ended the reading
 };
 
-// The server's own log. The request library has to be loaded.
+// The server's own log. The request library must be loaded.
 class LiveSource : public Source {
  public:
   LiveSource();

@@ -152,7 +152,8 @@ TEST(Options, Words) {
   EXPECT_EQ(Parsed("-o|help").options.text, "short\njson\nexport\nraw\nprometheus\ncheck\n");
   std::istringstream classes(Parsed("--exclude=help").options.text);
   int named = 0;
-  for (std::string line; std::getline(classes, line); ++named) {
+  std::string line;
+  for (; std::getline(classes, line); ++named) {
     const auto class_of = [](const std::string &word) {
       const Parsed parsed("-c|" + word);
       EXPECT_EQ(parsed.error, "");
@@ -166,6 +167,7 @@ TEST(Options, Words) {
     EXPECT_TRUE(line != "0x0B Power Subsystem" || named == 11);
   }
   EXPECT_EQ(named, 29);
+  EXPECT_EQ(line, "Unknown");
 }
 
 // Every option, format and status, within 80 columns.
