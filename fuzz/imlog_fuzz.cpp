@@ -39,7 +39,8 @@ std::string print(const FormatRow &row, const char *path, History *history, cons
   const bool is_merged = history == nullptr && (row.traits & kMerges) != 0;
   const std::unique_ptr<Format> format =
       row.make({true, std::span<const Log>(logs).first(is_merged ? 2 : 1)});
-  Output output(fd);
+  DescriptorSink sink(fd);
+  Output output(sink);
   Listing listing(selection, is_merged, row, history, calendar, *format, output);
   FileSource source(path);
   const Reading reading = listing.read(source, logs[0]);
@@ -94,7 +95,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   selection.unserviced = (data[0] & 2) != 0;
   selection.reverse = (data[0] & 4) != 0;
   for (const FormatRow *const row :
-       {&kShortFormat, &kJsonFormat, &kExportFormat, &kPrometheusFormat, &kCheckFormat}) {
+       {&kShortFormat, &kJsonFormat, &kExportFormat, &kJournalFormat, &kPrometheusFormat, &kCheckFormat}) {
     check_lines(*row, print(*row, path.c_str(), nullptr, selection));
   }
   check_lines(kJsonFormat, print(kJsonFormat, path.c_str(), &history, selection));

@@ -21,6 +21,10 @@ const Severity kSeverityTable[kSeverities] = {
 ClassName::ClassName(uint16_t event_class)
     : is_known(TranslateEventLogClass(event_class, text, sizeof(text)) != 0) {}
 
+const char *change_word(Change change) {
+  return change == Change::kNew ? "new" : "repeated";
+}
+
 Decoder::Decoder(Calendar &calendar) : calendar_(calendar), text_(kUsualTextSize, '\0') {}
 
 Entry Decoder::decode(const EVT_LOG_ENTRY &record, const Log &log, Change change) {

@@ -35,6 +35,9 @@ struct ClassName {
 // How an entry differs from the last reading; kNone if no reading is remembered.
 enum class Change { kNone, kNew, kRepeated, kUnchanged };
 
+// The word for a new or a repeated entry.
+const char *change_word(Change change);
+
 // Valid until the next entry is decoded.
 struct Entry {
   const EVT_LOG_ENTRY &record;

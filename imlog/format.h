@@ -59,13 +59,19 @@ struct FormatRow {
   // The order of the entries, smallest first; null for the log's. A format with a key is held until the whole
   // log is read.
   uint64_t (*sort_key)(const LogTime &first, const LogTime &last);
+  std::unique_ptr<Sink> (*make_sink)() = nullptr;  // where the entries go; null for standard output
 };
 
 // The rows, each at the end of its format's file, and their list in the order of the help. The first is the
 // default.
-extern const FormatRow kShortFormat, kJsonFormat, kExportFormat, kRawFormat, kPrometheusFormat, kCheckFormat;
-inline constexpr const FormatRow *kFormats[] = {&kShortFormat, &kJsonFormat,       &kExportFormat,
-                                                &kRawFormat,   &kPrometheusFormat, &kCheckFormat};
+extern const FormatRow kShortFormat, kJsonFormat, kExportFormat, kJournalFormat, kRawFormat,
+    kPrometheusFormat, kCheckFormat;
+inline constexpr const FormatRow *kFormats[] = {&kShortFormat,   &kJsonFormat, &kExportFormat,
+                                                &kJournalFormat, &kRawFormat,  &kPrometheusFormat,
+                                                &kCheckFormat};
+
+// The time of an entry for people, "2024-12-05T22:40"; dashes for an invalid one.
+void put_minute(const LogTime &time, Output &output);
 
 // The level prefix of a line, "<4>".
 void put_level_prefix(const Severity &severity, Output &output);

@@ -4,12 +4,10 @@
 #include <ctime>
 
 #include "imlog/format.h"
+#include "imlog/journal_fields.h"
 #include "imlog/text.h"
 
 namespace {
-
-// Of every entry of the log, whatever the event.
-constexpr char kMessageId[] = "8c87242ae2964fe8ae541ffa16b208f2";
 
 // The journal assumes that the times of one boot are in order, and each run counts from 1: so each is a boot
 // of its own, identified by the host, its first entry and the time of the run.
@@ -39,51 +37,23 @@ uint64_t journal_time(const LogTime &first, const LogTime &last) {
 
 class ExportFormat : public Format {
  public:
-  // No value has a line break, so none needs the format's binary form.
   void print_entry(const Entry &entry, Output &output) override {
     if (entries_ == 0) {
       boot_id_ = boot_id(entry);
     }
-    const EVT_HEADER &header = entry.record.Hdr;
-    const Severity &severity = kSeverityTable[entry.severity];
-    put_number("__REALTIME_TIMESTAMP=", journal_time(entry.first, entry.last), output);
-    put_number("__MONOTONIC_TIMESTAMP=", ++entries_, output);
-    put_text("_BOOT_ID=", boot_id_, output);
-    put_text("MESSAGE=", cleaner_.clean(entry.message), output);
-    put_text("MESSAGE_ID=", kMessageId, output);
-    put_text("PRIORITY=", {&severity.priority, 1}, output);
-    put_text("SYSLOG_IDENTIFIER=", "imlog", output);
+    std::optional<std::string_view> host;
     if (entry.log.host) {
-      put_text("_HOSTNAME=", host_cleaner_.clean(*entry.log.host), output);
+      host = host_cleaner_.clean(*entry.log.host);
     }
-    put_number("IML_NUMBER=", header.dwEvtNumber, output);
-    put_text("IML_SEVERITY=", severity.name, output);
-    put_number("IML_CLASS=", header.wClass, output);
-    put_number("IML_CODE=", header.wCode, output);
-    put_number("IML_COUNT=", header.dwCount, output);
-    put_time("IML_FIRST=", entry.first, output);
-    put_time("IML_LAST=", entry.last, output);
+    put_field("__REALTIME_TIMESTAMP=", journal_time(entry.first, entry.last), output);
+    put_field("__MONOTONIC_TIMESTAMP=", ++entries_, output);
+    put_field("_BOOT_ID=", boot_id_, output);
+    put_field("MESSAGE=", cleaner_.clean(entry.message), output);
+    put_entry_fields(entry, "_HOSTNAME=", host, output);
     output.put('\n');
   }
 
  private:
-  static void put_text(std::string_view field, std::string_view text, Output &output) {
-    output.put(field);
-    output.put(text);
-    output.put('\n');
-  }
-  static void put_number(std::string_view field, uint64_t number, Output &output) {
-    output.put(field);
-    output.put_number(number);
-    output.put('\n');
-  }
-  static void put_time(std::string_view field, const LogTime &time, Output &output) {
-    if (time.is_valid) {
-      const ZonedText text(time);
-      put_text(field, {text.text, sizeof(text.text)}, output);
-    }
-  }
-
   TextCleaner cleaner_{Controls::kBlank, kReplacementCharacter};
   TextCleaner host_cleaner_ = cleaner_;
   std::string boot_id_;

@@ -114,7 +114,7 @@ class JsonFormat : public Format {
     writer_.Bool(entry.is_known);
     put_cleaned_text("message", message);
     if (entry.change != Change::kNone) {
-      put_text("change", entry.change == Change::kNew ? "new" : "repeated");
+      put_text("change", change_word(entry.change));
     }
     writer_.EndObject();
     output.put('\n');

@@ -1,5 +1,4 @@
 // Metrics for the textfile collector of node_exporter.
-#include <cstdlib>
 #include <map>
 #include <optional>
 #include <utility>
@@ -80,8 +79,7 @@ class PrometheusFormat : public Format {
     for (int severity = 0; severity < kSeverities; ++severity) {
       if (const std::optional<int64_t> last = totals_[severity].last) {
         put_name("iml_last_timestamp_seconds", severity, output);
-        output.put(*last < 0 ? "-" : "");
-        output.put_number(static_cast<uint64_t>(std::llabs(*last)));
+        output.put_signed(*last);
         output.put('\n');
       }
     }

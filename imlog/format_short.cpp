@@ -21,12 +21,7 @@ class ShortFormat : public Format {
     if (level_prefix_) {
       put_level_prefix(severity, output);
     }
-    if (entry.last.is_valid) {
-      const MinuteText time(entry.last.stamp);
-      output.put(std::string_view(time.text, sizeof(time.text)));
-    } else {
-      output.put("----------------");
-    }
+    put_minute(entry.last, output);
     output.put(' ');
     if (is_merged_) {
       put_host(entry.log, output);

@@ -1,4 +1,4 @@
-// Standard output: collected, and written in large pieces or entry by entry.
+// The output of a format: collected, and written to a sink in large pieces or entry by entry.
 #pragma once
 
 #include <cstdint>
@@ -6,14 +6,16 @@
 #include <memory>
 #include <string_view>
 
+#include "imlog/sink.h"
+
 class Output {
  public:
-  // With `each_entry` every entry is written at once.
-  explicit Output(int fd, bool each_entry = false);
+  // With `each_entry` every entry is written at once. `sink` outlives this object.
+  explicit Output(Sink &sink, bool each_entry = false);
 
   void put(char character) {
     if (size_ == kPiece) {
-      flush();
+      make_room();
     }
     text_[size_++] = character;
   }
@@ -29,6 +31,7 @@ class Output {
   // Writes a text and pads it with blanks to `width` characters.
   void put_padded(std::string_view text, size_t width);
   void put_number(uint64_t number, size_t width = 0);
+  void put_signed(int64_t number);
 
   // Call this after each entry.
   void end_entry() {
@@ -40,30 +43,33 @@ class Output {
   // Writes what is left. After a failure nothing more is written; error() keeps its errno.
   bool flush();
 
-  // Flushes, and waits until what was written since the last call is on the disk. Pipes and terminals have
-  // none.
+  // Flushes, and waits until what was written since the last call is on the disk.
   bool sync();
 
-  // Waits for `milliseconds`, or until a pipe or terminal has lost its reader. That ends the process with
-  // SIGPIPE, as a write would; where SIGPIPE is ignored it is a failure.
+  // Waits for `milliseconds`, or until nobody is left who would read the output.
   bool wait(int milliseconds);
 
-  // Flushes and closes. Some failures are only reported by closing.
+  // Flushes and closes.
   bool close();
 
   [[nodiscard]] int error() const {
     return error_;
   }
 
+  // The failure, in words.
+  [[nodiscard]] Problem problem() const {
+    return sink_.problem(error_);
+  }
+
  private:
   static constexpr size_t kPiece = size_t{64} << 10;
 
   void put_large(std::string_view text);
+  void make_room();
 
-  int fd_;
+  Sink &sink_;
   bool each_entry_;
   int error_ = 0;
-  bool is_synced_ = true;
   std::unique_ptr<char[]> text_;
   size_t size_ = 0;
 };

@@ -54,14 +54,16 @@ int failure_status(const FormatRow &row) {
   return is_for_monitors(row) ? int{kCheckUnknown} : int{kFailure};
 }
 
-// Returns false, after a message, if standard output could not be written.
+std::unique_ptr<Sink> make_sink(const FormatRow &row) {
+  return row.make_sink != nullptr ? row.make_sink() : std::make_unique<DescriptorSink>(STDOUT_FILENO);
+}
+
+// Returns false, after a message, if the output could not be written.
 bool close_output(Output &output, const FormatRow &row) {
   if (output.close()) {
     return true;
   }
-  print_problem(Problem("cannot write the output: %s", strerror(output.error()))
-                    .advise("check the device or program that standard output leads to"),
-                row);
+  print_problem(output.problem(), row);
   return false;
 }
 
@@ -70,7 +72,8 @@ class Run {
   Run(const Options &options, Calendar &calendar)
       : options_(options),
         format_(options.format->make({options.level_prefix, options.logs})),
-        output_(STDOUT_FILENO, options.follow),
+        sink_(make_sink(*options.format)),
+        output_(*sink_, options.follow),
         listing_(options.selection, is_merged(), *options.format, remembers() ? &history_ : nullptr, calendar,
                  *format_, output_) {}
 
@@ -105,8 +108,8 @@ class Run {
 
   // Does what is needed before the log is opened.
   Problem prepare() {
-    Problem problem;
-    if (options_.cursor_file != nullptr) {
+    Problem problem = sink_->open();
+    if (!problem.is_set() && options_.cursor_file != nullptr) {
       problem = cursor_.open(options_.cursor_file, history_);
     }
     return problem.is_set() || options_.logs[0].path != nullptr ? problem : load_request_library();
@@ -200,6 +203,7 @@ class Run {
 
   const Options &options_;
   std::unique_ptr<Format> format_;
+  std::unique_ptr<Sink> sink_;
   Output output_;
   History history_;
   Cursor cursor_;
@@ -214,14 +218,16 @@ int run(const Options &options, Calendar &calendar) {
 }
 
 int print_text(std::string_view text, const FormatRow &row) {
-  Output output(STDOUT_FILENO);
+  DescriptorSink sink(STDOUT_FILENO);
+  Output output(sink);
   output.put(text);
   return close_output(output, row) ? int{kSuccess} : failure_status(row);
 }
 
 int end_with_problem(const Problem &problem, const FormatRow &row, int status) {
   print_problem(problem, row);
-  Output output(STDOUT_FILENO);
+  DescriptorSink sink(STDOUT_FILENO);
+  Output output(sink);
   row.make({false, {}})->finish({problem, 0}, output);
   output.close();
   return is_for_monitors(row) ? int{kCheckUnknown} : status;

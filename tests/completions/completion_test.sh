@@ -47,8 +47,8 @@ orvlog -a TIMEOUT=1|10 15
 orvlog -a TIMEOUT=4|
 orvlog -a TIMEOUT=10 |$later
 orvlog -a TIMEOUT= |$later
-imlog -o |short json export raw prometheus check
-imlog --output=|short json export raw prometheus check
+imlog -o |short json export journal raw prometheus check
+imlog --output=|short json export journal raw prometheus check
 imlog --output=p|prometheus
 imlog -f -p C|caution critical
 imlog -S |today yesterday -30m -12h -7d

@@ -51,6 +51,9 @@ def vocabulary(root, imlog):
             ("option", re.findall(r"^  (?:-(\w), |    )--([\w-]+)", usage, re.MULTILINE),
              sections["OPTIONS"], r"^\.It Fl (?:(\w) , Fl )?-([\w-]+)"),
             ("format", ask("-o", "help").split(), sections["OUTPUT FORMATS"], r"^\.Ss (\w+)"),
+            ("field of the journal", {name for path in root.glob("imlog/*.cpp")
+                                      for name in re.findall(r'"([A-Z_]+)="', path.read_text())},
+             sections["OUTPUT FORMATS"], r"\b(_+[A-Z_]+|[A-Z]+_[A-Z_]+|MESSAGE|PRIORITY)\b"),
             ("severity", ask("-p", "help").split(), entries["priority"], r"^\.Cm (\w+)"),
             *(("status" + of, re.findall(r"(\d) \w", statuses[0][part]), statuses[1][part], r"^\.It (\d)")
               for part, of in ((0, ""), (2, " of a check")))):

@@ -12,6 +12,7 @@ import re
 import resource
 import shutil
 import signal
+import socket
 import struct
 import subprocess
 import tempfile
@@ -34,6 +35,9 @@ def record(number=0, severity=2, text=b"x", first=(2025, 9, 1, 13, 5), last=None
 
 
 class Case(unittest.TestCase):
+    maxDiff = None
+    command = [IMLOG]
+
     def setUp(self):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="imlog-test-"))
         self.addCleanup(shutil.rmtree, self.folder)
@@ -51,7 +55,7 @@ class Case(unittest.TestCase):
 
     def run_imlog(self, *words, status=0, stderr=b"", env=None, **more):
         """Runs imlog and returns its standard output; standard error has to hold `stderr`, or be empty."""
-        run = subprocess.run([IMLOG, *words], env=self.env(**(env or {})), stdout=more.pop("stdout", subprocess.PIPE),
+        run = subprocess.run([*self.command, *words], env=self.env(**(env or {})), stdout=more.pop("stdout", subprocess.PIPE),
                              stderr=subprocess.PIPE, timeout=60, check=False, **more)
         self.assertEqual(run.returncode, status, (words, run.stderr))
         self.assertRegex(run.stderr, b"^imlog: [^\n]*%s[^\n]*\n\\Z" % re.escape(stderr) if stderr else b"^\\Z")
@@ -143,7 +147,8 @@ class Formats(Case):
             (1, 1), (3, 1), (4, 60_000000), *((i, 1704063600_000000) for i in (2, *range(5, 26))),
             (0, 1735686000_000000)])
         self.assertEqual([int(e["__MONOTONIC_TIMESTAMP"]) for e in entries], list(range(1, 27)))
-        self.assertEqual(list(entries[0])[-5:], ["IML_NUMBER", "IML_SEVERITY", "IML_CLASS", "IML_CODE", "IML_COUNT"])
+        self.assertEqual(list(entries[0])[-7:], [
+            "IML_NUMBER", "IML_SEVERITY", "IML_CLASS", "IML_CODE", "IML_COUNT", "IML_CLASS_NAME", "IML_KNOWN"])
         self.assertEqual(entries[4]["IML_LAST"], "3112-01-01T00:00:00+01:00")
         self.assertRegex(entries[0]["_BOOT_ID"] + entries[0]["MESSAGE_ID"], "^[0-9a-f]{64}$")
         boots = [set(re.findall("_BOOT_ID=(.*)", self.run_imlog("-o", "export", log).decode())) for _ in range(3)]
@@ -598,6 +603,116 @@ class Follow(Case):
         with subprocess.Popen([IMLOG, "-f"], env=self.env(LD_LIBRARY_PATH=str(self.folder))) as run, open(pipe, "wb"):
             run.send_signal(signal.SIGTERM)  # while it loads the library
             self.assertEqual(run.wait(timeout=10), 0)
+
+
+class Journal(Case):
+    """The journal's socket is the test's own, in a namespace of imlog's."""
+
+    def setUp(self):
+        super().setUp()
+        self.path = self.folder / "systemd/journal/socket"
+        self.path.parent.mkdir(parents=True)
+        namespace = ["unshare", "-m", *([] if os.getuid() == 0 else ["-r"])]
+        if subprocess.run([*namespace, "true"], check=False).returncode != 0:
+            self.skipTest("a namespace of mounts not found (package util-linux)")
+        self.command = [*namespace, "sh", "-c", 'mount --bind "$0" /run && exec "$@"', str(self.folder), IMLOG]
+        self.cursor = self.folder / "cursor"
+
+    def bind(self):
+        self.path.unlink(missing_ok=True)
+        server = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+        self.addCleanup(server.close)
+        server.bind(str(self.path))
+        server.settimeout(30)
+        return server
+
+    def send(self, *words, delay=0, **more):
+        """Runs imlog and returns the entries that the journal gets, from the second `delay` on."""
+        server, entries = self.bind(), []
+
+        def take():
+            time.sleep(delay)
+            while entry := server.recv(1 << 20):
+                entries.append(dict(line.split("=", 1) for line in entry.decode().removesuffix("\n").split("\n")))
+
+        taker = threading.Thread(target=take)
+        taker.start()
+        try:
+            self.assertEqual(self.run_imlog("-o", "journal", *words, **more), b"")
+        finally:
+            with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as end:
+                end.sendto(b"", str(self.path))
+            taker.join()
+        return entries
+
+    def test_fields(self):
+        log = self.file(record(14, 9, b"\1\0\0\x09", (2024, 12, 2, 3, 14), (2025, 7, 1, 22, 40), 5, (2, 6)),
+                        record(7, 200, b"", (99,) * 6, (1970, 1, 1, 0, 0), 70000, (0xFFFF, 0xABCD)),
+                        *(record(i, text=text) for i, (text, _) in enumerate(Formats.TEXTS)))
+        for words, host in ((["--host", b"r\x1b\xff"], "r \ufffd"), (["--cursor-file", self.cursor], "log")):
+            entries = self.send(log, *words)
+            self.cursor.unlink(missing_ok=True)
+            exported = [dict(line.split("=", 1) for line in entry.split("\n"))
+                        for entry in self.run_imlog("-o", "export", log, *words).decode().split("\n\n")[:-1]]
+            numbers = [14, 7, *range(len(Formats.TEXTS))]
+            exported.sort(key=lambda entry: numbers.index(int(entry["IML_NUMBER"])))
+            times = ["2025-07-01T22:40", "1970-01-01T00:00", *["2025-09-01T13:05"] * len(Formats.TEXTS)]
+            for entry, export, at in zip(entries, exported, times):
+                text = " ".join((at, host, export["IML_NUMBER"], "x" + export["IML_COUNT"], export["MESSAGE"]))
+                self.assertEqual(entry, {**{name: value for name, value in export.items() if name[0] != "_"},
+                                         "IML_HOST": host, "IML_MESSAGE": export["MESSAGE"], "MESSAGE": text})
+            self.assertEqual(len(entries), len(exported))
+            self.assertEqual({entry.get("IML_CHANGE") for entry in entries}, {"new" if host == "log" else None})
+        known, unknown = entries[:2]
+        self.assertEqual(known, {
+            "MESSAGE": "2025-07-01T22:40 log 14 x5 System Fans Not Redundant (Location Chassis)",
+            "IML_MESSAGE": "System Fans Not Redundant (Location Chassis)", "PRIORITY": "4",
+            "SYSLOG_IDENTIFIER": "imlog", "IML_HOST": "log", "MESSAGE_ID": "8c87242ae2964fe8ae541ffa16b208f2", "IML_NUMBER": "14",
+            "IML_SEVERITY": "caution", "IML_CLASS": "2", "IML_CLASS_NAME": "Machine Environment", "IML_CODE": "6",
+            "IML_COUNT": "5", "IML_FIRST": "2024-12-02T03:14:00+01:00", "IML_LAST": "2025-07-01T22:40:00+02:00",
+            "IML_FIRST_UNIX": "1733105640", "IML_LAST_UNIX": "1751402400", "IML_KNOWN": "1", "IML_CHANGE": "new"})
+        self.assertEqual([unknown.get(f"IML_{name}") for name in ("KNOWN", "CLASS_NAME", "FIRST_UNIX", "LAST_UNIX")],
+                         ["0", "Unknown", None, "-3600"])
+
+    def test_unreachable(self):
+        for make, reason in ((lambda: None, b"No such file"), (lambda: self.bind().close(), b"Connection refused")):
+            make()
+            self.run_imlog("-o", "journal", "--cursor-file", self.cursor, "/no", status=2,
+                           stderr=b"cannot reach the journal: " + reason)
+        log = self.file(record())
+        self.send("--host", b"x" * 70000, "--cursor-file", self.cursor, log, status=2,
+                  stderr=b"cannot send to the journal: Message too long")
+        self.assertFalse(self.cursor.exists())
+
+    def test_full_queue(self):
+        rows = [record(i) for i in range(3000)]
+        words = ["--cursor-file", self.cursor, self.file(*rows)]
+        server = self.bind()
+        start = time.monotonic()
+        self.run_imlog("-o", "journal", *words, status=2, stderr=b"cannot send to the journal: nothing was taken for 10")
+        self.assertTrue(10 <= time.monotonic() - start < 20)
+        self.assertFalse(self.cursor.exists())
+        server.close()
+        self.assertEqual([int(entry["IML_NUMBER"]) for entry in self.send(*words, delay=2)], list(range(3000)))
+        self.assertEqual(self.send(*words), [])
+
+    def test_follow(self):
+        """The journal is restarted, and later its queue is full when a signal comes."""
+        log = self.folder / "server/cevt"
+        log.parent.mkdir()
+        log.write_bytes(record(0))
+        server = self.bind()
+        with subprocess.Popen([*self.command, "-f", "-o", "journal"], env=self.env(), stdout=subprocess.PIPE,
+                              stderr=subprocess.PIPE) as run:
+            self.assertNotIn(b"IML_HOST=", server.recv(10000))
+            server.close()
+            server = self.bind()
+            (self.folder / "next").write_bytes(b"".join(record(i, count=2) for i in range(3000)))
+            (self.folder / "next").rename(log)
+            self.assertIn(b"\nIML_CHANGE=repeated\n", server.recv(10000))
+            time.sleep(1)
+            run.send_signal(signal.SIGTERM)
+            self.assertEqual((run.wait(timeout=5), run.stdout.read(), run.stderr.read()), (0, b"", b""))
 
 
 class Readers(Case):

@@ -1,0 +1,50 @@
+// The journal of this machine, in its native protocol.
+#include "imlog/format.h"
+#include "imlog/journal_fields.h"
+#include "imlog/journal_socket.h"
+#include "imlog/text.h"
+
+namespace {
+
+class JournalFormat : public Format {
+ public:
+  // The journal drops fields whose names begin with an underscore, and its time is that of sending. So the
+  // message has the time, and the host of a FILE has a field of its own.
+  void print_entry(const Entry &entry, Output &output) override {
+    const std::string_view text = cleaner_.clean(entry.message);
+    std::optional<std::string_view> host;
+    if (entry.log.path != nullptr && entry.log.host) {
+      host = host_cleaner_.clean(*entry.log.host);
+    }
+    output.put("MESSAGE=");
+    put_minute(entry.last, output);
+    output.put(' ');
+    if (host) {
+      output.put(*host);
+      output.put(' ');
+    }
+    output.put_number(entry.record.Hdr.dwEvtNumber);
+    output.put(" x");
+    output.put_number(entry.record.Hdr.dwCount);
+    output.put(' ');
+    output.put(text);
+    output.put('\n');
+    put_field("IML_MESSAGE=", text, output);
+    put_entry_fields(entry, "IML_HOST=", host, output);
+  }
+
+ private:
+  TextCleaner cleaner_{Controls::kBlank, kReplacementCharacter};
+  TextCleaner host_cleaner_ = cleaner_;
+};
+
+}  // namespace
+
+const FormatRow kJournalFormat = {
+    "journal",
+    "to the journal of this machine, with fields",
+    [](const FormatContext &) -> std::unique_ptr<Format> { return std::make_unique<JournalFormat>(); },
+    kFollows | kRemembers | kMerges,
+    nullptr,
+    []() -> std::unique_ptr<Sink> { return std::make_unique<JournalSocket>(); },
+};
