@@ -1,5 +1,6 @@
 #include <memory>
 #include <random>
+#include <sstream>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -87,13 +88,27 @@ TEST(TranslatorHelpers, ChassisWithoutAName) {
 TEST(EventText, FormatsAsPrintfDoes) {
   OwnText<256> text;
   text.format("%s|%.2s|%c%c|%d|%d|%u|%x|%02X|%08X|%04X|100%%|", "a", "bcd", 'e', '\0', -2147483647 - 1, -1,
-              4294967295U, 0xABU, 0x5U, 0x1234ABCDU, 0x12345U);
+              4294967295U, 0xBU, 0x5U, 0x1234ABCDU, 0x12345U);
   text.format("%5d|%-5d|%05d|%-05d|%.4d|%6.4d|%06.4d|", -12, -12, -12, -12, -1, -1, -1);
   text.format("%-4s|%4s|%4.1s|%2s|%32s|%.32u", "ab", "ab", "ab", "abc", "x", 7U);
   EXPECT_EQ(text.view(),
-            "a|bc|e|-2147483648|-1|4294967295|ab|05|1234ABCD|12345|100%|  -12|-12  |-0012|-12  |"
+            "a|bc|e|-2147483648|-1|4294967295|b|05|1234ABCD|12345|100%|  -12|-12  |-0012|-12  |"
             "-0001| -0001| -0001|ab  |  ab|   a|abc|" +
                 std::string(31, ' ') + "x|" + std::string(31, '0') + "7");
+}
+
+TEST(EventText, WritesNumbersOfEveryLength) {
+  for (const uint64_t base : {10U, 16U}) {
+    for (uint64_t power = 1; power <= 0xFFFFFFFFU; power *= base) {
+      for (const auto number : {static_cast<uint32_t>(power - 1), static_cast<uint32_t>(power)}) {
+        OwnText<32> text;
+        text.format("%u %x", number, number);
+        std::ostringstream expected;
+        expected << number << ' ' << std::hex << number;
+        EXPECT_EQ(text.view(), expected.str());
+      }
+    }
+  }
 }
 
 // What does not compile.

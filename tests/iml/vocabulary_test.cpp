@@ -24,8 +24,9 @@ constexpr size_t kFieldBytes = 14;   // that come before the texts in most recor
 // First payloads of mixed values, among them those that decoders compare with, before texts
 // of each kind. Then some that have every value in each of the first bytes.
 std::vector<std::string> fixed_payloads() {
-  static constexpr uint8_t kValues[] = {0, 0,  0,  1,    1,    2,    3,    4,    5,   6,
-                                        7, 13, 14, 0x8A, 0x8A, 0x8B, 0x8C, 0xFE, 0xFF};
+  static constexpr uint8_t kValues[] = {0, 0xFF, 1,  0,  1,    2,    3,    4,    5,
+                                        6, 7,    13, 14, 0x8A, 0x8A, 0x8B, 0x8C, 0xFE};
+  constexpr size_t kExtremes = 3;  // at the beginning of these
   static const std::string kTexts[] = {{"A\0Slot 5\0", 9},
                                        {"\0S\0", 3},
                                        "",
@@ -38,8 +39,9 @@ std::vector<std::string> fixed_payloads() {
   std::minstd_rand random;
   const auto below = [&random](size_t end) { return random() / 16 % end; };
   for (std::string &payload : payloads) {
+    const size_t values = below(2) != 0 ? std::size(kValues) : kExtremes;
     for (size_t i = below(kFieldBytes) + 1; i > 0; --i) {
-      payload += static_cast<char>(below(4) != 0 ? kValues[below(std::size(kValues))] : below(256));
+      payload += static_cast<char>(below(8) != 0 ? kValues[below(values)] : below(256));
     }
     payload += kTexts[below(std::size(kTexts))];
     payload.resize(sizeof(EVT_FREE_FORM), below(8) != 0 ? '\0' : 'x');
@@ -50,6 +52,10 @@ std::vector<std::string> fixed_payloads() {
       payload.resize(sizeof(EVT_FREE_FORM));
       payload[i / 256] = static_cast<char>(i % 256);
     }
+  }
+  for (unsigned i = 0; i < 9 * 9 * 4; ++i) {  // the links of a node controller: chip, port, status
+    payloads.push_back(
+        {'\x8A', static_cast<char>(i / 36), static_cast<char>(i / 4 % 9), static_cast<char>(i % 4 + 1)});
   }
   return payloads;
 }
