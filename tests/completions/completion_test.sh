@@ -23,6 +23,7 @@ check() {
   fi
 }
 
+formats=$(imlog -o help | xargs)
 later='-v -t -f -p -i -a' timeouts='TIMEOUT=5 TIMEOUT=10 TIMEOUT=15 TIMEOUT=20 TIMEOUT=30'
 while IFS='|' read -r line offers; do
   check "$line" "$offers"
@@ -47,8 +48,8 @@ orvlog -a TIMEOUT=1|10 15
 orvlog -a TIMEOUT=4|
 orvlog -a TIMEOUT=10 |$later
 orvlog -a TIMEOUT= |$later
-imlog -o |short json export journal raw prometheus check
-imlog --output=|short json export journal raw prometheus check
+imlog -o |$formats
+imlog --output=|$formats
 imlog --output=p|prometheus
 imlog -f -p C|caution critical
 imlog -S |today yesterday -30m -12h -7d
