@@ -27,24 +27,6 @@ char *write_hexadecimal(char *to, uint32_t number, unsigned least, const char *d
 
 }  // namespace
 
-char *write_decimal(char *to, uint32_t number, unsigned least) {
-  static constexpr uint32_t kPowers[] = {1,      10,      100,      1000,      10000,
-                                         100000, 1000000, 10000000, 100000000, 1000000000};
-  unsigned size = std::max(least, 1U);
-  while (size < std::size(kPowers) && number >= kPowers[size]) {
-    ++size;
-  }
-  char *first = to + size;
-  for (; first - to >= 2; number /= 100) {
-    first -= 2;
-    memcpy(first, kDigitPairs.digits[number % 100], 2);
-  }
-  if (first != to) {
-    *to = static_cast<char>('0' + number);
-  }
-  return to + size;
-}
-
 void EventText::append(std::string_view text) {
   if (size_ == 0) {
     return;

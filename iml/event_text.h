@@ -9,6 +9,7 @@
 #include <string_view>
 #include <type_traits>
 
+#include "iml/digits.h"
 #include "iml/format.h"
 
 namespace iml {
@@ -36,31 +37,6 @@ class Argument {
     uint32_t number_;
   };
 };
-
-// The decimal digits of 0 to 99, two each.
-struct DigitPairs {
-  consteval DigitPairs() : digits() {
-    for (unsigned i = 0; i < 100; ++i) {
-      digits[i][0] = static_cast<char>('0' + i / 10);
-      digits[i][1] = static_cast<char>('0' + i % 10);
-    }
-  }
-  char digits[100][2];
-};
-inline constexpr DigitPairs kDigitPairs;
-
-// Writes a number in decimal with at least `least` digits; `least` is at most kWidest. Returns the end of the
-// digits, which are not terminated.
-char *write_decimal(char *to, uint32_t number, unsigned least);
-
-// write_decimal with `least` 2. Inline because a listing writes a dozen such numbers for each entry.
-inline char *write_two_digits(char *to, uint8_t number) {
-  if (number >= 100) {
-    return write_decimal(to, number, 2);
-  }
-  memcpy(to, kDigitPairs.digits[number], 2);
-  return to + 2;
-}
 
 // A text that grows inside a buffer of fixed size. It is terminated after every call; what does not fit is
 // dropped, so a text is cut once, at the buffer's size - 1 characters.

@@ -6,6 +6,7 @@
 #include "imlog/format.h"
 #include "imlog/journal_fields.h"
 #include "imlog/text.h"
+#include "util/hash.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <optional>
 
-#include "imlog/text.h"
+#include "util/hash.h"
 
 namespace {
 
@@ -70,10 +70,10 @@ std::string History::text() const {
   return text + last_line(before_.size(), text);
 }
 
-Change History::add(const EVT_LOG_ENTRY &record) {
+Change History::add(const EVT_LOG_ENTRY &record, uint64_t index) {
   const EVT_HEADER &header = record.Hdr;
   const std::string_view bytes(reinterpret_cast<const char *>(&record), sizeof(record));
-  const Known known = {header.InitTime, header.wClass, header.wCode, hash_bytes(bytes), count_++};
+  const Known known = {header.InitTime, header.wClass, header.wCode, hash_bytes(bytes), index};
   const uint32_t number = header.dwEvtNumber;
   now_.insert_or_assign(now_.end(), number, known);
   const auto old = before_.find(number);
@@ -99,7 +99,6 @@ bool History::finish(bool is_complete) {
   }
   before_ = std::move(now_);
   now_.clear();
-  count_ = 0;
   return has_changed;
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "iml/iml_record.h"
 #include "imlog/entry.h"
 
 class History {
@@ -16,15 +17,10 @@ class History {
   // The text of the cursor.
   [[nodiscard]] std::string text() const;
 
-  // Notes a record of the reading under way and returns how it differs from the reading before.
-  Change add(const EVT_LOG_ENTRY &record);
+  // Notes record `index` of the reading under way and returns how it differs from the reading before.
+  Change add(const EVT_LOG_ENTRY &record, uint64_t index);
 
-  // The records noted so far in the reading under way.
-  [[nodiscard]] uint64_t count() const {
-    return count_;
-  }
-
-  // True when record `index` of the reading that ended last, counted from 0, is the last with its number.
+  // True when record `index` of the reading that ended last is the last with its number.
   [[nodiscard]] bool is_latest(uint32_t number, uint64_t index) const;
 
   // Ends the reading: it is what the next one is compared with. After one that broke off, what was known of
@@ -46,5 +42,4 @@ class History {
 
   std::map<uint32_t, Known> before_;
   std::map<uint32_t, Known> now_;
-  uint64_t count_ = 0;
 };

@@ -53,7 +53,7 @@ Reading Listing::read(Source &source, const Log &log) {
                             .advise("its driver or FILE has no end, or holds more than one log");
       break;
     }
-    const Change change = history_ != nullptr ? history_->add(*record) : Change::kNone;
+    const Change change = history_ != nullptr ? history_->add(*record, reading.records) : Change::kNone;
     if (change != Change::kUnchanged) {
       process(*record, {&log, change, reading.records});
     }

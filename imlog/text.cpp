@@ -1,41 +1,10 @@
 #include "imlog/text.h"
 
 #include <algorithm>
-#include <cstring>
+
+#include "util/printable.h"
 
 namespace {
-
-// Eight bytes at a time, for texts that are nearly all printable ASCII.
-constexpr uint64_t kEveryByte = 0x0101010101010101;
-
-uint64_t eight_bytes(const char *bytes) {
-  uint64_t word = 0;
-  memcpy(&word, bytes, sizeof(word));
-  return word;
-}
-
-// True when each byte is one of 0x20 to 0x7E.
-bool is_printable(uint64_t bytes) {
-  const uint64_t below_blank = (bytes - kEveryByte * 0x20) & ~bytes;
-  const uint64_t delete_or_above = (bytes + kEveryByte) | bytes;
-  return ((below_blank | delete_or_above) & (kEveryByte * 0x80)) == 0;
-}
-
-bool is_plain(char byte) {
-  return byte >= ' ' && byte <= '~';
-}
-
-// The number of plain bytes at the start of `text`. Tests eight bytes at a time, then one by one.
-size_t plain_length(std::string_view text) {
-  size_t length = 0;
-  while (text.size() - length >= sizeof(uint64_t) && is_printable(eight_bytes(text.data() + length))) {
-    length += sizeof(uint64_t);
-  }
-  while (length < text.size() && is_plain(text[length])) {
-    ++length;
-  }
-  return length;
-}
 
 bool is_between(char byte, unsigned low, unsigned high) {
   const auto value = static_cast<unsigned char>(byte);
@@ -70,7 +39,7 @@ size_t character_length(std::string_view text) {
 }  // namespace
 
 std::string_view TextCleaner::clean(std::string_view text) {
-  size_t done = plain_length(text);
+  size_t done = printable_length(text);
   if (done == text.size()) {
     return text;
   }
@@ -101,11 +70,4 @@ size_t TextCleaner::clean_character(std::string_view rest) {
 size_t count_characters(std::string_view text) {
   return static_cast<size_t>(
       std::count_if(text.begin(), text.end(), [](char byte) { return !is_between(byte, 0x80, 0xBF); }));
-}
-
-uint64_t hash_bytes(std::string_view bytes, uint64_t hash) {
-  for (const char byte : bytes) {
-    hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001B3;
-  }
-  return hash;
 }

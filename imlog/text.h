@@ -1,7 +1,6 @@
 // Cleans texts from records and arguments, which may hold any bytes, before they are printed.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -30,7 +29,3 @@ class TextCleaner {
 
 // The number of characters of a text in UTF-8.
 size_t count_characters(std::string_view text);
-
-// 64 bits of FNV-1a over `bytes`, from `hash` on.
-inline constexpr uint64_t kHashStart = 0xCBF29CE484222325;
-uint64_t hash_bytes(std::string_view bytes, uint64_t hash = kHashStart);

@@ -5,10 +5,11 @@
 #include <string_view>
 
 #include "driver/event_reader.h"
-#include "iml/event_text.h"
+#include "iml/digits.h"
 #include "iml/eventstr.h"
 #include "iml/severities.h"
 #include "orvlog/output.h"
+#include "util/printable.h"
 
 namespace {
 
@@ -33,20 +34,13 @@ bool is_ready(const EventReader &log) {
 // Replaces control characters and bytes above 0x7F by blanks: text from firmware must neither control a
 // terminal nor leave half a multi-byte character there.
 void blank_unprintable(char *text, size_t length) {
-  constexpr uint64_t kEachByte = 0x0101010101010101;
   char *const end = text + length;
-  while (text != end) {
-    if (end - text >= 8) {
-      uint64_t word;
-      memcpy(&word, text, sizeof(word));
-      // A printable character has its top bit clear, before and after 0x20 is subtracted. Most texts are
-      // printable, so eight characters are tested at a time.
-      if (((word | (word - kEachByte * ' ')) & kEachByte * 0x80) == 0) {
-        text += sizeof(word);
-        continue;
-      }
+  for (;;) {
+    text += printable_length({text, static_cast<size_t>(end - text)});
+    if (text == end) {
+      return;
     }
-    if (static_cast<signed char>(*text) < ' ') {
+    if (*text != '\x7F') {
       *text = ' ';
     }
     ++text;
