@@ -7,9 +7,9 @@
 #include <optional>
 #include <string>
 
-#include "driver/channel.h"
 #include "imlog/history.h"
 #include "imlog/problem.h"
+#include "util/ownership.h"
 
 class Cursor {
  public:

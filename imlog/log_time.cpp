@@ -6,6 +6,9 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "iml/digits.h"
+#include "platform/time_stamp.h"
+
 namespace {
 
 constexpr int64_t kMinute = 60;
@@ -40,13 +43,6 @@ tm to_tm(const EVT_TIME_STAMP &stamp) {
   time.tm_hour = stamp.bHour;
   time.tm_min = stamp.bMinute;
   return time;
-}
-
-EVT_TIME_STAMP to_stamp(const tm &time) {
-  const int year = time.tm_year + 1900;
-  return {static_cast<uint8_t>(year / 100),      static_cast<uint8_t>(year % 100),
-          static_cast<uint8_t>(time.tm_mon + 1), static_cast<uint8_t>(time.tm_mday),
-          static_cast<uint8_t>(time.tm_hour),    static_cast<uint8_t>(time.tm_min)};
 }
 
 // Local time minus UTC in seconds, if it is the same on the whole day and half a day around it; else kChanges
@@ -97,13 +93,6 @@ int64_t instant_near_change(const EVT_TIME_STAMP &stamp, int64_t local) {
   return local - before.tm_gmtoff;
 }
 
-// Two digits of a number below 100.
-char *put_digits(char *text, unsigned value) {
-  text[0] = static_cast<char>('0' + value / 10);
-  text[1] = static_cast<char>('0' + value % 10);
-  return text + 2;
-}
-
 // True if `text` has the form of `shape`: '0' stands for a digit, '_' for a blank or a "T".
 bool has_shape(std::string_view text, std::string_view shape) {
   if (text.size() != shape.size()) {
@@ -145,16 +134,16 @@ std::optional<int64_t> parse_age(std::string_view text) {
 }  // namespace
 
 MinuteText::MinuteText(const EVT_TIME_STAMP &stamp) {
-  char *next = put_digits(text, stamp.bCentury);
-  next = put_digits(next, stamp.bYear);
+  char *next = iml::write_digit_pair(text, stamp.bCentury);
+  next = iml::write_digit_pair(next, stamp.bYear);
   *next++ = '-';
-  next = put_digits(next, stamp.bMonth);
+  next = iml::write_digit_pair(next, stamp.bMonth);
   *next++ = '-';
-  next = put_digits(next, stamp.bDay);
+  next = iml::write_digit_pair(next, stamp.bDay);
   *next++ = 'T';
-  next = put_digits(next, stamp.bHour);
+  next = iml::write_digit_pair(next, stamp.bHour);
   *next++ = ':';
-  put_digits(next, stamp.bMinute);
+  iml::write_digit_pair(next, stamp.bMinute);
 }
 
 ZonedText::ZonedText(const LogTime &time) {
@@ -165,9 +154,9 @@ ZonedText::ZonedText(const LogTime &time) {
   for (const char character : {':', '0', '0', time.offset_minutes < 0 ? '-' : '+'}) {
     *next++ = character;
   }
-  next = put_digits(next, offset / 60);
+  next = iml::write_digit_pair(next, offset / 60);
   *next++ = ':';
-  put_digits(next, offset % 60);
+  iml::write_digit_pair(next, offset % 60);
 }
 
 Calendar::Calendar() : days_(kRememberedDays) {

@@ -3,7 +3,7 @@
 #include <cerrno>
 #include <dlfcn.h>
 
-#include "driver/channel.h"
+#include "platform/kelmintrfc64.h"
 
 namespace {
 

@@ -6,6 +6,8 @@
 #include <poll.h>
 #include <sys/stat.h>
 
+#include "platform/health_driver.h"
+
 namespace {
 
 constexpr size_t kRecordsAtOnce = 273;    // 64 KiB

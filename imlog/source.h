@@ -5,7 +5,9 @@
 #include <vector>
 
 #include "driver/event_reader.h"
+#include "iml/iml_record.h"
 #include "imlog/problem.h"
+#include "util/ownership.h"
 
 class Source {
  public:

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/time_stamp.h"
 #include "simulator/server_directory.h"
 #include "util/file.h"
 
@@ -26,15 +27,7 @@ EVT_TIME_STAMP now() {
   tm local = {};
   tzset();
   localtime_r(&seconds, &local);
-  const int year = local.tm_year + 1900;
-  EVT_TIME_STAMP stamp = {};
-  stamp.bCentury = static_cast<uint8_t>(year / 100);
-  stamp.bYear = static_cast<uint8_t>(year % 100);
-  stamp.bMonth = static_cast<uint8_t>(local.tm_mon + 1);
-  stamp.bDay = static_cast<uint8_t>(local.tm_mday);
-  stamp.bHour = static_cast<uint8_t>(local.tm_hour);
-  stamp.bMinute = static_cast<uint8_t>(local.tm_min);
-  return stamp;
+  return to_stamp(local);
 }
 
 }  // namespace
