@@ -8,18 +8,27 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "util/file.h"
+
 namespace {
 
 // Hundreds of times the largest log.
 constexpr off_t kLargestCursor = off_t{1} << 30;
 
-// Opens a regular file and nothing else, because opening a device can have effects. If `path` is something
-// else, the result is negative, and errno is 0, or ELOOP for a symbolic link.
-int open_regular(const char *path, int flags, struct stat &status) {
-  if (lstat(path, &status) == 0 && !S_ISREG(status.st_mode)) {
-    errno = S_ISLNK(status.st_mode) ? ELOOP : 0;
-    return -1;
+// False when `path` names something other than a regular file: opening a device can have effects. Then errno
+// is 0, or ELOOP for a symbolic link.
+bool may_open(const char *path) {
+  struct stat status = {};
+  if (lstat(path, &status) != 0 || S_ISREG(status.st_mode)) {
+    return true;
   }
+  errno = S_ISLNK(status.st_mode) ? ELOOP : 0;
+  return false;
+}
+
+// Opens a file that may_open allows. When it has become something else since, the result is negative, with
+// errno as there.
+int open_regular(const char *path, int flags, struct stat &status) {
   const int fd = open(path, flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0600);
   if (fd >= 0 && (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode))) {
     close(fd);
@@ -29,26 +38,13 @@ int open_regular(const char *path, int flags, struct stat &status) {
   return fd;
 }
 
-bool write_all(int fd, std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t count = write(fd, text.data(), text.size());
-    if (count >= 0) {
-      text.remove_prefix(static_cast<size_t>(count));
-    } else if (errno != EINTR) {
-      return false;
-    }
-  }
-  return true;
-}
-
 }  // namespace
 
 Problem Cursor::open(const char *path, History &history) {
   path_ = path;
   draft_ = path_ + ".imlog-draft";
-  struct stat status = {};
-  if (lstat(path, &status) == 0 && !S_ISREG(status.st_mode)) {  // before a lock file is made next to it
-    return refuse_kind(S_ISLNK(status.st_mode) ? "is a symbolic link" : "is not a regular file");
+  if (!may_open(path)) {  // before a lock file is made next to it
+    return refuse_kind(errno == ELOOP ? "is a symbolic link" : "is not a regular file");
   }
   Problem problem = lock();
   if (problem.is_set()) {
@@ -61,7 +57,7 @@ Problem Cursor::open(const char *path, History &history) {
 Problem Cursor::lock() {
   const std::string name = path_ + ".lock";
   struct stat status = {};
-  lock_.emplace(open_regular(name.c_str(), O_RDONLY | O_CREAT, status));
+  lock_.emplace(may_open(name.c_str()) ? open_regular(name.c_str(), O_RDONLY | O_CREAT, status) : -1);
   if (!lock_->is_open()) {
     return Problem("cannot lock the cursor: %s", errno != 0 ? strerror(errno) : "not a regular file")
         .advise("check that '%s' is a file, or can be made, where you may write", name.c_str());
@@ -90,19 +86,12 @@ Problem Cursor::load(History &history) {
     return refuse("is damaged");
   }
   std::string text(static_cast<size_t>(status.st_size), '\0');
-  size_t length = 0;
-  while (length < text.size()) {
-    const ssize_t count = read(file.fd(), text.data() + length, text.size() - length);
-    if (count < 0 && errno != EINTR) {
-      return Problem("cannot read the cursor: %s", strerror(errno))
-          .advise("check the disk of '%s', or name another cursor", path_.c_str());
-    }
-    if (count == 0) {
-      break;  // it was truncated meanwhile
-    }
-    length += count > 0 ? static_cast<size_t>(count) : 0;
+  const ssize_t length = read_at(file.fd(), text.data(), text.size(), 0);
+  if (length < 0) {
+    return Problem("cannot read the cursor: %s", strerror(errno))
+        .advise("check the disk of '%s', or name another cursor", path_.c_str());
   }
-  text.resize(length);
+  text.resize(static_cast<size_t>(length));  // it may have been truncated meanwhile
   const char *const fault = history.parse(text);
   exists_ = true;
   return fault != nullptr ? refuse(fault) : Problem();
@@ -122,19 +111,13 @@ Problem Cursor::write_draft(const History &history) {
   const size_t slash = path_.rfind('/');
   const std::string folder_name = slash == std::string::npos ? "." : path_.substr(0, slash + 1);
   folder_.emplace(::open(folder_name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (folder_->is_open() && put_draft(history.text())) {
+  if (folder_->is_open() && ::write_draft(AT_FDCWD, draft_.c_str(), history.text(), 0600)) {
     return {};
   }
   const int error = errno;
-  unlink(draft_.c_str());
   folder_.reset();
   return Problem("cannot write the cursor: %s", strerror(error))
       .advise("check the disk and the folder of '%s'; what is new was not printed", path_.c_str());
-}
-
-bool Cursor::put_draft(const std::string &text) const {
-  Descriptor file(::open(draft_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-  return file.is_open() && write_all(file.fd(), text) && fsync(file.fd()) == 0 && file.close() == 0;
 }
 
 Problem Cursor::commit() {
@@ -146,8 +129,7 @@ Problem Cursor::commit() {
         .advise("check the folder of '%s'; the next run repeats what this one printed", path_.c_str());
   }
   exists_ = true;
-  // Without this the new name may not last. A file system that cannot sync a folder says EINVAL.
-  const int error = fsync(folder_->fd()) == 0 || errno == EINVAL ? 0 : errno;
+  const int error = sync_folder(folder_->fd()) ? 0 : errno;
   folder_.reset();
   return error == 0
              ? Problem()

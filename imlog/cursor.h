@@ -34,7 +34,6 @@ class Cursor {
  private:
   Problem lock();
   Problem load(History &history);
-  [[nodiscard]] bool put_draft(const std::string &text) const;
   [[nodiscard]] Problem refuse(const char *fault) const;
   [[nodiscard]] Problem refuse_kind(const char *fault) const;
 

@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "util/file.h"
 #include "util/ownership.h"
@@ -55,9 +56,15 @@ int replace_file(int folder, const char *name, const void *data, size_t size) {
   if (!locked.is_open() || lock(locked.fd()) < 0) {
     return -1;
   }
-  const bool is_replaced = write_draft(folder, draft, {static_cast<const char *>(data), size}, 0644) &&
-                           replace_with_draft(folder, draft, name);
-  return is_replaced ? 0 : -1;
+  if (!write_draft(folder, draft, {static_cast<const char *>(data), size}, 0644)) {
+    return -1;
+  }
+  if (renameat(folder, draft, folder, name) != 0) {
+    const int error = errno;
+    unlinkat(folder, draft, 0);
+    return fail(error);
+  }
+  return sync_folder(folder) ? 0 : -1;
 }
 
 int lock(int fd) {

@@ -1,24 +1,11 @@
 #include "util/file.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "util/ownership.h"
-
-namespace {
-
-// Removes a draft that failed. Returns false, with errno as it was.
-bool discard(int folder, const char *draft) {
-  const int error = errno;
-  unlinkat(folder, draft, 0);
-  errno = error;
-  return false;
-}
-
-}  // namespace
 
 ssize_t read_at(int fd, void *buffer, size_t size, off_t offset) {
   size_t done = 0;
@@ -55,17 +42,15 @@ bool write_all(int fd, std::string_view content) {
 bool write_draft(int folder, const char *draft, std::string_view content, mode_t mode) {
   unlinkat(folder, draft, 0);
   Descriptor file(openat(folder, draft, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
-  if (!file.is_open()) {
-    return false;
+  if (file.is_open() && write_all(file.fd(), content) && fsync(file.fd()) == 0 && file.close() == 0) {
+    return true;
   }
-  const bool is_written = write_all(file.fd(), content) && fsync(file.fd()) == 0 && file.close() == 0;
-  return is_written || discard(folder, draft);
+  const int error = errno;
+  unlinkat(folder, draft, 0);
+  errno = error;
+  return false;
 }
 
-bool replace_with_draft(int folder, const char *draft, const char *name) {
-  if (renameat(folder, draft, folder, name) != 0) {
-    return discard(folder, draft);
-  }
-  // Without this the new name may not last. A file system that cannot write a folder to the disk says EINVAL.
+bool sync_folder(int folder) {
   return fsync(folder) == 0 || errno == EINVAL;
 }

@@ -11,14 +11,14 @@ ssize_t read_at(int fd, void *buffer, size_t size, off_t offset);
 // Writes all of `content`. Returns false when a part could not be written.
 bool write_all(int fd, std::string_view content);
 
-// A file is replaced in two steps, of which the first does the work and the second only moves a name: even
-// after a power loss the file has either its old content or the new. Writers of the same file have to exclude
-// each other, so that a draft that is there is one that a dead writer has left.
+// A file is replaced in three steps: a draft is written beside it, takes its name, and the folder is synced.
+// Even after a power failure the file has either its old content or the new.
 
-// Writes file `draft` of an open folder, with the permissions `mode`. Its content is on the disk when this
-// returns. Returns false with no draft left.
+// Writes file `draft` of an open folder, or of any path with AT_FDCWD, with the permissions `mode`. Its
+// content is on the disk when this returns. Writers of the same file have to exclude each other: a draft that
+// is there was left by one that died. Returns false with no draft left.
 bool write_draft(int folder, const char *draft, std::string_view content, mode_t mode);
 
-// Gives `draft` the name `name` in the same folder. The change is on the disk when this returns. Returns
-// false with no draft left; the file may have the new content even then.
-bool replace_with_draft(int folder, const char *draft, const char *name);
+// Makes the names in an open folder last: they are on the disk when this returns. A file system that cannot
+// sync folders is no failure.
+bool sync_folder(int folder);
