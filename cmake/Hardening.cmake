@@ -2,11 +2,21 @@
 include(CheckPIESupported)
 check_pie_supported()
 
-target_compile_options(
-  orvlog_build INTERFACE -fstack-protector-strong -fstack-clash-protection -fcf-protection=full)
-# Some distributions' start-up files support a shadow stack but are not marked for it; -z shstk sets the mark.
-target_link_options(
-  orvlog_build INTERFACE LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack LINKER:-z,shstk)
+# -fcf-protection is for x86 and -mbranch-protection for arm64. Both mark where indirect calls may arrive.
+include(CheckCXXCompilerFlag)
+foreach(option IN ITEMS -fstack-protector-strong -fstack-clash-protection -fcf-protection=full
+                        -mbranch-protection=standard)
+  string(MAKE_C_IDENTIFIER "ORVLOG_HAS${option}" has_option)
+  check_cxx_compiler_flag(${option} ${has_option})
+  if(${has_option})
+    target_compile_options(orvlog_build INTERFACE ${option})
+  endif()
+endforeach()
+target_link_options(orvlog_build INTERFACE LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
+if(ORVLOG_HAS_fcf_protection_full)
+  # Some distributions' start-up files support a shadow stack but are not marked for it; -z shstk sets the mark.
+  target_link_options(orvlog_build INTERFACE LINKER:-z,shstk)
+endif()
 
 # Sanitizers and coverage replace or count the calls that fortifying would change.
 if(NOT ORVLOG_INSTRUMENTED)

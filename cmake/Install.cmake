@@ -1,46 +1,74 @@
 # What `cmake --install` installs, and where. A component is a package. The simulator is installed only on request
 # (--component orvlog-simulator), into a folder where its libraries never shadow the maker's.
+include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
-find_program(GZIP gzip REQUIRED)
+find_program(ORVLOG_GZIP gzip REQUIRED)
+mark_as_advanced(ORVLOG_GZIP)
+
+# Sets VARIABLE to what an install script calls FOLDER: below BASE, unless it is absolute. The default of BASE is the
+# prefix, which is known only at installation, when --prefix may replace it.
+function(orvlog_installed_folder variable folder)
+  set(base "\${CMAKE_INSTALL_PREFIX}" ${ARGN})
+  list(GET base -1 base)
+  if(NOT IS_ABSOLUTE "${folder}")
+    set(folder "${base}/${folder}")
+  endif()
+  set(${variable} "${folder}" PARENT_SCOPE)
+endfunction()
+
+# Installs TEMPLATE without its .in in FOLDER, with the permissions MODE. VARIABLES is code that sets the variables in it.
+function(orvlog_install_template template folder mode component variables)
+  get_filename_component(name ${template} NAME_WLE)
+  orvlog_installed_folder(folder "${folder}")
+  install(CODE "
+    ${variables}
+    set(file \"${folder}/${name}\")
+    message(STATUS \"Installing: \$ENV{DESTDIR}\${file}\")
+    configure_file(\"${PROJECT_SOURCE_DIR}/${template}\" \"\$ENV{DESTDIR}\${file}\" @ONLY)
+    execute_process(COMMAND chmod ${mode} \"\$ENV{DESTDIR}\${file}\")
+    list(APPEND CMAKE_INSTALL_MANIFEST_FILES \"\${file}\")" COMPONENT ${component})
+endfunction()
 
 # Installs a program with its completion and its manual page, into which the version is written.
 function(orvlog_install_program program destination)
   install(TARGETS ${program} RUNTIME DESTINATION ${destination} COMPONENT ${program})
   # The run path leads to the simulator of the build tree.
-  install(CODE "file(RPATH_REMOVE FILE \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${destination}/${program}\")"
-          COMPONENT ${program})
+  orvlog_installed_folder(folder "${destination}")
+  install(CODE "file(RPATH_REMOVE FILE \"\$ENV{DESTDIR}${folder}/${program}\")" COMPONENT ${program})
   set(page ${PROJECT_BINARY_DIR}/docs/${program}.8)
   configure_file(docs/${program}.8 ${page} @ONLY)
   add_custom_command( # without name and time, so that two builds give the same bytes
-    OUTPUT ${page}.gz COMMAND ${GZIP} -9nc ${page} > ${page}.gz DEPENDS ${page} VERBATIM)
+    OUTPUT ${page}.gz COMMAND ${ORVLOG_GZIP} -9nc ${page} > ${page}.gz DEPENDS ${page} VERBATIM)
   add_custom_target(orvlog_${program}_page ALL DEPENDS ${page}.gz)
   install(FILES ${page}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT ${program})
   install(FILES ${PROJECT_SOURCE_DIR}/completions/${program}
           DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT ${program})
 endfunction()
 
-orvlog_install_program(orvlog ${CMAKE_INSTALL_SBINDIR})
-orvlog_install_program(imlog ${CMAKE_INSTALL_BINDIR})
+if(TARGET orvlog)
+  orvlog_install_program(orvlog ${CMAKE_INSTALL_SBINDIR})
+endif()
 
-# The units of imlog, which nothing enables, and their script. They name the programs by their paths: systemd 247 does
+# imlog with its units, which nothing enables, and their script. They name the programs by their paths: systemd 247 does
 # not search for them.
-set(ORVLOG_UNIT_DIR lib/systemd/system CACHE STRING "Folder of systemd's units")
-set(imlog_helpers lib/imlog)
-foreach(file IN ITEMS write-metrics systemd/imlog-ship.service systemd/prometheus-node-exporter-iml.service)
-  install(CODE "
-    set(bindir \${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR})
-    set(helperdir \${CMAKE_INSTALL_PREFIX}/${imlog_helpers})
-    configure_file(${PROJECT_SOURCE_DIR}/packaging/${file}.in ${PROJECT_BINARY_DIR}/${file} @ONLY)"
-    COMPONENT imlog)
-endforeach()
-foreach(unit IN ITEMS imlog-ship prometheus-node-exporter-iml)
-  install(FILES ${PROJECT_BINARY_DIR}/systemd/${unit}.service packaging/systemd/${unit}.timer
-          DESTINATION ${ORVLOG_UNIT_DIR} COMPONENT imlog)
-endforeach()
-install(PROGRAMS ${PROJECT_BINARY_DIR}/write-metrics DESTINATION ${imlog_helpers} COMPONENT imlog)
-install(FILES docs/shipping.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/imlog COMPONENT imlog)
+if(TARGET imlog)
+  orvlog_install_program(imlog ${CMAKE_INSTALL_BINDIR})
+  set(ORVLOG_UNIT_DIR lib/systemd/system CACHE STRING "Folder of systemd's units")
+  set(imlog_helpers lib/imlog)
+  orvlog_installed_folder(bindir "${CMAKE_INSTALL_BINDIR}")
+  orvlog_installed_folder(helperdir ${imlog_helpers})
+  set(variables "set(bindir \"${bindir}\")\nset(helperdir \"${helperdir}\")")
+  orvlog_install_template(packaging/write-metrics.in ${imlog_helpers} 755 imlog "${variables}")
+  foreach(unit IN ITEMS imlog-ship prometheus-node-exporter-iml)
+    orvlog_install_template(packaging/systemd/${unit}.service.in "${ORVLOG_UNIT_DIR}" 644 imlog "${variables}")
+    install(FILES packaging/systemd/${unit}.timer DESTINATION ${ORVLOG_UNIT_DIR} COMPONENT imlog)
+  endforeach()
+  install(FILES docs/shipping.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/imlog COMPONENT imlog)
+endif()
 
 # The translator for other projects: libimltext1 has what a program needs to run, libimltext-dev what it needs to build.
+get_target_property(imltext_version imltext VERSION)
+get_target_property(imltext_soversion imltext SOVERSION)
 set(imltext_headers ${CMAKE_INSTALL_INCLUDEDIR}/iml)
 set(imltext_package ${CMAKE_INSTALL_LIBDIR}/cmake/imltext)
 set(imltext_examples ${CMAKE_INSTALL_DATADIR}/doc/libimltext-dev/examples)
@@ -53,13 +81,14 @@ install(CODE "
   if(NOT DEFINED ENV{DESTDIR} AND CMAKE_INSTALL_PREFIX MATCHES \"^/usr(/local)?$\")
     execute_process(COMMAND /sbin/ldconfig RESULT_VARIABLE failed)
     if(failed)
-      message(WARNING \"ldconfig failed: run it as root, so that programs find libimltext.so.${PROJECT_VERSION_MAJOR}\")
+      message(WARNING \"ldconfig failed: run it as root, so that programs find libimltext.so.${imltext_soversion}\")
     endif()
   endif()" COMPONENT libimltext1)
+orvlog_installed_folder(archives "${CMAKE_INSTALL_LIBDIR}")
 install(CODE "
   if(CMAKE_INSTALL_DO_STRIP) # which leaves archives alone
-    execute_process(COMMAND ${CMAKE_STRIP} --strip-debug --enable-deterministic-archives
-      \$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/libimltext.a RESULT_VARIABLE failed)
+    execute_process(COMMAND \"${CMAKE_STRIP}\" --strip-debug --enable-deterministic-archives
+      \"\$ENV{DESTDIR}${archives}/libimltext.a\" RESULT_VARIABLE failed)
     if(failed)
       message(FATAL_ERROR \"libimltext.a cannot be stripped\")
     endif()
@@ -70,20 +99,17 @@ install(DIRECTORY iml/records DESTINATION ${imltext_headers} COMPONENT libimltex
 install(EXPORT imltext FILE imltext-config.cmake NAMESPACE imltext:: DESTINATION ${imltext_package}
         COMPONENT libimltext-dev)
 write_basic_package_version_file(
-  ${PROJECT_BINARY_DIR}/imltext-config-version.cmake COMPATIBILITY SameMajorVersion)
+  ${PROJECT_BINARY_DIR}/imltext-config-version.cmake VERSION ${imltext_version} COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/imltext-config-version.cmake DESTINATION ${imltext_package}
         COMPONENT libimltext-dev)
 
-# The prefix is known only at installation, when --prefix may replace it.
-install(CODE "
-  set(prefix \${CMAKE_INSTALL_PREFIX})
-  set(libdir ${CMAKE_INSTALL_LIBDIR})
-  set(includedir ${CMAKE_INSTALL_INCLUDEDIR})
-  set(version ${PROJECT_VERSION})
-  configure_file(${PROJECT_SOURCE_DIR}/iml/imltext.pc.in ${PROJECT_BINARY_DIR}/imltext.pc @ONLY)"
-  COMPONENT libimltext-dev)
-install(FILES ${PROJECT_BINARY_DIR}/imltext.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
-        COMPONENT libimltext-dev)
+orvlog_installed_folder(libdir "${CMAKE_INSTALL_LIBDIR}" "\\\${prefix}")
+orvlog_installed_folder(includedir "${CMAKE_INSTALL_INCLUDEDIR}" "\\\${prefix}")
+orvlog_install_template(iml/imltext.pc.in ${CMAKE_INSTALL_LIBDIR}/pkgconfig 644 libimltext-dev "
+    set(prefix \"\${CMAKE_INSTALL_PREFIX}\")
+    set(libdir \"${libdir}\")
+    set(includedir \"${includedir}\")
+    set(version ${imltext_version})")
 
 install(FILES examples/CMakeLists.txt examples/translate.c DESTINATION ${imltext_examples} COMPONENT libimltext-dev)
 install(PROGRAMS examples/translate.py DESTINATION ${imltext_examples} COMPONENT libimltext-dev)

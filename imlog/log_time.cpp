@@ -11,6 +11,8 @@
 
 namespace {
 
+static_assert(sizeof(time_t) >= sizeof(int64_t), "stamps reach the year 9999");
+
 constexpr int64_t kMinute = 60;
 constexpr int64_t kHour = 60 * kMinute;
 constexpr int64_t kDay = 24 * kHour;

@@ -11,6 +11,10 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#if !defined(__BYTE_ORDER__) || __BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__
+#  error "The records are little-endian and are read in place: they need a little-endian machine"
+#endif
+
 #define IML_PACKED __attribute__((packed))
 
 // C99 has no assertions at compile time; there the macros declare a function that nobody calls.

@@ -2,7 +2,7 @@
 set -euo pipefail
 tree=$1 lib=$1/$2 server=$3 orvlog=$4 cmake=$5 generator=$6 cc=$7
 examples=$tree/share/doc/libimltext-dev/examples
-work=$(mktemp -d)
+work=$(mktemp -d -p "$PWD") # in the build tree, since /tmp may be noexec
 trap 'rm -rf "$work"' EXIT
 export LD_LIBRARY_PATH=$lib PKG_CONFIG_PATH=$lib/pkgconfig
 unset CFLAGS LDFLAGS CPPFLAGS
@@ -23,7 +23,7 @@ comm -23 "$work/all.macros" "$work/system.macros" >"$work/constants"
 grep -q '^IML_PACKED' "$work/constants" && grep -q '^IML_CLASS_CPU' "$work/constants"
 ! grep -v '^IML_' "$work/constants" >&2 || { echo "constants without IML_" >&2; exit 1; }
 
-read -ra flags < <(pkg-config --cflags --libs imltext)
+read -a flags < <(pkg-config --cflags --libs imltext)
 strict=(-std=c99 -Wall -Wextra -Wpedantic -Werror)
 "$cc" "${strict[@]}" "$examples/translate.c" "${flags[@]}" -o "$work/translate"
 "$work/translate" "$server/cevt" >"$work/pkg-config"

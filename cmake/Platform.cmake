@@ -1,0 +1,27 @@
+# What is built for this machine and with what it has. The log's records are little-endian and read in place.
+include(CheckCXXSourceCompiles)
+
+check_cxx_source_compiles("
+#if __BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__
+#error big-endian
+#endif
+int main() { return 0; }" ORVLOG_LITTLE_ENDIAN)
+if(NOT ORVLOG_LITTLE_ENDIAN)
+  message(FATAL_ERROR "orvlog needs a little-endian machine: the records of the log are little-endian")
+endif()
+
+# orvlog runs on the server itself. The other programs read a log anywhere.
+check_cxx_source_compiles("
+#if !defined(__x86_64__) || defined(__ILP32__)
+#error not x86-64
+#endif
+int main() { return 0; }" ORVLOG_X86_64)
+if(NOT ORVLOG_X86_64)
+  message(STATUS "Not x86-64: orvlog is not built, since it runs on the server itself")
+endif()
+
+find_path(ORVLOG_RAPIDJSON_INCLUDE_DIR rapidjson/writer.h)
+mark_as_advanced(ORVLOG_RAPIDJSON_INCLUDE_DIR)
+if(NOT ORVLOG_RAPIDJSON_INCLUDE_DIR)
+  message(STATUS "RapidJSON not found: imlog is not built (package rapidjson-dev)")
+endif()
