@@ -1,14 +1,5 @@
 #include "imlog/format.h"
 
-void put_minute(const LogTime &time, Output &output) {
-  if (time.is_valid) {
-    const MinuteText text(time.stamp);
-    output.put(std::string_view(text.text, sizeof(text.text)));
-  } else {
-    output.put("----------------");
-  }
-}
-
 void put_level_prefix(const Severity &severity, Output &output) {
   output.put('<');
   output.put(severity.priority);

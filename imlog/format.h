@@ -16,7 +16,9 @@
 // What a format needs to know about the run.
 struct FormatContext {
   bool level_prefix = false;
-  std::span<const Log> logs;  // all that are read; more than one are merged
+  bool in_utc = false;             // times are printed in UTC
+  bool has_color = false;          // for a terminal that shows colors
+  std::span<const Log> logs = {};  // all that are read; more than one are merged
 };
 
 // How the reading ended.
@@ -49,6 +51,7 @@ enum FormatTraits : unsigned {
   kReverses = 16,          // prints lines that make sense in any order, for --reverse
   kMerges = 32,            // says of each entry which log it is from, for several FILEs
   kCountsUnserviced = 64,  // needs count_unserviced()
+  kHasTimes = 128,         // prints the times of an entry, for --utc
 };
 
 struct FormatRow {
@@ -69,9 +72,6 @@ extern const FormatRow kShortFormat, kJsonFormat, kExportFormat, kJournalFormat,
 inline constexpr const FormatRow *kFormats[] = {&kShortFormat,   &kJsonFormat, &kExportFormat,
                                                 &kJournalFormat, &kRawFormat,  &kPrometheusFormat,
                                                 &kCheckFormat};
-
-// The time of an entry for people, "2024-12-05T22:40"; dashes for an invalid one.
-void put_minute(const LogTime &time, Output &output);
 
 // The level prefix of a line, "<4>".
 void put_level_prefix(const Severity &severity, Output &output);

@@ -38,6 +38,8 @@ uint64_t journal_time(const LogTime &first, const LogTime &last) {
 
 class ExportFormat : public Format {
  public:
+  explicit ExportFormat(const FormatContext &context) : in_utc_(context.in_utc) {}
+
   void print_entry(const Entry &entry, Output &output) override {
     if (entries_ == 0) {
       boot_id_ = boot_id(entry);
@@ -50,13 +52,14 @@ class ExportFormat : public Format {
     put_field("__MONOTONIC_TIMESTAMP=", ++entries_, output);
     put_field("_BOOT_ID=", boot_id_, output);
     put_field("MESSAGE=", cleaner_.clean(entry.message), output);
-    put_entry_fields(entry, "_HOSTNAME=", host, output);
+    put_entry_fields(entry, in_utc_, "_HOSTNAME=", host, output);
     output.put('\n');
   }
 
  private:
   TextCleaner cleaner_{Controls::kBlank, kReplacementCharacter};
   TextCleaner host_cleaner_ = cleaner_;
+  bool in_utc_;
   std::string boot_id_;
   uint64_t entries_ = 0;
 };
@@ -66,7 +69,9 @@ class ExportFormat : public Format {
 const FormatRow kExportFormat = {
     "export",
     "the journal's export format",
-    [](const FormatContext &) -> std::unique_ptr<Format> { return std::make_unique<ExportFormat>(); },
-    kFollows | kRemembers | kMerges,
+    [](const FormatContext &context) -> std::unique_ptr<Format> {
+      return std::make_unique<ExportFormat>(context);
+    },
+    kFollows | kRemembers | kMerges | kHasTimes,
     journal_time,
 };

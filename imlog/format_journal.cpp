@@ -8,6 +8,8 @@ namespace {
 
 class JournalFormat : public Format {
  public:
+  explicit JournalFormat(const FormatContext &context) : in_utc_(context.in_utc) {}
+
   // The journal drops fields whose names begin with an underscore, and its time is that of sending. So the
   // message has the time, and the host of a FILE has a field of its own.
   void print_entry(const Entry &entry, Output &output) override {
@@ -17,7 +19,7 @@ class JournalFormat : public Format {
       host = host_cleaner_.clean(*entry.log.host);
     }
     output.put("MESSAGE=");
-    put_minute(entry.last, output);
+    output.put(MinuteText(entry.last, in_utc_).view());
     output.put(' ');
     if (host) {
       output.put(*host);
@@ -30,10 +32,11 @@ class JournalFormat : public Format {
     output.put(text);
     output.put('\n');
     put_field("IML_MESSAGE=", text, output);
-    put_entry_fields(entry, "IML_HOST=", host, output);
+    put_entry_fields(entry, in_utc_, "IML_HOST=", host, output);
   }
 
  private:
+  bool in_utc_;
   TextCleaner cleaner_{Controls::kBlank, kReplacementCharacter};
   TextCleaner host_cleaner_ = cleaner_;
 };
@@ -43,8 +46,10 @@ class JournalFormat : public Format {
 const FormatRow kJournalFormat = {
     "journal",
     "to the journal of this machine, with fields",
-    [](const FormatContext &) -> std::unique_ptr<Format> { return std::make_unique<JournalFormat>(); },
-    kFollows | kRemembers | kMerges,
+    [](const FormatContext &context) -> std::unique_ptr<Format> {
+      return std::make_unique<JournalFormat>(context);
+    },
+    kFollows | kRemembers | kMerges | kHasTimes,
     nullptr,
     []() -> std::unique_ptr<Sink> { return std::make_unique<JournalSocket>(); },
 };

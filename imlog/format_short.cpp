@@ -6,10 +6,24 @@
 
 namespace {
 
+// What a terminal shows the word of a severity in, by rank: green, yellow, bold red.
+constexpr const char *kColors[kSeverities] = {"", "\x1B[32m", "\x1B[33m", "\x1B[1;31m", ""};
+
+// The word of a severity, padded as "%-11s" would.
+std::string severity_text(int rank, bool has_color) {
+  const std::string word = kSeverityTable[rank].word;
+  const std::string padding(11 - word.size(), ' ');
+  const std::string color = has_color ? kColors[rank] : "";
+  return color.empty() ? word + padding : color + word + "\x1B[0m" + padding;
+}
+
 class ShortFormat : public Format {
  public:
   explicit ShortFormat(const FormatContext &context)
-      : level_prefix_(context.level_prefix), is_merged_(context.logs.size() > 1) {
+      : level_prefix_(context.level_prefix), in_utc_(context.in_utc), is_merged_(context.logs.size() > 1) {
+    for (int rank = 0; rank < kSeverities; ++rank) {
+      severities_[rank] = severity_text(rank, context.has_color);
+    }
     for (const Log &log : context.logs) {
       host_width_ = std::max(host_width_, count_characters(clean_host(log)));
     }
@@ -21,12 +35,16 @@ class ShortFormat : public Format {
     if (level_prefix_) {
       put_level_prefix(severity, output);
     }
-    put_minute(entry.last, output);
+    const MinuteText time(entry.last, in_utc_);
+    output.put(time.view());
+    if (in_utc_ && time.view().back() != 'Z') {
+      output.put(' ');  // as wide as the others
+    }
     output.put(' ');
     if (is_merged_) {
       put_host(entry.log, output);
     }
-    output.put_padded(severity.word, 11);
+    output.put(severities_[entry.severity]);
     output.put(' ');
     put_number(header.dwEvtNumber, output);
     output.put(" x");
@@ -57,6 +75,8 @@ class ShortFormat : public Format {
   }
 
   bool level_prefix_;
+  bool in_utc_;
+  std::string severities_[kSeverities];  // by rank, padded
   bool is_merged_;
   size_t host_width_ = 0;  // characters
   TextCleaner cleaner_{Controls::kBlank, kQuestionMark};
@@ -71,6 +91,6 @@ const FormatRow kShortFormat = {
     [](const FormatContext &context) -> std::unique_ptr<Format> {
       return std::make_unique<ShortFormat>(context);
     },
-    kFollows | kLevels | kRemembers | kReverses | kMerges,
+    kFollows | kLevels | kRemembers | kReverses | kMerges | kHasTimes,
     nullptr,
 };

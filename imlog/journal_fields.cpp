@@ -5,10 +5,9 @@ namespace {
 // Of every entry of the log, whatever the event.
 constexpr std::string_view kMessageId = "8c87242ae2964fe8ae541ffa16b208f2";
 
-void put_time(std::string_view name, const LogTime &time, Output &output) {
+void put_time(std::string_view name, const LogTime &time, bool in_utc, Output &output) {
   if (time.is_valid) {
-    const ZonedText text(time);
-    put_field(name, {text.text, sizeof(text.text)}, output);
+    put_field(name, ZonedText(time, in_utc).view(), output);
   }
 }
 
@@ -34,8 +33,8 @@ void put_field(std::string_view name, uint64_t value, Output &output) {
   output.put('\n');
 }
 
-void put_entry_fields(const Entry &entry, std::string_view host_name, std::optional<std::string_view> host,
-                      Output &output) {
+void put_entry_fields(const Entry &entry, bool in_utc, std::string_view host_name,
+                      std::optional<std::string_view> host, Output &output) {
   const EVT_HEADER &header = entry.record.Hdr;
   const Severity &severity = kSeverityTable[entry.severity];
   put_field("MESSAGE_ID=", kMessageId, output);
@@ -49,8 +48,8 @@ void put_entry_fields(const Entry &entry, std::string_view host_name, std::optio
   put_field("IML_CLASS=", header.wClass, output);
   put_field("IML_CODE=", header.wCode, output);
   put_field("IML_COUNT=", header.dwCount, output);
-  put_time("IML_FIRST=", entry.first, output);
-  put_time("IML_LAST=", entry.last, output);
+  put_time("IML_FIRST=", entry.first, in_utc, output);
+  put_time("IML_LAST=", entry.last, in_utc, output);
   put_field("IML_CLASS_NAME=", ClassName(header.wClass).text, output);
   put_field("IML_KNOWN=", entry.is_known ? 1 : 0, output);
   put_unix_time("IML_FIRST_UNIX=", entry.first, output);

@@ -16,6 +16,9 @@ static_assert(sizeof(time_t) >= sizeof(int64_t), "stamps reach the year 9999");
 constexpr int64_t kMinute = 60;
 constexpr int64_t kHour = 60 * kMinute;
 constexpr int64_t kDay = 24 * kHour;
+constexpr int64_t kWeek = 7 * kDay;
+
+constexpr int64_t kLastInstant = 253'402'300'799;  // 9999-12-31T23:59:59 in UTC
 
 constexpr size_t kRememberedDays = 4096;  // a log of eleven years, and a power of two
 // Values of offset_seconds.
@@ -35,6 +38,10 @@ bool is_date(const EVT_TIME_STAMP &stamp) {
   const bool is_leap_year = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
   const int days = kDays[stamp.bMonth - 1] + (is_leap_year && stamp.bMonth == 2 ? 1 : 0);
   return stamp.bDay >= 1 && stamp.bDay <= days;
+}
+
+bool is_time_of_day(const EVT_TIME_STAMP &stamp) {
+  return stamp.bHour <= 23 && stamp.bMinute <= 59;
 }
 
 tm to_tm(const EVT_TIME_STAMP &stamp) {
@@ -117,25 +124,72 @@ uint8_t two_digits(std::string_view text, size_t at) {
   return at < text.size() ? static_cast<uint8_t>((text[at] - '0') * 10 + (text[at + 1] - '0')) : 0;
 }
 
-// The seconds that "-30m", "-12h" or "-7d" goes back.
+// Reads a decimal number of at most `most`, which is all of `text`.
+std::optional<int64_t> parse_seconds(std::string_view text, int64_t most) {
+  uint64_t number = 0;
+  const char *const end = text.data() + text.size();
+  const auto [next, error] = std::from_chars(text.data(), end, number);
+  if (error != std::errc() || next != end || number > static_cast<uint64_t>(most)) {
+    return std::nullopt;
+  }
+  return static_cast<int64_t>(number);
+}
+
+// The seconds that "-30m", "-12h", "-7d" or "-2w" goes back.
 std::optional<int64_t> parse_age(std::string_view text) {
   if (text.size() < 3 || text[0] != '-') {
     return std::nullopt;
   }
   const char unit = text.back();
-  const int64_t seconds = unit == 'm' ? kMinute : unit == 'h' ? kHour : unit == 'd' ? kDay : 0;
-  const char *const end = text.data() + text.size() - 1;
-  uint32_t count = 0;
-  const auto [next, error] = std::from_chars(text.data() + 1, end, count);
-  if (seconds == 0 || error != std::errc() || next != end) {
+  const int64_t seconds = unit == 'm'   ? kMinute
+                          : unit == 'h' ? kHour
+                          : unit == 'd' ? kDay
+                          : unit == 'w' ? kWeek
+                                        : 0;
+  const std::optional<int64_t> count = parse_seconds(text.substr(1, text.size() - 2), UINT32_MAX);
+  if (seconds == 0 || !count) {
     return std::nullopt;
   }
-  return count * seconds;
+  return *count * seconds;
 }
 
-}  // namespace
+// Takes "Z" or an offset such as "+02:00" from the end of a date with a time of day. Returns the offset in
+// seconds, or nothing, with `text` as it was, where there is none.
+std::optional<int64_t> take_offset(std::string_view &text) {
+  constexpr size_t kMinuteSize = sizeof("2024-12-05T22:40") - 1;
+  if (text.size() > kMinuteSize && text.back() == 'Z') {
+    text.remove_suffix(1);
+    return 0;
+  }
+  constexpr size_t kOffsetSize = sizeof("+02:00") - 1;
+  if (text.size() < kMinuteSize + kOffsetSize) {
+    return std::nullopt;
+  }
+  const std::string_view offset = text.substr(text.size() - kOffsetSize);
+  if (!has_shape(offset, "+00:00") && !has_shape(offset, "-00:00")) {
+    return std::nullopt;
+  }
+  const uint8_t hours = two_digits(offset, 1);
+  const uint8_t minutes = two_digits(offset, 4);
+  if (hours > 24 || minutes > 59) {
+    return std::nullopt;
+  }
+  text.remove_suffix(kOffsetSize);
+  const int64_t seconds = hours * kHour + minutes * kMinute;
+  return offset[0] == '-' ? -seconds : seconds;
+}
 
-MinuteText::MinuteText(const EVT_TIME_STAMP &stamp) {
+// The time in UTC, if that lies in the years 1970 to 9999.
+std::optional<tm> utc_form(const LogTime &time) {
+  tm utc = {};
+  if (time.instant < 0 || time.instant > kLastInstant || gmtime_r(&time.instant, &utc) == nullptr) {
+    return std::nullopt;
+  }
+  return utc;
+}
+
+// "2024-12-05T22:40"
+char *put_minute(char *text, const EVT_TIME_STAMP &stamp) {
   char *next = iml::write_digit_pair(text, stamp.bCentury);
   next = iml::write_digit_pair(next, stamp.bYear);
   *next++ = '-';
@@ -145,20 +199,41 @@ MinuteText::MinuteText(const EVT_TIME_STAMP &stamp) {
   *next++ = 'T';
   next = iml::write_digit_pair(next, stamp.bHour);
   *next++ = ':';
-  iml::write_digit_pair(next, stamp.bMinute);
+  return iml::write_digit_pair(next, stamp.bMinute);
 }
 
-ZonedText::ZonedText(const LogTime &time) {
-  const MinuteText minutes(time.stamp);
-  memcpy(text, minutes.text, sizeof(minutes.text));
-  char *next = text + sizeof(minutes.text);
-  const auto offset = static_cast<unsigned>(std::abs(time.offset_minutes));
-  for (const char character : {':', '0', '0', time.offset_minutes < 0 ? '-' : '+'}) {
-    *next++ = character;
+}  // namespace
+
+MinuteText::MinuteText(const LogTime &time, bool in_utc) {
+  constexpr std::string_view kNone = "----------------";
+  char *end = text_;
+  if (!time.is_valid) {
+    memcpy(text_, kNone.data(), kNone.size());
+    end += kNone.size();
+  } else if (const std::optional<tm> utc = in_utc ? utc_form(time) : std::nullopt) {
+    end = put_minute(text_, to_stamp(*utc));
+    *end++ = 'Z';
+  } else {
+    end = put_minute(text_, time.stamp);
   }
-  next = iml::write_digit_pair(next, offset / 60);
+  size_ = static_cast<size_t>(end - text_);
+}
+
+ZonedText::ZonedText(const LogTime &time, bool in_utc) {
+  const std::optional<tm> utc = in_utc ? utc_form(time) : std::nullopt;
+  char *next = put_minute(text_, utc ? to_stamp(*utc) : time.stamp);
   *next++ = ':';
-  iml::write_digit_pair(next, offset % 60);
+  next = iml::write_digit_pair(next, utc ? static_cast<unsigned>(utc->tm_sec) : 0);
+  if (utc) {
+    *next++ = 'Z';
+  } else {
+    const auto offset = static_cast<unsigned>(std::abs(time.offset_minutes));
+    *next++ = time.offset_minutes < 0 ? '-' : '+';
+    next = iml::write_digit_pair(next, offset / 60);
+    *next++ = ':';
+    next = iml::write_digit_pair(next, offset % 60);
+  }
+  size_ = static_cast<size_t>(next - text_);
 }
 
 Calendar::Calendar() : days_(kRememberedDays) {
@@ -167,7 +242,7 @@ Calendar::Calendar() : days_(kRememberedDays) {
 
 LogTime Calendar::at(const EVT_TIME_STAMP &stamp) {
   const Day *const day = find_day(stamp);
-  if (day == nullptr || stamp.bHour > 23 || stamp.bMinute > 59) {
+  if (day == nullptr || !is_time_of_day(stamp)) {
     return {stamp, false, 0, 0};
   }
   const int64_t local = day->midnight + stamp.bHour * kHour + stamp.bMinute * kMinute;
@@ -199,9 +274,16 @@ const Calendar::Day *Calendar::find_day(const EVT_TIME_STAMP &stamp) {
 }
 
 std::optional<int64_t> Calendar::parse(std::string_view text, int64_t now) {
+  if (text == "now") {
+    return now;
+  }
+  if (!text.empty() && text[0] == '@') {
+    return parse_seconds(text.substr(1), kLastInstant);
+  }
   if (const std::optional<int64_t> age = parse_age(text)) {
     return now - *age;
   }
+  const std::optional<int64_t> offset = take_offset(text);
   EVT_TIME_STAMP stamp = {};
   if (text == "today" || text == "yesterday") {
     tm date = {};
@@ -218,10 +300,14 @@ std::optional<int64_t> Calendar::parse(std::string_view text, int64_t now) {
   } else {
     return std::nullopt;
   }
-  const LogTime time = at(stamp);
   const uint8_t seconds = text.size() > 16 ? two_digits(text, 17) : 0;
-  if (!time.is_valid || seconds > 59) {
+  if (!is_date(stamp) || !is_time_of_day(stamp) || seconds > 59) {
     return std::nullopt;
   }
-  return time.instant + seconds;
+  if (offset) {
+    tm local = to_tm(stamp);
+    return timegm(&local) + seconds - *offset;
+  }
+  const LogTime time = at(stamp);
+  return time.is_valid ? std::optional<int64_t>(time.instant + seconds) : std::nullopt;
 }

@@ -16,23 +16,39 @@ struct LogTime {
   int64_t instant;         // seconds since 1970, UTC
 };
 
-// "2024-12-05T22:40", not terminated.
-struct MinuteText {
-  explicit MinuteText(const EVT_TIME_STAMP &stamp);
+// A time to the minute: "2024-12-05T22:40", in UTC "2024-12-05T21:40Z", and dashes for one that is not valid.
+// A time whose UTC form lies outside the years 1970 to 9999 is given in the log's zone all the same.
+class MinuteText {
+ public:
+  MinuteText(const LogTime &time, bool in_utc);
 
-  char text[sizeof("2024-12-05T22:40") - 1];
+  [[nodiscard]] std::string_view view() const {
+    return {text_, size_};
+  }
+
+ private:
+  char text_[sizeof("2024-12-05T21:40Z") - 1];
+  size_t size_;
 };
 
-// "2024-12-05T22:40:00+01:00" of a valid time, not terminated.
-struct ZonedText {
-  explicit ZonedText(const LogTime &time);
+// A valid time with its zone: "2024-12-05T22:40:00+01:00", in UTC "2024-12-05T21:40:00Z", as above.
+class ZonedText {
+ public:
+  ZonedText(const LogTime &time, bool in_utc);
 
-  char text[sizeof("2024-12-05T22:40:00+01:00") - 1];
+  [[nodiscard]] std::string_view view() const {
+    return {text_, size_};
+  }
+
+ private:
+  char text_[sizeof("2024-12-05T22:40:00+01:00") - 1];
+  size_t size_;
 };
 
 // The times of the command line, for the help and messages.
 inline constexpr char kTimeForms[] =
-    "2025-09-01, '2025-09-01 13:05', 2025-09-01T13:05:00, today, yesterday, -30m, -12h or -7d";
+    "2025-09-01, '2025-09-01 13:05', 2025-09-01T13:05:00, 2025-09-01T13:05:00+02:00, 2025-09-01T11:05Z, "
+    "@1756724700, now, today, yesterday, -30m, -12h, -7d or -2w";
 
 // Turns stamps into instants. An hour that occurs twice is taken as summer time, one that does not exist as
 // standard time.

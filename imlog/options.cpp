@@ -43,6 +43,25 @@ std::vector<Word> format_words() {
   return words;
 }
 
+struct ColorRow {
+  const char *word;
+  Color color;
+};
+
+constexpr ColorRow kColors[] = {
+    {"auto", Color::kAuto},
+    {"always", Color::kAlways},
+    {"never", Color::kNever},
+};
+
+std::vector<Word> color_words() {
+  std::vector<Word> words;
+  for (const ColorRow &row : kColors) {
+    words.push_back({row.word});
+  }
+  return words;
+}
+
 // The severities whose names begin as `beginning` does, in any case.
 std::vector<SeverityRank> severities_like(std::string_view beginning) {
   std::vector<SeverityRank> ranks;
@@ -199,6 +218,24 @@ Problem read_level_prefix(const char * /*argument*/, CommandLine &line) {
   return {};
 }
 
+Problem read_utc(const char * /*argument*/, CommandLine &line) {
+  line.options.in_utc = true;
+  return {};
+}
+
+Problem read_color(const char *argument, CommandLine &line) {
+  std::vector<std::string> words;
+  for (const ColorRow &row : kColors) {
+    if (strcmp(row.word, argument) == 0) {
+      line.options.color = row.color;
+      return {};
+    }
+    words.emplace_back(row.word);
+  }
+  return Problem("invalid argument '%s' of option '--color'", argument)
+      .advise("use %s", join_words(words).c_str());
+}
+
 Problem read_host(const char *argument, CommandLine &line) {
   line.options.host = argument;
   return {};
@@ -283,6 +320,19 @@ constexpr OptionRow kOptions[] = {
         .needs = kReverses,
         .help = "print the last entry first",
         .read = read_reverse,
+    },
+    {
+        .name = "utc",
+        .needs = kHasTimes,
+        .help = "print times in UTC",
+        .read = read_utc,
+    },
+    {
+        .name = "color",
+        .argument = "WHEN",
+        .help = "print severities in color: %s; auto, the default, does so on a terminal",
+        .words = color_words,
+        .read = read_color,
     },
     {
         .name = "cursor-file",

@@ -11,6 +11,9 @@
 #include "imlog/log_time.h"
 #include "imlog/problem.h"
 
+// When short has colors; kAuto: on a terminal that shows them.
+enum class Color { kAuto, kAlways, kNever };
+
 struct Options {
   std::string text;  // printed in place of the log, if there is any: the help, the version, an option's words
   const FormatRow *format = kFormats[0];
@@ -18,6 +21,8 @@ struct Options {
   const char *cursor_file = nullptr;
   bool follow = false;
   bool level_prefix = false;
+  bool in_utc = false;
+  Color color = Color::kAuto;
   const char *host = nullptr;  // of the only FILE
   std::vector<Log> logs;       // one at least
 };

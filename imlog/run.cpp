@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <unistd.h>
@@ -67,11 +68,27 @@ bool close_output(Output &output, const FormatRow &row) {
   return false;
 }
 
+// True when standard output shows colors, and nobody asked for none.
+bool is_color_terminal() {
+  const char *const terminal = getenv("TERM");
+  const char *const no_color = getenv("NO_COLOR");
+  return isatty(STDOUT_FILENO) != 0 && terminal != nullptr && terminal[0] != '\0' &&
+         strcmp(terminal, "dumb") != 0 && (no_color == nullptr || no_color[0] == '\0');
+}
+
+FormatContext make_context(const Options &options) {
+  return {
+      .level_prefix = options.level_prefix,
+      .in_utc = options.in_utc,
+      .has_color = options.color == Color::kAlways || (options.color == Color::kAuto && is_color_terminal()),
+      .logs = options.logs};
+}
+
 class Run {
  public:
   Run(const Options &options, Calendar &calendar)
       : options_(options),
-        format_(options.format->make({options.level_prefix, options.logs})),
+        format_(options.format->make(make_context(options))),
         sink_(make_sink(*options.format)),
         output_(*sink_, options.follow),
         listing_(options.selection, is_merged(), *options.format, remembers() ? &history_ : nullptr, calendar,
@@ -228,7 +245,7 @@ int end_with_problem(const Problem &problem, const FormatRow &row, int status) {
   print_problem(problem, row);
   DescriptorSink sink(STDOUT_FILENO);
   Output output(sink);
-  row.make({false, {}})->finish({problem, 0}, output);
+  row.make(FormatContext())->finish({problem, 0}, output);
   output.close();
   return is_for_monitors(row) ? int{kCheckUnknown} : status;
 }

@@ -74,12 +74,13 @@ void append_option(const OptionRow &row, size_t column, std::string &text) {
   append_wrapped(rest, column, text);
 }
 
-// "-o help, -p help or -c help"
+// "-o help, -p help or --color=help"
 std::string help_arguments() {
   std::vector<std::string> arguments;
   for (const OptionRow &row : option_rows()) {
     if (row.words != nullptr) {
-      arguments.push_back(std::string("-") + row.letter + " help");
+      arguments.push_back(row.letter != '\0' ? std::string("-") + row.letter + " help"
+                                             : std::string("--") + row.name + "=help");
     }
   }
   return join_words(arguments);

@@ -52,9 +52,10 @@ imlog -o |$formats
 imlog --output=|$formats
 imlog --output=p|prometheus
 imlog -f -p C|caution critical
-imlog -S |today yesterday -30m -12h -7d
+imlog -S |now today yesterday -30m -12h -7d -2w
+imlog --color=|auto always never
 imlog -o json --le|--level-prefix
-imlog --c|--class= --cursor-file=
+imlog --c|--class= --color= --cursor-file=
 imlog -c Ma|"Machine\ Environment" "Main\ Memory" Maintenance
 imlog -x 'main m|'Main Memory'
 imlog --exclude=u|UPS Unknown "Unrecoverable\ System\ Error"

@@ -16,8 +16,7 @@ Calendar calendar_of(const char *zone) {
 }
 
 std::string text_of(const LogTime &time) {
-  const ZonedText text(time);
-  return time.is_valid ? std::string(text.text, sizeof(text.text)) : "invalid";
+  return time.is_valid ? std::string(ZonedText(time, false).view()) : "invalid";
 }
 
 tm broken_down(const EVT_TIME_STAMP &stamp, int is_summer) {
@@ -135,6 +134,99 @@ TEST(Calendar, AgreesWithTheCLibrary) {
       EXPECT_EQ(time.offset_minutes, (timegm(&local) - instant) / 60)
           << zone << testing::PrintToString(stamp);
     }
+  }
+}
+
+TEST(Calendar, ReadsTimesOfTheCommandLine) {
+  constexpr int64_t kNow = 1761440400;  // 02:00 in Berlin for the second time of that night
+  Calendar calendar = calendar_of("Europe/Berlin");
+  static constexpr std::pair<const char *, int64_t> kTimes[] = {
+      {"now", kNow},
+      {"today", 1761429600},
+      {"yesterday", 1761343200},
+      {"-30m", kNow - 1800},
+      {"-12h", kNow - 43200},
+      {"-7d", kNow - 604800},
+      {"-2w", kNow - 1209600},
+      {"@0", 0},
+      {"@253402300799", 253402300799},
+      {"2025-10-06", 1759701600},
+      {"2025-10-06 08:15", 1759731300},
+      {"2025-10-06T08:15:07", 1759731307},
+      {"2025-10-06T08:15:07+02:00", 1759731307},
+      {"2025-10-06 06:15Z", 1759731300},
+      {"2025-10-06T06:15:07Z", 1759731307},
+      {"2025-10-05T06:15-24:00", 1759731300},
+      {"2025-10-07 06:15:00+24:00", 1759731300},
+      {"2025-10-06T05:16:00-00:59", 1759731300},
+      {"2025-10-26T02:30:00+01:00", 1761442200},
+      {"1970-01-01T00:00:00+01:00", -3600},
+      {"9999-12-31T23:59:59-01:00", 253402304399},
+  };
+  for (const auto &[text, instant] : kTimes) {
+    EXPECT_EQ(calendar.parse(text, kNow), instant) << text;
+  }
+  for (const char *const text : {"",
+                                 "Now",
+                                 "tomorrow",
+                                 "-30",
+                                 "-m",
+                                 "-2W",
+                                 "--7d",
+                                 "-4294967296d",
+                                 "@",
+                                 "@-1",
+                                 "@+1",
+                                 "@1.5",
+                                 "@253402300800",
+                                 "2025-9-1",
+                                 "2025-09-01 1:05",
+                                 "2024-02-30",
+                                 "2025-09-01 24:00",
+                                 "2025-09-01 13:60",
+                                 "2025-09-01T13:05:60",
+                                 "1969-12-31",
+                                 "1969-12-31T23:59:59-01:00",
+                                 "2025-02-29T06:15Z",
+                                 "2025-10-06T06:60Z",
+                                 "2025-10-06T06:15:60Z",
+                                 "2025-10-06Z",
+                                 "2025-10-06+02:00",
+                                 "todayZ",
+                                 "2025-10-06T06:15z",
+                                 "2025-10-06T06:15 Z",
+                                 "2025-10-06T06Z",
+                                 "2025-10-06T06:15+0200",
+                                 "2025-10-06T06:15+02",
+                                 "2025-10-06T06:15+25:00",
+                                 "2025-10-06T06:15-02:60",
+                                 "2025-10-06T06:15Z+02:00",
+                                 "2025-10-06T06:15:00.5Z"}) {
+    EXPECT_EQ(calendar.parse(text, kNow), std::nullopt) << text;
+  }
+}
+
+TEST(LogTime, HasAFormInUtc) {
+  struct {
+    const char *zone;
+    const char *local;
+    const char *minute;
+    const char *zoned;
+  } static constexpr kRows[] = {
+      {"Europe/Berlin", "2025-10-06T08:15", "2025-10-06T06:15Z", "2025-10-06T06:15:00Z"},
+      {"Europe/Berlin", "2025-10-26T02:59", "2025-10-26T00:59Z", "2025-10-26T00:59:00Z"},
+      {"Europe/Berlin", "2025-10-26T03:00", "2025-10-26T02:00Z", "2025-10-26T02:00:00Z"},
+      {"Africa/Monrovia", "1970-06-01T00:00", "1970-06-01T00:44Z", "1970-06-01T00:44:30Z"},
+      {"Europe/Berlin", "1970-01-01T01:00", "1970-01-01T00:00Z", "1970-01-01T00:00:00Z"},
+      {"Europe/Berlin", "1970-01-01T00:59", "1970-01-01T00:59", "1970-01-01T00:59:00+01:00"},
+      {"AAA5", "9999-12-31T18:59", "9999-12-31T23:59Z", "9999-12-31T23:59:00Z"},
+      {"AAA5", "9999-12-31T19:00", "9999-12-31T19:00", "9999-12-31T19:00:00-05:00"},
+  };
+  for (const auto &[zone, local, minute, zoned] : kRows) {
+    const LogTime time = calendar_of(zone).at(stamp_of(local));
+    EXPECT_EQ(MinuteText(time, true).view(), minute);
+    EXPECT_EQ(ZonedText(time, true).view(), zoned);
+    EXPECT_EQ(MinuteText(time, false).view(), local);
   }
 }
 

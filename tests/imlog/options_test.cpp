@@ -64,6 +64,11 @@ TEST(Options, WrongUsage) {
       {"-n|4294967296", "invalid number of lines '4294967296'; use 0 to 4294967295"},
       {"-n|0x1", "invalid number of lines '0x1'; use 0 to 4294967295"},
       {"-S|help", "invalid time 'help'; use 2025-09-01, "},
+      {"--color=Always", "invalid argument 'Always' of option '--color'; use auto, always or never"},
+      {"--utc|-o|prometheus",
+       "option '--utc' does not go with format 'prometheus'; use short, json, export or journal"},
+      {"--utc|-o|raw|log",
+       "option '--utc' does not go with format 'raw'; use short, json, export or journal"},
       {"-f|log", "option '--follow' is for the live log, not for FILE 'log'; leave one of them out"},
       {"-f|-o|raw", "option '--follow' does not go with format 'raw'; use short, json, export"},
       {"-rf", "option '--reverse' does not go with option '--follow'; leave one of them out"},
@@ -148,6 +153,7 @@ TEST(Options, Filters) {
 // Each word that an option prints for "help" is one that it takes.
 TEST(Options, Words) {
   EXPECT_EQ(Parsed("-p|help|-x|bad").options.text, "information\nrepaired\ncaution\ncritical\n");
+  EXPECT_EQ(Parsed("--color=help").options.text, "auto\nalways\nnever\n");
   EXPECT_EQ(Parsed("-chelp|-o|check").options.format, &kCheckFormat);
   std::istringstream formats(Parsed("-o|help").options.text);
   for (const FormatRow *const format : kFormats) {
@@ -188,8 +194,8 @@ TEST(Options, Help) {
   for (const char *const part :
        {"\n  -c, --class=CLASS[:CODE]    only", "\n      --version               print",
         "\n                                json        one", "information, repaired, caution or critical",
-        "2025-09-01T13:05:00, today",
-        "\nTo print the words that an option takes: -o help, -p help, -c help or -x help.\n",
+        "\n                              yesterday, -30m, -12h, -7d or -2w\n",
+        "\nTo print the words that an option takes: -o help, -p help, -c help, -x help or\n--color=help.\n",
         "\nStatus: 0 the log was read and printed, 1 wrong usage, 2 failure.\n",
         "\nWith -o check: 0 ok, 1 caution, 2 critical, 3 unknown or wrong usage.\n"}) {
     EXPECT_NE(text.find(part), std::string::npos) << part;
