@@ -64,6 +64,9 @@ if(TARGET imlog)
     install(FILES packaging/systemd/${unit}.timer DESTINATION ${ORVLOG_UNIT_DIR} COMPONENT imlog)
   endforeach()
   install(FILES docs/shipping.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/imlog COMPONENT imlog)
+  install(DIRECTORY examples/fleet/ DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/imlog/examples COMPONENT imlog
+          PATTERN imlog-mail PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ
+                                         WORLD_EXECUTE)
 endif()
 
 # The translator for other projects: libimltext1 has what a program needs to run, libimltext-dev what it needs to build.
