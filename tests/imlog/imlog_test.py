@@ -283,8 +283,9 @@ class Statuses(Case):
         self.run_imlog(status=2, stderr=b"cannot open the log: No such file or directory")
         faults = {"LD_LIBRARY_PATH": os.path.dirname(FAULTS)}
         self.assertEqual(self.numbers(env={**faults, "REFUSE": "2"}), [0, 1])
+        self.run_imlog("-p", "critical", env={**faults, "REFUSE": "10000000"})
         for refused, end in (("0", b"to its end: entry 0: status -1, Operation not permitted"),
-                             ("-1", b"has more than ten million entries")):
+                             ("10000001", b"has more than ten million entries")):
             self.run_imlog("-p", "critical", env={**faults, "REFUSE": refused}, status=2, stderr=end)
         shutil.copy(IMLOG, self.folder / "alone")  # where the run path leads to nothing
         run = subprocess.run([self.folder / "alone", "-o", "prometheus"], env={"LD_LIBRARY_PATH": "/nowhere"},
