@@ -121,7 +121,8 @@ install(PROGRAMS examples/translate.py DESTINATION ${imltext_examples} COMPONENT
 set(simulator_data ${CMAKE_INSTALL_DATADIR}/orvlog-simulator)
 install(TARGETS orvlog_kelmintrfc64 orvlog_orvev64 LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/orvlog-simulator
         COMPONENT orvlog-simulator NAMELINK_SKIP EXCLUDE_FROM_ALL)
-install(PROGRAMS simulator/imltext.py DESTINATION ${simulator_data} COMPONENT orvlog-simulator EXCLUDE_FROM_ALL)
+install(PROGRAMS simulator/imltext.py simulator/fleet.py DESTINATION ${simulator_data} COMPONENT orvlog-simulator
+        EXCLUDE_FROM_ALL)
 install(FILES simulator/README.md DESTINATION ${simulator_data} COMPONENT orvlog-simulator EXCLUDE_FROM_ALL)
 if(TARGET orvlog_sample_server)
   install(DIRECTORY ${PROJECT_BINARY_DIR}/samples/server DESTINATION ${simulator_data}

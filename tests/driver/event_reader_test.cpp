@@ -96,18 +96,13 @@ std::string walk(uint32_t first, Step step) {
     for (const std::string &call : calls) {
       text += call + " ";
     }
-    switch (answer) {
-      case EventReader::Answer::kEntry:
-        text += "= " + std::to_string(log.record().Hdr.dwEvtNumber) + ", ";
-        break;
-      case EventReader::Answer::kEndOfLog: text += "end, "; break;
-      case EventReader::Answer::kInvalidCode:
-        text += "invalid " + std::to_string(log.status()) + " " + std::to_string(log.error()) + ", ";
-        break;
-      case EventReader::Answer::kDoesNotAdvance:
-        text += "stuck at " + std::to_string(log.number()) + ", ";
-        break;
-    }
+    const std::map<EventReader::Answer, std::string> words = {
+        {EventReader::Answer::kEntry, "= " + std::to_string(log.record().Hdr.dwEvtNumber)},
+        {EventReader::Answer::kEndOfLog, "end"},
+        {EventReader::Answer::kInvalidCode,
+         "invalid " + std::to_string(log.status()) + " " + std::to_string(log.error())},
+        {EventReader::Answer::kDoesNotAdvance, "stuck at " + std::to_string(log.number())}};
+    text += words.at(answer) + ", ";
     ends += answer == EventReader::Answer::kEntry ? 0 : 1;
   }
   return text;

@@ -1,5 +1,9 @@
 #!/usr/bin/env python3
-"""The files in examples/fleet, each read by a program that uses it. What is missing skips its test and says so."""
+"""The files in examples/fleet, each read by a program that uses it, and the commands of the manual and the guide.
+
+What is missing skips its test and says so.
+"""
+import importlib
 import json
 import os
 import pathlib
@@ -11,139 +15,170 @@ import subprocess
 import tempfile
 import unittest
 
-IMLOG, SAMPLE, ROOT = (os.environ["IMLOG"], pathlib.Path(os.environ["SAMPLE_SERVER"]), pathlib.Path(os.environ["ROOT"]))
-FILES = ROOT / "examples/fleet"
-PATH = os.pathsep.join([os.environ["PATH"], "/usr/sbin", str(ROOT / "build/tools")])
+BUILD, ROOT = pathlib.Path(os.environ["BUILD"]), pathlib.Path(os.environ["ROOT"])
+IMLOG, SAMPLE, FILES = BUILD / "imlog/imlog", BUILD / "samples/server", ROOT / "examples/fleet"
+HEADER = "<HIBBHH12sI"
 
 
 def read(name):
     return (FILES / name).read_text()
 
 
-class Fleet(unittest.TestCase):
+class Case(unittest.TestCase):
     def setUp(self):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="imlog-fleet-"))
         self.addCleanup(shutil.rmtree, self.folder)
 
     def tool(self, name, package):
-        path = shutil.which(name, path=PATH)
-        if path is None:
-            self.skipTest(f"{name} not found (package {package})")
-        return path
+        path = shutil.which(name, path=f"{os.environ['PATH']}:/usr/sbin:/lib/systemd:{ROOT}/build/tools")
+        return path or self.skipTest(f"{name} not found (package {package})")
+
+    def module(self, name):
+        try:
+            return importlib.import_module(name)
+        except ImportError:
+            return self.skipTest(f"{name} not found (package python3-{name})")
 
     def succeed(self, *command, **more):
         run = subprocess.run(command, capture_output=True, text=True, check=False, timeout=120, **more)
         self.assertEqual(run.returncode, 0, run.stdout + run.stderr)
         return run.stdout
 
+
+class Files(Case):
     def test_alerts(self):
-        promtool = self.tool("promtool", "prometheus")
-        self.succeed(promtool, "check", "rules", FILES / "iml.rules.yml")
-        self.succeed(promtool, "test", "rules", FILES / "iml.rules.test.yml")
+        for words in ["check", "rules", FILES / "iml.rules.yml"], ["test", "rules", FILES / "iml.rules.test.yml"]:
+            self.succeed(self.tool("promtool", "prometheus"), *words)
 
     def test_schema(self):
-        try:
-            import jsonschema
-        except ImportError:
-            self.skipTest("jsonschema not found (package python3-jsonschema)")
-        schema = json.loads(read("iml-1.schema.json"))
-        jsonschema.Draft7Validator.check_schema(schema)
-        judge = jsonschema.Draft7Validator(schema)
-        draw = random.Random(11)
-        log = (SAMPLE / "cevt").read_bytes()
-        for _ in range(2000):  # some of them plausible
-            stamps = bytes(
-                draw.randrange(*bounds) for bounds in ((19, 22), (0, 100), (0, 13), (0, 32), (0, 25), (0, 61)) * 2
-            )
-            log += struct.pack(
-                "<HIBBHH12sI",
-                240,
-                draw.getrandbits(32),
-                1,
-                draw.choice((2, 6, 9, 15, draw.randrange(256))),
-                draw.randrange(0x2C),
-                draw.randrange(64),
-                stamps,
-                draw.getrandbits(32),
-            ) + draw.randbytes(212)
+        judge = self.module("jsonschema").Draft7Validator(json.loads(read("iml-1.schema.json")))
+        judge.check_schema(judge.schema)
+        draw, log = random.Random(11), (SAMPLE / "cevt").read_bytes()
+        bounds = ((19, 22), (0, 100), (0, 13), (0, 32), (0, 25), (0, 61)) * 2  # some of the stamps are times
+        for _ in range(2000):
+            severity = draw.choice((2, 6, 9, 15, draw.randrange(256)))
+            stamps = bytes(draw.randrange(*bound) for bound in bounds)
+            fields = draw.getrandbits(32), 1, severity, draw.randrange(0x2C), draw.randrange(64), stamps, draw.getrandbits(32)
+            log += struct.pack(HEADER, 240, *fields) + bytes(draw.choices(range(256), k=212))
         (self.folder / "log").write_bytes(log)
         seen = set()
         for words in [], ["--utc"], ["--cursor-file", self.folder / "cursor"]:
-            for line in self.succeed(
-                IMLOG, "-o", "json", *words, self.folder / "log", env={"TZ": "Europe/Berlin"}
-            ).splitlines():
-                entry = json.loads(line)
-                self.assertEqual([error.message for error in judge.iter_errors(entry)], [], line)
+            lines = self.succeed(IMLOG, "-o", "json", *words, self.folder / "log", env={"TZ": "Europe/Berlin"})
+            for entry in map(json.loads, lines.splitlines()):
+                self.assertEqual([error.message for error in judge.iter_errors(entry)], [], entry)
                 seen |= set(entry)
-        self.assertEqual(seen, set(schema["properties"]))
-        for name, value in (
-            ("schema", "iml/2"),
-            ("severity", "fatal"),
-            ("number", -1),
-            ("last", "2025-13-01T00:00:00Z"),
-            ("last_unix", 1.5),
-            ("message", None),
-            ("class", 65536),
-        ):
+        self.assertEqual(seen, set(judge.schema["properties"]))
+        for name, value in (("schema", "iml/2"), ("severity", "fatal"), ("number", -1), ("last_unix", 1.5),
+                            ("last", "2025-13-01T00:00:00Z"), ("message", None), ("class", 65536)):
             self.assertFalse(judge.is_valid({**entry, name: value}), name)
-        for name in schema["required"]:
+        for name in judge.schema["required"]:
             self.assertFalse(judge.is_valid({key: value for key, value in entry.items() if key != name}), name)
 
     def test_mail(self):
         """A text that echo or printf would change arrives whole, once, and after a failure with the next run."""
         texts = [rb"\c %s %d \n $(date) `date` '\"", b"second"]
-        log = b"".join(
-            struct.pack("<HIBBHH12sI", 240, i, 1, 15, 0x21, 2, bytes((20, 25, 9, 1, 13, 5) * 2), 1)
-            + text.ljust(212, b"\0")
-            for i, text in enumerate(texts)
-        )
-        (self.folder / "log").write_bytes(log)
-        box = self.folder / "box"
-        for name, line in (
-            ("imlog", f'exec {IMLOG} "$@" {self.folder}/log'),
-            ("mail", f"[ ! -e {self.folder}/broken ] && cat >>{box}"),
-        ):
+        (self.folder / "log").write_bytes(b"".join(
+            struct.pack(HEADER, 240, i, 1, 15, 0x21, 2, bytes((20, 25, 9, 1, 13, 5) * 2), 1) + text.ljust(212, b"\0")
+            for i, text in enumerate(texts)))
+        box, broken = self.folder / "box", self.folder / "broken"
+        for name, line in (("imlog", f'exec {IMLOG} "$@" {self.folder}/log'),
+                           ("mail", f"[ ! -e {broken} ] && cat >>{box}")):
             (self.folder / name).write_text(f"#!/bin/sh\n{line}\n")
             (self.folder / name).chmod(0o755)
+        environment = {**os.environ, "PATH": f"{self.folder}:{os.environ['PATH']}"}
         for shell in "dash", "bash":
-            state = self.folder / shell
-            state.mkdir()
-            command = [self.tool(shell, shell), FILES / "imlog-mail", "root", state]
-            environment = {**os.environ, "PATH": f"{self.folder}:{os.environ['PATH']}"}
-            (self.folder / "broken").touch()
+            (self.folder / shell).mkdir()
+            command = [self.tool(shell, shell), FILES / "imlog-mail", "root", self.folder / shell]
+            broken.touch()
             self.assertNotEqual(subprocess.run(command, env=environment, check=False).returncode, 0)
-            (self.folder / "broken").unlink()
+            broken.unlink()
             for _ in range(2):
                 self.succeed(*command, env=environment)
-            self.assertEqual(
-                [line[41:].encode() for line in box.read_text().splitlines()],
-                [b"Maintenance note: " + text for text in texts],
-            )
+            self.assertEqual([line[41:].encode() for line in box.read_text().splitlines()],
+                             [b"Maintenance note: " + text for text in texts])
             box.unlink()
 
     def test_sudo(self):
-        """sudo takes the file, and it allows exactly what the checks call."""
+        """sudo takes the file, which allows exactly what the checks call."""
         self.succeed(self.tool("visudo", "sudo"), "-c", "-f", FILES / "sudoers-imlog")
         allowed = re.findall(r"NOPASSWD: (.*)", read("sudoers-imlog"))
-        nrpe = re.findall(r"^command\[\w+\]=/usr/bin/sudo -n (.*)", read("nrpe-imlog.cfg"), re.M)
-        icinga = [
-            " ".join(re.findall(r'"(.*?)"', line)[2:])
-            for line in re.findall(r"command = \[(.*)\]", read("icinga2-iml.conf"))
-        ]
-        self.assertEqual((allowed, allowed), (nrpe, icinga))
+        lines = re.findall(r"command = \[(.*)\]", read("icinga2-iml.conf"))
+        self.assertEqual(re.findall(r"^command\[\w+\]=/usr/bin/sudo -n (.*)", read("nrpe-imlog.cfg"), re.M), allowed)
+        self.assertEqual([" ".join(re.findall(r'"(.*?)"', line)[2:]) for line in lines], allowed)
         for command in allowed:
-            words = command.split()[1:]
-            run = subprocess.run([IMLOG, *words, SAMPLE / "cevt"], capture_output=True, check=False)
+            run = subprocess.run([IMLOG, *command.split()[1:], SAMPLE / "cevt"], capture_output=True, check=False)
             self.assertRegex(run.stdout, b"^IML (OK|WARNING|CRITICAL) - ")
 
     def test_forms(self):
-        try:
-            import yaml
-        except ImportError:
-            self.skipTest("yaml not found (package python3-yaml)")
-        self.assertEqual(set(yaml.safe_load(read("vector-iml.yaml"))), {"sources", "transforms", "sinks"})
-        self.assertEqual(set(yaml.safe_load(read("promtail-iml.yaml"))), {"clients", "scrape_configs"})
+        for name, keys in (("vector", {"sources", "transforms", "sinks"}), ("promtail", {"clients", "scrape_configs"})):
+            self.assertEqual(set(self.module("yaml").safe_load(read(f"{name}-iml.yaml"))), keys)
         json.loads(read("lnav-iml.json"))
+
+
+class Examples(Case):
+    """The commands as they stand, in their order, in one shell over the sample server."""
+    # What reads this machine's journal is run by scripts/check-machine.
+    ELSEWHERE = r"journalctl (-t|IML)"
+    # How the others begin, and what they print, in one line. Each must match one row, and each row a command.
+    EXPECTED = {
+        r"imlog -S yesterday -p repaired": r"^-{16} Caution ",
+        r"imlog -o json --cursor-file=\S+ \|": r"Server Critical Fault",
+        r"new=\$\(imlog -p critical": r"^$",
+        r"\[ -n \"\$new\" \] && printf": r"mail -s IML of \S+ root .* Server Critical Fault",
+        r"imlog -r -u -p critical -S yesterday fleet": r"^\d{4}-\d\d-\d\dT\d\d:\d\d r\d+u\d+ Critical ",
+        r"orvlog -s REPAIRED": r"^$",
+        r"imlog -o check -u$": r"^IML OK - 0 critical, 0 caution ",
+        r"imlog -o check -S -30d": r"^IML \w+ - ",
+        r"imlog -p caution -x": r"^(?!.*Network Adapter Link)",
+        r"imlog -n 0 .*--cursor-file": r"^$",
+        r"imlog -o raw >": r"^$",
+        r"TZ=Europe/Berlin imlog": r"Server Critical Fault",
+        r"imlog -o export": r"^",
+        r"journalctl --file=r17u04": r"Power",
+        r"journalctl --file=fleet": r" r\d+u\d+ imlog: ",
+        r"imlog -o json fleet": r"^$",
+        r"imlog -o check -u fleet": r"^IML CRITICAL - \d+ critical, \d+ caution; r\d+u\d+ \d+ ",
+    }
+
+    @staticmethod
+    def commands():
+        page = (ROOT / "docs/imlog.8").read_text().partition(".Sh EXAMPLES")[2].partition(".Sh DIAGNOSTICS")[0]
+        page = re.sub(r"^\.Dl ", "", page, flags=re.M).replace(r"\(aq", "'").replace(r"\-", "-").replace(r"\e", "\\")
+        guide = re.sub(r"^    ", "", (ROOT / "docs/shipping.md").read_text(), flags=re.M)
+        text = re.sub(r"\|\n +", "| ", page + guide)  # what goes on in the next line
+        starts = r"new=|\[ -n|TZ=|(?:journalctl|imlog|orvlog) "
+        return re.findall(rf"^(?:[#$] )?((?:{starts}).*)$", text, re.M)
+
+    def test_all(self):
+        self.tool("jq", "jq")
+        remote = self.tool("systemd-journal-remote", "systemd-journal-remote")
+        if subprocess.run(["unshare", "--mount", "true"], stderr=subprocess.DEVNULL, check=False).returncode != 0:
+            self.skipTest("mount namespaces not found (package util-linux)")
+        shutil.copytree(SAMPLE, self.folder / "server")
+        self.succeed(ROOT / "simulator/fleet.py", "--servers", "12", "--zone", "Europe/Berlin", self.folder / "fleet")
+        for host in "r01u01", "r01u02":  # which cannot be read
+            (self.folder / f"fleet/{host}.iml").unlink()
+        (self.folder / "mail").write_text('#!/bin/sh\necho "mail $* $(cat)"\n')
+        (self.folder / "mail").chmod(0o755)
+        commands = [command for command in self.commands() if not re.search(self.ELSEWHERE, command)]
+        script = ["mount -t tmpfs none /var/lib", "mkdir -p /var/lib/imlog"]
+        for command in commands:
+            script += ["echo @@", command.replace("/lib/systemd/systemd-journal-remote", remote)]
+        path = f"{self.folder}:{BUILD}/imlog:{BUILD}/orvlog:{os.environ['PATH']}"
+        server = str(self.folder / "server")
+        environment = {**os.environ, "ORVLOG_SIMULATOR": server, "TZ": "Europe/Berlin", "PATH": path}
+        run = subprocess.run(["unshare", "--mount", "bash", "-c", "\n".join(script)], cwd=self.folder, env=environment,
+                             capture_output=True, text=True, timeout=120, check=False)
+        self.assertNotRegex(run.stderr, "imlog: |not found")
+        used = set()
+        outputs = run.stdout.split("@@\n")[1:]
+        self.assertEqual(len(outputs), len(commands))
+        for command, output in zip(commands, outputs):
+            row = next((row for row in self.EXPECTED if re.match(row, command)), None)
+            self.assertIsNotNone(row, f"nothing is expected of: {command}")
+            self.assertRegex(" ".join(output.split()), self.EXPECTED[row], command)
+            used.add(row)
+        self.assertEqual(used, set(self.EXPECTED))
 
 
 unittest.main()

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Makes the saved logs of a fleet of servers, HOST.iml each, and the truth about them: make-fleet [OPTIONS] FOLDER
+"""Makes the saved logs of a fleet of servers, HOST.iml each, and the truth about them: fleet.py [OPTIONS] FOLDER
 
 The same seed, number and time give the same logs. With several zones each has a folder of its own. FOLDER/truth.json
 has, for every server, its zone, its state and what its log says: number, severity, class, code, count, times in
@@ -17,9 +17,10 @@ import sys
 import time
 import zoneinfo
 
-ROOT = pathlib.Path(__file__).resolve().parent.parent
-sys.path.insert(0, str(ROOT / "simulator"))
+sys.dont_write_bytecode = True
 import imltext  # noqa: E402
+
+HERE = pathlib.Path(__file__).resolve().parent
 
 DAY = 86400
 NOTE = (0x21, 2)
@@ -125,7 +126,8 @@ def main():
     options = parser.parse_args()
 
     templates = {name: [] for name in ("information", "repaired", "caution", "critical")}
-    sample = imltext.compile_log(ROOT / "samples/server/cevt.iml")
+    installed = HERE / "server/cevt"
+    sample = installed.read_bytes() if installed.exists() else imltext.compile_log(HERE.parent / "samples/server/cevt.iml")
     for at in range(0, len(sample), imltext.RECORD_SIZE):
         record = sample[at : at + imltext.RECORD_SIZE]
         severity, *event = struct.unpack_from("<BHH", record, 7)
