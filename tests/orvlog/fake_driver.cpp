@@ -10,10 +10,10 @@
 
 #include "platform/kelmintrfc64.h"
 #include "platform/orvev64.h"
-#include "tests/support/capture.h"
 
 bool fail_calloc = false;
 bool fail_fclose = false;
+int trace_fd = -1;
 
 FakeDriver &fake_driver() {
   static FakeDriver driver;
@@ -38,7 +38,7 @@ int data_table(const DT_IOCTL &request) {
   const FakeDriver &driver = fake_driver();
   DT_IOCTL plain = {{request.DtHdr.size, request.DtHdr.DT_Type, 0, 0, 0, 0}, request.pData, 0};
   const bool is_plain = memcmp(&plain, &request, sizeof(plain)) == 0;
-  dprintf(trace_fd(), " %u %u%s\n", plain.DtHdr.DT_Type, plain.DtHdr.size, is_plain ? "" : " malformed");
+  dprintf(trace_fd, " %u %u%s\n", plain.DtHdr.DT_Type, plain.DtHdr.size, is_plain ? "" : " malformed");
   const bool is_log = plain.DtHdr.DT_Type == 51;
   const size_t field =
       is_log ? offsetof(_EVENTLOGHEADER, ucDataAvailable) : offsetof(BMC_DEVICE_ID, ucDeviceID);
@@ -72,10 +72,10 @@ int __wrap_fclose(FILE *file) {
 int orvOpenRequest(const char *path, int mode) {
   static int next_descriptor = 1000;
   const std::string node = strrchr(path, '/') + 1;
-  dprintf(trace_fd(), "open %s %d\n", path == "/dev/zythealth/" + node ? node.c_str() : path, mode);
+  dprintf(trace_fd, "open %s %d\n", path == "/dev/zythealth/" + node ? node.c_str() : path, mode);
   for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
     if (fcntl(fd, F_GETFD) == -1) {
-      dprintf(trace_fd(), "would be opened as %d\n", fd);
+      dprintf(trace_fd, "would be opened as %d\n", fd);
     }
   }
   auto &opens = fake_driver().opens;
@@ -93,15 +93,15 @@ int orvIoctlRequest(int fd, unsigned int code, void *buffer, unsigned int length
   if (node == "cevt") {
     auto &request = *static_cast<_ioctlEntry *>(buffer);
     if (driver.traces_events) {
-      dprintf(trace_fd(), "ioctl cevt %u %u %s\n", code, length, event_trace(request).c_str());
+      dprintf(trace_fd, "ioctl cevt %u %u %s\n", code, length, event_trace(request).c_str());
     }
     return driver.event(request);
   }
-  dprintf(trace_fd(), "ioctl %s %u %u", node.c_str(), code, length);
+  dprintf(trace_fd, "ioctl %s %u %u", node.c_str(), code, length);
   if (node == "cdt") {
     return data_table(*static_cast<DT_IOCTL *>(buffer));
   }
-  dprintf(trace_fd(), "%s\n", buffer == nullptr ? " null" : "");
+  dprintf(trace_fd, "%s\n", buffer == nullptr ? " null" : "");
   if (node == "proc") {
     memcpy(buffer, driver.report.data(), std::min(driver.report.size() + 1, size_t{kReportSize}));
     return driver.report_status;
@@ -113,13 +113,13 @@ int orvIoctlRequest(int fd, unsigned int code, void *buffer, unsigned int length
 }
 
 int orvCloseRequest(int fd) {
-  dprintf(trace_fd(), "close %s\n", open_nodes[fd].c_str());
+  dprintf(trace_fd, "close %s\n", open_nodes[fd].c_str());
   open_nodes.erase(fd);
   return 0;
 }
 
 int get_ev(const char *name, void *buffer, int *size) {
-  dprintf(trace_fd(), "get_ev %s %d\n", name, *size);
+  dprintf(trace_fd, "get_ev %s %d\n", name, *size);
   const FakeDriver &driver = fake_driver();
   if (driver.get_status == 0) {
     memcpy(buffer, &driver.variable, sizeof(driver.variable));
@@ -130,7 +130,7 @@ int get_ev(const char *name, void *buffer, int *size) {
 }
 
 int set_ev(const char *name, void *buffer, int *size) {
-  dprintf(trace_fd(), "set_ev %s %s\n", name, hex(buffer, static_cast<size_t>(*size)).c_str());
+  dprintf(trace_fd, "set_ev %s %s\n", name, hex(buffer, static_cast<size_t>(*size)).c_str());
   return fake_driver().set_status;
 }
 

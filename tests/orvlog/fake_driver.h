@@ -8,7 +8,7 @@
 #include "orvlog/orvlog.h"
 
 // What the driver and the firmware answer; a test sets what it needs before it runs the program. Each call
-// leaves a line in the trace of capture(): "open cdt 2", "ioctl cdt 69 22 5002 15", "close cdt", "get_ev
+// leaves a line in the trace: "open cdt 2", "ioctl cdt 69 22 5002 15", "close cdt", "get_ev
 // VXHCPR 8".
 struct FakeDriver {
   std::map<std::string, int> opens = {};  // how often a node opens; not listed: always
@@ -36,6 +36,9 @@ extern bool fail_calloc;
 
 // While set, closing a stream fails for want of space.
 extern bool fail_fclose;
+
+// Where the trace goes.
+extern int trace_fd;
 
 // Bytes in hexadecimal.
 std::string hex(const void *bytes, size_t size);

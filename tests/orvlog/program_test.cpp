@@ -4,9 +4,12 @@
 #include <cerrno>
 #include <cstring>
 #include <initializer_list>
+#include <iterator>
 #include <sstream>
 #include <string>
+#include <sys/mman.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
@@ -14,13 +17,19 @@
 
 #include "orvlog/event_class.h"
 #include "tests/orvlog/fake_driver.h"
-#include "tests/support/capture.h"
 
 int orvlog_main(int argc, char **argv);
 
 namespace {
 
-// One run: `line` holds the words of the command line, separated by '|'.
+std::string take(int fd) {
+  std::string text(static_cast<size_t>(lseek(fd, 0, SEEK_END)), '\0');
+  text.resize(static_cast<size_t>(pread(fd, text.data(), text.size(), 0)));
+  close(fd);
+  return text;
+}
+
+// One run in a child: `line` holds the words of the command line, separated by '|'.
 void check(const std::string &line, const FakeDriver &driver, const std::string &out, const std::string &err,
            const std::string &trace, int status = 0) {
   std::vector<std::string> words = {"orvlog"};
@@ -28,15 +37,26 @@ void check(const std::string &line, const FakeDriver &driver, const std::string 
   for (std::string word; !line.empty() && std::getline(stream, word, '|');) {
     words.push_back(word == "''" ? "" : word);
   }
-  const Outcome outcome = capture([&] {
+  std::vector<char *> argv;
+  std::transform(words.begin(), words.end(), std::back_inserter(argv),
+                 [](auto &word) { return word.data(); });
+  argv.push_back(nullptr);
+  const int files[] = {memfd_create("out", MFD_CLOEXEC), memfd_create("err", MFD_CLOEXEC)};
+  trace_fd = memfd_create("trace", MFD_CLOEXEC);
+  fflush(nullptr);
+  if (fork() == 0) {
+    dup2(files[0], STDOUT_FILENO);
+    dup2(files[1], STDERR_FILENO);
     fake_driver() = driver;
     driver.prepare();
-    orvlog_main(static_cast<int>(words.size()), argument_vector(words).data());
-  });
-  EXPECT_EQ(outcome.out, out) << line;
-  EXPECT_EQ(outcome.err, err) << line;
-  EXPECT_EQ(outcome.trace, trace) << line;
-  EXPECT_EQ(outcome.status, status) << line;
+    exit(orvlog_main(static_cast<int>(words.size()), argv.data()));
+  }
+  int ended = 0;
+  wait(&ended);
+  EXPECT_EQ(take(files[0]), out) << line;
+  EXPECT_EQ(take(files[1]), err) << line;
+  EXPECT_EQ(take(trace_fd), trace) << line;
+  EXPECT_TRUE(WIFEXITED(ended) && WEXITSTATUS(ended) == status) << line << ": " << ended;
 }
 
 std::string usage_with(const std::string &watchdog) {
@@ -256,7 +276,7 @@ TEST(Viewer, StartNumberIsCheckedAgainstTheLog) {
   check("-V|3", log_answering(2, -1, EIO), "", kInvalid + refusal, refused);
   // The node is closed before the message.
   FakeDriver one_stream = log_of(2);
-  one_stream.prepare = [] { dup2(trace_fd(), STDERR_FILENO); };
+  one_stream.prepare = [] { dup2(trace_fd, STDERR_FILENO); };
   check("-V|2", one_stream, "", "", refused + refusal);
   const auto gaps = log_of(0, [](int number, EVT_LOG_ENTRY &) { return number < 2 ? 3 : 1; });
   check("-V|1", gaps, "", "", counts_and_lists({0, 1, 2}, {1, 2}));
@@ -289,7 +309,7 @@ TEST(Reports, AreCopiedAsTheyAre) {
 
 // Failures that an action reports before the run goes on: the exit status stays 0.
 TEST(Failures, AreReportedAndTheRunExitsWithZero) {
-  const FakeDriver no_memory = {.prepare = [] { fail_calloc = dup2(trace_fd(), STDERR_FILENO) != -1; }};
+  const FakeDriver no_memory = {.prepare = [] { fail_calloc = dup2(trace_fd, STDERR_FILENO) != -1; }};
   for (const char *line : {"-s|info|-l|note", "-v", "-V|2"}) {
     check(line, opening("cevt", 0), "", "orvlog: Unable to open the /dev/zythealth/cevt file.\n",
           kProbe + kInit + "open cevt 0\n");

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""imlog end to end, over files and the simulator: imlog_test.py [GROUP ...], one test class a group."""
+"""The programs end to end, over files and the simulator: end_to_end_test.py [GROUP ...], one class for each group."""
 import codecs
 import contextlib
 import errno
@@ -20,8 +20,9 @@ import threading
 import time
 import unittest
 
-IMLOG = os.environ["IMLOG"]
-SAMPLE = pathlib.Path(os.environ["SAMPLE_SERVER"])
+BUILD = pathlib.Path(os.environ["BUILD"])
+IMLOG = str(BUILD / "imlog/imlog")
+SAMPLE = BUILD / "samples/server"
 FAULTS = os.environ["FAULTS"]  # faults.cpp
 HAS_SANITIZER = b"__asan" in pathlib.Path(IMLOG).read_bytes()
 codecs.register_error("each", lambda error: ("\ufffd" * (error.end - error.start), error.end))
@@ -47,7 +48,7 @@ class Case(unittest.TestCase):
         return str(self.folder / name)
 
     def env(self, **more):
-        return {**os.environ, "TZ": "Europe/Berlin", "LC_ALL": "C", "LD_LIBRARY_PATH": os.environ["SIMULATOR"],
+        return {**os.environ, "TZ": "Europe/Berlin", "LC_ALL": "C", "LD_LIBRARY_PATH": str(BUILD / "simulator"),
                 "ORVLOG_SIMULATOR": str(self.folder / "server"), **more}
 
     def faults(self, **which):
@@ -66,6 +67,43 @@ class Case(unittest.TestCase):
 
     def numbers(self, *words, **more):
         return [entry["number"] for entry in self.objects(*words, **more)]
+
+
+class Orvlog(Case):
+    """Round trips that involve several of its parts."""
+    under = []  # a command to run it under
+
+    def orvlog(self, *words):
+        run = subprocess.run([*self.under, BUILD / "orvlog/orvlog", *words], env=self.env(), capture_output=True, text=True,
+                             timeout=300, check=False)
+        self.assertEqual((run.returncode, run.stderr), (0, ""))
+        return run.stdout
+
+    def test_note_is_read_back(self):
+        shutil.copytree(SAMPLE, self.folder / "server")
+        note = 'Replaced fan 3; 100% "done" %s%n'
+        self.assertEqual(self.orvlog("-s", "Repaired", "-l", note), "")
+        listing = self.orvlog("-v")
+        entries = re.findall(r"\n(\d{4,}) [A-Z][a-z]+ +\d\d:\d\d  \d\d/\d\d/\d{4} \d\d:\d\d  \d\d/\d\d/\d{4} \d{4,}"
+                             r"\nLOG: (.*)\n", listing)
+        numbers = [number for number, _ in entries]
+        self.assertEqual((entries[-1][1], numbers), ("Maintenance note: " + note, sorted(numbers)))
+        self.assertEqual(listing.count("\n"), 3 + 3 * len(entries))  # a header, the entries, and nothing else
+        self.assertGreaterEqual(len(entries), 60)
+        self.assertEqual(re.findall(r"\n(\d+ \w+)", self.orvlog("-V", numbers[-1])), [numbers[-1] + " Repaired"])
+
+    def test_watchdog_and_reports(self):
+        shutil.copytree(SAMPLE, self.folder / "server")
+        self.assertEqual(self.orvlog("-a", "TIMEOUT=20"), "Setting ASR timer to 20\n")
+        self.orvlog("-a", "DISABLE")
+        (self.folder / "server/cdt/5002").write_bytes(b"\x12" + bytes(14))
+        self.assertRegex(self.orvlog("-a", "STATUS", "-p", "-i", "-t"), (
+            r"(?s)\ACurrent IPMI WatchDog Timer  Status is DISABLED and the timeout value is 20\n.*\nPower cap:.*\nBusNumber\t"
+            r".*\n 5\t\t 0\t\t 0\t\t60\t\tdcb8\t\t 3\n.*\nSensor"))
+
+
+class OrvlogUnderValgrind(Orvlog):
+    under = ["valgrind", "-q", "--error-exitcode=99", "--leak-check=full"]
 
 
 class Formats(Case):
