@@ -15,7 +15,11 @@ namespace {
 
 constexpr uint32_t kDescriptionSize = 256;
 constexpr size_t kSeverityWidth = 14;
-constexpr size_t kEntrySize = 512;  // a description, and ample room for the numbers and times
+constexpr size_t kNumberSize = 11;  // -2147483648
+constexpr size_t kTimeSize = 23;    // of numbers of three digits: "255:255  255/255/255255"
+constexpr size_t kEntrySize = 512;
+static_assert(kEntrySize >= 2 * (kNumberSize + 1) + kSeverityWidth + 1 + 2 * (kTimeSize + 1) +
+                                strlen("LOG: ") + kDescriptionSize + strlen("\n\n"));
 
 // Reports why the log could not be opened. Returns whether it is ready to be read.
 bool is_ready(const EventReader &log) {
