@@ -12,11 +12,7 @@ namespace {
 
 // Options read from a line whose words are separated by '|'.
 struct Parsed {
-  explicit Parsed(const std::string &line) : words{"imlog"} {
-    std::istringstream rest(line);
-    for (std::string word; std::getline(rest, word, '|');) {
-      words.push_back(word);
-    }
+  explicit Parsed(const std::string &line) : words(split("imlog" + (line.empty() ? "" : '|' + line))) {
     std::vector<char *> argv;
     for (std::string &word : words) {
       argv.push_back(word.data());
@@ -35,10 +31,7 @@ struct Parsed {
 };
 
 TEST(Options, WrongUsage) {
-  const struct {
-    const char *line;
-    const char *error;
-  } kRows[] = {
+  const std::pair<const char *, const char *> kRows[] = {
       {"--bogus|-o|bad", "unrecognized option '--bogus'; see 'imlog --help'"},
       {"--l|2", "option '--l' is ambiguous; see 'imlog --help'"},
       {"--u|x", "option '--u' is ambiguous; see 'imlog --help'"},
@@ -87,10 +80,10 @@ TEST(Options, WrongUsage) {
       {"a/x.iml|log|b/x", "'a/x.iml' and 'b/x' have the same host; rename one, or read them one by one"},
       {"-o|bad|--|-o|check", "unknown format 'bad'; use "},
   };
-  for (const auto &row : kRows) {
-    const Parsed parsed(row.line);
-    EXPECT_EQ(parsed.error.rfind(row.error, 0), 0U) << row.line << ": " << parsed.error;
-    EXPECT_EQ(parsed.options.format, &kShortFormat) << row.line;
+  for (const auto &[line, error] : kRows) {
+    const Parsed parsed(line);
+    EXPECT_EQ(parsed.error.rfind(error, 0), 0U) << line << ": " << parsed.error;
+    EXPECT_EQ(parsed.options.format, &kShortFormat) << line;
   }
 }
 
@@ -115,10 +108,7 @@ TEST(Options, Filters) {
       {.severity = 9, .event_class = 0x21, .code = 2},    {.severity = 15, .event_class = 0xFFFF, .code = 1},
       {.severity = 33, .event_class = 2, .code = 0xFFFF}, {.severity = 3, .event_class = 0x10, .code = 2},
   };
-  const struct {
-    const char *line;
-    const char *passing;
-  } kRows[] = {
+  const std::pair<const char *, const char *> kRows[] = {
       {"", "012345"},
       {"-p|information", "012345"},
       {"-p|REPAIRED", "1234"},
@@ -138,15 +128,15 @@ TEST(Options, Filters) {
       {"-c|2|-c|3|-x|3", "04"},
   };
   Calendar calendar;
-  for (const auto &row : kRows) {
-    const Parsed parsed(row.line);
-    EXPECT_EQ(parsed.error, "") << row.line;
+  for (const auto &[line, expected] : kRows) {
+    const Parsed parsed(line);
+    EXPECT_EQ(parsed.error, "") << line;
     std::string passing;
     for (size_t i = 0; i < std::size(kRecords); ++i) {
       const bool passes = parsed.options.selection.filter.passes(make_record(kRecords[i]), calendar);
       passing += passes ? std::to_string(i) : "";
     }
-    EXPECT_EQ(passing, row.passing) << row.line;
+    EXPECT_EQ(passing, expected) << line;
   }
 }
 
@@ -187,6 +177,9 @@ TEST(Options, Help) {
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) {
     EXPECT_LE(line.size(), 80U) << line;
+  }
+  for (const FormatRow *const format : kFormats) {
+    EXPECT_NE(text.find(std::string(" ") + format->name + "  "), std::string::npos) << format->name;
   }
   for (const OptionRow &row : option_rows()) {
     EXPECT_NE(text.find(std::string("--") + row.name), std::string::npos) << row.name;

@@ -5,10 +5,22 @@
 #include <cstdlib>
 #include <cstring>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "iml/iml_record.h"
+
+// The parts of a text that '|' separates.
+inline std::vector<std::string> split(const std::string &text) {
+  std::vector<std::string> parts;
+  std::istringstream rest(text + '|');
+  for (std::string part; std::getline(rest, part, '|');) {
+    parts.push_back(part);
+  }
+  return parts;
+}
 
 // The stamp of "2025-09-01T13:05" and whatever comes after it.
 inline EVT_TIME_STAMP stamp_of(const char *text) {

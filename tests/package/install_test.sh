@@ -10,6 +10,7 @@ rm -rf "$tree"
 "$cmake" --install "$build" --prefix "$tree" --component orvlog-simulator >/dev/null
 for file in {bin,share/bash-completion/completions}/imlog {sbin,share/bash-completion/completions}/orvlog \
             share/man/man8/{imlog,orvlog}.8.gz include/iml/{eventstr,records/common}.h \
+            lib/systemd/system/{imlog-ship,prometheus-node-exporter-iml}.{timer,service} \
             share/orvlog-simulator/{imltext.py,README.md,server/cevt}; do
   test -s "$tree/$file" || fail "$file is missing"
 done
