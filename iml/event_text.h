@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -19,8 +20,7 @@ class Argument {
  public:
   constexpr Argument() : text_(nullptr) {}
   constexpr Argument(const char *text) : text_(text) {}
-  template <class T>
-  requires std::is_integral_v<T>
+  template <std::integral T>
   constexpr Argument(T number) : number_(static_cast<uint32_t>(number)) {}
 
   [[nodiscard]] constexpr const char *text() const {

@@ -103,11 +103,12 @@ typedef struct [[gnu::packed]] _bmcDeviceId {
 static_assert(sizeof(BMC_DEVICE_ID) == 15 && offsetof(BMC_DEVICE_ID, ucManufacturerId) == 6);
 
 // Table 51: what the server's event log can do.
-typedef struct [[gnu::packed]] _EVENTLOGHEADER {
+struct [[gnu::packed]] _EVENTLOGHEADER {
   uint8_t ucLogType;
   uint8_t ucDataAvailable;  // 0: the server keeps no IML
   uint8_t ucNumSupportedByChassis;
-} * PEVENTLOGHEADER;
+};
+using PEVENTLOGHEADER = _EVENTLOGHEADER *;
 static_assert(sizeof(_EVENTLOGHEADER) == 3);
 
 // The lengths in a read request on the event node, in bytes: LOG_INFO's, which is the size of the caller's
@@ -129,8 +130,9 @@ typedef struct [[gnu::packed]] _logInfo {
 } LOG_INFO;
 static_assert(sizeof(LOG_INFO) == 16);
 
-typedef struct [[gnu::packed]] _ioctlEntry {
+struct [[gnu::packed]] _ioctlEntry {
   LOG_INFO info;
   EVT_LOG_ENTRY Evt;
-} * PEVT_IOCTL_ENTRY;
+};
+using PEVT_IOCTL_ENTRY = _ioctlEntry *;
 static_assert(sizeof(_ioctlEntry) == 256 && offsetof(_ioctlEntry, Evt) == 16);

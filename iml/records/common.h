@@ -11,7 +11,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
-#if !defined(__BYTE_ORDER__) || __BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__
+#if __BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__
 #  error "The records are little-endian and are read in place: they need a little-endian machine"
 #endif
 

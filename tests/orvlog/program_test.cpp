@@ -133,8 +133,10 @@ FakeDriver opening(const char *node, int times) {
 // A log of notes: the text of entry n is the n-th character after '0'. `answer` may change the record and
 // return a status other than 0 in the driver's place.
 using Answer = std::function<int(int number, EVT_LOG_ENTRY &)>;
-FakeDriver log_of(
-    int entries, const Answer &answer = [](int, EVT_LOG_ENTRY &) { return 0; }) {
+int answer_as_it_is(int /*number*/, EVT_LOG_ENTRY & /*record*/) {
+  return 0;
+}
+FakeDriver log_of(int entries, const Answer &answer = answer_as_it_is) {
   return {.event = [=](_ioctlEntry &request) {
     const int number = request.info.EvtNumber;
     request.Evt = {{0, static_cast<uint32_t>(number), 0, 9, 0x21, 2, {20, 16, 3, 21, 14, 5}, {}, 1}, {}};
