@@ -103,11 +103,16 @@ TEST(Options, WrongUsageOfACheck) {
 }
 
 TEST(Options, Filters) {
-  const RecordFields kRecords[] = {
+  const std::vector<RecordFields> records = {
       {.severity = 2, .event_class = 2, .code = 6},       {.severity = 6, .event_class = 3, .code = 1},
       {.severity = 9, .event_class = 0x21, .code = 2},    {.severity = 15, .event_class = 0xFFFF, .code = 1},
       {.severity = 33, .event_class = 2, .code = 0xFFFF}, {.severity = 3, .event_class = 0x10, .code = 2},
   };
+  std::vector<RecordFields> times;  // for rows with a time
+  for (const std::string &last :
+       split("2025-08-31T23:59|2025-09-01T00:00|2025-09-01T13:05|2025-09-01T13:06|0000-00-00T00:00")) {
+    times.push_back({.last = stamp_of(last.c_str())});
+  }
   const std::pair<const char *, const char *> kRows[] = {
       {"", "012345"},
       {"-p|information", "012345"},
@@ -126,15 +131,23 @@ TEST(Options, Filters) {
       {"-x|Unknown|-x|2", "12"},
       {"-x|2:6|-x|3:2|-x|unknown:1", "1245"},
       {"-c|2|-c|3|-x|3", "04"},
+      {"-S|2025-09-01", "1234"},
+      {"-U|2025-09-01", "014"},
+      {"-S|2025-09-01 13:05", "234"},
+      {"-U|2025-09-01T13:05", "0124"},
+      {"-S|2025-09-01T13:05:01", "34"},
+      {"-S|9999-12-31", "4"},
+      {"-S|2025-09-01 13:05:00|-U|2025-09-01 13:05:59", "24"},
   };
   Calendar calendar;
   for (const auto &[line, expected] : kRows) {
     const Parsed parsed(line);
     EXPECT_EQ(parsed.error, "") << line;
+    const Filter &filter = parsed.options.selection.filter;
     std::string passing;
-    for (size_t i = 0; i < std::size(kRecords); ++i) {
-      const bool passes = parsed.options.selection.filter.passes(make_record(kRecords[i]), calendar);
-      passing += passes ? std::to_string(i) : "";
+    const std::vector<RecordFields> &tried = filter.since || filter.until ? times : records;
+    for (size_t i = 0; i < tried.size(); ++i) {
+      passing += filter.passes(make_record(tried[i]), calendar) ? std::to_string(i) : "";
     }
     EXPECT_EQ(passing, expected) << line;
   }
