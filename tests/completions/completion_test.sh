@@ -29,39 +29,28 @@ while IFS='|' read -r line offers; do
   check "$line" "$offers"
 done <<END
 orvlog |-v -V -s -t -f -p -i -a
-orvlog -x|
 orvlog -v |$later
 orvlog -t |-v -t -f -p -i
-orvlog -t -f |$later
-orvlog -V |
 orvlog -V 12 |
 orvlog -s |INFO REPAIRED CAUTION CRITICAL
 orvlog -s C|CAUTION CRITICAL
 orvlog -s INFO |-l
-orvlog -s INFO -l |
 orvlog -s INFO -l 'a = b' |$later
-orvlog -t -s |
 orvlog -a |STATUS ENABLE DISABLE $timeouts
 orvlog -a T|$timeouts
 orvlog -a TIMEOUT=|5 10 15 20 30
 orvlog -a TIMEOUT=1|10 15
-orvlog -a TIMEOUT=4|
 orvlog -a TIMEOUT=10 |$later
 orvlog -a TIMEOUT= |$later
 imlog -o |$formats
 imlog --output=|$formats
-imlog --output=p|prometheus
 imlog -f -p C|caution critical
 imlog -S |now today yesterday -30m -12h -7d -2w
 imlog --color=|auto always never
-imlog -o json --le|--level-prefix
 imlog --c|--class= --color= --cursor-file=
 imlog -c Ma|"Machine\ Environment" "Main\ Memory" Maintenance
 imlog -x 'main m|'Main Memory'
 imlog --exclude=u|UPS Unknown "Unrecoverable\ System\ Error"
-imlog -n |
-imlog --cursor-file=|
-imlog lo|
 END
 COMP_WORDBREAKS=''
 check "imlog --output=p" "--output=prometheus"

@@ -1,6 +1,5 @@
 #include <memory>
 #include <random>
-#include <sstream>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -77,14 +76,6 @@ TEST(TranslatorEntry, NamesClassesAndSeverities) {
   }
 }
 
-TEST(TranslatorHelpers, ChassisWithoutAName) {
-  EXPECT_STREQ(GetSysChassis(254, nullptr), "254");
-  const EVT_CHASSIS chassis = {4, 0x12, 0x34};
-  for (const char *const nameless : {static_cast<const char *>(nullptr), " 5CZ", "\xC0x"}) {
-    EXPECT_STREQ(GetChassisEx(nameless, chassis), "Enclosure Address 1234");
-  }
-}
-
 TEST(EventText, FormatsAsPrintfDoes) {
   OwnText<256> text;
   text.format("%s|%.2s|%c%c|%d|%d|%u|%x|%02X|%08X|%04X|100%%|", "a", "bcd", 'e', '\0', -2147483647 - 1, -1,
@@ -95,20 +86,6 @@ TEST(EventText, FormatsAsPrintfDoes) {
             "a|bc|e|-2147483648|-1|4294967295|b|05|1234ABCD|12345|100%|  -12|-12  |-0012|-12  |"
             "-0001| -0001| -0001|ab  |  ab|   a|abc|" +
                 std::string(31, ' ') + "x|" + std::string(31, '0') + "7");
-}
-
-TEST(EventText, WritesNumbersOfEveryLength) {
-  for (const uint64_t base : {10U, 16U}) {
-    for (uint64_t power = 1; power <= 0xFFFFFFFFU; power *= base) {
-      for (const auto number : {static_cast<uint32_t>(power - 1), static_cast<uint32_t>(power)}) {
-        OwnText<32> text;
-        text.format("%u %x", number, number);
-        std::ostringstream expected;
-        expected << number << ' ' << std::hex << number;
-        EXPECT_EQ(text.view(), expected.str());
-      }
-    }
-  }
 }
 
 // What does not compile.

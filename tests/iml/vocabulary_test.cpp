@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/iml/event_record.h"
+#include "util/hash.h"
 
 namespace {
 
@@ -60,14 +61,6 @@ std::vector<std::string> fixed_payloads() {
   return payloads;
 }
 
-// Adds a text with its terminator: FNV-1a.
-uint64_t add(uint64_t hash, const char *text) {
-  do {
-    hash = (hash ^ static_cast<uint8_t>(*text)) * 0x100000001B3U;
-  } while (*text++ != '\0');
-  return hash;
-}
-
 uint64_t add_lines(uint64_t hash, unsigned event_class, unsigned code,
                    const std::vector<std::string> &payloads) {
   std::string first;
@@ -76,8 +69,8 @@ uint64_t add_lines(uint64_t hash, unsigned event_class, unsigned code,
     EVT_LOG_ENTRY record = record_of(event_class, code, payloads[i]);
     record.Hdr.wEvtLength = static_cast<uint16_t>(i);
     char line[kLineSize];
-    hash = add(hash, TranslateEventLogMessage(&record, line, sizeof(line)) != 0 ? "known" : "unknown");
-    hash = add(hash, line);
+    const bool is_known = TranslateEventLogMessage(&record, line, sizeof(line)) != 0;
+    hash = hash_bytes(std::string(is_known ? "known" : "unknown") + '\0' + line + '\0', hash);
     if (i == 0) {
       first = line;
     }
@@ -87,14 +80,13 @@ uint64_t add_lines(uint64_t hash, unsigned event_class, unsigned code,
 }
 
 TEST(Vocabulary, ChangesOnPurposeAlone) {
-  constexpr uint64_t kStart = 0xCBF29CE484222325U;
   const std::vector<std::string> payloads = fixed_payloads();
-  uint64_t unnamed = kStart;
+  uint64_t unnamed = kHashStart;
   std::ostringstream fingerprints;
   for (unsigned event_class = 0; event_class < kClasses; ++event_class) {
     char name[32];
     const bool is_named = TranslateEventLogClass(static_cast<uint16_t>(event_class), name, sizeof(name)) != 0;
-    uint64_t hash = is_named ? kStart : unnamed;
+    uint64_t hash = is_named ? kHashStart : unnamed;
     for (unsigned code = 0; code < kCodes; ++code) {
       hash = add_lines(hash, event_class, code, payloads);
     }

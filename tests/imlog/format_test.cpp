@@ -90,13 +90,4 @@ TEST(Json, PrintsAnObjectForAnEntry) {
             "\"message\":\"Unknown Event (Class 0xFFFF, Code 0xABCD)\",\"change\":\"new\"}\n");
 }
 
-TEST(Journal, HasTheTimeInItsMessage) {
-  const std::string text =
-      print(kJournalFormat, {.in_utc = true}, {{.number = 7}}, Change::kNone, {.path = "-", .host = "a"});
-  for (const char *const line :
-       {"MESSAGE=2025-09-01T11:05Z a 7 x1 Maintenance note: x\n", "\nIML_LAST=2025-09-01T11:05:00Z\n"}) {
-    EXPECT_NE(text.find(line), std::string::npos) << text;
-  }
-}
-
 }  // namespace

@@ -86,10 +86,7 @@ TEST(Calendar, KnowsWhichTimesThereAre) {
   for (const EVT_TIME_STAMP &stamp : kNoDigits) {
     EXPECT_FALSE(calendar.at(stamp).is_valid) << testing::PrintToString(stamp);
   }
-  for (const char *const text :
-       {"2024-02-29T23:59:00+00:00", "2100-02-28T00:00:00+00:00", "9999-12-31T00:00:00+00:00"}) {
-    EXPECT_EQ(text_of(calendar.at(stamp_of(text))), text);
-  }
+  EXPECT_EQ(text_of(calendar.at(stamp_of("2024-02-29T23:59"))), "2024-02-29T23:59:00+00:00");
 }
 
 TEST(Calendar, TakesAnOffsetOfMoreThanADayForNone) {

@@ -15,7 +15,6 @@
 
 #include <gtest/gtest.h>
 
-#include "orvlog/event_class.h"
 #include "tests/orvlog/fake_driver.h"
 
 int orvlog_main(int argc, char **argv);
@@ -299,8 +298,6 @@ TEST(Viewer, InsistsOnProgress) {
   check("-v", carrying(0, 1), kFirst + repeated, stuck("2"), lists({0, 1, 2}));
   check("-V|1", carrying(0, 1), listing(repeated), stuck("2"), counts_and_lists({0, 1, 2}, {1, 2}));
   check("-V|7", carrying(0, 1), listing(entry("0001", "7")), stuck("7"), counts_and_lists({0, 1, 2}, {7}));
-  check("-V|2", carrying(UINT32_MAX, UINT32_MAX), listing(entry("-0001", "2")), stuck("2"),
-        counts_and_lists({0}, {2}));
 }
 
 TEST(Reports, AreCopiedAsTheyAre) {
@@ -415,12 +412,6 @@ TEST(Output, NeverGoesIntoANode) {
     atexit([] { setrlimit(RLIMIT_NOFILE, &kSome); });  // the sanitizers look for leaks then
   };
   check("-t", closed, "", "orvlog: Cannot occupy a closed standard stream: Too many open files\n", "", 1);
-}
-
-TEST(EventClassLabels, AreIndexedByClass) {
-  EXPECT_STREQ(EventClass[IML_CLASS_ASR], "ASR");
-  EXPECT_STREQ(EventClass[IML_CLASS_UNRECOVERABLE_SYSTEM_ERROR], "Unrecoverable System Error");
-  EXPECT_STREQ(EventClass[IML_CLASS_INFRASTRUCTURE], "Infrastructure Environment");
 }
 
 }  // namespace

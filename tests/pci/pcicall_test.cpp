@@ -118,14 +118,6 @@ TEST_F(Walk, VisitsTheWholeSystem) {
   }
 }
 
-TEST_F(Walk, FilterDropsOnlyTheTwoDots) {
-  for (const std::string name : {".", "..", "...", ".hidden", "1"}) {
-    dirent entry = {};
-    name.copy(entry.d_name, name.size());
-    EXPECT_EQ(file_select(&entry), name == "." || name == ".." ? 0 : 1) << name;
-  }
-}
-
 TEST_F(Configuration, SpeedFollowsStatusAndPciXCapability) {
   Bytes longest = {{6, 0x10}, {0x34, 0x40}, {0xFC, 7}};  // uses every place that there is
   for (int at = 0x40; at < 0xFC; at += 4) {

@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
-#include <fstream>
 #include <string>
 #include <sys/mman.h>
 
@@ -295,28 +294,6 @@ TEST_F(RomAccess, HostileDirectories) {
     EXPECT_EQ(found, row.found == 0 ? nullptr : at(row.found));
     EXPECT_EQ(romcall_fini(&ri_), 0);
   }
-}
-
-// A real BIOS, as the machine's firmware would leave it: it completes the directory's header when it starts.
-TEST_F(RomAccess, SeaBios) {
-  std::ifstream file("/usr/share/seabios/bios.bin", std::ios::binary);
-  if (!file) {
-    GTEST_SKIP() << "SeaBIOS is not installed";
-  }
-  const std::string bios{std::istreambuf_iterator<char>(file), {}};
-  const uint32_t base = 0x100000 - static_cast<uint32_t>(bios.size());
-  const auto address_of = [&](const char *text) { return base + static_cast<uint32_t>(bios.find(text)); };
-  install(
-      Image().put(base, bios).put(0xFFFEA, "VELDRA").header(address_of("_32_"), address_of("\x9C\x3D$PCI")));
-  EXPECT_EQ(init(kPciBiosOnly, 0), "");
-  ASSERT_NE(ri_.pci_bios_entry_point, nullptr);
-  fake_portio::answer = [](uint16_t port, unsigned) { return port == 0xCFC ? 0x12345678u : 0; };
-  x86_reg_t reg = {};
-  reg.u2.s2.rbx = 0x0510;
-  reg.redi = 0x40;
-  EXPECT_EQ(pci_bios(0xB10A, &reg), 0);  // read a double word of configuration space
-  EXPECT_EQ(fake_portio::writes, (Writes{{0xCF8, 4, 0x80051040}}));
-  EXPECT_EQ(reg.u3.s1.recx, 0x12345678u);
 }
 
 TEST_F(RomAccess, FailedCallLeavesTheRegisters) {
