@@ -58,7 +58,7 @@ for file in bin/imlog sbin/orvlog lib/{libimltext.{a,so.1},cmake/imltext/imltext
   [ -s "$dirs/$file" ] || fail "$file is not where it was to go"
 done
 ! readelf -d "$dirs/sbin/orvlog" | grep -E 'RPATH|RUNPATH' >&2 || fail "orvlog has a run path"
-grep -xF "ExecStart=\"$dirs/bin/imlog\" -o json --level-prefix --cursor-file=%S/imlog/cursor" \
+grep -xF "ExecStart=\"$dirs/bin/imlog\" -o journal --cursor-file=%S/imlog/cursor" \
   "$work/a prefix/lib/systemd/system/imlog-ship.service" >/dev/null || fail "the unit's path of imlog"
 grep -xF -e "libdir=$dirs/lib" -e "includedir=$dirs/include" "$dirs/lib/pkgconfig/imltext.pc" | wc -l | grep -x 2 >/dev/null ||
   fail "the paths for pkg-config"
