@@ -45,7 +45,7 @@ class JournalFormat : public Format {
 
 const FormatRow kJournalFormat = {
     "journal",
-    "to the journal of this machine, with fields",
+    "to this machine's journal, with fields",
     [](const FormatContext &context) -> std::unique_ptr<Format> {
       return std::make_unique<JournalFormat>(context);
     },
