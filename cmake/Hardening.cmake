@@ -2,16 +2,22 @@
 include(CheckPIESupported)
 check_pie_supported()
 
-# -fcf-protection is for x86 and -mbranch-protection for arm64. Both mark where indirect calls may arrive.
 include(CheckCXXCompilerFlag)
-foreach(option IN ITEMS -fstack-protector-strong -fstack-clash-protection -fcf-protection=full
-                        -mbranch-protection=standard)
+function(orvlog_add_if_known option)
   string(MAKE_C_IDENTIFIER "ORVLOG_HAS${option}" has_option)
   check_cxx_compiler_flag(${option} ${has_option})
   if(${has_option})
     target_compile_options(orvlog_build INTERFACE ${option})
   endif()
-endforeach()
+endfunction()
+orvlog_add_if_known(-fstack-protector-strong)
+orvlog_add_if_known(-fstack-clash-protection)
+# The first is for x86 and the second for arm64. Both mark where indirect calls may arrive. Clang takes the second
+# everywhere, and then warns that it is unused.
+orvlog_add_if_known(-fcf-protection=full)
+if(NOT ORVLOG_HAS_fcf_protection_full)
+  orvlog_add_if_known(-mbranch-protection=standard)
+endif()
 target_link_options(orvlog_build INTERFACE LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
 if(ORVLOG_HAS_fcf_protection_full)
   # Some distributions' start-up files support a shadow stack but are not marked for it; -z shstk sets the mark.
