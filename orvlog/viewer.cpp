@@ -19,7 +19,7 @@ constexpr size_t kNumberSize = 11;  // -2147483648
 constexpr size_t kTimeSize = 23;    // of numbers of three digits: "255:255  255/255/255255"
 constexpr size_t kEntrySize = 512;
 static_assert(kEntrySize >= 2 * (kNumberSize + 1) + kSeverityWidth + 1 + 2 * (kTimeSize + 1) +
-                                strlen("LOG: ") + kDescriptionSize + strlen("\n\n"));
+                                sizeof("LOG: ") - 1 + kDescriptionSize + sizeof("\n\n") - 1);
 
 // Reports why the log could not be opened. Returns whether it is ready to be read.
 bool is_ready(const EventReader &log) {

@@ -2,7 +2,6 @@
 // driver that refuses or has no end.
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <sys/syscall.h>
@@ -19,16 +18,15 @@ void *__libc_malloc(size_t size);
 // $FSYNC is "CALL ERRNO": this call fails so, or with 0 kills the process.
 int fsync(int fd) {
   static int calls = 0;
-  int call = 0;
-  int error = 0;
+  char *error = nullptr;
   const char *const plan = getenv("FSYNC");
-  if (plan == nullptr || sscanf(plan, "%d %d", &call, &error) != 2 || ++calls != call) {
+  if (plan == nullptr || ++calls != strtol(plan, &error, 10)) {
     return static_cast<int>(syscall(SYS_fsync, fd));
   }
-  if (error == 0) {
+  errno = static_cast<int>(strtol(error, nullptr, 10));
+  if (errno == 0) {
     raise(SIGKILL);
   }
-  errno = error;
   return -1;
 }
 
@@ -37,7 +35,7 @@ int fsync(int fd) {
 void *malloc(size_t size) {
   static int calls = 0;
   const char *const first = getenv("NO_MEMORY");
-  if (first == nullptr || ++calls < atoi(first)) {
+  if (first == nullptr || ++calls < strtol(first, nullptr, 10)) {
     return __libc_malloc(size);
   }
   errno = ENOMEM;
@@ -57,7 +55,7 @@ int orvCloseRequest(int fd) {
 int orvIoctlRequest(int /*fd*/, unsigned int /*code*/, void *buffer, unsigned int /*length*/) {
   auto *const request = static_cast<_ioctlEntry *>(buffer);
   static const char *const refused = getenv("REFUSE");
-  if (refused != nullptr && request->info.EvtNumber == atoi(refused)) {
+  if (refused != nullptr && request->info.EvtNumber == strtol(refused, nullptr, 10)) {
     errno = EPERM;
     return -1;
   }
