@@ -38,7 +38,7 @@ std::string print(const FormatRow &row, const char *path, History *history, cons
   const Log logs[] = {{path, "h\xFF\n"}, {path, "r1"}};
   const bool is_merged = history == nullptr && (row.traits & kMerges) != 0;
   const std::unique_ptr<Format> format =
-      row.make({true, std::span<const Log>(logs).first(is_merged ? 2 : 1)});
+      row.make({.level_prefix = true, .logs = std::span<const Log>(logs).first(is_merged ? 2 : 1)});
   DescriptorSink sink(fd);
   Output output(sink);
   Listing listing(selection, is_merged, row, history, calendar, *format, output);
