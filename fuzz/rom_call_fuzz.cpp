@@ -11,6 +11,20 @@
 #include "pci/portio.h"
 #include "pci/romaccess.h"
 #include "pci/romcall64.h"
+#include "platform/kelmintrfc64.h"
+
+// The request library, which no call into the ROM asks.
+int orvOpenRequest(const char * /*path*/, int /*mode*/) {
+  return -1;
+}
+
+int orvIoctlRequest(int /*fd*/, unsigned int /*code*/, void * /*buffer*/, unsigned int /*length*/) {
+  return -1;
+}
+
+int orvCloseRequest(int /*fd*/) {
+  return -1;
+}
 
 namespace {
 
