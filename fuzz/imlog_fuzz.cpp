@@ -48,12 +48,12 @@ std::string print(const FormatRow &row, const char *path, History *history, cons
     FileSource again(path);
     listing.read(again, logs[1]);
   }
-  listing.print_held();
-  format->finish(reading, output);
-  require(output.flush());
   if (history != nullptr) {
     history->finish(!reading.problem.is_set());
   }
+  listing.print_held();
+  format->finish(reading, output);
+  require(output.flush());
   std::string text = contents(fd);
   close(fd);
   return text;
