@@ -31,7 +31,6 @@ done <<END
 orvlog |-v -V -s -t -f -p -i -a
 orvlog -v |$later
 orvlog -t |-v -t -f -p -i
-orvlog -V 12 |
 orvlog -s |INFO REPAIRED CAUTION CRITICAL
 orvlog -s C|CAUTION CRITICAL
 orvlog -s INFO |-l
@@ -41,7 +40,6 @@ orvlog -a T|$timeouts
 orvlog -a TIMEOUT=|5 10 15 20 30
 orvlog -a TIMEOUT=1|10 15
 orvlog -a TIMEOUT=10 |$later
-orvlog -a TIMEOUT= |$later
 imlog -o |$formats
 imlog --output=|$formats
 imlog -f -p C|caution critical

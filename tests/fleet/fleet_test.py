@@ -166,7 +166,8 @@ class Examples(Case):
             script += ["echo @@", command.replace("/lib/systemd/systemd-journal-remote", remote)]
         path = f"{self.folder}:{BUILD}/imlog:{BUILD}/orvlog:{os.environ['PATH']}"
         server = str(self.folder / "server")
-        environment = {**os.environ, "ORVLOG_SIMULATOR": server, "TZ": "Europe/Berlin", "PATH": path}
+        environment = {**os.environ, "ORVLOG_SIMULATOR": server, "TZ": "Europe/Berlin", "PATH": path,
+                       "LD_LIBRARY_PATH": str(BUILD / "simulator")}  # sanitizers pass over the run path
         run = subprocess.run(["unshare", "--mount", "bash", "-c", "\n".join(script)], cwd=self.folder, env=environment,
                              capture_output=True, text=True, timeout=120, check=False)
         self.assertNotRegex(run.stderr, "imlog: |not found")
