@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include "imlog/entry.h"
 #include "imlog/exit_status.h"
@@ -58,12 +59,22 @@ struct FormatRow {
   const char *name;
   const char *meaning;  // for the help
   std::unique_ptr<Format> (*make)(const FormatContext &context);
-  unsigned traits;
-  // The order of the entries, smallest first; null for the log's. A format with a key is held until the whole
-  // log is read.
-  uint64_t (*sort_key)(const LogTime &first, const LogTime &last);
+  unsigned traits = 0;
+  // The order of the entries, smallest first; null for the log's. The entries of a format with a key are held
+  // until the whole log is read.
+  uint64_t (*sort_key)(const LogTime &first, const LogTime &last) = nullptr;
   std::unique_ptr<Sink> (*make_sink)() = nullptr;  // where the entries go; null for standard output
 };
+
+// The `make` of a row whose format is of class `Kind`, which takes the context if it needs it.
+template <class Kind>
+std::unique_ptr<Format> make_format([[maybe_unused]] const FormatContext &context) {
+  if constexpr (std::is_constructible_v<Kind, const FormatContext &>) {
+    return std::make_unique<Kind>(context);
+  } else {
+    return std::make_unique<Kind>();
+  }
+}
 
 // The rows, each at the end of its format's file, and their list in the order of the help. The first is the
 // default.

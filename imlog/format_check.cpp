@@ -75,11 +75,8 @@ class CheckFormat : public Format {
 }  // namespace
 
 const FormatRow kCheckFormat = {
-    "check",
-    "one line and a status for monitoring",
-    [](const FormatContext &context) -> std::unique_ptr<Format> {
-      return std::make_unique<CheckFormat>(context);
-    },
-    kForMonitors | kMerges,
-    nullptr,
+    .name = "check",
+    .meaning = "one line and a status for monitoring",
+    .make = make_format<CheckFormat>,
+    .traits = kForMonitors | kMerges,
 };

@@ -67,11 +67,9 @@ class ExportFormat : public Format {
 }  // namespace
 
 const FormatRow kExportFormat = {
-    "export",
-    "the journal's export format",
-    [](const FormatContext &context) -> std::unique_ptr<Format> {
-      return std::make_unique<ExportFormat>(context);
-    },
-    kFollows | kRemembers | kMerges | kHasTimes,
-    journal_time,
+    .name = "export",
+    .meaning = "the journal's export format",
+    .make = make_format<ExportFormat>,
+    .traits = kFollows | kRemembers | kMerges | kHasTimes,
+    .sort_key = journal_time,
 };

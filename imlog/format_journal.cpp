@@ -44,12 +44,9 @@ class JournalFormat : public Format {
 }  // namespace
 
 const FormatRow kJournalFormat = {
-    "journal",
-    "to this machine's journal, with fields",
-    [](const FormatContext &context) -> std::unique_ptr<Format> {
-      return std::make_unique<JournalFormat>(context);
-    },
-    kFollows | kRemembers | kMerges | kHasTimes,
-    nullptr,
-    []() -> std::unique_ptr<Sink> { return std::make_unique<JournalSocket>(); },
+    .name = "journal",
+    .meaning = "to this machine's journal, with fields",
+    .make = make_format<JournalFormat>,
+    .traits = kFollows | kRemembers | kMerges | kHasTimes,
+    .make_sink = []() -> std::unique_ptr<Sink> { return std::make_unique<JournalSocket>(); },
 };

@@ -22,8 +22,8 @@ struct JsonStream {
 
 using JsonWriter = rapidjson::Writer<JsonStream>;
 
-// Bytes that may not stand for themselves in a JSON string: C0, the quote, the backslash, DEL, and the lead
-// byte of U+0080 to U+009F.
+// Bytes at which a JSON string may need an escape: C0, the quote, the backslash, DEL, and the lead byte of
+// U+0080 to U+009F.
 constexpr std::array<bool, 256> make_stops() {
   std::array<bool, 256> stops = {};
   for (size_t byte = 0; byte < stops.size(); ++byte) {
@@ -47,7 +47,7 @@ size_t put_high_character(const char *text, Output &output) {
   return length;
 }
 
-// The first byte of a string that may not stand for itself, or `end`.
+// The first byte of kStops in a text, or `end`.
 const char *find_stop(const char *text, const char *end) {
   while (text != end && !kStops[static_cast<unsigned char>(*text)]) {
     ++text;
@@ -85,7 +85,6 @@ class JsonFormat : public Format {
   explicit JsonFormat(const FormatContext &context)
       : level_prefix_(context.level_prefix), in_utc_(context.in_utc) {}
 
-  // Only the texts of others have bytes that may have to be escaped.
   void print_entry(const Entry &entry, Output &output) override {
     const EVT_HEADER &header = entry.record.Hdr;
     const Severity &severity = kSeverityTable[entry.severity];
@@ -94,68 +93,68 @@ class JsonFormat : public Format {
     }
     output.put(R"({"schema":"iml/1")");
     if (entry.log.host) {
-      output.put(R"(,"host":)");
-      put_text(host_cleaner_.clean(*entry.log.host), output);
+      put_text(R"(,"host":)", host_cleaner_.clean(*entry.log.host), output);
     }
-    output.put(R"(,"number":)");
-    output.put_number(header.dwEvtNumber);
-    output.put(R"(,"severity":)");
-    put_word(severity.name, output);
-    output.put(R"(,"severity_code":)");
-    output.put_number(header.bSeverity);
+    put_number(R"(,"number":)", header.dwEvtNumber, output);
+    put_word(R"(,"severity":)", severity.name, output);
+    put_number(R"(,"severity_code":)", header.bSeverity, output);
     output.put(R"(,"priority":)");
     output.put(severity.priority);
-    output.put(R"(,"first":)");
-    put_time(entry.first, output);
-    output.put(R"(,"last":)");
-    put_time(entry.last, output);
-    output.put(R"(,"first_unix":)");
-    put_unix_time(entry.first, output);
-    output.put(R"(,"last_unix":)");
-    put_unix_time(entry.last, output);
-    output.put(R"(,"count":)");
-    output.put_number(header.dwCount);
-    output.put(R"(,"class":)");
-    output.put_number(header.wClass);
-    output.put(R"(,"code":)");
-    output.put_number(header.wCode);
-    output.put(R"(,"class_name":)");
-    put_word(ClassName(header.wClass).text, output);
+    put_time(R"(,"first":)", entry.first, output);
+    put_time(R"(,"last":)", entry.last, output);
+    put_unix_time(R"(,"first_unix":)", entry.first, output);
+    put_unix_time(R"(,"last_unix":)", entry.last, output);
+    put_number(R"(,"count":)", header.dwCount, output);
+    put_number(R"(,"class":)", header.wClass, output);
+    put_number(R"(,"code":)", header.wCode, output);
+    put_word(R"(,"class_name":)", ClassName(header.wClass).text, output);
     output.put(entry.is_known ? R"(,"known":true)" : R"(,"known":false)");
-    output.put(R"(,"message":)");
-    put_text(cleaner_.clean(entry.message), output);
+    put_text(R"(,"message":)", cleaner_.clean(entry.message), output);
     if (entry.change != Change::kNone) {
-      output.put(R"(,"change":)");
-      put_word(change_word(entry.change), output);
+      put_word(R"(,"change":)", change_word(entry.change), output);
     }
     output.put("}\n");
   }
 
  private:
-  static void put_word(std::string_view word, Output &output) {
+  // Each puts one member. `name` has all that comes before the value.
+
+  static void put_number(std::string_view name, uint64_t number, Output &output) {
+    output.put(name);
+    output.put_number(number);
+  }
+  // A word has no character that has to be escaped.
+  static void put_word(std::string_view name, std::string_view word, Output &output) {
+    output.put(name);
     output.put('"');
     output.put(word);
     output.put('"');
   }
   // A text of valid UTF-8, which may have any character.
-  void put_text(std::string_view text, Output &output) {
+  void put_text(std::string_view name, std::string_view text, Output &output) {
+    output.put(name);
     stream_.output = &output;
     writer_.Reset(stream_);
     writer_.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
   }
-  void put_time(const LogTime &time, Output &output) const {
+  void put_time(std::string_view name, const LogTime &time, Output &output) const {
     if (time.is_valid) {
-      put_word(ZonedText(time, in_utc_).view(), output);
+      put_word(name, ZonedText(time, in_utc_).view(), output);
     } else {
-      output.put("null");
+      put_null(name, output);
     }
   }
-  static void put_unix_time(const LogTime &time, Output &output) {
+  static void put_unix_time(std::string_view name, const LogTime &time, Output &output) {
     if (time.is_valid) {
+      output.put(name);
       output.put_signed(time.instant);
     } else {
-      output.put("null");
+      put_null(name, output);
     }
+  }
+  static void put_null(std::string_view name, Output &output) {
+    output.put(name);
+    output.put("null");
   }
 
   bool level_prefix_;
@@ -169,11 +168,8 @@ class JsonFormat : public Format {
 }  // namespace
 
 const FormatRow kJsonFormat = {
-    "json",
-    "one JSON object per line",
-    [](const FormatContext &context) -> std::unique_ptr<Format> {
-      return std::make_unique<JsonFormat>(context);
-    },
-    kFollows | kLevels | kRemembers | kReverses | kMerges | kHasTimes,
-    nullptr,
+    .name = "json",
+    .meaning = "one JSON object per line",
+    .make = make_format<JsonFormat>,
+    .traits = kFollows | kLevels | kRemembers | kReverses | kMerges | kHasTimes,
 };

@@ -108,9 +108,8 @@ class PrometheusFormat : public Format {
 }  // namespace
 
 const FormatRow kPrometheusFormat = {
-    "prometheus",
-    "metrics for node_exporter",
-    [](const FormatContext &) -> std::unique_ptr<Format> { return std::make_unique<PrometheusFormat>(); },
-    kCountsUnserviced,
-    nullptr,
+    .name = "prometheus",
+    .meaning = "metrics for node_exporter",
+    .make = make_format<PrometheusFormat>,
+    .traits = kCountsUnserviced,
 };

@@ -13,9 +13,8 @@ class RawFormat : public Format {
 }  // namespace
 
 const FormatRow kRawFormat = {
-    "raw",
-    "the records, as FILE holds them",
-    [](const FormatContext &) -> std::unique_ptr<Format> { return std::make_unique<RawFormat>(); },
-    kRemembers,
-    nullptr,
+    .name = "raw",
+    .meaning = "the records, as FILE holds them",
+    .make = make_format<RawFormat>,
+    .traits = kRemembers,
 };

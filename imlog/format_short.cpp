@@ -86,11 +86,8 @@ class ShortFormat : public Format {
 }  // namespace
 
 const FormatRow kShortFormat = {
-    "short",
-    "one line per entry",
-    [](const FormatContext &context) -> std::unique_ptr<Format> {
-      return std::make_unique<ShortFormat>(context);
-    },
-    kFollows | kLevels | kRemembers | kReverses | kMerges | kHasTimes,
-    nullptr,
+    .name = "short",
+    .meaning = "one line per entry",
+    .make = make_format<ShortFormat>,
+    .traits = kFollows | kLevels | kRemembers | kReverses | kMerges | kHasTimes,
 };
