@@ -116,7 +116,7 @@ class Files(Case):
 
 
 class Examples(Case):
-    """The commands as they stand, in their order, in one shell over the sample server."""
+    """The commands as they are printed, in their order, in one shell over the sample server."""
     # What reads this machine's journal is run by scripts/check-machine.
     ELSEWHERE = r"journalctl (-t|IML)"
     # How the others begin, and what they print, in one line. Each must match one row, and each row a command.
@@ -145,7 +145,7 @@ class Examples(Case):
         page = (ROOT / "docs/imlog.8").read_text().partition(".Sh EXAMPLES")[2].partition(".Sh DIAGNOSTICS")[0]
         page = re.sub(r"^\.Dl ", "", page, flags=re.M).replace(r"\(aq", "'").replace(r"\-", "-").replace(r"\e", "\\")
         guide = re.sub(r"^    ", "", (ROOT / "docs/shipping.md").read_text(), flags=re.M)
-        text = re.sub(r"\|\n +", "| ", page + guide)  # what goes on in the next line
+        text = re.sub(r"\|\n +", "| ", page + guide)  # joins a command of two lines
         starts = r"new=|\[ -n|TZ=|(?:journalctl|imlog|orvlog) "
         return re.findall(rf"^(?:[#$] )?((?:{starts}).*)$", text, re.M)
 
@@ -164,15 +164,13 @@ class Examples(Case):
         script = ["mount -t tmpfs none /var/lib", "mkdir -p /var/lib/imlog"]
         for command in commands:
             script += ["echo @@", command.replace("/lib/systemd/systemd-journal-remote", remote)]
-        path = f"{self.folder}:{BUILD}/imlog:{BUILD}/orvlog:{os.environ['PATH']}"
-        server = str(self.folder / "server")
-        environment = {**os.environ, "ORVLOG_SIMULATOR": server, "TZ": "Europe/Berlin", "PATH": path,
-                       "LD_LIBRARY_PATH": str(BUILD / "simulator")}  # sanitizers pass over the run path
+        environment = {**os.environ, "ORVLOG_SIMULATOR": str(self.folder / "server"), "TZ": "Europe/Berlin",
+                       "PATH": f"{self.folder}:{BUILD}/imlog:{BUILD}/orvlog:{os.environ['PATH']}",
+                       "LD_LIBRARY_PATH": str(BUILD / "simulator")}  # the sanitizers ignore the run path
         run = subprocess.run(["unshare", "--mount", "bash", "-c", "\n".join(script)], cwd=self.folder, env=environment,
                              capture_output=True, text=True, timeout=120, check=False)
         self.assertNotRegex(run.stderr, "imlog: |not found")
-        used = set()
-        outputs = run.stdout.split("@@\n")[1:]
+        used, outputs = set(), run.stdout.split("@@\n")[1:]
         self.assertEqual(len(outputs), len(commands))
         for command, output in zip(commands, outputs):
             row = next((row for row in self.EXPECTED if re.match(row, command)), None)
