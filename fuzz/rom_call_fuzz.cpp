@@ -13,7 +13,7 @@
 #include "pci/romcall64.h"
 #include "platform/kelmintrfc64.h"
 
-// The request library, which no call into the ROM asks.
+// The request library, which calls into the ROM never use.
 int orvOpenRequest(const char * /*path*/, int /*mode*/) {
   return -1;
 }

@@ -32,9 +32,9 @@ constexpr uint32_t kSlot = 64;  // bytes of code memory for one vector
 constexpr uint64_t kVectors = 40'000;
 
 struct Form {
-  const char *opcodes;  // those of three digits follow a 0F byte; what stands twice is drawn twice as often
+  const char *opcodes;     // those of three digits follow a 0F byte; one listed twice is drawn twice as often
   uint32_t undefined = 0;  // the flags that the architecture does not define, and where processors differ
-  uint32_t fields = 0xFF;  // bit n: n may stand in the ModRM byte's reg field
+  uint32_t fields = 0xFF;  // bit n: the ModRM byte's reg field may be n
 };
 
 constexpr uint32_t kMultiplied = kSign | kZero | kAdjust | kParity;
@@ -194,8 +194,8 @@ CallEnd interpret(State &state, std::span<const MemoryWindow> windows) {
 }
 
 // What is undefined as a whole, 16-bit BSWAP and 16-bit double shifts by more than 16, and what Unicorn does
-// otherwise than a processor: 16-bit ENTER leaves the upper half of EBP alone, RET's operand is signed, LOCK
-// does not change NEG's flags, and the second of BOUND's limits does not wrap at 64 KiB.
+// differently from a processor: 16-bit ENTER leaves the upper half of EBP alone, RET's operand is signed,
+// LOCK does not change NEG's flags, and the second of BOUND's limits does not wrap at 64 KiB.
 bool out_of_scope(const Vector &v, uint32_t start, uint32_t end) {
   const bool undefined =
       (v.opcode & ~9u) == 0x1A4 && ((v.opcode & 1) != 0 ? v.state[kEcx] : v.code[end - start - 1]) % 32 > 16;
@@ -224,8 +224,8 @@ TEST(X86Differential, AgreesWithUnicorn) {
     State theirs = v.state;
     const CallEnd end = interpret(mine, windows);
     const bool my_success = end == CallEnd::kReturned;
-    // Unicorn lets LOCK stand where the architecture refuses it; a branch may lead to where nothing is, or to
-    // itself.
+    // Unicorn accepts LOCK where the architecture refuses it; a branch may lead to where there is no memory,
+    // or to itself.
     if ((v.prefixed[2] && end == CallEnd::kInstruction) || mine[kEip] == start ||
         (mine[kEip] >= kDataSize && mine[kEip] - kCodeBase >= kCodeSize) ||
         out_of_scope(v, start, mine[kEip])) {

@@ -1,5 +1,5 @@
-// The severities of events: their codes, their order and their words. All that names a severity reads it
-// here.
+// The severities of events: their codes, their order and their words. Whatever prints a severity takes its
+// word from here.
 #pragma once
 
 #include <cstdint>

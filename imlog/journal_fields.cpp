@@ -2,7 +2,7 @@
 
 namespace {
 
-// Of every entry of the log, whatever the event.
+// The same for every entry: it finds the log in a journal.
 constexpr std::string_view kMessageId = "8c87242ae2964fe8ae541ffa16b208f2";
 
 void put_time(std::string_view name, const LogTime &time, bool in_utc, Output &output) {

@@ -13,7 +13,7 @@
 void put_field(std::string_view name, std::string_view value, Output &output);
 void put_field(std::string_view name, uint64_t value, Output &output);
 
-// Puts what the journal knows of an entry but its text and time. `host`, if there is one, has no control
-// characters, and is put as `host_name`.
+// Puts all fields of an entry but MESSAGE and those of the journal's own time. `host`, if there is one, has
+// no control characters, and is put as `host_name`.
 void put_entry_fields(const Entry &entry, bool in_utc, std::string_view host_name,
                       std::optional<std::string_view> host, Output &output);

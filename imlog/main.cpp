@@ -11,9 +11,9 @@
 namespace {
 
 Options options;
-bool is_check_asked_for = false;  // decides while the format is not known
+bool is_check_asked_for = false;  // by the words of the command line, until it is read
 
-// Ends a run that is out of memory, because it holds the log for a cursor or an order. Nothing can be
+// Ends a run that is out of memory: one with a cursor or another order holds the log. Nothing can be
 // allocated here.
 void run_out_of_memory() {
   const bool is_check = is_check_asked_for || options.format == &kCheckFormat;

@@ -72,8 +72,8 @@ class OpenEntries {
     Range notes;      // that follow the entry; those after the next slot are there too, or only there
   };
 
-  // The times of notes that do not close an entry: those before its last update. A note before the first
-  // occurrence, too, closes it: the entry stands before the note, so the clock was set back in between.
+  // The times of notes that do not close an entry: those before its last update. But a note that is older
+  // than the first occurrence closes it: the note follows the entry, so the clock was set back in between.
   static Range spared_by(const LogTime &first, const LogTime &last) {
     if (!last.is_valid) {
       return {};

@@ -62,7 +62,7 @@ std::vector<Word> color_words() {
   return words;
 }
 
-// The severities whose names begin as `beginning` does, in any case.
+// The severities whose names begin with `beginning`, in upper or lower case.
 std::vector<SeverityRank> severities_like(std::string_view beginning) {
   std::vector<SeverityRank> ranks;
   for (int rank = kInformation; rank <= kCritical; ++rank) {
@@ -264,7 +264,7 @@ constexpr OptionRow kOptions[] = {
         .name = "priority",
         .letter = 'p',
         .argument = "SEVERITY",
-        .help = "only entries of this severity and above: %s; the beginning of a word will do",
+        .help = "only entries of this severity and above: %s; the beginning of a word is enough",
         .words = severity_words,
         .read = read_severity,
     },
@@ -417,7 +417,7 @@ const OptionRow *find_row(int value) {
   return nullptr;
 }
 
-// True when more than one long option begins as `word` does.
+// True when `word` is the beginning of more than one long option.
 bool is_ambiguous(std::string_view word) {
   const std::string_view start = word.substr(2, word.find('=') - 2);
   int matches = 0;
@@ -427,7 +427,7 @@ bool is_ambiguous(std::string_view word) {
   return matches > 1;
 }
 
-// What getopt_long has found wrong when it returns ':' or '?'.
+// The fault for which getopt_long returns ':' or '?'.
 Problem parser_problem(int answer, const char *word) {
   const OptionRow *const row = find_row(optopt);
   if (answer == ':') {
@@ -445,7 +445,7 @@ Problem parser_problem(int answer, const char *word) {
   return Problem("unrecognized option '%s'", word).advise("see 'imlog --help'");
 }
 
-// What several FILEs do not go with.
+// Finds what cannot be combined with several FILEs.
 Problem check_several(const Options &options, const std::vector<const OptionRow *> &given) {
   if ((options.format->traits & kMerges) == 0) {
     return Problem("several FILEs do not go with format '%s'", options.format->name)
@@ -474,7 +474,7 @@ Problem check_several(const Options &options, const std::vector<const OptionRow 
   return {};
 }
 
-// What does not go together.
+// Finds options, formats and FILEs that cannot be combined.
 Problem check_combination(const Options &options, const std::vector<const OptionRow *> &given) {
   const bool is_live = options.logs[0].path == nullptr;
   if (options.follow && !is_live) {

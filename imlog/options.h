@@ -15,7 +15,7 @@
 enum class Color { kAuto, kAlways, kNever };
 
 struct Options {
-  std::string text;  // printed in place of the log, if there is any: the help, the version, an option's words
+  std::string text;  // printed in place of the log unless empty: the help, the version, an option's words
   const FormatRow *format = kFormats[0];
   Selection selection;
   const char *cursor_file = nullptr;
@@ -27,7 +27,7 @@ struct Options {
   std::vector<Log> logs;       // one at least
 };
 
-// Where an option puts its argument, and what it needs to understand it.
+// Where an option stores its argument, and what it needs to read it.
 struct CommandLine {
   Options &options;
   Calendar &calendar;
@@ -44,8 +44,8 @@ struct Word {
 struct OptionRow {
   const char *name;                // of the long form
   char letter = '\0';              // of the short form, if there is one
-  bool is_for_one_file = false;    // does not go with several FILEs
-  unsigned needs = 0;              // the trait of the formats that it goes with; 0: all
+  bool is_for_one_file = false;    // cannot be combined with several FILEs
+  unsigned needs = 0;              // the trait that its formats have; 0: every format
   const char *argument = nullptr;  // its name in the help; null: the option takes none
   const char *help;  // wrapped where it is printed; "%s" stands for the words or forms of the argument
   const char *forms = nullptr;             // how the argument can look
@@ -59,10 +59,10 @@ std::span<const OptionRow> option_rows();
 // "a, b or c".
 std::string join_words(const std::vector<std::string> &words);
 
-// True when the words "-o check" stand on the line in one of their forms, also where another option takes
-// them as its argument: status 1 would be a warning to the monitor. Allocates nothing.
+// True when the line has the words "-o check" in one of their forms, also where another option takes them as
+// its argument: status 1 would be a warning to the monitor. Allocates nothing.
 bool asks_for_check(int argc, char **argv);
 
-// Reads the command line. Where it is wrong, the result says how, and `options.format` is kCheckFormat if
-// "-o check" stands anywhere on it. `now` is what a time such as "-7d" is counted from.
+// Reads the command line. If it is wrong, the result says how, and `options.format` is kCheckFormat if the
+// line has the words "-o check". `now` is what a time such as "-7d" is counted from.
 Problem parse_options(int argc, char **argv, Calendar &calendar, int64_t now, Options &options);

@@ -46,7 +46,7 @@ class Output {
   // Flushes, and waits until what was written since the last call is on the disk.
   bool sync();
 
-  // Waits for `milliseconds`, or until nobody is left who would read the output.
+  // Waits for `milliseconds`, or until the output has lost its reader.
   bool wait(int milliseconds);
 
   // Flushes and closes.

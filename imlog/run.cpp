@@ -68,7 +68,7 @@ bool close_output(Output &output, const FormatRow &row) {
   return false;
 }
 
-// True when standard output shows colors, and nobody asked for none.
+// True when standard output shows colors and the environment does not ask for none.
 bool is_color_terminal() {
   const char *const terminal = getenv("TERM");
   const char *const no_color = getenv("NO_COLOR");
@@ -123,7 +123,7 @@ class Run {
     return options_.logs.size() > 1;
   }
 
-  // Does what is needed before the log is opened.
+  // Makes the sink, the cursor and the request library ready.
   Problem prepare() {
     Problem problem = sink_->open();
     if (!problem.is_set() && options_.cursor_file != nullptr) {

@@ -22,7 +22,7 @@ class Sink {
     return 0;
   }
 
-  // Waits for `milliseconds`, or until nobody is left who would read what is written.
+  // Waits for `milliseconds`, or until what is written has lost its reader.
   virtual int wait(int milliseconds);
 
   // Ends the writing. Some failures are only reported by closing.

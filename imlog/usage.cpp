@@ -26,7 +26,7 @@ std::string option_head(const OptionRow &row) {
   return row.argument != nullptr ? head + '=' + row.argument : head;
 }
 
-// What stands for the words in an option's help: a list, or a table where they have meanings.
+// What replaces the "%s" in an option's help: a list of its words, or a table if they have meanings.
 std::string words_text(const std::vector<Word> &words) {
   std::vector<std::string> texts;
   size_t width = 0;
@@ -52,7 +52,7 @@ std::string help_text(const OptionRow &row) {
   return text;
 }
 
-// Appends a line, which may break at blanks, so that it begins at `column` and no line is longer than others.
+// Appends a line that begins at `column`. It is broken at blanks where it is longer than kLineLength.
 void append_wrapped(std::string_view line, size_t column, std::string &text) {
   while (line.size() > kLineLength - column) {
     const size_t end = line.rfind(' ', kLineLength - column);

@@ -214,7 +214,7 @@ uint32_t Interpreter::decode_prefixes() {
   }
 }
 
-// Whether LOCK may stand before `opcode` and the bytes that follow it: only a read-modify-write of memory.
+// Whether LOCK may precede `opcode` and the bytes that follow it: only a read-modify-write of memory.
 bool Interpreter::lockable(uint32_t opcode) {
   const uint32_t modrm_at = opcode == 0x0F ? 1 : 0;
   if (code_left_ <= modrm_at) {

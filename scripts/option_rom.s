@@ -1,5 +1,5 @@
-# An option ROM with a BIOS32 directory and a PCI BIOS, for the place where SeaBIOS puts the first one. What the chipset
-# answers through the configuration ports stands in its routing table's bitmaps.
+# An option ROM with a BIOS32 directory and a PCI BIOS, for the place where SeaBIOS puts the first one. The bitmaps of its
+# routing table show what the chipset answers through the configuration ports.
 	.intel_syntax noprefix
 	.code32
 	.text

@@ -1,5 +1,5 @@
-// A library to preload and to take for the request library: fsync(2) and malloc(3) that fail, and a health
-// driver that refuses or has no end.
+// A library to preload, which is also a request library. Its fsync(2) and malloc(3) fail on request; its
+// health driver refuses an entry, or has a log without end.
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -31,7 +31,7 @@ int fsync(int fd) {
 }
 
 #ifdef REPLACES_MALLOC
-// From call $NO_MEMORY on there is none.
+// Fails from call $NO_MEMORY on.
 void *malloc(size_t size) {
   static int calls = 0;
   const char *const first = getenv("NO_MEMORY");

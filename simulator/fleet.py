@@ -44,7 +44,7 @@ def stamp(instant, zone):
 
 
 def is_closed_by(entry, note):
-    """Whether a note closes an entry that stands before it."""
+    """Whether a note closes an entry that precedes it in the log."""
     if entry["last"] is None or note["last"] is None or entry["last"] <= note["last"]:
         return True
     return entry["first"] is not None and note["last"] < entry["first"] <= entry["last"]

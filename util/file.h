@@ -19,6 +19,6 @@ bool write_all(int fd, std::string_view content);
 // is there was left by one that died. Returns false with no draft left.
 bool write_draft(int folder, const char *draft, std::string_view content, mode_t mode);
 
-// Makes the names in an open folder last: they are on the disk when this returns. A file system that cannot
-// sync folders is no failure.
+// Makes the names in an open folder last: they are on the disk when this returns. Returns true, too, where
+// the file system cannot sync folders.
 bool sync_folder(int folder);

@@ -64,7 +64,7 @@ std::string walk(uint32_t first, Step step) {
   {
     EventReader log(first, step);
     for (int ends = 0; ends < 2;) {
-      errno = kEventEndOfLog;  // an older errno is no answer
+      errno = kEventEndOfLog;  // an older errno must not count as an answer
       const Answer answer = log.next();
       const std::string failure = std::to_string(log.status()) + " " + std::to_string(log.error());
       calls += answer == Answer::kEntry         ? "= " + std::to_string(log.record().Hdr.dwEvtNumber)

@@ -1,6 +1,6 @@
 // One fingerprint for each class over the lines of all its codes and of their neighbours, so that a wording,
-// code or field that changes fails with the class's name. After a change on purpose, write the file anew, and
-// commit it with the change:
+// code or field that changes fails with the class's name. After a change on purpose, write the file again,
+// and commit it with the change:
 //
 //     ORVLOG_WRITE_FINGERPRINTS=1 build/release/tests/iml/iml_test --gtest_filter='Vocabulary.*'
 #include <cstdlib>
@@ -22,8 +22,8 @@ constexpr unsigned kCodes = 0x110;   // the known ones, and some that differ fro
 constexpr size_t kProbes = 64;       // payloads that show whether the line of a code depends on the payload
 constexpr size_t kFieldBytes = 14;   // that come before the texts in most records
 
-// First payloads of mixed values, among them those that decoders compare with, before texts
-// of each kind. Then some that have every value in each of the first bytes.
+// First payloads of mixed values, among them those that decoders compare with, before texts of each kind.
+// Then some that have every value in each of the first bytes.
 std::vector<std::string> fixed_payloads() {
   static constexpr uint8_t kValues[] = {0, 0xFF, 1,  0,  1,    2,    3,    4,    5,
                                         6, 7,    13, 14, 0x8A, 0x8A, 0x8B, 0x8C, 0xFE};

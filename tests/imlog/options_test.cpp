@@ -18,7 +18,7 @@ struct Parsed {
       argv.push_back(word.data());
     }
     argv.push_back(nullptr);
-    optind = 0;  // the C library begins anew
+    optind = 0;  // restarts the C library's parser
     setenv("TZ", "Europe/Berlin", 1);
     Calendar calendar;
     const Problem problem = parse_options(static_cast<int>(words.size()), argv.data(), calendar, 0, options);
@@ -74,7 +74,7 @@ TEST(Options, WrongUsage) {
   }
 }
 
-// Wherever "-o check" stands, what is wrong is for the monitor.
+// A wrong command line with "-o check" anywhere on it is reported to the monitor.
 TEST(Options, WrongUsageOfACheck) {
   for (const char *const line :
        {"--bogus|-o|check", "-o|check|-f", "-fo|check|-z", "--out|check|--x", "-ocheck|-n|a",

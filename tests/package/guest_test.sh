@@ -1,4 +1,4 @@
-# In another project this one brings targets and nothing else, and installs where it is told to once it is asked to.
+# In another project this one brings targets and nothing else. Asked to install, it installs where it is told.
 # Source, build folder and prefix have a blank in their names. The build says what it leaves out.
 set -euo pipefail
 cmake=$1 source=$2 built=$3 generator=$4 cc=$5 cxx=$6

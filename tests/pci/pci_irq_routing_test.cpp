@@ -105,7 +105,7 @@ const Text kTexts[] = {
     {"(\n\n00 1f 0 60 0ef8 1\n)", {kA}},
     {padded("(\nh\n00 1f 0 60 0ef8 1\n"), {kA}, {kA, kB}},
     {std::string("(\nh\n\0\n00 1f 0 60 0ef8 1\n", 24), {}, {kA}},
-    // the file as scanf does, where what a heading has too much counts as another line.
+    // the file as scanf does, where the rest of a long heading counts as another line.
     {"(\nh\n00 1f 0\n60 0ef8 1\n7 2 0 61 20 -1\n)", {kB}, {kA, kB}},
     {"(\nh\n00 1f 0 60 0ef8 1 7 2 0 61 20 -1\n)", {kA}, {kA, kB}},
     {"(\nh\n00 1f )\n00 1f 0 60 0ef8 1\n", {kA}, {}},

@@ -107,7 +107,7 @@ TEST_F(Walk, VisitsTheWholeSystem) {
   EXPECT_THAT(devices, UnorderedElementsAre(0x0000, 0x00fa, 0x8009, 0x80ff));
   EXPECT_EQ(next_pci_device(&iter), -1);
 
-  for (const char *bus : {"00", "80"}) {  // a bus without functions ends the walk, wherever it stands
+  for (const char *bus : {"00", "80"}) {  // a bus without functions ends the walk, wherever it is
     fs::remove_all(buses_ / bus);
     fs::create_directory(buses_ / bus);
     int device = first_pci_device(&iter);

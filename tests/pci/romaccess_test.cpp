@@ -13,7 +13,7 @@
 #include "tests/pci/fake_portio.h"
 #include "tests/pci/pci_tree.h"
 
-// As where the node's file system forbids execution. The linker puts it between mmap and its callers.
+// Refuses execution as a file system mounted noexec does. The linker's --wrap leads the calls of mmap here.
 static bool mmap_refuses_execution;
 extern "C" void *__real_mmap(void *, size_t, int, int, int, off_t);
 extern "C" void *__wrap_mmap(void *address, size_t size, int protection, int flags, int fd, off_t offset) {
