@@ -1,0 +1,130 @@
+"""What the checks of a fleet share: the built programs, the fleet with its truth, the table of answers, servers."""
+import contextlib
+import json
+import os
+import pathlib
+import shutil
+import signal
+import socket
+import subprocess
+import sys
+import time
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
+EXAMPLES = ROOT / "examples/fleet"
+TOOLS = ROOT / "build/tools"
+BUILD = ROOT / "build/fleet"
+IMLOG, ORVLOG = BUILD / "imlog/imlog", BUILD / "orvlog/orvlog"
+ZONES = ("Europe/Berlin", "America/New_York", "Asia/Kolkata")
+PATH = f"{os.environ['PATH']}:/usr/sbin:/lib/systemd:{TOOLS}:{TOOLS}/root/usr/bin:{TOOLS}/root/usr/sbin"
+
+
+class Missing(Exception):
+    """A program that is not installed, with its package."""
+
+
+def tool(name, package):
+    path = shutil.which(name, path=PATH)
+    if path is None:
+        raise Missing(f"{name} (package {package})")
+    return path
+
+
+def wait_for(condition, seconds, what):
+    end = time.monotonic() + seconds
+    while not condition():
+        if time.monotonic() > end:
+            raise TimeoutError(f"{what}: not within {seconds} seconds")
+        time.sleep(0.2)
+
+
+def is_listening(port):
+    with socket.socket() as probe:
+        return probe.connect_ex(("127.0.0.1", port)) == 0
+
+
+def free_port():
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
+
+
+@contextlib.contextmanager
+def service(command, log, **more):
+    """A server that runs in the background until the end of the block."""
+    with open(log, "wb") as output, subprocess.Popen(command, stdout=output, stderr=output, stdin=subprocess.DEVNULL,
+                                                     start_new_session=True, **more) as process:
+        try:
+            yield process
+        finally:
+            process.terminate()  # it ends its own processes
+            with contextlib.suppress(subprocess.TimeoutExpired):
+                process.wait(timeout=60)
+            with contextlib.suppress(ProcessLookupError):
+                os.killpg(process.pid, signal.SIGKILL)
+
+
+class Table:
+    """The answers, as they come."""
+
+    def __init__(self):
+        self.right = self.asked = 0
+        self.start()
+        print(f"{'question':<64} {'entries':>8} {'seconds':>8} {'bytes':>11}")
+
+    def start(self):
+        """Starts the clock of the next question; otherwise it runs from the last answer."""
+        self.started = time.monotonic()
+
+    def row(self, question, got, want, size=0):
+        seconds = time.monotonic() - self.started
+        is_right = got == want
+        self.asked += 1
+        self.right += is_right
+        entries = len(want) if hasattr(want, "__len__") and not isinstance(want, str) else 1
+        print(f"{question:<64} {entries:>8} {seconds:>8.2f} {size:>11}{'' if is_right else '   WRONG'}", flush=True)
+        if not is_right:
+            print(f"  expected {str(want)[:600]}\n  got      {str(got)[:600]}")
+        self.start()
+
+    def skip(self, question, reason):
+        print(f"{question:<64} skipped: no {reason}", flush=True)
+
+
+class Fleet:
+    """The saved logs, and the truth about them."""
+
+    def __init__(self, folder):
+        self.folder = folder
+        self.truth = json.loads((folder / "truth.json").read_text())["servers"]
+
+    def path(self, host):
+        return self.folder / self.truth[host]["zone"].replace("/", "-") / f"{host}.iml"
+
+    def hosts(self, *states, zone=None):
+        return sorted(host for host, server in self.truth.items()
+                      if server["state"] in states and zone in (None, server["zone"]))
+
+    def files(self, *states, zone=None):
+        return [str(self.path(host)) for host in self.hosts(*states, zone=zone)]
+
+    def entries(self, zone=None):
+        """(host, entry) of what can be read, in the order of the files and of the logs."""
+        hosts = self.hosts("whole", "cut", zone=zone)
+        return [(host, entry) for host in hosts for entry in self.truth[host]["entries"]]
+
+    def merged(self, zone, is_wanted):
+        """The same in the order of several logs."""
+        rows = [(host, entry) for host, entry in self.entries(zone) if is_wanted(entry)]
+        return sorted(rows, key=lambda row: float("-inf") if row[1]["last"] is None else row[1]["last"])
+
+
+def ids(rows):
+    return [(host, entry["number"]) for host, entry in rows]
+
+
+def imlog(*words, zone, statuses=(0,)):
+    run = subprocess.run([IMLOG, *words], env={**os.environ, "TZ": zone}, capture_output=True, check=False, timeout=120)
+    if run.returncode not in statuses:
+        sys.exit(f"imlog {words[:6]} ended with status {run.returncode}: {run.stderr.decode()[-2000:]}")
+    return run.stdout
