@@ -9,10 +9,12 @@ namespace {
 // What a terminal shows the word of a severity in, by rank: green, yellow, bold red.
 constexpr const char *kColors[kSeverities] = {"", "\x1B[32m", "\x1B[33m", "\x1B[1;31m", ""};
 
-// The word of a severity, padded as "%-11s" would.
+constexpr size_t kWordWidth = sizeof("Information") - 1;  // of the longest word of a severity
+
+// The word of a severity, padded to kWordWidth.
 std::string severity_text(int rank, bool has_color) {
   const std::string word = kSeverityTable[rank].word;
-  const std::string padding(11 - word.size(), ' ');
+  const std::string padding(kWordWidth - word.size(), ' ');
   const std::string color = has_color ? kColors[rank] : "";
   return color.empty() ? word + padding : color + word + "\x1B[0m" + padding;
 }

@@ -259,7 +259,7 @@ LogTime Calendar::at(const EVT_TIME_STAMP &stamp) {
 const Calendar::Day *Calendar::find_day(const EVT_TIME_STAMP &stamp) {
   uint32_t date = 0;
   memcpy(&date, &stamp, sizeof(date));
-  const size_t index = static_cast<unsigned>(year_of(stamp)) * 372 + stamp.bMonth * 31U + stamp.bDay;
+  const size_t index = (static_cast<unsigned>(year_of(stamp)) * 12 + stamp.bMonth) * 31 + stamp.bDay;
   Day &day = days_[index % kRememberedDays];
   if (day.date != date || date == 0) {
     if (!is_date(stamp)) {

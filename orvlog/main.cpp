@@ -20,7 +20,7 @@
 
 namespace {
 
-constexpr size_t kNoteLimit = 200;  // characters
+constexpr size_t kNoteLimit = 200;  // bytes
 
 [[noreturn]] void refuse(const char *progname) {
   print_usage(progname);

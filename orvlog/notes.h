@@ -14,6 +14,6 @@ int set_severity(char *Severity);
 // Returns 0 otherwise.
 int16_t asterisk_found(const char *str);
 
-// Adds a note of at most 200 characters to the log. Returns 1 when the request was issued, even if the driver
+// Adds a note of at most 200 bytes to the log. Returns 1 when the request was issued, even if the driver
 // refused it, and 0 when it could not be issued. Failures are reported on standard error.
 int log_maintenance_note(const char *str, int severity);
