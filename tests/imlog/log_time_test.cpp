@@ -76,14 +76,14 @@ TEST(Calendar, FollowsTheZone) {
 
 TEST(Calendar, KnowsWhichTimesThereAre) {
   Calendar calendar = calendar_of("UTC");
-  for (const std::string &text : split("2025-00-01T00:00|2025-13-01T00:00|2025-04-31T00:00|2025-02-29T00:00|"
-                                       "2100-02-29T00:00|1969-12-31T23:59|2025-01-00T00:00|2025-01-01T24:00|"
-                                       "2025-01-01T00:60|0000-00-00T00:00")) {
-    EXPECT_FALSE(calendar.at(stamp_of(text.c_str())).is_valid) << text;
+  for (const char *const text :
+       {"2025-00-01T00:00", "2025-13-01T00:00", "2025-04-31T00:00", "2025-06-31T00:00", "2025-09-31T00:00",
+        "2025-11-31T00:00", "2025-02-29T00:00", "2100-02-29T00:00", "1969-12-31T23:59", "2025-01-00T00:00",
+        "2025-01-01T24:00", "2025-01-01T00:60", "0000-00-00T00:00"}) {
+    EXPECT_FALSE(calendar.at(stamp_of(text)).is_valid) << text;
   }
-  static constexpr EVT_TIME_STAMP kNoDigits[] = {
-      {100, 0, 1, 1, 0, 0}, {20, 100, 1, 1, 0, 0}, {255, 255, 255, 255, 255, 255}};
-  for (const EVT_TIME_STAMP &stamp : kNoDigits) {
+  for (const EVT_TIME_STAMP &stamp : std::initializer_list<EVT_TIME_STAMP>{
+           {100, 0, 1, 1, 0, 0}, {20, 100, 1, 1, 0, 0}, {255, 255, 255, 255, 255, 255}}) {
     EXPECT_FALSE(calendar.at(stamp).is_valid) << testing::PrintToString(stamp);
   }
   EXPECT_EQ(text_of(calendar.at(stamp_of("2024-02-29T23:59"))), "2024-02-29T23:59:00+00:00");
@@ -171,7 +171,6 @@ TEST(Calendar, ReadsTimesOfTheCommandLine) {
 
 TEST(LogTime, HasAFormInUtc) {
   static constexpr std::array<const char *, 4> kRows[] = {
-      {"Europe/Berlin", "2025-10-06T08:15", "2025-10-06T06:15Z", "2025-10-06T06:15:00Z"},
       {"Europe/Berlin", "2025-10-26T02:59", "2025-10-26T00:59Z", "2025-10-26T00:59:00Z"},
       {"Europe/Berlin", "2025-10-26T03:00", "2025-10-26T02:00Z", "2025-10-26T02:00:00Z"},
       {"Africa/Monrovia", "1970-06-01T00:00", "1970-06-01T00:44Z", "1970-06-01T00:44:30Z"},
