@@ -427,6 +427,29 @@ bool is_ambiguous(std::string_view word) {
   return matches > 1;
 }
 
+// The format that `word`, such as "-uo", names or takes from `next`, the word after it. Empty if it is about
+// something else.
+std::string_view format_in(std::string_view word, std::string_view next) {
+  if (word.substr(0, 2) == "--") {
+    const size_t equals = word.find('=');
+    const std::string_view name = word.substr(2, equals - 2);
+    if (name.empty() || name != std::string_view(kFormatRow.name).substr(0, name.size())) {
+      return {};
+    }
+    return equals != std::string_view::npos ? word.substr(equals + 1) : next;
+  }
+  for (size_t at = 1; at < word.size() && word[0] == '-'; ++at) {
+    const OptionRow *const row = find_row(word[at]);
+    if (row == &kFormatRow) {
+      return at + 1 < word.size() ? word.substr(at + 1) : next;
+    }
+    if (row != nullptr && row->argument != nullptr) {
+      break;  // the rest of the word is its argument
+    }
+  }
+  return {};
+}
+
 // The fault for which getopt_long returns ':' or '?'.
 Problem parser_problem(int answer, const char *word) {
   const OptionRow *const row = find_row(optopt);
@@ -524,21 +547,8 @@ std::string join_words(const std::vector<std::string> &words) {
 }
 
 bool asks_for_check(int argc, char **argv) {
-  const std::string_view option_name = kFormatRow.name;
   for (int i = 1; i < argc && strcmp(argv[i], "--") != 0; ++i) {
-    const std::string_view word = argv[i];
-    const size_t equals = word.find('=');
-    const std::string_view name = word.substr(0, equals);
-    std::string_view format = i + 1 < argc ? argv[i + 1] : "";
-    if (name.size() > 2 && word.substr(0, 2) == "--" &&
-        option_name.substr(0, name.size() - 2) == name.substr(2)) {
-      format = equals != std::string_view::npos ? word.substr(equals + 1) : format;
-    } else if (word.size() > 1 && word[0] == '-' && word[1] == kFormatRow.letter) {
-      format = word.size() > 2 ? word.substr(2) : format;
-    } else {
-      continue;
-    }
-    if (format == kCheckFormat.name) {
+    if (format_in(argv[i], i + 1 < argc ? argv[i + 1] : "") == kCheckFormat.name) {
       return true;
     }
   }

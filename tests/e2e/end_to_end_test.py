@@ -256,7 +256,7 @@ class Statuses(Case):
     @unittest.skipIf(HAS_SANITIZER, "replaces malloc")
     def test_out_of_memory(self):
         log = self.file(record(0, 15))
-        for words in ["-o", "check", log], [log], ["-n", "-o", "check"], ["-p", "bad"]:
+        for words in ["-uo", "check", log], [log], ["-n", "-o", "check"], ["-p", "bad"]:
             for first in range(1, 40):
                 with open("/dev/full", "wb") as full:
                     run = subprocess.run([IMLOG, *words], stdout=subprocess.PIPE, stderr=full, check=False,
