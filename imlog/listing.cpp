@@ -4,9 +4,6 @@
 
 namespace {
 
-// Far more than any server has. A driver may go on without an end.
-constexpr uint64_t kMostRecords = 10'000'000;
-
 constexpr uint16_t kNoteCode = 2;  // of a maintenance note
 
 // Orders by the last update, entries without a valid time first.
@@ -46,11 +43,6 @@ Reading Listing::read(Source &source, const Log &log) {
     const EVT_LOG_ENTRY *const record = source.next();
     if (record == nullptr) {
       reading.problem = source.problem();
-      break;
-    }
-    if (reading.records == kMostRecords) {
-      reading.problem = Problem("the log has more than ten million entries")
-                            .advise("its driver or FILE has no end, or holds more than one log");
       break;
     }
     const Change change = history_ != nullptr ? history_->add(*record, reading.records) : Change::kNone;

@@ -10,8 +10,9 @@
 
 namespace {
 
-constexpr size_t kRecordsAtOnce = 273;    // 64 KiB
-constexpr uint16_t kLongestRecord = 512;  // by what a record says of itself: twice what any server has
+constexpr uint64_t kMostRecords = 10'000'000;  // far more than any server has
+constexpr size_t kRecordsAtOnce = 273;         // 64 KiB
+constexpr uint16_t kLongestRecord = 512;       // by what a record says of itself: twice what any server has
 
 bool is_empty(const EVT_LOG_ENTRY &record) {
   static constexpr char kEmpty[sizeof(record)] = {};
@@ -61,6 +62,15 @@ ssize_t read_some(int fd, void *buffer, size_t size) {
 
 }  // namespace
 
+bool Source::count_record() {
+  if (++count_ <= kMostRecords) {
+    return true;
+  }
+  problem_ = Problem("the log has more than ten million records")
+                 .advise("its driver or FILE has no end, or holds more than one log");
+  return false;
+}
+
 FileSource::FileSource(const char *path) : path_(path), file_(open_log(path)) {
   if (!file_.is_open()) {
     problem_ = Problem("cannot open the log: %s", strerror(errno))
@@ -81,6 +91,9 @@ const EVT_LOG_ENTRY *FileSource::next() {
       return nullptr;
     }
     const EVT_LOG_ENTRY &record = records_[position_++];
+    if (!count_record()) {
+      return nullptr;
+    }
     if (!is_empty(record)) {
       return &record;
     }
@@ -160,7 +173,7 @@ LiveSource::LiveSource() : reader_(0) {
 
 const EVT_LOG_ENTRY *LiveSource::next() {
   switch (reader_.next()) {
-    case EventReader::Answer::kEntry: return &reader_.record();
+    case EventReader::Answer::kEntry: return count_record() ? &reader_.record() : nullptr;
     case EventReader::Answer::kEndOfLog:
       if (reader_.number() != 0 || reader_.status() != -1) {
         break;

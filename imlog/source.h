@@ -1,6 +1,7 @@
 // Where the log comes from: a file with raw records, or the server's health driver.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -14,7 +15,7 @@ class Source {
   virtual ~Source() = default;
 
   // The next record, valid until the next call. Null at the end of the log, and after a failure, which sets
-  // problem().
+  // problem(). A log of more than ten million records is one: what goes on without an end has to end.
   virtual const EVT_LOG_ENTRY *next() = 0;
 
   [[nodiscard]] const Problem &problem() const {
@@ -26,8 +27,14 @@ class Source {
   }
 
  protected:
+  // Counts a record that was read. Returns false, with the problem, when there are too many.
+  bool count_record();
+
   Problem problem_;
   bool is_open_ = false;
+
+ private:
+  uint64_t count_ = 0;  // of records
 };
 
 // A sequence of 240-byte records. All-zero records are skipped. A file that does not begin with records is

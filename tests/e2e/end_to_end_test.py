@@ -234,9 +234,10 @@ class Statuses(Case):
         self.assertEqual(self.run_imlog("-o", "raw", torn, status=2, stderr=end), b"".join(whole))
         metric = (b"# HELP iml_read_success Whether the log was read to its end.\n# TYPE iml_read_success gauge\n"
                   b"iml_read_success 0\n")
-        for path, reason in ((self.folder, b"Is a directory"), ("/no\x1b", b"No such file or directory; ")):
+        for path, reason in ((self.folder, b"cannot open the log: Is a directory"), ("/dev/zero", b"ten million records"),
+                             ("/no\x1b", b"cannot open the log: No such file or directory; ")):
             for words in [], ["-o", "prometheus"]:
-                output = self.run_imlog(*words, path, status=2, stderr=b"cannot open the log: " + reason)
+                output = self.run_imlog(*words, path, status=2, stderr=reason)
                 self.assertEqual(output, metric if words else b"")
         partial = self.run_imlog("-o", "prometheus", torn, status=2, stderr=end)
         self.assertTrue(b'{severity="information"} 600\n' in partial and partial.endswith(metric))
@@ -318,7 +319,7 @@ class Statuses(Case):
         self.assertEqual(self.numbers(env={**faults, "REFUSE": "2"}), [0, 1])
         self.run_imlog("-p", "critical", env={**faults, "REFUSE": "10000000"})
         for refused, end in (("0", b"to its end: entry 0: status -1, Operation not permitted"),
-                             ("10000001", b"has more than ten million entries")):
+                             ("10000001", b"has more than ten million records")):
             self.run_imlog("-p", "critical", env={**faults, "REFUSE": refused}, status=2, stderr=end)
         shutil.copy(IMLOG, self.folder / "alone")  # where the run path leads to nothing
         run = subprocess.run([self.folder / "alone", "-o", "prometheus"], env={"LD_LIBRARY_PATH": "/nowhere"},
