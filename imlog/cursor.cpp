@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "imlog/sink.h"
 #include "util/file.h"
 
 namespace {
@@ -24,6 +25,11 @@ bool may_open(const char *path) {
   }
   errno = S_ISLNK(status.st_mode) ? ELOOP : 0;
   return false;
+}
+
+bool is_output(const std::string &path) {
+  struct stat status = {};
+  return lstat(path.c_str(), &status) == 0 && is_standard_output(status);
 }
 
 // Opens a file that may_open allows. When it has become something else since, the result is negative, with
@@ -43,6 +49,11 @@ int open_regular(const char *path, int flags, struct stat &status) {
 Problem Cursor::open(const char *path, History &history) {
   path_ = path;
   draft_ = path_ + ".imlog-draft";
+  for (const std::string &name : {path_, draft_}) {
+    if (is_output(name)) {  // what is printed would be replaced or removed
+      return Problem("the cursor is also the output").advise("write to another file than '%s'", name.c_str());
+    }
+  }
   if (!may_open(path)) {  // before a lock file is made next to it
     return refuse_kind(errno == ELOOP ? "is a symbolic link" : "is not a regular file");
   }

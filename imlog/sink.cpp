@@ -11,6 +11,12 @@ int Sink::wait(int milliseconds) {
   return 0;
 }
 
+bool is_standard_output(const struct stat &file) {
+  struct stat output = {};
+  return S_ISREG(file.st_mode) && fstat(STDOUT_FILENO, &output) == 0 && file.st_dev == output.st_dev &&
+         file.st_ino == output.st_ino;
+}
+
 int DescriptorSink::write(std::string_view piece) {
   while (!piece.empty()) {
     const ssize_t count = ::write(fd_, piece.data(), piece.size());

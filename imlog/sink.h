@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string_view>
+#include <sys/stat.h>
 
 #include "imlog/problem.h"
 
@@ -38,6 +39,9 @@ class Sink {
     return false;
   }
 };
+
+// True if standard output leads to this file, and it is a regular one.
+bool is_standard_output(const struct stat &file);
 
 // Standard output.
 class DescriptorSink : public Sink {

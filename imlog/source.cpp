@@ -6,6 +6,7 @@
 #include <poll.h>
 #include <sys/stat.h>
 
+#include "imlog/sink.h"
 #include "platform/health_driver.h"
 
 namespace {
@@ -35,10 +36,8 @@ int open_log(const char *path) {
 }
 
 bool is_output(int fd) {
-  struct stat log = {};
-  struct stat output = {};
-  return fstat(fd, &log) == 0 && fstat(STDOUT_FILENO, &output) == 0 && S_ISREG(log.st_mode) &&
-         log.st_dev == output.st_dev && log.st_ino == output.st_ino;
+  struct stat status = {};
+  return fstat(fd, &status) == 0 && is_standard_output(status);
 }
 
 // The reason of a failed request; the library may leave errno 0.

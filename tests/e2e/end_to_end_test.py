@@ -248,10 +248,11 @@ class Statuses(Case):
                            preexec_fn=lambda fd=closed: os.close(fd))
 
     def test_same_file(self):
-        log = self.file(record(0), record(1))
-        for words, mode in (["-o", "raw", log], "ab"), (["-"], "r+b"), (["-o", "export", log], "r+b"):
+        log = self.file(record(0), record(1), name="x.imlog-draft")
+        for words, mode, file in ((["-o", "raw", log], "ab", b"log"), (["-"], "r+b", b"log"), (["-o", "export", log], "r+b", b"log"),
+                                  (["--cursor-file", log], "ab", b"cursor"), (["--cursor-file", log[:-12]], "ab", b"cursor")):
             with open(log, mode) as output, open(log, "rb") as source:
-                self.run_imlog(*words, status=2, stderr=b"the log is also the output", stdout=output, stdin=source)
+                self.run_imlog(*words, status=2, stderr=b"the %s is also the output" % file, stdout=output, stdin=source)
             self.assertEqual(os.path.getsize(log), 480)
 
     @unittest.skipIf(HAS_SANITIZER, "replaces malloc")
