@@ -26,7 +26,7 @@ def read(name):
 
 class Case(unittest.TestCase):
     def setUp(self):
-        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="imlog-fleet-"))
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="imlog-fleet-", dir=BUILD))  # /tmp may be noexec
         self.addCleanup(shutil.rmtree, self.folder)
 
     def tool(self, name, package):
