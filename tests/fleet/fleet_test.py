@@ -39,6 +39,10 @@ class Case(unittest.TestCase):
         except ImportError:
             return self.skipTest(f"{name} not found (package python3-{name})")
 
+    def program(self, name, line):
+        (self.folder / name).write_text(f"#!/bin/sh\n{line}\n")
+        (self.folder / name).chmod(0o755)
+
     def succeed(self, *command, **more):
         run = subprocess.run(command, capture_output=True, text=True, check=False, timeout=120, **more)
         self.assertEqual(run.returncode, 0, run.stdout + run.stderr)
@@ -60,6 +64,7 @@ class Files(Case):
             stamps = bytes(draw.randrange(*bound) for bound in bounds)
             fields = draw.getrandbits(32), 1, severity, draw.randrange(0x2C), draw.randrange(64), stamps, draw.getrandbits(32)
             log += struct.pack(HEADER, 240, *fields) + bytes(draw.choices(range(256), k=212))
+        log += struct.pack(HEADER, 240, 2**32 - 1, 1, 255, 0xFFFF, 0xFFFF, bytes(12), 2**32 - 1) + bytes(212)
         (self.folder / "log").write_bytes(log)
         seen = set()
         for words in [], ["--utc"], ["--cursor-file", self.folder / "cursor"]:
@@ -67,28 +72,33 @@ class Files(Case):
             for entry in map(json.loads, lines.splitlines()):
                 self.assertEqual([error.message for error in judge.iter_errors(entry)], [], entry)
                 seen |= set(entry)
-        self.assertEqual(seen, set(judge.schema["properties"]))
-        for name, value in (("schema", "iml/2"), ("severity", "fatal"), ("number", -1), ("last_unix", 1.5),
-                            ("last", "2025-13-01T00:00:00Z"), ("message", None), ("class", 65536)):
-            self.assertFalse(judge.is_valid({**entry, name: value}), name)
+        self.assertEqual([seen, seen - {"host", "change"}], [set(judge.schema[key]) for key in ("properties", "required")])
+        more = {"first_unix": -86400, "last_unix": 253402387199, "change": "repeated", "later": 1}
+        self.assertTrue(judge.is_valid({**entry, **more}))
+        bounds = [(name, bad) for name in ("number", "severity_code", "class", "code", "count")
+                  for bad in (-1, entry[name] + 1)]
+        for name, bad in (*bounds, ("schema", "iml/2"), ("severity", "fatal"), ("priority", 3), ("last_unix", 1.5),
+                          ("first_unix", -86401), ("last_unix", 253402387200), ("last", "2025-13-01T00:00:00Z"),
+                          ("first", "1969-12-31T00:00:00Z"), ("known", 1), ("message", None), ("class_name", ""),
+                          ("change", "old"), ("host", None)):
+            self.assertFalse(judge.is_valid({**entry, name: bad}), (name, bad))
         for name in judge.schema["required"]:
             self.assertFalse(judge.is_valid({key: value for key, value in entry.items() if key != name}), name)
 
     def test_mail(self):
-        """A text that echo or printf would change arrives whole, once, and after a failure with the next run."""
+        """A text that echo or printf would change arrives whole, after a failure too, and once though runs overlap."""
         texts = [rb"\c %s %d \n $(date) `date` '\"", b"second"]
         (self.folder / "log").write_bytes(b"".join(
             struct.pack(HEADER, 240, i, 1, 15, 0x21, 2, bytes((20, 25, 9, 1, 13, 5) * 2), 1) + text.ljust(212, b"\0")
             for i, text in enumerate(texts)))
         box, broken = self.folder / "box", self.folder / "broken"
-        for name, line in (("imlog", f'exec {IMLOG} "$@" {self.folder}/log'),
-                           ("mail", f"[ ! -e {broken} ] && cat >>{box}")):
-            (self.folder / name).write_text(f"#!/bin/sh\n{line}\n")
-            (self.folder / name).chmod(0o755)
+        self.program("imlog", f'exec {IMLOG} "$@" {self.folder}/log')
+        self.program("mail", f"[ -e {broken} ] && exit 1; run=$RUN; RUN= $run; cat >>{box}")
         environment = {**os.environ, "PATH": f"{self.folder}:{os.environ['PATH']}"}
         for shell in "dash", "bash":
             (self.folder / shell).mkdir()
             command = [self.tool(shell, shell), FILES / "imlog-mail", "root", self.folder / shell]
+            environment["RUN"] = " ".join(map(str, command))
             broken.touch()
             self.assertNotEqual(subprocess.run(command, env=environment, check=False).returncode, 0)
             broken.unlink()
@@ -99,19 +109,22 @@ class Files(Case):
             box.unlink()
 
     def test_sudo(self):
-        """sudo takes the file, which allows exactly what the checks call."""
+        """sudo takes the file, which allows exactly what the checks call, and the manual shows."""
         self.succeed(self.tool("visudo", "sudo"), "-c", "-f", FILES / "sudoers-imlog")
         allowed = re.findall(r"NOPASSWD: (.*)", read("sudoers-imlog"))
         lines = re.findall(r"command = \[(.*)\]", read("icinga2-iml.conf"))
         self.assertEqual(re.findall(r"^command\[\w+\]=/usr/bin/sudo -n (.*)", read("nrpe-imlog.cfg"), re.M), allowed)
         self.assertEqual([" ".join(re.findall(r'"(.*?)"', line)[2:]) for line in lines], allowed)
+        shown = (ROOT / "docs/imlog.8").read_text().replace("\\-", "-").splitlines()
+        lines = re.findall(r"^[^#\n].*", read("nrpe-imlog.cfg") + read("sudoers-imlog"), re.M)
+        self.assertEqual([line for line in lines if line not in shown], [])
         for command in allowed:
             run = subprocess.run([IMLOG, *command.split()[1:], SAMPLE / "cevt"], capture_output=True, check=False)
             self.assertRegex(run.stdout, b"^IML (OK|WARNING|CRITICAL) - ")
 
     def test_forms(self):
-        for name, keys in (("vector", {"sources", "transforms", "sinks"}), ("promtail", {"clients", "scrape_configs"})):
-            self.assertEqual(set(self.module("yaml").safe_load(read(f"{name}-iml.yaml"))), keys)
+        for name, keys in ("vector", "sources transforms sinks"), ("promtail", "server positions clients scrape_configs"):
+            self.assertEqual(set(self.module("yaml").safe_load(read(f"{name}-iml.yaml"))), set(keys.split()))
         json.loads(read("lnav-iml.json"))
 
 
@@ -123,20 +136,16 @@ class Examples(Case):
     EXPECTED = {
         r"imlog -S yesterday -p repaired": r"^-{16} Caution ",
         r"imlog -o json --cursor-file=\S+ \|": r"Server Critical Fault",
-        r"new=\$\(imlog -p critical": r"^$",
         r"\[ -n \"\$new\" \] && printf": r"mail -s IML of \S+ root .* Server Critical Fault",
         r"imlog -r -u -p critical -S yesterday fleet": r"^\d{4}-\d\d-\d\dT\d\d:\d\d r\d+u\d+ Critical ",
-        r"orvlog -s REPAIRED": r"^$",
         r"imlog -o check -u$": r"^IML OK - 0 critical, 0 caution ",
         r"imlog -o check -S -30d": r"^IML \w+ - ",
         r"imlog -p caution -x": r"^(?!.*Network Adapter Link)",
-        r"imlog -n 0 .*--cursor-file": r"^$",
-        r"imlog -o raw >": r"^$",
+        r"imlog -o raw >|imlog -n 0 .*--cursor-file|imlog -o json fleet|new=\$|orvlog -s REPAIRED|mkdir|for host": r"^$",
         r"TZ=Europe/Berlin imlog": r"Server Critical Fault",
         r"imlog -o export": r"^",
         r"journalctl --file=r17u04": r"Power",
-        r"journalctl --file=fleet": r" r\d+u\d+ imlog: ",
-        r"imlog -o json fleet": r"^$",
+        r"journalctl --directory=fleet": r" r\d+u\d+ imlog: ",
         r"imlog -o check -u fleet": r"^IML CRITICAL - \d+ critical, \d+ caution; r\d+u\d+ \d+ ",
     }
 
@@ -146,7 +155,7 @@ class Examples(Case):
         page = re.sub(r"^\.Dl ", "", page, flags=re.M).replace(r"\(aq", "'").replace(r"\-", "-").replace(r"\e", "\\")
         guide = re.sub(r"^    ", "", (ROOT / "docs/shipping.md").read_text(), flags=re.M)
         text = re.sub(r"\|\n +", "| ", page + guide)  # joins a command of two lines
-        starts = r"new=|\[ -n|TZ=|(?:journalctl|imlog|orvlog) "
+        starts = r"new=|\[ -n|TZ=|(?:journalctl|imlog|orvlog|mkdir|for host) "
         return re.findall(rf"^(?:[#$] )?((?:{starts}).*)$", text, re.M)
 
     def test_all(self):
@@ -158,10 +167,10 @@ class Examples(Case):
         self.succeed(ROOT / "simulator/fleet.py", "--servers", "12", "--zone", "Europe/Berlin", self.folder / "fleet")
         for host in "r01u01", "r01u02":  # which cannot be read
             (self.folder / f"fleet/{host}.iml").unlink()
-        (self.folder / "mail").write_text('#!/bin/sh\necho "mail $* $(cat)"\n')
-        (self.folder / "mail").chmod(0o755)
+        self.program("mail", 'echo "mail $* $(cat)"')
+        self.program("ssh", 'shift; exec "$@"')
         commands = [command for command in self.commands() if not re.search(self.ELSEWHERE, command)]
-        script = ["mount -t tmpfs none /var/lib", "mkdir -p /var/lib/imlog"]
+        script = ["mount -t tmpfs none /var/lib", "mkdir -p /var/lib/imlog", "echo r99u01 >hosts"]
         for command in commands:
             script += ["echo @@", command.replace("/lib/systemd/systemd-journal-remote", remote)]
         environment = {**os.environ, "ORVLOG_SIMULATOR": str(self.folder / "server"), "TZ": "Europe/Berlin",
