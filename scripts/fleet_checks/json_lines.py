@@ -7,6 +7,8 @@ import time
 
 from fleet_checks.common import EXAMPLES, ZONES, Missing, imlog, tool
 
+LEVELS = {"critical": "critical", "caution": "warning", "repaired": "notice", "information": "info"}
+
 
 def ask(fleet, table, work):
     path = work / "fleet.json"
@@ -15,11 +17,10 @@ def ask(fleet, table, work):
             file.write(imlog("-o", "json", *fleet.files("whole", "cut", zone=zone), zone=zone, statuses=(0, 2)))
     rows = [json.loads(line) for line in path.read_text().splitlines()]
     keys = ("number", "severity", "class", "code", "count")
-    got = sorted((row["host"], *(row[key] for key in keys), row["first_unix"], row["last_unix"]) for row in rows
-                 if row["first_unix"] is not None and row["last_unix"] is not None)
-    want = sorted((host, *(entry[key] for key in keys), entry["first"], entry["last"])
-                  for host, entry in fleet.entries() if entry["first"] is not None and entry["last"] is not None)
-    table.row("imlog -o json: every field of every entry", got, want, path.stat().st_size)
+    got = {(row["host"], *(row[key] for key in keys), row["first_unix"], row["last_unix"]) for row in rows}
+    want = {(host, *(entry[key] for key in keys), entry["first"], entry["last"]) for host, entry in fleet.entries()}
+    table.row("imlog -o json: each entry's host, numbers, severity and times", got, want, path.stat().st_size)
+    table.row("imlog -o json: lines", len(rows), len(want))
 
     since = time.time() - 2 * 86400
     want = sorted((host, entry["number"]) for host, entry in fleet.entries()
@@ -31,6 +32,13 @@ def ask(fleet, table, work):
             table.row(question, query(rows, since, path), want)
         except Missing as missing:
             table.skip(question, missing)
+    try:
+        wanted = {(host, entry["number"], LEVELS[entry["severity"]])
+                  for host, entry in fleet.entries() if entry["last"] is not None}
+        found = set(run_lnav("select host, number, log_level from iml_log", path))
+        table.row("severities as levels of lnav", found, wanted)
+    except Missing as missing:
+        table.skip("severities as levels of lnav", missing)
 
 
 # Each returns host and number of the critical entries since an instant, sorted.
@@ -55,13 +63,18 @@ def query_jq(_rows, since, path):
     return sorted(tuple(json.loads(line)) for line in run.stdout.splitlines())
 
 
-def query_lnav(rows, since, path):
+def query_lnav(_rows, since, path):
+    return run_lnav("select host, number from iml_log "
+                    f"where log_level = 'critical' and last_unix >= {since} order by 1, 2", path)
+
+
+def run_lnav(query, path):
+    """The rows of a query in SQL over the lines that have a time; lnav reads no others."""
     lnav = tool("lnav", "lnav")
     home = {**os.environ, "HOME": str(path.parent), "TZ": "UTC"}
     subprocess.run([lnav, "-i", EXAMPLES / "lnav-iml.json"], env=home, capture_output=True, check=True, timeout=60)
-    timed = path.with_name("timed.json")  # lnav needs a time in each line
-    timed.write_text("".join(json.dumps(row) + "\n" for row in rows if row["last"]))
-    wanted = f"select host, number from iml_log where log_level = 'critical' and last_unix >= {since} order by 1, 2"
-    run = subprocess.run([lnav, "-n", "-c", f";{wanted}", "-c", ":write-json-to -", timed], env=home,
+    timed = path.with_name("timed.json")
+    timed.write_text("".join(line + "\n" for line in path.read_text().splitlines() if json.loads(line)["last"]))
+    run = subprocess.run([lnav, "-n", "-c", f";{query}", "-c", ":write-json-to -", timed], env=home,
                          capture_output=True, check=True, timeout=120)
-    return [(row["host"], row["number"]) for row in json.loads(run.stdout or b"[]")]
+    return [tuple(row.values()) for row in json.loads(run.stdout or b"[]")]

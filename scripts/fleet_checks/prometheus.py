@@ -27,12 +27,17 @@ def ask(fleet, table, work):
     write_configurations(fleet, exporters.port, manager_port, work)
 
     def compare(question):
-        want = set(exporters.alerts())
+        want, found = set(exporters.alerts()), set()
+
+        def is_right():
+            found.clear()
+            found.update(alerts_of(manager_port))
+            return found == want
+
         table.start()
         with contextlib.suppress(TimeoutError):
-            wait_for(lambda: alerts_of(manager_port) == want, 90, question)
-        table.row(question, sorted(alerts_of(manager_port) ^ want) or len(want), len(want),
-                  sum(map(len, exporters.pages.values())))
+            wait_for(is_right, 90, question)
+        table.row(question, found, want, sum(map(len, exporters.pages.values())))
 
     alertmanager = service([manager, f"--config.file={work}/alertmanager.yml", f"--storage.path={work}/alerts",
                             f"--web.listen-address=127.0.0.1:{manager_port}", "--cluster.listen-address="],
@@ -70,7 +75,8 @@ class Exporters:
                 self.send_header("Content-Type", "text/plain; version=0.0.4")
                 self.send_header("Content-Length", str(len(body)))
                 self.end_headers()
-                self.wfile.write(body)
+                with contextlib.suppress(BrokenPipeError, ConnectionResetError):  # Prometheus may give up
+                    self.wfile.write(body)
 
             def log_message(self, *_):
                 pass
