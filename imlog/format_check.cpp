@@ -16,7 +16,7 @@ class CheckFormat : public Format {
     critical_ += entry.severity == kCritical ? 1 : 0;
     caution_ += entry.severity == kCaution ? 1 : 0;
     if (entry.severity == kCritical || (entry.severity == kCaution && critical_ == 0)) {
-      host_ = is_merged_ && entry.log.host ? *entry.log.host + ' ' : "";
+      host_ = is_merged_ && entry.log.host ? *entry.log.host + ": " : "";
       number_ = entry.record.Hdr.dwEvtNumber;
       text_ = entry.message;
     }
@@ -66,7 +66,7 @@ class CheckFormat : public Format {
   uint64_t caution_ = 0;
   uint64_t entries_ = 0;
   // The last entry of the worst severity.
-  std::string host_;  // with a blank after it, or empty
+  std::string host_;  // with a colon and a blank after it, or empty
   uint32_t number_ = 0;
   std::string text_;
   TextCleaner cleaner_{Controls::kBlank, kQuestionMark};

@@ -41,7 +41,7 @@ def ask_for_check(fleet, table, zone):
     critical = [row for row in rows if row[1]["severity"] == "critical"]
     caution = [row for row in rows if row[1]["severity"] == "caution"]
     host, entry = critical[-1]
-    match = re.match(r"IML CRITICAL - (\d+) critical, (\d+) caution; (\S+) (\d+) ", line)
+    match = re.match(r"IML CRITICAL - (\d+) critical, (\d+) caution; (\S+): (\d+) ", line)
     table.row(f"imlog -o check -u fleet/*.iml ({zone})", match and match.groups(),
               (str(len(critical)), str(len(caution)), host, str(entry["number"])), len(line))
 

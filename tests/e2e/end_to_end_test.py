@@ -355,7 +355,7 @@ class SeveralLogs(Case):
             "2025-09-01T00:03 -    Critical        3 x1    Maintenance note: g",
             "2025-09-01T00:05 r1   Critical        1 x1    Maintenance note: b",
             "2025-09-01T00:05 r\u00e9 | Critical        7 x1    Maintenance note: c"])
-        for words, end in (([], "3 critical, 3 caution; r\u00e9 / 7 Maint"), (["-U", "2025-09-01 00:03"], "n 3 Maint")):
+        for words, end in (([], "3 critical, 3 caution; r\u00e9 /: 7 Maint"), (["-U", "2025-09-01 00:03"], "; n: 3 Maint")):
             self.assertIn(end, self.run_imlog("-o", "check", *words, *fleet, last, status=2).decode())
         for name, host in ((".iml", ".iml"), ("x.iml.iml", "x.iml"), ("x.imlx", "x.imlx")):
             self.assertEqual(self.objects(self.file(record(), name=name))[0]["host"], host)
