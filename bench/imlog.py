@@ -31,6 +31,17 @@ def make_dump(sample, entries, path):
             file.write(record)
 
 
+def split(dump, folder):
+    """The same entries as logs of 200 each."""
+    logs = []
+    with open(dump, "rb") as file:
+        while part := file.read(200 * RECORD):
+            logs.append(os.path.join(folder, f"r{len(logs):04}.iml"))
+            with open(logs[-1], "wb") as log:
+                log.write(part)
+    return logs
+
+
 def instructions(command, env):
     counted = ["valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null", *command]
     run = subprocess.run(counted, env=env, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True, check=True)
@@ -77,6 +88,13 @@ def main():
             processor, elapsed = seconds(command, env)
             limit = f"   (wanted: at most {wanted})" if wanted else ""
             print(f"  -o {form:<23} {instructions(command, env) / entries:13.0f} {entries / elapsed:11.0f}"
+                  f" {jq / processor:14.1f} x{limit}")
+        logs = split(dump, folder)
+        for name, words in ((f"{len(logs)} logs as one", logs), ("-u", ["-u", dump]), ("-r", ["-r", dump])):
+            command = [imlog, *words]
+            processor, elapsed = seconds(command, env)
+            limit = "   (wanted: at least 500000 entries/s)" if words is logs else ""
+            print(f"  {name:<26} {instructions(command, env) / entries:13.0f} {entries / elapsed:11.0f}"
                   f" {jq / processor:14.1f} x{limit}")
     ours, other = starts([[imlog, "/dev/null"], ["/bin/true"]], env)
     print(f"  start-up: {ours:.0f} us, /bin/true {other:.0f} us, ratio {ours / other:.2f} (wanted: below 2)")

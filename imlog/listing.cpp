@@ -1,6 +1,8 @@
 #include "imlog/listing.h"
 
 #include <algorithm>
+#include <cstring>
+#include <utility>
 
 namespace {
 
@@ -18,6 +20,26 @@ bool is_closing_note(const EVT_HEADER &header) {
 }
 
 }  // namespace
+
+HeldRecord::HeldRecord(const EVT_LOG_ENTRY &record) {
+  const char *const bytes = reinterpret_cast<const char *>(&record);
+  size_t size = sizeof(record);
+  uint64_t end = 0;
+  while (size >= sizeof(EVT_HEADER) + sizeof(end)) {
+    memcpy(&end, bytes + size - sizeof(end), sizeof(end));
+    if (end != 0) {
+      break;
+    }
+    size -= sizeof(end);
+  }
+  bytes_.assign(bytes, size);
+}
+
+EVT_LOG_ENTRY HeldRecord::whole() const {
+  EVT_LOG_ENTRY record = {};
+  memcpy(&record, bytes_.data(), bytes_.size());
+  return record;
+}
 
 Listing::Listing(const Selection &selection, bool is_merged, const FormatRow &row, History *history,
                  Calendar &calendar, Format &format, Output &output)
@@ -65,31 +87,34 @@ void Listing::process(const EVT_LOG_ENTRY &record, const Origin &origin) {
     return;
   }
   if (needs_open_ && !is_note) {  // a note closes itself, too
-    open_.add(calendar_.at(header.InitTime), calendar_.at(header.UpdateTime), {record, origin});
+    open_.add(calendar_.at(header.InitTime), calendar_.at(header.UpdateTime), {HeldRecord(record), origin});
   }
-  if (!unserviced_) {
-    print_or_hold(record, origin);
+  if (unserviced_) {
+    return;
+  }
+  if (prints_at_once_) {
+    print(record, origin);
+  } else {
+    hold({HeldRecord(record), origin});
   }
 }
 
 // What is still open at the end of its log is unserviced.
 void Listing::end_log() {
-  for (const Held &entry : open_.release()) {
-    if (unserviced_) {
-      print_or_hold(entry.record, entry.origin);
+  for (Held &entry : open_.release()) {
+    if (unserviced_ && prints_at_once_) {
+      print(entry.record.whole(), entry.origin);
+    } else if (unserviced_) {
+      hold(std::move(entry));
     } else if (!lines_ || (!held_.empty() && entry.origin.index >= held_.front().origin.index)) {
-      format_.count_unserviced(entry.record.Hdr);
+      format_.count_unserviced(entry.record.header());
     }
   }
 }
 
-// Holds an entry if others may precede or replace it, else prints it.
-void Listing::print_or_hold(const EVT_LOG_ENTRY &record, const Origin &origin) {
-  if (prints_at_once_) {
-    print(record, origin);
-    return;
-  }
-  held_.push_back({record, origin});
+// Holds an entry that others may precede or replace.
+void Listing::hold(Held entry) {
+  held_.push_back(std::move(entry));
   if (history_ == nullptr && !is_merged_ && lines_ && held_.size() > *lines_) {
     held_.pop_front();
   }
@@ -99,7 +124,7 @@ void Listing::print_held() {
   std::vector<const Held *> entries;
   entries.reserve(held_.size());
   for (const Held &entry : held_) {
-    if (history_ == nullptr || history_->is_latest(entry.record.Hdr.dwEvtNumber, entry.origin.index)) {
+    if (history_ == nullptr || history_->is_latest(entry.record.header().dwEvtNumber, entry.origin.index)) {
       entries.push_back(&entry);
     }
   }
@@ -119,7 +144,7 @@ void Listing::print_held() {
     if (output_.error() != 0) {
       break;
     }
-    print(entry->record, entry->origin);
+    print(entry->record.whole(), entry->origin);
   }
   held_.clear();
   lines_.reset();
@@ -130,7 +155,7 @@ void Listing::sort(std::vector<const Held *> &entries, Key key) {
   std::vector<std::pair<uint64_t, const Held *>> keyed;
   keyed.reserve(entries.size());
   for (const Held *const entry : entries) {
-    const EVT_HEADER &header = entry->record.Hdr;
+    const EVT_HEADER &header = entry->record.header();
     keyed.emplace_back(key(calendar_.at(header.InitTime), calendar_.at(header.UpdateTime)), entry);
   }
   std::stable_sort(keyed.begin(), keyed.end(),

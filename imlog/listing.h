@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <deque>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "imlog/filter.h"
@@ -19,6 +20,20 @@ struct Selection {
   bool unserviced = false;        // only those that no maintenance note has closed
   std::optional<uint64_t> lines;  // only so many of them, the last ones
   bool reverse = false;           // the last one first
+};
+
+// A record without the zeros at its end: most use little of the room for their payload.
+class HeldRecord {
+ public:
+  explicit HeldRecord(const EVT_LOG_ENTRY &record);
+
+  [[nodiscard]] const EVT_HEADER &header() const {
+    return *reinterpret_cast<const EVT_HEADER *>(bytes_.data());
+  }
+  [[nodiscard]] EVT_LOG_ENTRY whole() const;
+
+ private:
+  std::string bytes_;  // at least the header
 };
 
 class Listing {
@@ -43,14 +58,14 @@ class Listing {
     uint64_t index;  // of the record in the reading
   };
   struct Held {
-    EVT_LOG_ENTRY record;
+    HeldRecord record;
     Origin origin;
   };
   using Key = uint64_t (*)(const LogTime &first, const LogTime &last);
 
   void process(const EVT_LOG_ENTRY &record, const Origin &origin);
   void end_log();
-  void print_or_hold(const EVT_LOG_ENTRY &record, const Origin &origin);
+  void hold(Held entry);
   void sort(std::vector<const Held *> &entries, Key key);
   void print(const EVT_LOG_ENTRY &record, const Origin &origin);
 
