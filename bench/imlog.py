@@ -2,7 +2,6 @@
 """imlog over mixed entries: imlog.py BUILD ENTRIES. Instructions per entry, entries per second, the ratio to jq."""
 import os
 import random
-import re
 import statistics
 import struct
 import subprocess
@@ -10,16 +9,16 @@ import sys
 import tempfile
 import time
 
-RECORD = 240
+sys.dont_write_bytecode = True
+from measure import RECORD, instructions, sample_records  # noqa: E402
+
 RUNS = 9
 
 
 def make_dump(sample, entries, path):
     """The sample's entries in random order, at random minutes of five years."""
     draw = random.Random(1)
-    with open(sample, "rb") as file:
-        log = file.read()
-    records = [log[at:at + RECORD] for at in range(0, len(log), RECORD) if any(log[at:at + RECORD])]
+    records = sample_records(sample)
     with open(path, "wb") as file:
         for number in range(entries):
             record = bytearray(draw.choice(records))
@@ -40,12 +39,6 @@ def split(dump, folder):
             with open(logs[-1], "wb") as log:
                 log.write(part)
     return logs
-
-
-def instructions(command, env):
-    counted = ["valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null", *command]
-    run = subprocess.run(counted, env=env, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True, check=True)
-    return int(re.search(r"Collected : (\d+)", run.stderr).group(1))
 
 
 def seconds(command, env):

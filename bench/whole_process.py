@@ -1,7 +1,6 @@
 #!/usr/bin/env python3
 """CPU time, peak memory and instructions of whole processes: orvlog -v against the floor, and its start-up."""
 import os
-import re
 import shutil
 import statistics
 import struct
@@ -9,7 +8,8 @@ import subprocess
 import sys
 import tempfile
 
-RECORD = 240
+sys.dont_write_bytecode = True
+from measure import instructions, sample_records  # noqa: E402
 
 
 def cost(command, env):
@@ -44,15 +44,12 @@ def make_server(sample, entries):
     """A copy of the sample server whose log repeats the sample's entries up to `entries`."""
     server = tempfile.mkdtemp(prefix="orvlog-bench-")
     shutil.copytree(sample, server, dirs_exist_ok=True)
-    with open(os.path.join(sample, "cevt"), "rb") as file:
-        log = file.read()
-    slots = [log[at:at + RECORD] for at in range(0, len(log) - RECORD + 1, RECORD)]
-    slots = [slot for slot in slots if any(slot)]
+    records = sample_records(os.path.join(sample, "cevt"))
     with open(os.path.join(server, "cevt"), "wb") as file:
         for number in range(entries):
-            slot = bytearray(slots[number % len(slots)])
-            struct.pack_into("<I", slot, 2, number)
-            file.write(slot)
+            record = bytearray(records[number % len(records)])
+            struct.pack_into("<I", record, 2, number)
+            file.write(record)
     return server
 
 
@@ -66,13 +63,6 @@ def listing_commands(build, size):
     if len(subprocess.run(floor, env=env, stdout=subprocess.PIPE, check=True).stdout) != length:
         sys.exit("the floor does not write as many bytes as the listing has")
     return server, env, listing, floor
-
-
-def instructions(command, env):
-    """Instructions of one run. They are counted, so that unlike times they are the same in each run."""
-    counted = ["valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null"] + command
-    run = subprocess.run(counted, env=env, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True, check=True)
-    return int(re.search(r"Collected : (\d+)", run.stderr).group(1))
 
 
 def print_instructions(build, entries):
