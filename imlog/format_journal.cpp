@@ -45,7 +45,7 @@ class JournalFormat : public Format {
 
 const FormatRow kJournalFormat = {
     .name = "journal",
-    .meaning = "to this machine's journal, with fields",
+    .meaning = "this machine's journal, with fields",
     .make = make_format<JournalFormat>,
     .traits = kFollows | kRemembers | kMerges | kHasTimes,
     .make_sink = []() -> std::unique_ptr<Sink> { return std::make_unique<JournalSocket>(); },

@@ -171,7 +171,7 @@ TEST(Options, Words) {
   EXPECT_EQ(line, "Unknown");
 }
 
-// Every option, format and status, within 80 columns.
+// Every option, format and status, within 80 columns, and each format on one line.
 TEST(Options, Help) {
   const std::string text = Parsed("--help|-o|bad").options.text;
   std::istringstream lines(text);
@@ -180,6 +180,7 @@ TEST(Options, Help) {
   }
   for (const FormatRow *const format : kFormats) {
     EXPECT_NE(text.find(std::string(" ") + format->name + "  "), std::string::npos) << format->name;
+    EXPECT_NE(text.find(std::string("  ") + format->meaning + '\n'), std::string::npos) << format->name;
   }
   for (const OptionRow &row : option_rows()) {
     EXPECT_NE(text.find(std::string("--") + row.name), std::string::npos) << row.name;
