@@ -33,7 +33,7 @@ struct Parsed {
 TEST(Options, WrongUsage) {
   const std::pair<const char *, const char *> kRows[] = {
       {"--bogus|-o|bad", "unrecognized option '--bogus'; see 'imlog --help'"},
-      {"--l|2", "option '--l' is ambiguous; see 'imlog --help'"},
+      {"--l=2", "option '--l=2' is ambiguous; see 'imlog --help'"},
       {"--u|x", "option '--u' is ambiguous; see 'imlog --help'"},
       {"-fz", "invalid option -- 'z'; see 'imlog --help'"},
       {"-o", "option '--output' requires an argument; see 'imlog --help'"},
