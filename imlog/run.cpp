@@ -238,8 +238,7 @@ int print_text(std::string_view text, const FormatRow &row) {
   DescriptorSink sink(STDOUT_FILENO);
   Output output(sink);
   output.put(text);
-  const bool is_written = close_output(output, row);
-  return is_written && !is_for_monitors(row) ? int{kSuccess} : failure_status(row);
+  return close_output(output, row) ? int{kSuccess} : failure_status(row);
 }
 
 int end_with_problem(const Problem &problem, const FormatRow &row, int status) {

@@ -7,7 +7,7 @@
 
 int run(const Options &options, Calendar &calendar);
 
-// Prints only `text`. Where a check was asked for, the result is kCheckUnknown, since none was made.
+// Prints only `text`.
 int print_text(std::string_view text, const FormatRow &row);
 
 // Reports a problem where the format wants it: on standard error, with `status` as the result, or in the line
