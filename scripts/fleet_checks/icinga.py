@@ -24,7 +24,7 @@ def ask(fleet, table, work):
     paths = {str(fleet.path(host)) for host in want}
 
     plugin, ran = folder / "plugin", folder / "ran"
-    plugin.write_text(f'#!/bin/sh\n{IMLOG} "$@"\nstatus=$?\necho "$4" >>{ran}\nexit $status\n')
+    plugin.write_text(f'#!/bin/sh\n"{IMLOG}" "$@"\nstatus=$?\necho "$4" >>{ran}\nexit $status\n')
     plugin.chmod(0o755)
     shipped = (EXAMPLES / "icinga2-iml.conf").read_text().replace(
         '"/usr/bin/sudo", "-n", "/usr/bin/imlog", "-o", "check", "-u"', f'"{plugin}", "-o", "check", "-u", "$file$"', 1)

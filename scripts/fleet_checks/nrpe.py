@@ -11,7 +11,7 @@ set -e
 mkdir "$WORK/upper" "$WORK/lower"
 mount -t overlay none -o "lowerdir=/usr/bin,upperdir=$WORK/upper,workdir=$WORK/lower" /usr/bin
 mount -t tmpfs -o mode=755 none /etc/sudoers.d
-printf '#!/bin/sh\nTZ=%s exec %s "$@" "$(cat %s/log)"\n' "$TZ" "$IMLOG" "$WORK" >/usr/bin/imlog
+printf '#!/bin/sh\nTZ=%s exec "%s" "$@" "$(cat %s/log)"\n' "$TZ" "$IMLOG" "$WORK" >/usr/bin/imlog
 chmod 755 /usr/bin/imlog "$WORK"
 install -m 440 "$EXAMPLES/sudoers-imlog" /etc/sudoers.d/imlog
 printf '%s\n' server_address=127.0.0.1 "server_port=$PORT" allowed_hosts=127.0.0.1 nrpe_user=nagios nrpe_group=nagios \

@@ -52,7 +52,9 @@ class Case(unittest.TestCase):
                 "ORVLOG_SIMULATOR": str(self.folder / "server"), **more}
 
     def faults(self, **which):
-        return {"LD_PRELOAD": FAULTS, "ASAN_OPTIONS": "verify_asan_link_order=0", **which}
+        # Blanks separate the elements of LD_PRELOAD, so it gets no path.
+        return {"LD_PRELOAD": os.path.basename(FAULTS), "LD_LIBRARY_PATH": os.path.dirname(FAULTS),
+                "ASAN_OPTIONS": "verify_asan_link_order=0", **which}
 
     def run_imlog(self, *words, status=0, stderr=b"", env=None, **more):
         """Runs imlog and returns its standard output; standard error has to hold `stderr`, or be empty."""

@@ -9,6 +9,7 @@ import os
 import pathlib
 import random
 import re
+import shlex
 import shutil
 import struct
 import subprocess
@@ -92,13 +93,13 @@ class Files(Case):
             struct.pack(HEADER, 240, i, 1, 15, 0x21, 2, bytes((20, 25, 9, 1, 13, 5) * 2), 1) + text.ljust(212, b"\0")
             for i, text in enumerate(texts)))
         box, broken = self.folder / "box", self.folder / "broken"
-        self.program("imlog", f'exec {IMLOG} "$@" {self.folder}/log')
-        self.program("mail", f"[ -e {broken} ] && exit 1; run=$RUN; RUN= $run; cat >>{box}")
+        self.program("imlog", f'exec "{IMLOG}" "$@" "{self.folder}/log"')
+        self.program("mail", f'[ -e "{broken}" ] && exit 1; run=$RUN; RUN=; eval "$run"; cat >>"{box}"')
         environment = {**os.environ, "PATH": f"{self.folder}:{os.environ['PATH']}"}
         for shell in "dash", "bash":
             (self.folder / shell).mkdir()
             command = [self.tool(shell, shell), FILES / "imlog-mail", "root", self.folder / shell]
-            environment["RUN"] = " ".join(map(str, command))
+            environment["RUN"] = shlex.join(map(str, command))
             broken.touch()
             self.assertNotEqual(subprocess.run(command, env=environment, check=False).returncode, 0)
             broken.unlink()
