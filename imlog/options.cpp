@@ -25,22 +25,18 @@ std::optional<uint64_t> parse_number(std::string_view text, uint64_t most, bool 
 }
 
 // The formats that have a trait; all for no trait.
-std::vector<std::string> formats_with(unsigned trait) {
-  std::vector<std::string> names;
+std::vector<Word> formats_with(unsigned trait) {
+  std::vector<Word> words;
   for (const FormatRow *const format : kFormats) {
     if ((format->traits & trait) == trait) {
-      names.emplace_back(format->name);
+      words.push_back({format->name, format->meaning});
     }
   }
-  return names;
+  return words;
 }
 
 std::vector<Word> format_words() {
-  std::vector<Word> words;
-  for (const FormatRow *const format : kFormats) {
-    words.push_back({format->name, format->meaning});
-  }
-  return words;
+  return formats_with(0);
 }
 
 struct ColorRow {
@@ -73,21 +69,17 @@ std::vector<SeverityRank> severities_like(std::string_view beginning) {
   return ranks;
 }
 
-std::vector<std::string> names_of(const std::vector<SeverityRank> &ranks) {
-  std::vector<std::string> names;
-  names.reserve(ranks.size());
+std::vector<Word> words_of(const std::vector<SeverityRank> &ranks) {
+  std::vector<Word> words;
+  words.reserve(ranks.size());
   for (const SeverityRank rank : ranks) {
-    names.emplace_back(kSeverityTable[rank].name);
+    words.push_back({kSeverityTable[rank].name});
   }
-  return names;
+  return words;
 }
 
 std::vector<Word> severity_words() {
-  std::vector<Word> words;
-  for (std::string &name : names_of(severities_like(""))) {
-    words.push_back({std::move(name)});
-  }
-  return words;
+  return words_of(severities_like(""));
 }
 
 // "0x0B Power Subsystem" for each class with a name, then the word for all others.
@@ -126,18 +118,17 @@ Problem read_format(const char *argument, CommandLine &line) {
   line.options.format = find_format(argument);
   return line.options.format != nullptr
              ? Problem()
-             : Problem("unknown format '%s'", argument).advise("use %s", join_words(formats_with(0)).c_str());
+             : Problem("unknown format '%s'", argument).advise("use %s", join_words(format_words()).c_str());
 }
 
 Problem read_severity(const char *argument, CommandLine &line) {
   const std::vector<SeverityRank> ranks = severities_like(argument);
   if (ranks.empty() || argument[0] == '\0') {
-    return Problem("unknown severity '%s'", argument)
-        .advise("use %s", join_words(names_of(severities_like(""))).c_str());
+    return Problem("unknown severity '%s'", argument).advise("use %s", join_words(severity_words()).c_str());
   }
   if (ranks.size() > 1) {
     return Problem("severity '%s' is ambiguous", argument)
-        .advise("use %s", join_words(names_of(ranks)).c_str());
+        .advise("use %s", join_words(words_of(ranks)).c_str());
   }
   line.options.selection.filter.least_severity = ranks[0];
   return {};
@@ -224,16 +215,14 @@ Problem read_utc(const char * /*argument*/, CommandLine &line) {
 }
 
 Problem read_color(const char *argument, CommandLine &line) {
-  std::vector<std::string> words;
   for (const ColorRow &row : kColors) {
     if (strcmp(row.word, argument) == 0) {
       line.options.color = row.color;
       return {};
     }
-    words.emplace_back(row.word);
   }
   return Problem("invalid argument '%s' of option '--color'", argument)
-      .advise("use %s", join_words(words).c_str());
+      .advise("use %s", join_words(color_words()).c_str());
 }
 
 Problem read_host(const char *argument, CommandLine &line) {
@@ -537,11 +526,11 @@ std::span<const OptionRow> option_rows() {
   return kOptions;
 }
 
-std::string join_words(const std::vector<std::string> &words) {
+std::string join_words(const std::vector<Word> &words) {
   std::string text;
   for (size_t i = 0; i < words.size(); ++i) {
     text += i == 0 ? "" : i + 1 < words.size() ? ", " : " or ";
-    text += words[i];
+    text += words[i].text;
   }
   return text;
 }

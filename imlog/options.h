@@ -57,7 +57,7 @@ struct OptionRow {
 std::span<const OptionRow> option_rows();
 
 // "a, b or c".
-std::string join_words(const std::vector<std::string> &words);
+std::string join_words(const std::vector<Word> &words);
 
 // True when the line has the words "-o check" in one of their forms, also where another option takes them as
 // its argument: status 1 would be a warning to the monitor. Allocates nothing.

@@ -28,14 +28,12 @@ std::string option_head(const OptionRow &row) {
 
 // What replaces the "%s" in an option's help: a list of its words, or a table if they have meanings.
 std::string words_text(const std::vector<Word> &words) {
-  std::vector<std::string> texts;
+  if (words.empty() || words[0].meaning == nullptr) {
+    return join_words(words);
+  }
   size_t width = 0;
   for (const Word &word : words) {
-    texts.push_back(word.text);
     width = std::max(width, word.text.size());
-  }
-  if (words.empty() || words[0].meaning == nullptr) {
-    return join_words(texts);
   }
   std::string table;
   for (const Word &word : words) {
@@ -76,11 +74,11 @@ void append_option(const OptionRow &row, size_t column, std::string &text) {
 
 // "-o help, -p help or --color=help"
 std::string help_arguments() {
-  std::vector<std::string> arguments;
+  std::vector<Word> arguments;
   for (const OptionRow &row : option_rows()) {
     if (row.words != nullptr) {
-      arguments.push_back(row.letter != '\0' ? std::string("-") + row.letter + " help"
-                                             : std::string("--") + row.name + "=help");
+      arguments.push_back({row.letter != '\0' ? std::string("-") + row.letter + " help"
+                                              : std::string("--") + row.name + "=help"});
     }
   }
   return join_words(arguments);
