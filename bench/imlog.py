@@ -30,12 +30,12 @@ def make_dump(sample, entries, path):
             file.write(record)
 
 
-def split(dump, folder):
+def split(dump, directory):
     """The same entries as logs of 200 each."""
     logs = []
     with open(dump, "rb") as file:
         while part := file.read(200 * RECORD):
-            logs.append(os.path.join(folder, f"r{len(logs):04}.iml"))
+            logs.append(os.path.join(directory, f"r{len(logs):04}.iml"))
             with open(logs[-1], "wb") as log:
                 log.write(part)
     return logs
@@ -69,8 +69,8 @@ def main():
     build, entries = sys.argv[1], int(sys.argv[2])
     imlog = os.path.join(build, "imlog", "imlog")
     env = dict(os.environ, TZ="Europe/Berlin")
-    with tempfile.TemporaryDirectory(prefix="imlog-bench-") as folder:
-        dump, lines = os.path.join(folder, "dump"), os.path.join(folder, "lines")
+    with tempfile.TemporaryDirectory(prefix="imlog-bench-") as directory:
+        dump, lines = os.path.join(directory, "dump"), os.path.join(directory, "lines")
         make_dump(os.path.join(build, "samples", "server", "cevt"), entries, dump)
         with open(lines, "wb") as file:
             subprocess.run([imlog, "-o", "json", dump], env=env, stdout=file, check=True)
@@ -82,7 +82,7 @@ def main():
             limit = f"   (wanted: at most {wanted})" if wanted else ""
             print(f"  -o {form:<23} {instructions(command, env) / entries:13.0f} {entries / elapsed:11.0f}"
                   f" {jq / processor:14.1f} x{limit}")
-        logs = split(dump, folder)
+        logs = split(dump, directory)
         for name, words in ((f"{len(logs)} logs as one", logs), ("-u", ["-u", dump]), ("-r", ["-r", dump])):
             command = [imlog, *words]
             processor, elapsed = seconds(command, env)

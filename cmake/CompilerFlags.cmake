@@ -1,5 +1,5 @@
 # How the project is compiled. Every target links one of two interface targets:
-#   orvlog::build    include folder and warnings; Instrumentation and Hardening add to it
+#   orvlog::build    include directory and warnings; Instrumentation and Hardening add to it
 #   orvlog::product  the same, and the options for the code that ships
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)

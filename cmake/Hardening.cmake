@@ -1,4 +1,4 @@
-# Hardening of everything that is built, and a build whose bytes do not depend on its folder.
+# Hardening of everything that is built, and a build whose bytes do not depend on its directory.
 include(CheckPIESupported)
 check_pie_supported()
 

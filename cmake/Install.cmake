@@ -1,28 +1,28 @@
 # What `cmake --install` installs, and where. A component is a package. The simulator is installed only on request
-# (--component orvlog-simulator), into a folder where its libraries never shadow the maker's.
+# (--component orvlog-simulator), into a directory where its libraries never shadow the maker's.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 find_program(ORVLOG_GZIP gzip REQUIRED)
 mark_as_advanced(ORVLOG_GZIP)
 
-# Sets VARIABLE to what an install script calls FOLDER: below BASE, unless it is absolute. The default of BASE is the
+# Sets VARIABLE to what an install script calls DIRECTORY: below BASE, unless it is absolute. The default of BASE is the
 # prefix, which is known only at installation, when --prefix may replace it.
-function(orvlog_installed_folder variable folder)
+function(orvlog_installed_directory variable directory)
   set(base "\${CMAKE_INSTALL_PREFIX}" ${ARGN})
   list(GET base -1 base)
-  if(NOT IS_ABSOLUTE "${folder}")
-    set(folder "${base}/${folder}")
+  if(NOT IS_ABSOLUTE "${directory}")
+    set(directory "${base}/${directory}")
   endif()
-  set(${variable} "${folder}" PARENT_SCOPE)
+  set(${variable} "${directory}" PARENT_SCOPE)
 endfunction()
 
-# Installs TEMPLATE without its .in in FOLDER, with the permissions MODE. VARIABLES is code that sets the variables in it.
-function(orvlog_install_template template folder mode component variables)
+# Installs TEMPLATE without its .in in DIRECTORY, with the permissions MODE. VARIABLES is code that sets the variables in it.
+function(orvlog_install_template template directory mode component variables)
   get_filename_component(name ${template} NAME_WLE)
-  orvlog_installed_folder(folder "${folder}")
+  orvlog_installed_directory(directory "${directory}")
   install(CODE "
     ${variables}
-    set(file \"${folder}/${name}\")
+    set(file \"${directory}/${name}\")
     message(STATUS \"Installing: \$ENV{DESTDIR}\${file}\")
     configure_file(\"${PROJECT_SOURCE_DIR}/${template}\" \"\$ENV{DESTDIR}\${file}\" @ONLY)
     execute_process(COMMAND chmod ${mode} \"\$ENV{DESTDIR}\${file}\")
@@ -33,8 +33,8 @@ endfunction()
 function(orvlog_install_program program destination)
   install(TARGETS ${program} RUNTIME DESTINATION ${destination} COMPONENT ${program})
   # The run path leads to the simulator of the build tree.
-  orvlog_installed_folder(folder "${destination}")
-  install(CODE "file(RPATH_REMOVE FILE \"\$ENV{DESTDIR}${folder}/${program}\")" COMPONENT ${program})
+  orvlog_installed_directory(directory "${destination}")
+  install(CODE "file(RPATH_REMOVE FILE \"\$ENV{DESTDIR}${directory}/${program}\")" COMPONENT ${program})
   set(page ${PROJECT_BINARY_DIR}/docs/${program}.8)
   configure_file(docs/${program}.8 ${page} @ONLY)
   add_custom_command( # without name and time, so that two builds give the same bytes
@@ -53,10 +53,10 @@ endif()
 # not search for them.
 if(TARGET imlog)
   orvlog_install_program(imlog ${CMAKE_INSTALL_BINDIR})
-  set(ORVLOG_UNIT_DIR lib/systemd/system CACHE STRING "Folder of systemd's units")
+  set(ORVLOG_UNIT_DIR lib/systemd/system CACHE STRING "Directory of systemd's units")
   set(imlog_helpers lib/imlog)
-  orvlog_installed_folder(bindir "${CMAKE_INSTALL_BINDIR}")
-  orvlog_installed_folder(helperdir ${imlog_helpers})
+  orvlog_installed_directory(bindir "${CMAKE_INSTALL_BINDIR}")
+  orvlog_installed_directory(helperdir ${imlog_helpers})
   set(variables "set(bindir \"${bindir}\")\nset(helperdir \"${helperdir}\")")
   orvlog_install_template(imlog/write-metrics.in ${imlog_helpers} 755 imlog "${variables}")
   foreach(unit IN ITEMS imlog-ship prometheus-node-exporter-iml)
@@ -87,7 +87,7 @@ install(CODE "
       message(WARNING \"ldconfig failed: run it as root, so that programs find libimltext.so.${imltext_soversion}\")
     endif()
   endif()" COMPONENT libimltext1)
-orvlog_installed_folder(archives "${CMAKE_INSTALL_LIBDIR}")
+orvlog_installed_directory(archives "${CMAKE_INSTALL_LIBDIR}")
 install(CODE "
   if(CMAKE_INSTALL_DO_STRIP) # which leaves archives alone
     execute_process(COMMAND \"${CMAKE_STRIP}\" --strip-debug --enable-deterministic-archives
@@ -106,8 +106,8 @@ write_basic_package_version_file(
 install(FILES ${PROJECT_BINARY_DIR}/imltext-config-version.cmake DESTINATION ${imltext_package}
         COMPONENT libimltext-dev)
 
-orvlog_installed_folder(libdir "${CMAKE_INSTALL_LIBDIR}" "\\\${prefix}")
-orvlog_installed_folder(includedir "${CMAKE_INSTALL_INCLUDEDIR}" "\\\${prefix}")
+orvlog_installed_directory(libdir "${CMAKE_INSTALL_LIBDIR}" "\\\${prefix}")
+orvlog_installed_directory(includedir "${CMAKE_INSTALL_INCLUDEDIR}" "\\\${prefix}")
 orvlog_install_template(iml/imltext.pc.in ${CMAKE_INSTALL_LIBDIR}/pkgconfig 644 libimltext-dev "
     set(prefix \"\${CMAKE_INSTALL_PREFIX}\")
     set(libdir \"${libdir}\")

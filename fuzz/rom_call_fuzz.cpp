@@ -51,7 +51,7 @@ void port_out(uint16_t, unsigned, uint32_t value) {
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
   stderr = fopen("/dev/null", "w");  // the searches' messages; reports of the sanitizers go to the descriptor
-  pci_proc_dir = "/proc/self/ns";    // a folder with no bus in it, for the unlock step
+  pci_proc_dir = "/proc/self/ns";    // a directory with no bus in it, for the unlock step
   return 0;
 }
 

@@ -48,8 +48,8 @@ int open_regular(const char *path, int flags, struct stat &status) {
 
 Problem Cursor::open(const char *path, History &history) {
   path_ = path;
-  draft_ = path_ + ".imlog-draft";
-  for (const std::string &name : {path_, draft_}) {
+  temporary_ = path_ + ".imlog-tmp";
+  for (const std::string &name : {path_, temporary_}) {
     if (is_output(name)) {  // what is printed would be replaced or removed
       return Problem("the cursor is also the output").advise("write to another file than '%s'", name.c_str());
     }
@@ -61,7 +61,7 @@ Problem Cursor::open(const char *path, History &history) {
   if (problem.is_set()) {
     return problem;
   }
-  unlink(draft_.c_str());
+  unlink(temporary_.c_str());
   return load(history);
 }
 
@@ -118,40 +118,40 @@ Problem Cursor::refuse(const char *fault) const {
       .advise("move '%s' away to have all entries printed as new, or name another cursor", path_.c_str());
 }
 
-Problem Cursor::write_draft(const History &history) {
+Problem Cursor::write_temporary(const History &history) {
   const size_t slash = path_.rfind('/');
-  const std::string folder_name = slash == std::string::npos ? "." : path_.substr(0, slash + 1);
-  folder_.emplace(::open(folder_name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (folder_->is_open() && ::write_draft(AT_FDCWD, draft_.c_str(), history.text(), 0600)) {
+  const std::string directory_name = slash == std::string::npos ? "." : path_.substr(0, slash + 1);
+  directory_.emplace(::open(directory_name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (directory_->is_open() && ::write_temporary(AT_FDCWD, temporary_.c_str(), history.text(), 0600)) {
     return {};
   }
   const int error = errno;
-  folder_.reset();
+  directory_.reset();
   return Problem("cannot write the cursor: %s", strerror(error))
-      .advise("check the disk and the folder of '%s'; what is new was not printed", path_.c_str());
+      .advise("check the disk and the directory of '%s'; what is new was not printed", path_.c_str());
 }
 
 Problem Cursor::commit() {
-  if (!folder_) {
+  if (!directory_) {
     return {};
   }
-  if (rename(draft_.c_str(), path_.c_str()) != 0) {
+  if (rename(temporary_.c_str(), path_.c_str()) != 0) {
     return Problem("cannot replace the cursor: %s", strerror(errno))
-        .advise("check the folder of '%s'; the next run repeats what this one printed", path_.c_str());
+        .advise("check the directory of '%s'; the next run repeats what this one printed", path_.c_str());
   }
   exists_ = true;
-  const int error = sync_folder(folder_->fd()) ? 0 : errno;
-  folder_.reset();
+  const int error = sync_directory(directory_->fd()) ? 0 : errno;
+  directory_.reset();
   return error == 0
              ? Problem()
-             : Problem("cannot sync the folder of the cursor: %s", strerror(error))
+             : Problem("cannot sync the directory of the cursor: %s", strerror(error))
                    .advise(
                        "check the disk of '%s'; the cursor is new, but may be the old one after a power failure",
                        path_.c_str());
 }
 
 Cursor::~Cursor() {
-  if (folder_) {
-    unlink(draft_.c_str());
+  if (directory_) {
+    unlink(temporary_.c_str());
   }
 }

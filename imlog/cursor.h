@@ -1,7 +1,7 @@
 // The cursor file: what a run found, kept for the next one.
 //
 // It is replaced in two steps, so that a run that dies in between repeats entries and loses none:
-// write_draft() before the first entry is printed, commit() when the output is safe.
+// write_temporary() before the first entry is printed, commit() when the output is safe.
 #pragma once
 
 #include <optional>
@@ -16,14 +16,15 @@ class Cursor {
   ~Cursor();
 
   // Locks the cursor `path` against other runs until the end of the scope, and reads it into `history`, which
-  // stays empty if there is no cursor yet. Removes the draft of a run that died.
+  // stays empty if there is no cursor yet. Removes the temporary file of a run that died.
   Problem open(const char *path, History &history);
 
   // Writes the next cursor to the disk, next to the file. The end of the scope removes it if it is not
   // committed.
-  Problem write_draft(const History &history);
+  Problem write_temporary(const History &history);
 
-  // Puts the draft in the place of the file, on the disk when this returns. Without a draft it does nothing.
+  // Puts the temporary file in the place of the file, on the disk when this returns. Without one it does
+  // nothing.
   Problem commit();
 
   // False on the first run with this file, until it is committed.
@@ -38,8 +39,8 @@ class Cursor {
   [[nodiscard]] Problem refuse_kind(const char *fault) const;
 
   std::string path_;
-  std::string draft_;
+  std::string temporary_;
   std::optional<Descriptor> lock_;
-  std::optional<Descriptor> folder_;  // open while there is a draft
+  std::optional<Descriptor> directory_;  // open while there is a temporary file
   bool exists_ = false;
 };

@@ -10,7 +10,7 @@ struct Log {
   std::optional<std::string> host;  // may hold any bytes
 };
 
-// The host that a FILE came from: its name without folders and without ".iml" at the end. The names of
+// The host that a FILE came from: its name without directories and without ".iml" at the end. The names of
 // standard input, of devices and of files in /proc say nothing about a host.
 std::optional<std::string> host_of_file(std::string_view path);
 

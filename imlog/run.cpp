@@ -19,8 +19,8 @@ namespace {
 constexpr int kMillisecondsBetweenReadings = 5000;
 
 // Ends the process at once. Nothing is left to do: what was printed was flushed, and a cursor is replaced in
-// one step. A draft may stay; the next run removes it. A handler that only set a flag would not end a write
-// that blocks later.
+// one step. A temporary file may stay; the next run removes it. A handler that only set a flag would not end
+// a write that blocks later.
 void end_run(int /*signal*/) {
   _exit(kSuccess);
 }
@@ -176,7 +176,7 @@ class Run {
     return {source.problem(), 0};
   }
 
-  // Ends the reading in the history, and drafts the cursor where it has changed. Returns false, after a
+  // Ends the reading in the history, and writes the cursor where it has changed. Returns false, after a
   // message, when nothing may be printed because the next run could not know of it.
   bool remember(const Reading &reading) {
     if (!remembers() || (reading.problem.is_set() && reading.records == 0)) {
@@ -184,7 +184,7 @@ class Run {
     }
     const bool has_changed = history_.finish(!reading.problem.is_set());
     return options_.cursor_file == nullptr || (!has_changed && cursor_.exists()) ||
-           succeeds(cursor_.write_draft(history_));
+           succeeds(cursor_.write_temporary(history_));
   }
 
   bool commit_cursor() {

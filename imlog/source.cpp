@@ -20,7 +20,7 @@ bool is_empty(const EVT_LOG_ENTRY &record) {
   return memcmp(reinterpret_cast<const char *>(&record), kEmpty, sizeof(record)) == 0;
 }
 
-// Opens `path`. A folder can be opened but not read, so it is refused here with errno EISDIR.
+// Opens `path`. A directory can be opened but not read, so it is refused here with errno EISDIR.
 int open_log(const char *path) {
   if (strcmp(path, "-") == 0) {
     return fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Makes the saved logs of a fleet of servers, HOST.iml each, and the truth about them: fleet.py [OPTIONS] FOLDER
+"""Makes the saved logs of a fleet of servers, HOST.iml each, and the truth about them: fleet.py [OPTIONS] DIRECTORY
 
-The same seed, number and time give the same logs. With several zones each has a folder of its own. FOLDER/truth.json
+The same seed, number and time give the same logs. With several zones each has a directory of its own. DIRECTORY/truth.json
 has, for every server, its zone, its state and what its log says: number, severity, class, code, count, times in
 seconds since 1970 or null, and whether no maintenance note has closed the entry. Of three servers or more the first
 log is cut within a record, the second is compressed, and the third is silent: it has no log.
@@ -116,7 +116,7 @@ class Server:
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("folder", type=pathlib.Path)
+    parser.add_argument("directory", type=pathlib.Path)
     parser.add_argument("--servers", type=int, default=50)
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument(
@@ -143,8 +143,8 @@ def main():
         server = Server(draw, zone or local_zone(), templates, options.now)
         server.fill(index % 10 == 3, index % 4 == 0)
         server.finish()
-        folder = options.folder / zone.replace("/", "-") if len(zones) > 1 else options.folder
-        folder.mkdir(parents=True, exist_ok=True)
+        directory = options.directory / zone.replace("/", "-") if len(zones) > 1 else options.directory
+        directory.mkdir(parents=True, exist_ok=True)
         if options.servers >= 3 and index < 3:
             server.truth["state"] = ("cut", "compressed", "silent")[index]
         if server.truth["state"] == "cut":
@@ -152,9 +152,9 @@ def main():
         elif server.truth["state"] == "compressed":
             server.log = gzip.compress(server.log, mtime=0)
         if server.truth["state"] != "silent":
-            (folder / f"{host}.iml").write_bytes(server.log)
+            (directory / f"{host}.iml").write_bytes(server.log)
         truth["servers"][host] = server.truth
-    (options.folder / "truth.json").write_text(json.dumps(truth))
+    (options.directory / "truth.json").write_text(json.dumps(truth))
 
 
 def local_zone():

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Turns the readable form of a simulated server into the files that the simulator serves, and logs back into text.
 
-  imltext.py server FOLDER OUT   every file of FOLDER: *.iml and *.bytes are compiled, the rest is copied
+  imltext.py server DIRECTORY OUT   every file of DIRECTORY: *.iml and *.bytes are compiled, the rest is copied
   imltext.py log TEXT LOG        one log
   imltext.py bytes TEXT FILE     one binary file
   imltext.py text LOG            a log as text, on standard output; compiling it gives the same bytes again
@@ -309,11 +309,11 @@ def renumber(path):
                     for position, (record, _) in enumerate(read_dump(path)))
 
 
-def compile_server(folder, out):
+def compile_server(directory, out):
     compilers = {".iml": compile_log, ".bytes": compile_bytes}
-    for source in sorted(pathlib.Path(folder).rglob("*")):
+    for source in sorted(pathlib.Path(directory).rglob("*")):
         if source.is_file():
-            target = pathlib.Path(out) / source.relative_to(folder)
+            target = pathlib.Path(out) / source.relative_to(directory)
             target.parent.mkdir(parents=True, exist_ok=True)
             if source.suffix in compilers:
                 target.with_suffix("").write_bytes(compilers[source.suffix](source))

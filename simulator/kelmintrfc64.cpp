@@ -70,7 +70,7 @@ int data_table_request(int fd, unsigned int code, void *buffer, unsigned int len
   }
   char name[sizeof("65535")];
   static_cast<void>(snprintf(name, sizeof(name), "%u", static_cast<unsigned int>(request.DtHdr.DT_Type)));
-  const Descriptor table(simulator::open_in_folder(fd, name));
+  const Descriptor table(simulator::open_in_directory(fd, name));
   struct stat status;
   if (!table.is_open() || fstat(table.fd(), &status) < 0) {
     return -1;
@@ -107,7 +107,7 @@ int read_asr_state(int fd, void *buffer, unsigned int length) {
   if (!is_well_formed(true, buffer, length == sizeof(int32_t))) {
     return -1;
   }
-  const Descriptor file(simulator::open_in_folder(fd, kAsrStateFile));
+  const Descriptor file(simulator::open_in_directory(fd, kAsrStateFile));
   char text[16] = {};
   const ssize_t got = file.is_open() ? read_at(file.fd(), text, sizeof(text), 0) : -1;
   if (got < 0) {
@@ -144,7 +144,7 @@ int report_request(int fd, unsigned int code, void *buffer, unsigned int length)
   if (!is_well_formed(is_report, buffer, length == kReportRequestLength)) {
     return -1;
   }
-  const Descriptor report(simulator::open_in_folder(fd, kReportFiles[code - kReportThermal]));
+  const Descriptor report(simulator::open_in_directory(fd, kReportFiles[code - kReportThermal]));
   if (!report.is_open()) {
     return -1;
   }
@@ -158,8 +158,9 @@ int report_request(int fd, unsigned int code, void *buffer, unsigned int length)
   return 0;
 }
 
-// A node is a file or folder of the server's directory. Once open, it is recognised by device and inode. The
-// descriptor alone is not enough: the program may close it, and its number may be reused for another file.
+// A node is a file or directory of the server's directory. Once open, it is recognised by device and inode.
+// The descriptor alone is not enough: the program may close it, and its number may be reused for another
+// file.
 struct Node {
   const char *path;
   Kind kind;
@@ -168,10 +169,10 @@ struct Node {
 };
 
 Node nodes[] = {
-    {kNodeDataTables, Kind::kFolder, data_table_request, {}},
+    {kNodeDataTables, Kind::kDirectory, data_table_request, {}},
     {kNodeEvents, Kind::kFile, event_request, {}},
-    {kNodeAsr, Kind::kFolder, asr_request, {}},
-    {kNodeReports, Kind::kFolder, report_request, {}},
+    {kNodeAsr, Kind::kDirectory, asr_request, {}},
+    {kNodeReports, Kind::kDirectory, report_request, {}},
 };
 
 // As with the driver, the mode does not limit the requests: a node opened for reading takes a note.

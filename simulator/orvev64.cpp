@@ -1,4 +1,5 @@
-// Stand-in for liborvev64.so.1: firmware variables, one file each in folder "ev" of the server's directory.
+// Stand-in for liborvev64.so.1: firmware variables, one file each in directory "ev" of the server's
+// directory.
 #include "platform/orvev64.h"
 
 #include <cerrno>
@@ -15,22 +16,22 @@ using simulator::fail;
 
 namespace {
 
-constexpr char kVariableFolder[] = "ev";
+constexpr char kVariableDirectory[] = "ev";
 
-// A name that begins with a full stop is the draft of a variable being written.
+// A name that begins with a full stop is the temporary file of a variable being written.
 bool is_variable_name(const char *name) {
   return *name != '\0' && *name != '.' && strchr(name, '/') == nullptr;
 }
 
-// Checks the arguments of both calls. Returns the folder's descriptor, or -1.
-int open_folder(const char *name, const void *buffer, const int *size) {
+// Checks the arguments of both calls. Returns the directory's descriptor, or -1.
+int open_directory(const char *name, const void *buffer, const int *size) {
   if (name == nullptr || buffer == nullptr || size == nullptr) {
     return fail(EFAULT);
   }
   if (!is_variable_name(name) || *size <= 0) {
     return fail(EINVAL);
   }
-  return simulator::open_in_server(kVariableFolder, simulator::Kind::kFolder, O_RDONLY);
+  return simulator::open_in_server(kVariableDirectory, simulator::Kind::kDirectory, O_RDONLY);
 }
 
 }  // namespace
@@ -39,11 +40,11 @@ extern "C" {
 
 // Sets *size to the variable's size. A variable that does not fit leaves the buffer unchanged.
 [[gnu::visibility("default")]] int get_ev(const char *name, void *buffer, int *size) {
-  const Descriptor folder(open_folder(name, buffer, size));
-  if (!folder.is_open()) {
+  const Descriptor directory(open_directory(name, buffer, size));
+  if (!directory.is_open()) {
     return -1;
   }
-  const Descriptor variable(simulator::open_in_folder(folder.fd(), name));
+  const Descriptor variable(simulator::open_in_directory(directory.fd(), name));
   struct stat status;
   if (!variable.is_open() || fstat(variable.fd(), &status) < 0) {
     return -1;
@@ -65,9 +66,10 @@ extern "C" {
 }
 
 [[gnu::visibility("default")]] int set_ev(const char *name, void *buffer, int *size) {
-  const Descriptor folder(open_folder(name, buffer, size));
-  return folder.is_open() ? simulator::replace_file(folder.fd(), name, buffer, static_cast<size_t>(*size))
-                          : -1;
+  const Descriptor directory(open_directory(name, buffer, size));
+  return directory.is_open()
+             ? simulator::replace_file(directory.fd(), name, buffer, static_cast<size_t>(*size))
+             : -1;
 }
 
 }  // extern "C"

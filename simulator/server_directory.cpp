@@ -16,8 +16,8 @@ namespace simulator {
 namespace {
 
 // O_NONBLOCK, since opening a named pipe would otherwise wait for its other end.
-int open_kind(int folder, const char *name, Kind kind, int flags) {
-  Descriptor opened(openat(folder, name, flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+int open_kind(int directory, const char *name, Kind kind, int flags) {
+  Descriptor opened(openat(directory, name, flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   if (!opened.is_open()) {
     return -1;
   }
@@ -25,7 +25,7 @@ int open_kind(int folder, const char *name, Kind kind, int flags) {
   if (fstat(opened.fd(), &status) < 0) {
     return -1;
   }
-  const bool is_right = kind == Kind::kFolder ? S_ISDIR(status.st_mode) : S_ISREG(status.st_mode);
+  const bool is_right = kind == Kind::kDirectory ? S_ISDIR(status.st_mode) : S_ISREG(status.st_mode);
   return is_right ? opened.release() : fail(EINVAL);
 }
 
@@ -36,35 +36,35 @@ int open_in_server(const char *name, Kind kind, int flags) {
   if (directory == nullptr || *directory == '\0') {
     return fail(ENOENT);
   }
-  const Descriptor server(open_kind(AT_FDCWD, directory, Kind::kFolder, O_RDONLY));
+  const Descriptor server(open_kind(AT_FDCWD, directory, Kind::kDirectory, O_RDONLY));
   return server.is_open() ? open_kind(server.fd(), name, kind, flags | O_NOFOLLOW) : -1;
 }
 
-int open_in_folder(int folder, const char *name) {
-  return open_kind(folder, name, Kind::kFile, O_RDONLY | O_NOFOLLOW);
+int open_in_directory(int directory, const char *name) {
+  return open_kind(directory, name, Kind::kFile, O_RDONLY | O_NOFOLLOW);
 }
 
-int replace_file(int folder, const char *name, const void *data, size_t size) {
-  char draft[NAME_MAX + 1];
-  const int length = snprintf(draft, sizeof(draft), ".%s.draft", name);
-  if (length < 0 || static_cast<size_t>(length) >= sizeof(draft)) {
+int replace_file(int directory, const char *name, const void *data, size_t size) {
+  char temporary[NAME_MAX + 1];
+  const int length = snprintf(temporary, sizeof(temporary), ".%s.tmp", name);
+  if (length < 0 || static_cast<size_t>(length) >= sizeof(temporary)) {
     return fail(ENAMETOOLONG);
   }
-  // The folder is opened again: a lock belongs to the open file, which a forked process shares with its
+  // The directory is opened again: a lock belongs to the open file, which a forked process shares with its
   // parent.
-  const Descriptor locked(openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const Descriptor locked(openat(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!locked.is_open() || lock(locked.fd()) < 0) {
     return -1;
   }
-  if (!write_draft(folder, draft, {static_cast<const char *>(data), size}, 0644)) {
+  if (!write_temporary(directory, temporary, {static_cast<const char *>(data), size}, 0644)) {
     return -1;
   }
-  if (renameat(folder, draft, folder, name) != 0) {
+  if (renameat(directory, temporary, directory, name) != 0) {
     const int error = errno;
-    unlinkat(folder, draft, 0);
+    unlinkat(directory, temporary, 0);
     return fail(error);
   }
-  return sync_folder(folder) ? 0 : -1;
+  return sync_directory(directory) ? 0 : -1;
 }
 
 int lock(int fd) {

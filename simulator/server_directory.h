@@ -9,20 +9,20 @@ namespace simulator {
 // Names the directory. Without it there is no server.
 inline constexpr char kServerVariable[] = "ORVLOG_SIMULATOR";
 
-enum class Kind { kFile, kFolder };
+enum class Kind { kFile, kDirectory };
 
 // Opens `name` in the server's directory with the flags of open(2). Returns a descriptor, or -1: ENOENT when
 // there is no server or no such name, ELOOP for a symbolic link, EINVAL for any other wrong kind of file.
 int open_in_server(const char *name, Kind kind, int flags);
 
-// Opens file `name` of an open folder for reading. Returns as open_in_server does.
-int open_in_folder(int folder, const char *name);
+// Opens file `name` of an open directory for reading. Returns as open_in_server does.
+int open_in_directory(int directory, const char *name);
 
-// Replaces the content of file `name` of an open folder. The change is atomic: even after a power loss the
+// Replaces the content of file `name` of an open directory. The change is atomic: even after a power loss the
 // file has either its old content or the new. Writers wait for each other. Returns 0, or -1.
-int replace_file(int folder, const char *name, const void *data, size_t size);
+int replace_file(int directory, const char *name, const void *data, size_t size);
 
-// Waits for the exclusive lock of an open file or folder. Returns 0, or -1.
+// Waits for the exclusive lock of an open file or directory. Returns 0, or -1.
 int lock(int fd);
 
 // Sets errno. Returns -1.

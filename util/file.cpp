@@ -39,18 +39,18 @@ bool write_all(int fd, std::string_view content) {
   return true;
 }
 
-bool write_draft(int folder, const char *draft, std::string_view content, mode_t mode) {
-  unlinkat(folder, draft, 0);
-  Descriptor file(openat(folder, draft, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+bool write_temporary(int directory, const char *temporary, std::string_view content, mode_t mode) {
+  unlinkat(directory, temporary, 0);
+  Descriptor file(openat(directory, temporary, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
   if (file.is_open() && write_all(file.fd(), content) && fsync(file.fd()) == 0 && file.close() == 0) {
     return true;
   }
   const int error = errno;
-  unlinkat(folder, draft, 0);
+  unlinkat(directory, temporary, 0);
   errno = error;
   return false;
 }
 
-bool sync_folder(int folder) {
-  return fsync(folder) == 0 || errno == EINVAL;
+bool sync_directory(int directory) {
+  return fsync(directory) == 0 || errno == EINVAL;
 }

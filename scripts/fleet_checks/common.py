@@ -106,12 +106,12 @@ class Table:
 class Fleet:
     """The saved logs, and the truth about them."""
 
-    def __init__(self, folder):
-        self.folder = folder
-        self.truth = json.loads((folder / "truth.json").read_text())["servers"]
+    def __init__(self, directory):
+        self.directory = directory
+        self.truth = json.loads((directory / "truth.json").read_text())["servers"]
 
     def path(self, host):
-        return self.folder / self.truth[host]["zone"].replace("/", "-") / f"{host}.iml"
+        return self.directory / self.truth[host]["zone"].replace("/", "-") / f"{host}.iml"
 
     def hosts(self, *states, zone=None):
         return sorted(host for host, server in self.truth.items()

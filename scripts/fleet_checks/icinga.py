@@ -16,14 +16,14 @@ DISTRIBUTION = ("command_endpoint = host.vars.agent_endpoint", 'zone = "local"; 
 
 
 def ask(fleet, table, work):
-    icinga, folder = tool("icinga2", "icinga2-bin"), work / "icinga"
-    folder.mkdir()
+    icinga, directory = tool("icinga2", "icinga2-bin"), work / "icinga"
+    directory.mkdir()
     want = {next(host for host in fleet.hosts("whole") if status_of(fleet, host) == status): status
             for status in (0, 2)}
     want[fleet.hosts("cut")[0]] = 3
     paths = {str(fleet.path(host)) for host in want}
 
-    plugin, ran = folder / "plugin", folder / "ran"
+    plugin, ran = directory / "plugin", directory / "ran"
     plugin.write_text(f'#!/bin/sh\n"{IMLOG}" "$@"\nstatus=$?\necho "$4" >>{ran}\nexit $status\n')
     plugin.chmod(0o755)
     shipped = (EXAMPLES / "icinga2-iml.conf").read_text().replace(
@@ -31,19 +31,19 @@ def ask(fleet, table, work):
     hosts = (f'object Host "{host}" {{ check_command = "alive"; zone = "local"; vars.iml = true; '
              f'vars.agent_endpoint = NodeName; vars.file = "{fleet.path(host)}" }}' for host in want)
     configuration = "\n".join([FRAME, shipped.replace("= 5m", "= 2s", 1), *hosts])
-    (folder / "icinga2.conf").write_text(configuration)
-    command = [icinga, "daemon", "-c", folder / "icinga2.conf", "-DRunAsUser=root", "-DRunAsGroup=root",
-               *(f"-D{name}={folder}" for name in ("DataDir", "LogDir", "CacheDir", "SpoolDir", "InitRunDir"))]
+    (directory / "icinga2.conf").write_text(configuration)
+    command = [icinga, "daemon", "-c", directory / "icinga2.conf", "-DRunAsUser=root", "-DRunAsGroup=root",
+               *(f"-D{name}={directory}" for name in ("DataDir", "LogDir", "CacheDir", "SpoolDir", "InitRunDir"))]
     table.start()
     subprocess.run([*command, "-C"], check=True, stdout=subprocess.DEVNULL, timeout=60)
     for words in DISTRIBUTION:
         configuration = configuration.replace(words, "")
-    (folder / "icinga2.conf").write_text(configuration)
-    with service(command, folder / "log"):
+    (directory / "icinga2.conf").write_text(configuration)
+    with service(command, directory / "log"):
         wait_for(lambda: ran.exists() and set(ran.read_text().split()) == paths, 90, "Icinga")
         time.sleep(1)
     # The state that it saves when it ends: netstrings of JSON.
-    state = (folder / "icinga2.state").read_bytes()
+    state = (directory / "icinga2.state").read_bytes()
     found = {match[1].decode(): int(match[2])
              for match in re.finditer(rb'"name":"([^"!]*)!iml".{0,20000}?"exit_status":(\d+)', state, re.S)}
     table.row("Icinga: the check on three servers", found, want, len(state))

@@ -10,8 +10,8 @@ def ask(fleet, table, work):
     remote = tool("systemd-journal-remote", "systemd-journal-remote")
     every = sorted(ids(fleet.entries()))
     one, zones, sent = (work / name for name in ("one-journal", "zone-journals", "sent-journals"))
-    for folder in one, zones, sent:
-        folder.mkdir()
+    for directory in one, zones, sent:
+        directory.mkdir()
 
     # Read in one zone, times are wrong by hours. But there are so many entries that the journal has several files.
     size = write(remote, fleet.files("whole", "cut"), "UTC", one / "fleet.journal")
@@ -23,7 +23,7 @@ def ask(fleet, table, work):
     table.row("these, sent by systemd-journal-upload", query(sent), every, size)
 
     since = int(time.time()) - 86400
-    for place, folder in (("", zones), (" (sent)", sent)):
+    for place, directory in (("", zones), (" (sent)", sent)):
         for words, is_wanted in (
                 (["-p", "crit", f"--since=@{since}"],
                  lambda entry: entry["severity"] == "critical" and journal_time(entry) >= since),
@@ -31,7 +31,7 @@ def ask(fleet, table, work):
                 (["IML_SEVERITY=caution", f"--until=@{since}"],
                  lambda entry: entry["severity"] == "caution" and journal_time(entry) <= since)):
             want = sorted(ids((host, entry) for host, entry in fleet.entries() if is_wanted(entry)))
-            table.row(f"journalctl {' '.join(words)}{place}", query(folder, *words), want)
+            table.row(f"journalctl {' '.join(words)}{place}", query(directory, *words), want)
 
 
 def write(remote, logs, zone, path):
@@ -45,7 +45,7 @@ def write(remote, logs, zone, path):
 
 
 def upload(remote, source, target, work):
-    """Sends the journals of a folder by HTTP into another one, as a server sends its own."""
+    """Sends the journals of a directory by HTTP into another one, as a server sends its own."""
     port = free_port()
     sender = tool("systemd-journal-upload", "systemd-journal-remote")
     with service([remote, f"--listen-http=127.0.0.1:{port}", "--split-mode=none", "-o", target], work / "remote.log"):
@@ -54,8 +54,8 @@ def upload(remote, source, target, work):
                        capture_output=True, check=True, timeout=240)
 
 
-def query(folder, *words):
-    run = subprocess.run([tool("journalctl", "systemd"), "-q", "-o", "json", f"--directory={folder}", *words],
+def query(directory, *words):
+    run = subprocess.run([tool("journalctl", "systemd"), "-q", "-o", "json", f"--directory={directory}", *words],
                          capture_output=True, check=True, timeout=240)
     entries = (json.loads(line) for line in run.stdout.splitlines())
     return sorted((entry["_HOSTNAME"], int(entry["IML_NUMBER"])) for entry in entries)

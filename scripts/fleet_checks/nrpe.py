@@ -30,15 +30,15 @@ done
 
 
 def ask(fleet, table, work):
-    folder = work / "nrpe"
-    folder.mkdir()
+    directory = work / "nrpe"
+    directory.mkdir()
     work.chmod(0o755)  # NRPE reads the logs as another user
-    fleet.folder.chmod(0o755)
+    fleet.directory.chmod(0o755)
     check = shutil.which("check_nrpe", path="/usr/lib/nagios/plugins")
     if check is None:
         raise Missing("check_nrpe (package nagios-nrpe-plugin)")
     tool("sudo", "sudo")
-    environment = {"TZ": ZONES[0], "WORK": str(folder), "EXAMPLES": str(EXAMPLES), "IMLOG": str(IMLOG),
+    environment = {"TZ": ZONES[0], "WORK": str(directory), "EXAMPLES": str(EXAMPLES), "IMLOG": str(IMLOG),
                    "NRPE": tool("nrpe", "nagios-nrpe-server"), "CHECK_NRPE": check, "PORT": str(free_port())}
     hosts = [*fleet.hosts("whole", zone=ZONES[0])[:3], *fleet.hosts("cut")]
     month_ago = time.time() - 30 * 86400

@@ -6,7 +6,7 @@ import pathlib
 
 from fleet_checks.common import EXAMPLES, IMLOG, TOOLS, ZONES, run_apart, tool
 
-# A journal daemon and rsyslog over folders that end with them. The names of logs are the arguments. rsyslog looks for a
+# A journal daemon and rsyslog over directories that end with them. The names of logs are the arguments. rsyslog looks for a
 # journal only when it starts. After each log it is started again, and has to read on where it stopped. What another
 # user writes under the name of imlog is no entry, nor is a message of imlog.
 INNER = r"""

@@ -1,4 +1,4 @@
-# Calls the completions as bash does: completion_test.sh FOLDER IMLOG
+# Calls the completions as bash does: completion_test.sh DIRECTORY IMLOG
 PATH=${2%/*}:$PATH
 for file in "$1"/*; do
   source "$file"

@@ -84,11 +84,11 @@ def messages_of(source):
 def messages(root):
     """Every message that the sources can write is in the manual of their program."""
     faults, count = [], 0
-    for program, folders in {"orvlog": ("orvlog", "pci"), "imlog": ("imlog",)}.items():
+    for program, directories in {"orvlog": ("orvlog", "pci"), "imlog": ("imlog",)}.items():
         page = subprocess.run(["mandoc", "-T", "ascii", "-O", "width=1000", str(root / f"docs/{program}.8")],
                               capture_output=True, text=True, check=True).stdout
         page = " ".join(re.sub(".\b", "", page).split())
-        for path in sorted(path for folder in folders for path in root.glob(f"{folder}/*.cpp")):
+        for path in sorted(path for directory in directories for path in root.glob(f"{directory}/*.cpp")):
             for message in messages_of(path.read_text()) if path.name != "usage.cpp" else ():
                 count += 1
                 parts = [re.escape(" ".join(part.split())) for part in re.split(r" ?%z?\w ?", message)]
@@ -105,11 +105,11 @@ def map_of(root):
     faults = [f"README.md:{number}: longer than 120 characters"
               for number, line in enumerate((root / "README.md").read_text().splitlines(), 1) if len(line) > 120]
     pages = [*root.glob("*.md"), *root.glob("docs/*.md")]
-    folders = "|".join(sorted(path.name for path in root.iterdir() if path.is_dir() and path.name != "build"))
+    directories = "|".join(sorted(path.name for path in root.iterdir() if path.is_dir() and path.name != "build"))
     for page in pages:
         text = page.read_text()
         links = [(page.parent, link) for link in re.findall(r"\]\((?!https?:|#)([^)#]+)\)", text)]
-        paths = [(root, path) for path in re.findall(rf"`((?:{folders})/[\w./*-]*)", text)]
+        paths = [(root, path) for path in re.findall(rf"`((?:{directories})/[\w./*-]*)", text)]
         for base, name in links + paths:
             if "XX" not in name and not any(base.glob(name)) and not (base / name).exists():
                 faults.append(f"{page.relative_to(root)}: there is no {name}")
@@ -119,9 +119,9 @@ def map_of(root):
         "CONTRIBUTING.md": [f"`{preset['name']}`" for preset in presets if not preset.get("hidden")]
                      + [f"`scripts/{path.name}`" for path in root.glob("scripts/*")
                         if path.name not in ("setup", "demo", "test")],
-        "docs/architecture.md": [f"`{path.stem}" for folder, pattern in (
+        "docs/architecture.md": [f"`{path.stem}" for directory, pattern in (
             ("cmake", "*.cmake"), ("orvlog", "*.cpp"), ("imlog", "*.cpp"), ("iml", "[!c]*.cpp"), ("pci", "*.cpp"),
-            ("fuzz", "*.cpp"), ("platform", "*.h")) for path in root.glob(f"{folder}/{pattern}")],
+            ("fuzz", "*.cpp"), ("platform", "*.h")) for path in root.glob(f"{directory}/{pattern}")],
     }
     for page, names in named.items():
         text = re.sub(r"`(?:platform|iml|pci|orvlog)/", "`", (root / page).read_text())
@@ -129,7 +129,7 @@ def map_of(root):
     return faults
 
 
-check, root_folder, *program = sys.argv[1:]
+check, root_directory, *program = sys.argv[1:]
 checks = {"lint": lint, "options": options, "vocabulary": vocabulary, "messages": messages, "map": map_of}
-found_faults = checks[check](pathlib.Path(root_folder), *program)
+found_faults = checks[check](pathlib.Path(root_directory), *program)
 sys.exit("\n".join(found_faults) or 0)

@@ -40,16 +40,16 @@ class Case(unittest.TestCase):
     command = [IMLOG]
 
     def setUp(self):
-        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="imlog-test-"))
-        self.addCleanup(shutil.rmtree, self.folder)
+        self.directory = pathlib.Path(tempfile.mkdtemp(prefix="imlog-test-"))
+        self.addCleanup(shutil.rmtree, self.directory)
 
     def file(self, *records, name="log"):
-        (self.folder / name).write_bytes(b"".join(records))
-        return str(self.folder / name)
+        (self.directory / name).write_bytes(b"".join(records))
+        return str(self.directory / name)
 
     def env(self, **more):
         return {**os.environ, "TZ": "Europe/Berlin", "LC_ALL": "C", "LD_LIBRARY_PATH": str(BUILD / "simulator"),
-                "ORVLOG_SIMULATOR": str(self.folder / "server"), **more}
+                "ORVLOG_SIMULATOR": str(self.directory / "server"), **more}
 
     def faults(self, **which):
         # Blanks separate the elements of LD_PRELOAD, so it gets no path.
@@ -82,7 +82,7 @@ class Orvlog(Case):
         return run.stdout
 
     def test_note_is_read_back(self):
-        shutil.copytree(SAMPLE, self.folder / "server")
+        shutil.copytree(SAMPLE, self.directory / "server")
         note = 'Replaced fan 3; 100% "done" %s%n'
         self.assertEqual(self.orvlog("-s", "Repaired", "-l", note), "")
         listing = self.orvlog("-v")
@@ -95,10 +95,10 @@ class Orvlog(Case):
         self.assertEqual(re.findall(r"\n(\d+ \w+)", self.orvlog("-V", numbers[-1])), [numbers[-1] + " Repaired"])
 
     def test_watchdog_and_reports(self):
-        shutil.copytree(SAMPLE, self.folder / "server")
+        shutil.copytree(SAMPLE, self.directory / "server")
         self.assertEqual(self.orvlog("-a", "TIMEOUT=20"), "Setting ASR timer to 20\n")
         self.orvlog("-a", "DISABLE")
-        (self.folder / "server/cdt/5002").write_bytes(b"\x12" + bytes(14))
+        (self.directory / "server/cdt/5002").write_bytes(b"\x12" + bytes(14))
         self.assertRegex(self.orvlog("-a", "STATUS", "-p", "-i", "-t"), (
             r"(?s)\ACurrent IPMI WatchDog Timer  Status is DISABLED and the timeout value is 20\n.*\nPower cap:.*\nBusNumber\t"
             r".*\n 5\t\t 0\t\t 0\t\t60\t\tdcb8\t\t 3\n.*\nSensor"))
@@ -236,7 +236,7 @@ class Statuses(Case):
         self.assertEqual(self.run_imlog("-o", "raw", torn, status=2, stderr=end), b"".join(whole))
         metric = (b"# HELP iml_read_success Whether the log was read to its end.\n# TYPE iml_read_success gauge\n"
                   b"iml_read_success 0\n")
-        for path, reason in ((self.folder, b"cannot open the log: Is a directory"), ("/dev/zero", b"ten million records"),
+        for path, reason in ((self.directory, b"cannot open the log: Is a directory"), ("/dev/zero", b"ten million records"),
                              ("/no\x1b", b"cannot open the log: No such file or directory; ")):
             for words in [], ["-o", "prometheus"]:
                 output = self.run_imlog(*words, path, status=2, stderr=reason)
@@ -246,13 +246,13 @@ class Statuses(Case):
         with open("/dev/full", "wb") as full:
             self.run_imlog(torn, status=2, stderr=b"cannot write the output: No space left", stdout=full)
         for word, closed in ((torn, 1), ("-", 0)):
-            self.run_imlog(word, "--cursor-file", self.folder / "cursor", status=2, stderr=b"Bad file descriptor",
+            self.run_imlog(word, "--cursor-file", self.directory / "cursor", status=2, stderr=b"Bad file descriptor",
                            preexec_fn=lambda fd=closed: os.close(fd))
 
     def test_same_file(self):
-        log = self.file(record(0), record(1), name="x.imlog-draft")
+        log = self.file(record(0), record(1), name="x.imlog-tmp")
         for words, mode, file in ((["-o", "raw", log], "ab", b"log"), (["-"], "r+b", b"log"), (["-o", "export", log], "r+b", b"log"),
-                                  (["--cursor-file", log], "ab", b"cursor"), (["--cursor-file", log[:-12]], "ab", b"cursor")):
+                                  (["--cursor-file", log], "ab", b"cursor"), (["--cursor-file", log[:-len(".imlog-tmp")]], "ab", b"cursor")):
             with open(log, mode) as output, open(log, "rb") as source:
                 self.run_imlog(*words, status=2, stderr=b"the %s is also the output" % file, stdout=output, stdin=source)
             self.assertEqual(os.path.getsize(log), 480)
@@ -272,7 +272,7 @@ class Statuses(Case):
 
     def test_pipes(self):
         rows = [record(i) for i in range(3000)]
-        os.mkfifo(fifo_name := self.folder / "fifo")
+        os.mkfifo(fifo_name := self.directory / "fifo")
         with subprocess.Popen([IMLOG, "-o", "raw", fifo_name], stdout=subprocess.PIPE, env=self.env()) as run:
             with open(fifo_name, "wb", buffering=0) as fifo:  # records in pieces
                 for piece in (rows[0][:100], rows[0][100:] + rows[1][:9], rows[1][9:]):
@@ -280,13 +280,13 @@ class Statuses(Case):
                     time.sleep(0.02)
             self.assertEqual(run.stdout.read(), rows[0] + rows[1])
         for handler, status in ((signal.SIG_DFL, -signal.SIGPIPE), (signal.SIG_IGN, 2)):
-            command = [IMLOG, "--cursor-file", self.folder / "cursor", self.file(*rows)]
+            command = [IMLOG, "--cursor-file", self.directory / "cursor", self.file(*rows)]
             with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, env=self.env(),
                                   preexec_fn=lambda: signal.signal(signal.SIGPIPE, handler)) as run:
                 run.stdout.close()
                 self.assertEqual(run.wait(), status)
                 self.assertEqual(b"cannot write the output: Broken pipe" in run.stderr.read(), status == 2)
-            self.assertFalse((self.folder / "cursor").exists())
+            self.assertFalse((self.directory / "cursor").exists())
 
     def test_no_blocking(self):
         rows = b"".join(record(i) for i in range(3000))
@@ -308,10 +308,10 @@ class Statuses(Case):
             self.assertEqual(run.wait(), 0)
 
     def test_live(self):
-        shutil.copytree(SAMPLE, self.folder / "server")
+        shutil.copytree(SAMPLE, self.directory / "server")
         self.assertEqual(self.run_imlog("-o", "raw"), self.run_imlog("-o", "raw", str(SAMPLE / "cevt")))
         self.assertEqual({entry["host"] for entry in self.objects()}, {os.uname().nodename})
-        log = self.folder / "server/cevt"
+        log = self.directory / "server/cevt"
         for rows, end in ((record(0) * 2, b"it does not advance past entry 1"),
                           (record(2 ** 31 - 1), b"entry 2147483648: status -1, Invalid argument")):
             log.write_bytes(rows)
@@ -324,9 +324,9 @@ class Statuses(Case):
         for refused, end in (("0", b"to its end: entry 0: status -1, Operation not permitted"),
                              ("10000001", b"has more than ten million records")):
             self.run_imlog("-p", "critical", env={**faults, "REFUSE": refused}, status=2, stderr=end)
-        (self.folder / "libkelmintrfc64.so.3").touch()
-        metric = self.run_imlog("-o", "prometheus", env={"LD_LIBRARY_PATH": str(self.folder)}, status=2,
-                                stderr=b"cannot load the request library: %s/libkelmintrfc64.so.3: file" % os.fsencode(self.folder))
+        (self.directory / "libkelmintrfc64.so.3").touch()
+        metric = self.run_imlog("-o", "prometheus", env={"LD_LIBRARY_PATH": str(self.directory)}, status=2,
+                                stderr=b"cannot load the request library: %s/libkelmintrfc64.so.3: file" % os.fsencode(self.directory))
         self.assertEqual(metric[-19:], b"iml_read_success 0\n")
 
 
@@ -389,17 +389,17 @@ class SeveralLogs(Case):
                              ([empty] * 273 + [long] * 9, 0), ([b"\0\2" + record(2)[2:]], 0), ([long, b"x"], 2)):
             log = self.file(*rows)
             message = b"the file is not a raw log; 'imlog -o raw' writes one" if status else b""
-            printed = self.run_imlog(log, "--cursor-file", self.folder / "cursor", status=status, stderr=message)
+            printed = self.run_imlog(log, "--cursor-file", self.directory / "cursor", status=status, stderr=message)
             self.assertEqual(printed == b"", status == 2)
             self.assertEqual(status == 2, self.run_imlog("-o", "prometheus", log, status=status, stderr=message) == metric)
-            self.assertEqual((self.folder / "cursor").exists(), status == 0)
-            (self.folder / "cursor").unlink(missing_ok=True)
+            self.assertEqual((self.directory / "cursor").exists(), status == 0)
+            (self.directory / "cursor").unlink(missing_ok=True)
         for rows in [], [empty]:
             self.assertEqual(self.run_imlog("-o", "check", self.file(*rows), status=3),
                              b"IML UNKNOWN - the log has no entries\n")
             self.assertEqual(self.run_imlog("-o", "json", self.file(*rows)), b"")
-        shutil.copytree(SAMPLE, self.folder / "server")
-        (self.folder / "server/cevt").write_bytes(b"")
+        shutil.copytree(SAMPLE, self.directory / "server")
+        (self.directory / "server/cevt").write_bytes(b"")
         self.assertIn(b"IML OK - ", self.run_imlog("-o", "check"))
 
 
@@ -430,11 +430,11 @@ class Unserviced(Case):
         logs = [self.file(*rows, name=name) for name, rows in (
             ("a", [record(0), record(1, 6)]), ("b", [record(2), record(3, 9, event=(0xFFF0, 1))]))]
         self.assertEqual(self.numbers("-u", *logs), [2, 3])
-        self.assertEqual(self.numbers("-u", "--cursor-file", self.folder / "c", logs[0]), [])
+        self.assertEqual(self.numbers("-u", "--cursor-file", self.directory / "c", logs[0]), [])
         late = self.file(record(0), record(1, 6), record(0, count=2, last=(2025, 9, 3, 0, 0)), name="a")
-        self.assertEqual(self.numbers("-u", "--cursor-file", self.folder / "c", late), [0])
+        self.assertEqual(self.numbers("-u", "--cursor-file", self.directory / "c", late), [0])
         early = self.file(record(9), record(0, count=3, last=(2025, 9, 3, 0, 0)), record(1, 6), name="a")
-        self.assertEqual(self.numbers("-u", "--cursor-file", self.folder / "c", early), [9, 0])  # the note is old
+        self.assertEqual(self.numbers("-u", "--cursor-file", self.directory / "c", early), [9, 0])  # the note is old
         gauge = re.findall("unserviced_entries{(.*)", self.run_imlog("-o", "prometheus", logs[1]).decode())
         self.assertEqual(gauge, ['severity="information",class="Maintenance"} 1', 'severity="caution",class="Unknown"} 1'])
         for words in ["-n", "1"], ["-n", "1", "-u"]:
@@ -445,7 +445,7 @@ class Unserviced(Case):
 class Cursor(Case):
     def setUp(self):
         super().setUp()
-        self.cursor = str(self.folder / "cursor")
+        self.cursor = str(self.directory / "cursor")
 
     def changes(self, *rows, words=(), **more):
         entries = self.objects("--cursor-file", self.cursor, self.file(*rows), *words, **more)
@@ -462,7 +462,7 @@ class Cursor(Case):
         self.assertEqual(self.changes(a, c), [])  # filtered out, yet seen
         self.assertEqual(self.changes(record(0, 15), again, c, b, words=("-n", "1")), [(1, "new")])
         self.assertEqual(self.changes(record(0, 9), b, a[:20] + b"\0" * 8 + a[28:]), [(0, "repeated")])
-        self.assertEqual(sorted(os.listdir(self.folder)), ["cursor", "cursor.lock", "log"])
+        self.assertEqual(sorted(os.listdir(self.directory)), ["cursor", "cursor.lock", "log"])
         self.assertEqual(self.changes(a, b[:9], status=2, stderr=b"within a record"), [(0, "repeated")])
         self.assertEqual(self.changes(a, b), [])  # of the rest that was not read, all was kept
 
@@ -473,13 +473,13 @@ class Cursor(Case):
             pathlib.Path(self.cursor).write_bytes(text)
             self.assertEqual(self.changes(record(0), status=2, stderr=b"the cursor is "), [])
             self.assertEqual(pathlib.Path(self.cursor).read_bytes(), text)
-        other = self.folder / "other"
+        other = self.directory / "other"
         for i, make in enumerate((lambda path: os.symlink(other, path), os.mkdir, os.mkfifo)):
-            self.cursor = str(self.folder / f"cursor{i}")
+            self.cursor = str(self.directory / f"cursor{i}")
             make(self.cursor)
             self.assertEqual(self.changes(record(0), status=2, stderr=b"; name a regular file in place of"), [])
             self.assertFalse(os.path.exists(self.cursor + ".lock"))
-        self.cursor = str(self.folder / "linked")
+        self.cursor = str(self.directory / "linked")
         os.symlink(other, self.cursor + ".lock")
         self.assertEqual(self.changes(record(0), status=2, stderr=b"cannot lock the cursor: Too many levels"), [])
         self.assertFalse(other.exists())
@@ -487,16 +487,16 @@ class Cursor(Case):
         self.assertEqual(self.changes(record(0), status=2, stderr=b"cannot lock the cursor: No such file"), [])
 
     def test_two_at_once(self):
-        os.mkfifo(self.folder / "fifo")
-        command = [IMLOG, "--cursor-file", self.cursor, self.folder / "fifo"]
+        os.mkfifo(self.directory / "fifo")
+        command = [IMLOG, "--cursor-file", self.cursor, self.directory / "fifo"]
         with subprocess.Popen(command, stdout=subprocess.PIPE, env=self.env()) as run:
-            with open(self.folder / "fifo", "wb"):
+            with open(self.directory / "fifo", "wb"):
                 self.assertEqual(self.changes(record(0), status=2, stderr=b"the cursor: another run uses it"), [])
             self.assertEqual(run.wait(), 0)
         self.assertEqual(self.changes(record(0)), [(0, "new")])
 
     def test_failing_writes(self):
-        """The cursor's draft does not fit, a run is killed while it writes one, the output fails: nothing is lost."""
+        """The cursor's temporary file does not fit, a run is killed while it writes one, the output fails: nothing is lost."""
         self.changes(record(0))
         before = pathlib.Path(self.cursor).read_text()
         words = ["-o", "json", "--cursor-file", self.cursor, self.file(record(0), record(1))]
@@ -509,40 +509,40 @@ class Cursor(Case):
                                          (signal.SIG_DFL, -signal.SIGXFSZ, b"")):
             self.assertEqual(b"", self.run_imlog(*words, status=status, stderr=message,
                                                  preexec_fn=lambda handler=handler: limit(handler)))
-            self.assertEqual(os.path.exists(self.cursor + ".imlog-draft"), status != 2)
+            self.assertEqual(os.path.exists(self.cursor + ".imlog-tmp"), status != 2)
         with open("/dev/full", "wb") as full:
             self.run_imlog(*words, status=2, stderr=b"cannot write the output", stdout=full)
         self.assertEqual(pathlib.Path(self.cursor).read_text(), before)
         self.assertEqual(self.changes(record(0), record(1)), [(1, "new")])
-        self.assertFalse(os.path.exists(self.cursor + ".imlog-draft"))
+        self.assertFalse(os.path.exists(self.cursor + ".imlog-tmp"))
 
     def test_power_failure(self):
-        """The run syncs the cursor's draft, the output, the folder; each fails, or the run dies there."""
+        """The run syncs the cursor's temporary file, the output, the directory; each fails, or the run dies there."""
         killed = -signal.SIGKILL
         for call, error, status, message, is_printed, is_saved in (
                 (1, errno.ENOSPC, 2, b"cannot write the cursor: No space left", False, False),
                 (1, 0, killed, b"", False, False), (2, errno.EIO, 2, b"cannot write the output: Input/", True, False),
                 (2, errno.EINVAL, 0, b"", True, True), (2, 0, killed, b"", True, False),
-                (3, errno.EIO, 2, b"cannot sync the folder of the cursor: Input/output error", True, True),
+                (3, errno.EIO, 2, b"cannot sync the directory of the cursor: Input/output error", True, True),
                 (3, errno.EINVAL, 0, b"", True, True), (3, 0, killed, b"", True, True)):
-            self.cursor = str(self.folder / f"cursor{call}-{error}")
-            with open(self.folder / "out", "w+b") as out:
+            self.cursor = str(self.directory / f"cursor{call}-{error}")
+            with open(self.directory / "out", "w+b") as out:
                 self.run_imlog("--cursor-file", self.cursor, self.file(record(0)), status=status, stderr=message,
                                stdout=out, env=self.faults(FSYNC=f"{call} {error}"))
-            self.assertEqual((os.path.getsize(self.folder / "out") != 0, os.path.exists(self.cursor)),
+            self.assertEqual((os.path.getsize(self.directory / "out") != 0, os.path.exists(self.cursor)),
                              (is_printed, is_saved), (call, error))
-            self.assertTrue(status == killed or not os.path.exists(self.cursor + ".imlog-draft"))
+            self.assertTrue(status == killed or not os.path.exists(self.cursor + ".imlog-tmp"))
             self.assertEqual(self.changes(record(0)), [] if is_saved else [(0, "new")])
-            self.assertFalse(os.path.exists(self.cursor + ".imlog-draft"))
+            self.assertFalse(os.path.exists(self.cursor + ".imlog-tmp"))
 
 
 class Follow(Case):
     @contextlib.contextmanager
     def follow(self, rows, *words):
-        self.log = self.folder / "server/cevt"
+        self.log = self.directory / "server/cevt"
         self.log.parent.mkdir()
         self.write(*rows)
-        command = [IMLOG, "-f", "-o", "json", "--cursor-file", self.folder / "cursor", *words]
+        command = [IMLOG, "-f", "-o", "json", "--cursor-file", self.directory / "cursor", *words]
         with subprocess.Popen(command, env=self.env(), stdout=subprocess.PIPE, stderr=subprocess.PIPE) as run:
             limit = threading.Timer(60, run.kill)
             limit.start()
@@ -553,9 +553,9 @@ class Follow(Case):
                 limit.cancel()
 
     def write(self, *rows):
-        draft = self.folder / "draft"
-        draft.write_bytes(b"".join(rows))
-        draft.rename(self.log)
+        temporary = self.directory / "temporary"
+        temporary.write_bytes(b"".join(rows))
+        temporary.rename(self.log)
 
     def read(self, run):
         entry = json.loads(run.stdout.readline())
@@ -570,7 +570,7 @@ class Follow(Case):
             time.sleep(0.5)
             run.send_signal(signal.SIGTERM)
             self.assertEqual((run.wait(), run.stderr.read()), (0, b""))
-        self.assertEqual(self.numbers("--cursor-file", self.folder / "cursor"), [])
+        self.assertEqual(self.numbers("--cursor-file", self.directory / "cursor"), [])
 
     def test_reader_goes(self):
         with self.follow([record(0)]) as run:
@@ -578,7 +578,7 @@ class Follow(Case):
             time.sleep(0.5)  # the cursor is written, and nothing new to print
             run.stdout.close()
             self.assertEqual(run.wait(timeout=20), -signal.SIGPIPE)
-        self.assertEqual(self.numbers("--cursor-file", self.folder / "cursor"), [])
+        self.assertEqual(self.numbers("--cursor-file", self.directory / "cursor"), [])
 
     def test_failing_round(self):
         with self.follow([record(0)]) as run:
@@ -593,11 +593,11 @@ class Follow(Case):
             time.sleep(1)  # nobody reads: the pipe is full
             run.send_signal(signal.SIGINT)
             self.assertEqual((run.wait(timeout=10), run.stdout.read()[-1:]), (0, b"\n"))  # each line is one write
-        self.assertFalse((self.folder / "cursor").exists())
+        self.assertFalse((self.directory / "cursor").exists())
 
     def test_signal_before_reading(self):
-        os.mkfifo(pipe := self.folder / "libkelmintrfc64.so.3")
-        with subprocess.Popen([IMLOG, "-f"], env=self.env(LD_LIBRARY_PATH=str(self.folder))) as run, open(pipe, "wb"):
+        os.mkfifo(pipe := self.directory / "libkelmintrfc64.so.3")
+        with subprocess.Popen([IMLOG, "-f"], env=self.env(LD_LIBRARY_PATH=str(self.directory))) as run, open(pipe, "wb"):
             run.send_signal(signal.SIGTERM)  # while it loads the library
             self.assertEqual(run.wait(timeout=10), 0)
 
@@ -607,13 +607,13 @@ class Journal(Case):
 
     def setUp(self):
         super().setUp()
-        self.path = self.folder / "systemd/journal/socket"
+        self.path = self.directory / "systemd/journal/socket"
         self.path.parent.mkdir(parents=True)
         namespace = ["unshare", "-m", *([] if os.getuid() == 0 else ["-r"])]
         if subprocess.run([*namespace, "true"], check=False).returncode != 0:
             self.skipTest("a namespace of mounts not found (package util-linux)")
-        self.command = [*namespace, "sh", "-c", 'mount --bind "$0" /run && exec "$@"', str(self.folder), IMLOG]
-        self.cursor = self.folder / "cursor"
+        self.command = [*namespace, "sh", "-c", 'mount --bind "$0" /run && exec "$@"', str(self.directory), IMLOG]
+        self.cursor = self.directory / "cursor"
 
     def bind(self):
         self.path.unlink(missing_ok=True)
@@ -691,7 +691,7 @@ class Journal(Case):
 
     def test_follow(self):
         """The journal is restarted, and later its queue is full when a signal comes."""
-        log = self.folder / "server/cevt"
+        log = self.directory / "server/cevt"
         log.parent.mkdir()
         log.write_bytes(record(0))
         server = self.bind()
@@ -700,8 +700,8 @@ class Journal(Case):
             self.assertNotIn(b"IML_HOST=", server.recv(10000))
             server.close()
             server = self.bind()
-            (self.folder / "next").write_bytes(b"".join(record(i, count=2) for i in range(3000)))
-            (self.folder / "next").rename(log)
+            (self.directory / "next").write_bytes(b"".join(record(i, count=2) for i in range(3000)))
+            (self.directory / "next").rename(log)
             self.assertIn(b"\nIML_CHANGE=repeated\n", server.recv(10000))
             time.sleep(1)
             run.send_signal(signal.SIGTERM)
@@ -711,8 +711,8 @@ class Journal(Case):
 class Readers(Case):
     """Each format, read back by a program in common use."""
 
-    def tool(self, name, package, *folders):
-        path = shutil.which(name, path=os.pathsep.join([*folders, os.environ["PATH"]]))
+    def tool(self, name, package, *directories):
+        path = shutil.which(name, path=os.pathsep.join([*directories, os.environ["PATH"]]))
         if path is None:
             self.skipTest(f"{name} not found (package {package})")
         return path
@@ -742,7 +742,7 @@ class Readers(Case):
         self.assertEqual([json.loads(line) for line in back.splitlines()], self.objects(log))
 
     def test_journal(self):
-        log, journal = self.file(*self.rows()), self.folder / "x.journal"
+        log, journal = self.file(*self.rows()), self.directory / "x.journal"
         self.store(self.run_imlog("-o", "export", "--host", "r17u04", log), journal)
         file, ours = f"--file={journal}", self.objects(log)
         self.journalctl(file, "--verify")
@@ -754,14 +754,14 @@ class Readers(Case):
 
     def test_journal_of_many_runs(self):
         """Twenty runs with a cursor, and a clock that was set back: in one file, and in a file each."""
-        rows, boots, journal, folder = [], [], self.folder / "x.journal", self.folder / "files"
-        folder.mkdir()
+        rows, boots, journal, directory = [], [], self.directory / "x.journal", self.directory / "files"
+        directory.mkdir()
         for run in range(20):
             rows += [record(3 * run + i, first=(2025, 2 if run < 10 else 1, 1 + run, i, 0) if i else (0,) * 6)
                      for i in range(3)]
-            entries = self.run_imlog("-o", "export", "--cursor-file", self.folder / "c", self.file(*rows))
+            entries = self.run_imlog("-o", "export", "--cursor-file", self.directory / "c", self.file(*rows))
             boots.append(re.search(b"_BOOT_ID=(.*)", entries)[1].decode())
-            self.store(entries, journal, folder / f"{run}.journal")
+            self.store(entries, journal, directory / f"{run}.journal")
         self.journalctl(f"--file={journal}", "--verify")
         for run, boot in enumerate(boots):
             self.assertEqual(self.query(f"--file={journal}", f"--boot={boot}"), [3 * run, 3 * run + 1, 3 * run + 2])
@@ -770,7 +770,7 @@ class Readers(Case):
         # boot after the other, and entries without a valid time only up to the first one that is too late.
         for words, expected in (["--since=2025-01-01"], range(60)), (["--since=2025-02-01"], range(30)), (
                 ["--until=2025-02-01"], range(30, 60)):
-            self.assertEqual([number for number in self.query(f"--directory={folder}", *words) if number % 3],
+            self.assertEqual([number for number in self.query(f"--directory={directory}", *words) if number % 3],
                              [number for number in expected if number % 3])
 
     def test_promtool(self):

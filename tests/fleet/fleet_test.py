@@ -27,8 +27,8 @@ def read(name):
 
 class Case(unittest.TestCase):
     def setUp(self):
-        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="imlog-fleet-", dir=BUILD))  # /tmp may be noexec
-        self.addCleanup(shutil.rmtree, self.folder)
+        self.directory = pathlib.Path(tempfile.mkdtemp(prefix="imlog-fleet-", dir=BUILD))  # /tmp may be noexec
+        self.addCleanup(shutil.rmtree, self.directory)
 
     def tool(self, name, package):
         path = shutil.which(name, path=f"{os.environ['PATH']}:/usr/sbin:/lib/systemd:{ROOT}/build/tools")
@@ -41,8 +41,8 @@ class Case(unittest.TestCase):
             return self.skipTest(f"{name} not found (package python3-{name})")
 
     def program(self, name, line):
-        (self.folder / name).write_text(f"#!/bin/sh\n{line}\n")
-        (self.folder / name).chmod(0o755)
+        (self.directory / name).write_text(f"#!/bin/sh\n{line}\n")
+        (self.directory / name).chmod(0o755)
 
     def succeed(self, *command, **more):
         run = subprocess.run(command, capture_output=True, text=True, check=False, timeout=120, **more)
@@ -66,10 +66,10 @@ class Files(Case):
             fields = draw.getrandbits(32), 1, severity, draw.randrange(0x2C), draw.randrange(64), stamps, draw.getrandbits(32)
             log += struct.pack(HEADER, 240, *fields) + bytes(draw.choices(range(256), k=212))
         log += struct.pack(HEADER, 240, 2**32 - 1, 1, 255, 0xFFFF, 0xFFFF, bytes(12), 2**32 - 1) + bytes(212)
-        (self.folder / "log").write_bytes(log)
+        (self.directory / "log").write_bytes(log)
         seen = set()
-        for words in [], ["--utc"], ["--cursor-file", self.folder / "cursor"]:
-            lines = self.succeed(IMLOG, "-o", "json", *words, self.folder / "log", env={"TZ": "Europe/Berlin"})
+        for words in [], ["--utc"], ["--cursor-file", self.directory / "cursor"]:
+            lines = self.succeed(IMLOG, "-o", "json", *words, self.directory / "log", env={"TZ": "Europe/Berlin"})
             for entry in map(json.loads, lines.splitlines()):
                 self.assertEqual([error.message for error in judge.iter_errors(entry)], [], entry)
                 seen |= set(entry)
@@ -89,16 +89,16 @@ class Files(Case):
     def test_mail(self):
         """A text that echo or printf would change arrives whole, after a failure too, and once though runs overlap."""
         texts = [rb"\c %s %d \n $(date) `date` '\"", b"second"]
-        (self.folder / "log").write_bytes(b"".join(
+        (self.directory / "log").write_bytes(b"".join(
             struct.pack(HEADER, 240, i, 1, 15, 0x21, 2, bytes((20, 25, 9, 1, 13, 5) * 2), 1) + text.ljust(212, b"\0")
             for i, text in enumerate(texts)))
-        box, broken = self.folder / "box", self.folder / "broken"
-        self.program("imlog", f'exec "{IMLOG}" "$@" "{self.folder}/log"')
+        box, broken = self.directory / "box", self.directory / "broken"
+        self.program("imlog", f'exec "{IMLOG}" "$@" "{self.directory}/log"')
         self.program("mail", f'[ -e "{broken}" ] && exit 1; run=$RUN; RUN=; eval "$run"; cat >>"{box}"')
-        environment = {**os.environ, "PATH": f"{self.folder}:{os.environ['PATH']}"}
+        environment = {**os.environ, "PATH": f"{self.directory}:{os.environ['PATH']}"}
         for shell in "dash", "bash":
-            (self.folder / shell).mkdir()
-            command = [self.tool(shell, shell), FILES / "imlog-mail", "root", self.folder / shell]
+            (self.directory / shell).mkdir()
+            command = [self.tool(shell, shell), FILES / "imlog-mail", "root", self.directory / shell]
             environment["RUN"] = shlex.join(map(str, command))
             broken.touch()
             self.assertNotEqual(subprocess.run(command, env=environment, check=False).returncode, 0)
@@ -164,20 +164,20 @@ class Examples(Case):
         remote = self.tool("systemd-journal-remote", "systemd-journal-remote")
         if subprocess.run(["unshare", "--mount", "true"], stderr=subprocess.DEVNULL, check=False).returncode != 0:
             self.skipTest("mount namespaces not found (package util-linux)")
-        shutil.copytree(SAMPLE, self.folder / "server")
-        self.succeed(ROOT / "simulator/fleet.py", "--servers", "12", "--zone", "Europe/Berlin", self.folder / "fleet")
+        shutil.copytree(SAMPLE, self.directory / "server")
+        self.succeed(ROOT / "simulator/fleet.py", "--servers", "12", "--zone", "Europe/Berlin", self.directory / "fleet")
         for host in "r01u01", "r01u02":  # which cannot be read
-            (self.folder / f"fleet/{host}.iml").unlink()
+            (self.directory / f"fleet/{host}.iml").unlink()
         self.program("mail", 'echo "mail $* $(cat)"')
         self.program("ssh", 'shift; exec "$@"')
         commands = [command for command in self.commands() if not re.search(self.ELSEWHERE, command)]
         script = ["mount -t tmpfs none /var/lib", "mkdir -p /var/lib/imlog", "echo r99u01 >hosts"]
         for command in commands:
             script += ["echo @@", command.replace("/lib/systemd/systemd-journal-remote", remote)]
-        environment = {**os.environ, "ORVLOG_SIMULATOR": str(self.folder / "server"), "TZ": "Europe/Berlin",
-                       "PATH": f"{self.folder}:{BUILD}/imlog:{BUILD}/orvlog:{os.environ['PATH']}",
+        environment = {**os.environ, "ORVLOG_SIMULATOR": str(self.directory / "server"), "TZ": "Europe/Berlin",
+                       "PATH": f"{self.directory}:{BUILD}/imlog:{BUILD}/orvlog:{os.environ['PATH']}",
                        "LD_LIBRARY_PATH": str(BUILD / "simulator")}  # the sanitizers ignore the run path
-        run = subprocess.run(["unshare", "--mount", "bash", "-c", "\n".join(script)], cwd=self.folder, env=environment,
+        run = subprocess.run(["unshare", "--mount", "bash", "-c", "\n".join(script)], cwd=self.directory, env=environment,
                              capture_output=True, text=True, timeout=120, check=False)
         self.assertNotRegex(run.stderr, "imlog: |not found")
         used, outputs = set(), run.stdout.split("@@\n")[1:]

@@ -1,15 +1,15 @@
 # In another project this one brings targets and nothing else. Asked to install, it installs where it is told.
-# Source, build folder and prefix have a blank in their names. The build says what it leaves out.
+# Source, build directory and prefix have a blank in their names. The build says what it leaves out.
 set -euo pipefail
 cmake=$1 source=$2 built=$3 generator=$4 cc=$5 cxx=$6
 work=$(mktemp -d -p "$PWD") # in the build tree, since /tmp may be noexec
 trap 'rm -rf "$work"' EXIT
 export work
 fail() { echo "$1" >&2; exit 1; }
-# try FOLDER OPTION...: configures; what CMake says is in $work/log.
+# try DIRECTORY OPTION...: configures; what CMake says is in $work/log.
 try() { "$cmake" -G "$generator" -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" -B "$@" >"$work/log" 2>&1; }
 configure() { try "$@" || { cat "$work/log" >&2; exit 1; }; }
-# targets FOLDER: those that are built without being named.
+# targets DIRECTORY: those that are built without being named.
 targets() { "$cmake" --build "$1" --target help | grep -oE '^(imlog|orvlog|imltext):' | tr -d '\n'; }
 
 parent="$work/a parent" build="$work/its build" dirs="$work/absolute dirs"
@@ -52,7 +52,7 @@ cp "$built/imlog/imlog" "$build/orvlog/imlog"
 before=$(find "$build" -not -name 'install_manifest*' -printf '%p %T@\n' | sort)
 "$cmake" --install "$build" --prefix "$work/a prefix" >/dev/null
 diff <(echo "$before") <(find "$build" -not -name 'install_manifest*' -printf '%p %T@\n' | sort) >&2 ||
-  fail "installing writes into the build folder"
+  fail "installing writes into the build directory"
 for file in bin/imlog sbin/orvlog lib/{libimltext.{a,so.1},cmake/imltext/imltext-config.cmake} \
             include/iml/records/common.h man/man8/{imlog,orvlog}.8.gz; do
   [ -s "$dirs/$file" ] || fail "$file is not where it was to go"

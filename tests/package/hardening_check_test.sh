@@ -16,7 +16,7 @@ bare $'#include <stdio.h>\n#include <string.h>\nint main(int argc, char **argv) 
   -O2 -fno-pie -no-pie -fno-stack-protector -fcf-protection=none -U_FORTIFY_SOURCE \
   -Wl,-z,norelro,-z,lazy,-z,execstack,-rpath,/lib:
 for protection in 'position-independent' 'read-only relocations' 'bound before the start (BIND_NOW)' \
-                  'no executable stack' 'no run path to the current folder' 'stack protector' \
+                  'no executable stack' 'no run path to the current directory' 'stack protector' \
                   'fortified library calls' 'landing pads of indirect calls' 'shadow stack'; do
   lacks "$protection"
 done
@@ -24,4 +24,4 @@ bare 'int _start(void) { return 0; }' -static -nostdlib -Wl,-N
 lacks 'no writable code'
 bare 'int x; int f(void) { return x; }' -fno-pic -mcmodel=large -shared -Wl,-z,notext,-rpath,lib
 lacks 'no text relocations'
-lacks 'no run path to the current folder'
+lacks 'no run path to the current directory'

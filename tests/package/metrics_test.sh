@@ -5,43 +5,43 @@ rm -rf "$3"
 mkdir -p "$3"/{metrics,elsewhere}
 work=$(realpath "$3")
 "$cmake" --install "$build" --prefix "$work" --component imlog >/dev/null
-folder=$work/metrics
+directory=$work/metrics
 
-# check STATUS CONTENT IMLOG [FOLDER]: runs the script with IMLOG, a script, as imlog. It has to end with STATUS and to
+# check STATUS CONTENT IMLOG [DIRECTORY]: runs the script with IMLOG, a script, as imlog. It has to end with STATUS and to
 # leave iml.prom with CONTENT, and nothing else.
 check() {
   local status=0
   printf '#!/bin/sh\n%s\n' "$3" >"$work/bin/imlog"
-  ${limit-} sh "$work/lib/imlog/write-metrics" "${4-$folder}" 2>"$work/messages" || status=$?
-  if [ -L "$folder" ]; then
-    rm "$folder"
-    mv "$work/moved" "$folder"
+  ${limit-} sh "$work/lib/imlog/write-metrics" "${4-$directory}" 2>"$work/messages" || status=$?
+  if [ -L "$directory" ]; then
+    rm "$directory"
+    mv "$work/moved" "$directory"
   fi
-  if [ "$status $(cat "$folder/iml.prom")" != "$1 $2" ] || [ "$(ls -A "$folder" "$work/elsewhere")" != \
-       "$work/elsewhere:"$'\n\n'"$folder:"$'\niml.prom' ]; then
+  if [ "$status $(cat "$directory/iml.prom")" != "$1 $2" ] || [ "$(ls -A "$directory" "$work/elsewhere")" != \
+       "$work/elsewhere:"$'\n\n'"$directory:"$'\niml.prom' ]; then
     printf '%s\nends with status %s and leaves\n' "$3" "$status" >&2
-    tail -n +1 "$work/messages" "$folder"/* "$work/elsewhere"/* >&2
+    tail -n +1 "$work/messages" "$directory"/* "$work/elsewhere"/* >&2
     exit 1
   fi
 }
 
 check 0 $'x 1\niml_read_success 1' '[ "$*" = "-o prometheus" ] && printf "x 1\niml_read_success 1\n"'
-check 2 'iml_read_success 0' 'echo iml_read_success 0; exit 2' "$folder/"
+check 2 'iml_read_success 0' 'echo iml_read_success 0; exit 2' "$directory/"
 check 3 'iml_read_success 0' 'exit 3'
 check 127 'iml_read_success 0' 'exec /nowhere/imlog'
 check 2 'iml_read_success 0' 'echo "# TYPE iml_read_success gauge"; echo "x iml_read_success 1"'
 check 137 'iml_read_success 0' 'echo "x 1"; kill -KILL $$'
 limit='prlimit --fsize=0 env --ignore-signal=XFSZ' check 2 'iml_read_success 0' 'echo iml_read_success 1'
-# Links, and what a run left that was killed. The last one takes the folder's name while imlog runs.
-ln -s "$work/elsewhere/file" "$folder/iml.prom.new"
+# Links, and what a run left that was killed. The last one takes the directory's name while imlog runs.
+ln -s "$work/elsewhere/file" "$directory/iml.prom.new"
 check 0 'iml_read_success 1' 'echo iml_read_success 1'
-ln -sf "$work/elsewhere" "$folder/iml.prom"
+ln -sf "$work/elsewhere" "$directory/iml.prom"
 check 2 'iml_read_success 0' 'echo iml_read_success 0; exit 2'
 check 2 'iml_read_success 0' "ln -s '$work/elsewhere/file' iml.prom.new; echo iml_read_success 1"
-ln -s "$folder" "$work/link"
+ln -s "$directory" "$work/link"
 check 2 'iml_read_success 0' 'echo iml_read_success 1' "$work/link"
 ln -sfT elsewhere "$work/link"
-check 0 'iml_read_success 1' "mv '$folder' '$work/moved'; mv -T '$work/link' '$folder'; echo iml_read_success 1"
-touch "$folder/iml.prom.new"
-sh "$work/lib/imlog/write-metrics" --clean "$folder"
-[ ! -e "$folder/iml.prom.new" ]
+check 0 'iml_read_success 1' "mv '$directory' '$work/moved'; mv -T '$work/link' '$directory'; echo iml_read_success 1"
+touch "$directory/iml.prom.new"
+sh "$work/lib/imlog/write-metrics" --clean "$directory"
+[ ! -e "$directory/iml.prom.new" ]

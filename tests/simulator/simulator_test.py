@@ -80,9 +80,9 @@ class Simulator(unittest.TestCase):
     def tearDown(self):
         self.assertEqual(len(os.listdir("/proc/self/fd")), self.open_before, "descriptors leak")
 
-    def fill(self, folder=None):
+    def fill(self, directory=None):
         for name, content in self.FILES.items():
-            path = (folder or self.server) / name
+            path = (directory or self.server) / name
             path.parent.mkdir(parents=True, exist_ok=True)
             path.write_bytes(content)
 
@@ -158,7 +158,7 @@ class Simulator(unittest.TestCase):
         size.value = 9
         self.assertEqual(variables.get_ev(b"VXHCPR", value, ctypes.byref(size)), 0)
         self.assertEqual((value.raw, size.value), (self.FILES["ev/VXHCPR"] + b"?", 8))
-        (self.server / "ev/.VXHCPR.draft").symlink_to(self.server / "victim")  # or what a killed writer left
+        (self.server / "ev/.VXHCPR.tmp").symlink_to(self.server / "victim")  # or what a killed writer left
         self.assertEqual(variables.set_ev(b"VXHCPR", value, ctypes.byref(size)), 0)
         self.assertFalse((self.server / "victim").exists())
         for wrong in (b"", b".x", bytes(self.server / "cdt/51"), b"x" * 255):
@@ -204,9 +204,9 @@ HEAD = "entry\nseverity 2, class 3, code 4\nfirst 2025-03-21 14:05\n"
 
 class ImlText(unittest.TestCase):
     def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.path = pathlib.Path(folder.name) / "log.iml"
+        directory = tempfile.TemporaryDirectory()
+        self.addCleanup(directory.cleanup)
+        self.path = pathlib.Path(directory.name) / "log.iml"
 
     def compile(self, text):
         self.path.write_text(text, encoding="utf-8")
