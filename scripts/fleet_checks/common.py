@@ -12,11 +12,11 @@ import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 EXAMPLES = ROOT / "examples/fleet"
-TOOLS = ROOT / "build/tools"
+UNPACKED = ROOT / "build/tools/root"
 BUILD = ROOT / "build/fleet"
 IMLOG, ORVLOG = BUILD / "imlog/imlog", BUILD / "orvlog/orvlog"
 ZONES = ("Europe/Berlin", "America/New_York", "Asia/Kolkata")
-PATH = f"{os.environ['PATH']}:/usr/sbin:/lib/systemd:{TOOLS}:{TOOLS}/root/usr/bin:{TOOLS}/root/usr/sbin"
+PATH = f"{os.environ['PATH']}:/usr/sbin:/usr/lib/systemd:/usr/lib/nagios/plugins"
 
 
 class Missing(Exception):

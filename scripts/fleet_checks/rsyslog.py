@@ -1,10 +1,8 @@
 """Entries of three servers through imlog -o journal and imjournal of rsyslog, with the shipped file."""
 import datetime
 import json
-import os
-import pathlib
 
-from fleet_checks.common import EXAMPLES, IMLOG, TOOLS, ZONES, run_apart, tool
+from fleet_checks.common import EXAMPLES, IMLOG, ZONES, run_apart, tool
 
 # A journal daemon and rsyslog over directories that end with them. The names of logs are the arguments. rsyslog looks for a
 # journal only when it starts. After each log it is started again, and has to read on where it stopped. What another
@@ -46,14 +44,11 @@ def ask(fleet, table, work):
              if any(entry["severity"] == "critical" for entry in fleet.truth[host]["entries"])][:3]
     want = [(*(entry[key] for key in KEYS), str(entry["last"]))
             for host in hosts for entry in fleet.truth[host]["entries"]]
-    modules = [*TOOLS.glob("root/usr/lib/*/rsyslog"), *pathlib.Path("/usr/lib").glob("*/rsyslog")]
     (work / "rsyslog.conf").write_text(
         f'global(workDirectory="{work}/rsyslog")\n' + (EXAMPLES / "rsyslog-iml.conf").read_text())
     environment = {
         "WORK": str(work), "IMLOG": str(IMLOG), "WANTED": str(len(want)), "TZ": ZONES[0],
-        "JOURNALD": tool("systemd-journald", "systemd"), "RSYSLOGD": tool("rsyslogd", "rsyslog"),
-        "RSYSLOG_MODDIR": str(modules[0]),
-        "LD_LIBRARY_PATH": os.pathsep.join(map(str, TOOLS.glob("root/usr/lib/*-linux-gnu")))}
+        "JOURNALD": tool("systemd-journald", "systemd"), "RSYSLOGD": tool("rsyslogd", "rsyslog")}
     table.start()
     run = run_apart(INNER, [str(fleet.path(host)) for host in hosts], environment)
     every, _, critical = run.stdout.partition("critical\n")
