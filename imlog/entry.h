@@ -6,8 +6,8 @@
 
 #include "iml/iml_record.h"
 #include "iml/severities.h"
+#include "imlog/calendar.h"
 #include "imlog/log.h"
-#include "imlog/log_time.h"
 
 // The unknown severity is the last rank, so that it passes every filter.
 using iml::kCaution;

@@ -3,6 +3,7 @@
 #include "imlog/journal_fields.h"
 #include "imlog/journal_socket.h"
 #include "imlog/text.h"
+#include "imlog/time_text.h"
 
 namespace {
 

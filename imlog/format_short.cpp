@@ -3,6 +3,7 @@
 
 #include "imlog/format.h"
 #include "imlog/text.h"
+#include "imlog/time_text.h"
 
 namespace {
 

@@ -1,5 +1,7 @@
 #include "imlog/journal_fields.h"
 
+#include "imlog/time_text.h"
+
 namespace {
 
 // The same for every entry: it finds the log in a journal.

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "imlog/log_time.h"
+#include "imlog/calendar.h"
 
 // Holds the entries of one log, added in its order, that no note has closed yet. A note closes the entries
 // before it, except those that were updated after it.

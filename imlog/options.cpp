@@ -7,6 +7,7 @@
 #include <map>
 #include <strings.h>
 
+#include "imlog/parse_time.h"
 #include "imlog/usage.h"
 
 namespace {
@@ -135,7 +136,7 @@ Problem read_severity(const char *argument, CommandLine &line) {
 }
 
 Problem read_time(const char *argument, const CommandLine &line, std::optional<int64_t> &time) {
-  time = line.calendar.parse(argument, line.now);
+  time = parse_time(argument, line.now, line.calendar);
   return time ? Problem() : Problem("invalid time '%s'", argument).advise("use %s", kTimeForms);
 }
 

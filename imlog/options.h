@@ -8,7 +8,7 @@
 
 #include "imlog/format.h"
 #include "imlog/listing.h"
-#include "imlog/log_time.h"
+#include "imlog/calendar.h"
 #include "imlog/problem.h"
 
 // When short has colors; kAuto: on a terminal that shows them.

@@ -1,12 +1,13 @@
-// Stamps as instants, in zones with every kind of change.
-#include "imlog/log_time.h"
-
+// Stamps as instants, in zones with every kind of change; times from and as texts.
 #include <array>
 #include <random>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "imlog/calendar.h"
+#include "imlog/parse_time.h"
+#include "imlog/time_text.h"
 #include "tests/imlog/record.h"
 
 namespace {
@@ -155,7 +156,7 @@ TEST(Calendar, ReadsTimesOfTheCommandLine) {
   };
   for (const auto &[texts, instant] : kTimes) {
     for (const std::string &text : split(texts)) {
-      EXPECT_EQ(calendar.parse(text.c_str(), kNow), instant) << text;
+      EXPECT_EQ(parse_time(text, kNow, calendar), instant) << text;
     }
   }
   const char *const wrong =
@@ -165,7 +166,7 @@ TEST(Calendar, ReadsTimesOfTheCommandLine) {
       "2025-10-06T06Z|2025-10-06T06:15+0200|2025-10-06T06:15+02|2025-10-06T06:15+25:00|2025-10-06T06:15-02:60|"
       "2025-10-06T06:15Z+02:00|2025-10-06T06:15:00.5Z";
   for (const std::string &text : split(wrong)) {
-    EXPECT_EQ(calendar.parse(text.c_str(), kNow), std::nullopt) << text;
+    EXPECT_EQ(parse_time(text, kNow, calendar), std::nullopt) << text;
   }
 }
 

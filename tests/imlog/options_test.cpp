@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "imlog/parse_time.h"
 #include "tests/imlog/record.h"
 
 namespace {

@@ -1,0 +1,144 @@
+#include "imlog/calendar.h"
+
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+
+#include "platform/time_stamp.h"
+
+namespace {
+
+static_assert(sizeof(time_t) >= sizeof(int64_t), "stamps reach the year 9999");
+
+constexpr int64_t kMinute = 60;
+constexpr int64_t kHour = 60 * kMinute;
+constexpr int64_t kDay = 24 * kHour;
+
+constexpr size_t kRememberedDays = 4096;  // a log of eleven years, and a power of two
+// Values of offset_seconds.
+constexpr int32_t kChanges = INT32_MIN;      // a day on which the zone's offset changes, or near one
+constexpr int32_t kNoOffset = kChanges + 1;  // a day on which, or near which, it exceeds 24 hours
+
+int year_of(const EVT_TIME_STAMP &stamp) {
+  return stamp.bCentury * 100 + stamp.bYear;
+}
+
+bool is_date(const EVT_TIME_STAMP &stamp) {
+  static constexpr uint8_t kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  const int year = year_of(stamp);
+  if (stamp.bYear > 99 || year < 1970 || year > 9999 || stamp.bMonth < 1 || stamp.bMonth > 12) {
+    return false;
+  }
+  const bool is_leap_year = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
+  const int days = kDays[stamp.bMonth - 1] + (is_leap_year && stamp.bMonth == 2 ? 1 : 0);
+  return stamp.bDay >= 1 && stamp.bDay <= days;
+}
+
+bool is_time_of_day(const EVT_TIME_STAMP &stamp) {
+  return stamp.bHour <= 23 && stamp.bMinute <= 59;
+}
+
+tm to_tm(const EVT_TIME_STAMP &stamp) {
+  tm time = {};
+  time.tm_year = year_of(stamp) - 1900;
+  time.tm_mon = stamp.bMonth - 1;
+  time.tm_mday = stamp.bDay;
+  time.tm_hour = stamp.bHour;
+  time.tm_min = stamp.bMinute;
+  return time;
+}
+
+// Local time minus UTC in seconds, if it is the same on the whole day and half a day around it; else kChanges
+// or kNoOffset.
+int32_t steady_offset(int64_t midnight) {
+  tm local = {};
+  time_t probe = midnight;
+  if (localtime_r(&probe, &local) == nullptr || std::abs(local.tm_gmtoff) > kDay) {
+    return kNoOffset;
+  }
+  const tm first = local;
+  bool changes = false;
+  const int64_t start = midnight - first.tm_gmtoff;
+  // No zone changes back and forth within a day.
+  for (probe = start - kDay / 2; probe <= start + kDay + kDay / 2; probe += kDay) {
+    if (localtime_r(&probe, &local) == nullptr || std::abs(local.tm_gmtoff) > kDay) {
+      return kNoOffset;
+    }
+    changes = changes || local.tm_gmtoff != first.tm_gmtoff || local.tm_isdst != first.tm_isdst;
+  }
+  return changes ? kChanges : static_cast<int32_t>(first.tm_gmtoff);
+}
+
+// The instant of a stamp near a change; `local` is the stamp taken as UTC.
+int64_t instant_near_change(const EVT_TIME_STAMP &stamp, int64_t local) {
+  // Where an hour occurs twice and neither is summer time, the answer of mktime depends on its previous call.
+  // Asking for the day before makes it use that day's offset.
+  tm day_before = to_tm(stamp);
+  day_before.tm_mday -= 1;
+  day_before.tm_isdst = -1;
+  mktime(&day_before);
+
+  for (const int is_summer : {1, 0}) {
+    tm time = to_tm(stamp);
+    time.tm_isdst = is_summer;
+    time.tm_wday = -1;  // is set unless the call fails
+    const time_t instant = mktime(&time);
+    const EVT_TIME_STAMP back = to_stamp(time);
+    if (time.tm_wday >= 0 && (is_summer == 0 || memcmp(&back, &stamp, sizeof(stamp)) == 0)) {
+      return instant;
+    }
+  }
+  // mktime fails for an hour that is skipped by a change that is not summer time: use the offset of the day
+  // before.
+  tm before = {};
+  const time_t probe = local - kDay;
+  localtime_r(&probe, &before);
+  return local - before.tm_gmtoff;
+}
+
+}  // namespace
+
+std::optional<int64_t> instant_in_utc(const EVT_TIME_STAMP &stamp) {
+  if (!is_date(stamp) || !is_time_of_day(stamp)) {
+    return std::nullopt;
+  }
+  tm time = to_tm(stamp);
+  return timegm(&time);
+}
+
+Calendar::Calendar() : days_(kRememberedDays) {
+  tzset();
+}
+
+LogTime Calendar::at(const EVT_TIME_STAMP &stamp) {
+  const Day *const day = find_day(stamp);
+  if (day == nullptr || !is_time_of_day(stamp)) {
+    return {stamp, false, 0, 0};
+  }
+  const int64_t local = day->midnight + stamp.bHour * kHour + stamp.bMinute * kMinute;
+  int64_t offset = day->offset_seconds;
+  if (offset == kChanges) {
+    offset = local - instant_near_change(stamp, local);
+  }
+  if (std::abs(offset) > kDay) {
+    return {stamp, false, 0, 0};
+  }
+  return {stamp, true, static_cast<int32_t>(offset / kMinute), local - offset};
+}
+
+const Calendar::Day *Calendar::find_day(const EVT_TIME_STAMP &stamp) {
+  uint32_t date = 0;
+  memcpy(&date, &stamp, sizeof(date));
+  const size_t index = (static_cast<unsigned>(year_of(stamp)) * 12 + stamp.bMonth) * 31 + stamp.bDay;
+  Day &day = days_[index % kRememberedDays];
+  if (day.date != date || date == 0) {
+    if (!is_date(stamp)) {
+      return nullptr;
+    }
+    tm midnight = to_tm({stamp.bCentury, stamp.bYear, stamp.bMonth, stamp.bDay, 0, 0});
+    day.date = date;
+    day.midnight = timegm(&midnight);
+    day.offset_seconds = steady_offset(day.midnight);
+  }
+  return &day;
+}
