@@ -1,0 +1,121 @@
+"""The cursor: what a run prints, keeps, and leaves when it fails or dies."""
+import errno
+import os
+import resource
+import signal
+import subprocess
+
+from harness import IMLOG, Case, record
+
+KILLED = -signal.SIGKILL
+
+
+class Cursor(Case):
+    def setUp(self):
+        super().setUp()
+        self.cursor = self.directory / "cursor"
+        self.temporary = self.directory / "cursor.imlog-tmp"
+
+    def changes(self, *rows, words=(), **more):
+        entries = self.objects("--cursor-file", self.cursor, self.file(*rows), *words, **more)
+        return [(entry["number"], entry["change"]) for entry in entries]
+
+    def test_changes(self):
+        a, b, c = (record(i) for i in range(3))
+        again = record(1, count=2, last=(2025, 9, 2, 0, 0))
+        self.assertEqual(self.changes(a, b), [(0, "new"), (1, "new")])
+        self.assertEqual(self.cursor.stat().st_mode & 0o777, 0o600)
+        self.assertEqual(self.changes(a, again, c), [(1, "repeated"), (2, "new")])
+        self.assertEqual(self.changes(), [])  # cleared
+        self.assertEqual(self.changes(a, c, words=("-p", "critical")), [])
+        self.assertEqual(self.changes(a, c), [])  # filtered out, yet seen
+        self.assertEqual(self.changes(record(0, 15), again, c, b, words=("-n", "1")), [(1, "new")])
+        self.assertEqual(self.changes(record(0, 9), b, a[:20] + bytes(8) + a[28:]), [(0, "repeated")])
+        self.assertEqual(sorted(os.listdir(self.directory)), ["cursor", "cursor.lock", "log"])
+        self.assertEqual(self.changes(a, b[:9], status=2, stderr=b"within a record"), [(0, "repeated")])
+        self.assertEqual(self.changes(a, b), [])  # of the rest that was not read, all was kept
+
+    def test_damaged_cursor(self):
+        self.changes(record(0), record(7))
+        good = self.cursor.read_bytes()
+        for text in (b"", good[:-1], good.replace(b"cursor 1", b"cursor 2")):
+            self.cursor.write_bytes(text)
+            self.assertEqual(self.changes(record(0), status=2, stderr=b"the cursor is "), [])
+            self.assertEqual(self.cursor.read_bytes(), text)
+
+    def test_no_regular_file(self):
+        other = self.directory / "other"
+        for name, make in (
+            ("link", lambda path: os.symlink(other, path)),
+            ("directory", os.mkdir),
+            ("pipe", os.mkfifo),
+        ):
+            self.cursor = self.directory / name
+            make(self.cursor)
+            self.assertEqual(self.changes(record(0), status=2, stderr=b"; name a regular file in place of"), [])
+            self.assertFalse(os.path.exists(f"{self.cursor}.lock"))
+        self.cursor = self.directory / "cursor"
+        os.symlink(other, f"{self.cursor}.lock")
+        self.assertEqual(self.changes(record(0), status=2, stderr=b"cannot lock the cursor: Too many levels"), [])
+        self.assertFalse(other.exists())
+        self.cursor = "/no/cursor"
+        self.assertEqual(self.changes(record(0), status=2, stderr=b"cannot lock the cursor: No such file"), [])
+
+    def test_two_at_once(self):
+        fifo = self.directory / "fifo"
+        os.mkfifo(fifo)
+        with subprocess.Popen([IMLOG, "--cursor-file", self.cursor, fifo], stdout=subprocess.PIPE,
+                              env=self.env()) as run:
+            with open(fifo, "wb"):
+                self.assertEqual(self.changes(record(0), status=2, stderr=b"the cursor: another run uses it"), [])
+            self.assertEqual(run.wait(), 0)
+        self.assertEqual(self.changes(record(0)), [(0, "new")])
+
+    def test_failing_writes(self):
+        """A temporary file that does not fit, a run killed while it writes one, a failing output: nothing is lost."""
+        self.changes(record(0))
+        before = self.cursor.read_text()
+        words = ["-o", "json", "--cursor-file", self.cursor, self.file(record(0), record(1))]
+
+        def limited(handler):
+            def prepare():
+                signal.signal(signal.SIGXFSZ, handler)
+                resource.setrlimit(resource.RLIMIT_FSIZE, (10, 10))
+            return prepare
+
+        printed = self.run_imlog(*words, status=2, stderr=b"cannot write the cursor: File too large",
+                                 preexec_fn=limited(signal.SIG_IGN))
+        self.assertEqual(printed, b"")
+        self.assertFalse(self.temporary.exists())
+        printed = self.run_imlog(*words, status=-signal.SIGXFSZ, preexec_fn=limited(signal.SIG_DFL))
+        self.assertEqual(printed, b"")
+        self.assertTrue(self.temporary.exists())
+        with open("/dev/full", "wb") as full:
+            self.run_imlog(*words, status=2, stderr=b"cannot write the output", stdout=full)
+        self.assertEqual(self.cursor.read_text(), before)
+        self.assertEqual(self.changes(record(0), record(1)), [(1, "new")])
+        self.assertFalse(self.temporary.exists())
+
+    def test_power_failure(self):
+        """The run syncs the cursor's temporary file, the output, the directory; each fails, or the run dies there."""
+        for call, error, status, message, is_printed, is_saved in (
+            (1, errno.ENOSPC, 2, b"cannot write the cursor: No space left", False, False),
+            (1, 0, KILLED, b"", False, False),
+            (2, errno.EIO, 2, b"cannot write the output: Input/", True, False),
+            (2, errno.EINVAL, 0, b"", True, True),
+            (2, 0, KILLED, b"", True, False),
+            (3, errno.EIO, 2, b"cannot sync the directory of the cursor: Input/output error", True, True),
+            (3, errno.EINVAL, 0, b"", True, True),
+            (3, 0, KILLED, b"", True, True),
+        ):
+            with self.subTest(call=call, error=error):
+                self.cursor.unlink(missing_ok=True)
+                output = self.directory / "out"
+                with open(output, "wb") as stdout:
+                    self.run_imlog("--cursor-file", self.cursor, self.file(record(0)), status=status, stderr=message,
+                                   stdout=stdout, env=self.preloaded(FSYNC=f"{call} {error}"))
+                self.assertEqual(output.read_bytes() != b"", is_printed)
+                self.assertEqual(self.cursor.exists(), is_saved)
+                self.assertTrue(status == KILLED or not self.temporary.exists())
+                self.assertEqual(self.changes(record(0)), [] if is_saved else [(0, "new")])
+                self.assertFalse(self.temporary.exists())

@@ -1,0 +1,140 @@
+"""The output formats of imlog."""
+import json
+import os
+import pty
+import subprocess
+
+from harness import HOSTILE_TEXTS, IMLOG, NO_TIME, SAMPLE, Case, record
+
+
+def blanked(text):
+    """A text without control characters, as lines of text have it."""
+    return "".join(" " if ord(character) < 32 or 127 <= ord(character) < 160 else character for character in text)
+
+
+class Formats(Case):
+    def test_colors(self):
+        log = self.file(record(1, severity=15))
+
+        def is_colored(*words, **variables):
+            terminal, stdout = pty.openpty()
+            env = self.env(**{"TERM": "xterm", "NO_COLOR": None, **variables})
+            subprocess.run([IMLOG, *words, log], env=env, stdout=stdout, timeout=60, check=True)
+            printed = os.read(terminal, 4096)
+            os.close(stdout)
+            os.close(terminal)
+            return b" \x1b[1;31mCritical\x1b[0m    " in printed
+
+        self.assertTrue(is_colored())
+        self.assertFalse(is_colored(TERM="dumb"))
+        self.assertFalse(is_colored(TERM=""))
+        self.assertFalse(is_colored(TERM=None))
+        self.assertTrue(is_colored(NO_COLOR=""))
+        self.assertFalse(is_colored(NO_COLOR="0"))
+        self.assertFalse(is_colored("--color=never"))
+        self.assertTrue(is_colored("--color", "always", TERM="dumb", NO_COLOR="1"))
+        self.assertFalse(is_colored("-o", "json"))
+        self.assertNotIn(b"\x1b", self.run_imlog(log, env={"TERM": "xterm"}))  # no terminal
+
+    def test_hostile_texts(self):
+        log = self.file(*(record(i, text=text) for i, text in enumerate(HOSTILE_TEXTS)))
+        messages = ["Maintenance note: " + text.decode(errors="each") for text in HOSTILE_TEXTS]
+
+        shown = [line[41:] for line in self.run_imlog(log).decode().splitlines()]
+        self.assertEqual(shown, [blanked(message).replace("\ufffd", "?") for message in messages])
+
+        printed = self.run_imlog("-o", "json", log, "--host", b"r\x1b\xff\xc2\x9b")
+        self.assertEqual(set(printed) & {*range(32), 0x7f}, {ord("\n")})
+        self.assertNotIn(b"\xc2\x9f", printed)
+        objects = [json.loads(line) for line in printed.splitlines()]
+        self.assertEqual([entry["message"] for entry in objects], messages)
+        self.assertEqual({entry["host"] for entry in objects}, {"r\x1b\ufffd\x9b"})
+
+        entries = self.exported(log, "--host", b"r\x1b\xff")
+        self.assertEqual([entry["MESSAGE"] for entry in entries], [blanked(message) for message in messages])
+        self.assertEqual({entry["_HOSTNAME"] for entry in entries}, {"r \ufffd"})
+
+    def test_long_lines_are_not_cut(self):
+        longest = max(map(len, self.run_imlog(str(SAMPLE / "cevt")).splitlines()))
+        self.assertGreater(longest, 41 + 255)
+
+    def test_raw(self):
+        rows = [record(i, severity) for i, severity in enumerate((2, 9, 15))]
+        gap = bytes(240)
+        log = self.file(gap, rows[0], gap, gap, rows[1], rows[2], gap)
+        self.assertEqual(self.run_imlog("-o", "raw", "-p", "caution", log), rows[1] + rows[2])
+        self.assertEqual(self.run_imlog("-o", "raw", "-", input=b"".join(rows)), b"".join(rows))
+
+    def test_export(self):
+        """Entries in the order of their times, which grow, and a name of the boot for each run."""
+        new_year = (2024, 1, 1, 0, 0)
+        log = self.file(
+            record(0, first=(1999, 1, 1, 0, 0), last=(2025, 1, 1, 0, 0)),
+            record(1, first=NO_TIME),
+            record(2, first=new_year),
+            record(3, first=(1970, 1, 1, 1, 0)),
+            record(4, first=(1970, 1, 1, 1, 1)),
+            record(5, first=new_year, last=(3112, 1, 1, 0, 0)),  # beyond 2^55 microseconds
+            *(record(i, first=new_year) for i in range(6, 26)),
+        )
+        runs = [self.exported(log) for _ in range(3)]
+        entries = runs[0]
+        times = [(int(entry["IML_NUMBER"]), int(entry["__REALTIME_TIMESTAMP"])) for entry in entries]
+        self.assertEqual(times, [
+            (1, 1),
+            (3, 1),
+            (4, 60_000000),
+            *((i, 1704063600_000000) for i in (2, *range(5, 26))),
+            (0, 1735686000_000000),
+        ])
+        self.assertEqual([int(entry["__MONOTONIC_TIMESTAMP"]) for entry in entries], list(range(1, 27)))
+        self.assertEqual(list(entries[0])[-7:], [
+            "IML_NUMBER", "IML_SEVERITY", "IML_CLASS", "IML_CODE", "IML_COUNT", "IML_CLASS_NAME", "IML_KNOWN"])
+        self.assertEqual(entries[4]["IML_LAST"], "3112-01-01T00:00:00+01:00")
+        self.assertEqual(self.exported("--utc", log)[-1]["IML_LAST"], "2024-12-31T23:00:00Z")
+        self.assertRegex(entries[0]["MESSAGE_ID"], "^[0-9a-f]{32}$")
+        self.assertRegex(entries[0]["_BOOT_ID"], "^[0-9a-f]{32}$")
+        boots = [{entry["_BOOT_ID"] for entry in run} for run in runs]
+        self.assertEqual([len(boot) for boot in boots], [1, 1, 1])
+        self.assertEqual(len(set.union(*boots)), 3)
+
+    def test_check(self):
+        a = record(1, 9, b"a")
+        b = record(2, 15, b"b|c")
+        c = record(3, 15, b"d|e\nf")
+        d = record(4, 9)
+        e = record(5, 2)
+
+        def check(severity, *rows, status):
+            return self.run_imlog("-o", "check", "-p", severity, self.file(*rows), status=status).decode()
+
+        self.assertEqual(check("caution", a, b, c, d, e, status=2),
+                         "IML CRITICAL - 2 critical, 2 caution; 3 Maintenance note: d/e f"
+                         " | critical=2;;0 caution=2;0; entries=4\n")
+        self.assertEqual(check("information", d, e, a, status=1),
+                         "IML WARNING - 0 critical, 2 caution; 1 Maintenance note: a"
+                         " | critical=0;;0 caution=2;0; entries=3\n")
+        self.assertEqual(check("repaired", e, record(9, 77), status=0),
+                         "IML OK - 0 critical, 0 caution | critical=0;;0 caution=0;0; entries=1\n")
+
+    def test_prometheus(self):
+        log = self.file(
+            record(0, 6, b"", (1970, 1, 1, 0, 59)),
+            record(1, 9, b"", (2025, 1, 1, 0, 0)),
+            record(2, 9, b"", (2024, 1, 1, 0, 0)),
+            record(3, 15, b"", NO_TIME),
+        )
+        lines = self.run_imlog("-o", "prometheus", log).decode().splitlines()
+        self.assertEqual([line for line in lines if not line.startswith("#")], [
+            'iml_entries{severity="information"} 0',
+            'iml_entries{severity="repaired"} 1',
+            'iml_entries{severity="caution"} 2',
+            'iml_entries{severity="critical"} 1',
+            'iml_entries{severity="unknown"} 0',
+            'iml_last_timestamp_seconds{severity="repaired"} -60',
+            'iml_last_timestamp_seconds{severity="caution"} 1735686000',
+            'iml_unserviced_entries{severity="repaired",class="Maintenance"} 0',
+            'iml_unserviced_entries{severity="caution",class="Maintenance"} 2',
+            'iml_unserviced_entries{severity="critical",class="Maintenance"} 1',
+            'iml_read_success 1',
+        ])
