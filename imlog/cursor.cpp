@@ -32,8 +32,8 @@ bool is_output(const std::string &path) {
   return lstat(path.c_str(), &status) == 0 && is_standard_output(status);
 }
 
-// Opens a file that may_open allows. When it has become something else since, the result is negative, with
-// errno as there.
+// Opens a file that may_open() allows. The result is negative if that fails, or if another kind of file has
+// taken its place since then; errno is as may_open() sets it.
 int open_regular(const char *path, int flags, struct stat &status) {
   const int fd = open(path, flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0600);
   if (fd >= 0 && (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode))) {

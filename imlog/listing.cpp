@@ -6,17 +6,10 @@
 
 namespace {
 
-constexpr uint16_t kNoteCode = 2;  // of a maintenance note
-
 // Orders by the last update, entries without a valid time first.
 uint64_t update_key(const LogTime & /*first*/, const LogTime &last) {
   constexpr int64_t kBeforeEveryTime = -1'000'000;  // a zone moves 1970 back by less
   return last.is_valid ? static_cast<uint64_t>(last.instant - kBeforeEveryTime) : 0;
-}
-
-bool is_closing_note(const EVT_HEADER &header) {
-  return header.wClass == IML_CLASS_MAINTENANCE && header.wCode == kNoteCode &&
-         header.bSeverity == IML_SEVERITY_REPAIRED;
 }
 
 }  // namespace
@@ -57,7 +50,8 @@ Listing::Listing(const Selection &selection, bool is_merged, const FormatRow &ro
       calendar_(calendar),
       format_(format),
       output_(output),
-      decoder_(calendar) {}
+      decoder_(calendar),
+      open_(calendar) {}
 
 Reading Listing::read(Source &source, const Log &log) {
   Reading reading;
@@ -78,18 +72,14 @@ Reading Listing::read(Source &source, const Log &log) {
 }
 
 void Listing::process(const EVT_LOG_ENTRY &record, const Origin &origin) {
-  const EVT_HEADER &header = record.Hdr;
-  const bool is_note = needs_open_ && is_closing_note(header);
-  if (is_note) {
-    open_.close_before(calendar_.at(header.UpdateTime));
+  const bool passes = filter_.passes(record, calendar_);
+  if (needs_open_) {
+    open_.add(record.Hdr, passes);
+    if (passes) {
+      undecided_.push_back({HeldRecord(record), origin});
+    }
   }
-  if (!filter_.passes(record, calendar_)) {
-    return;
-  }
-  if (needs_open_ && !is_note) {  // a note closes itself, too
-    open_.add(calendar_.at(header.InitTime), calendar_.at(header.UpdateTime), {HeldRecord(record), origin});
-  }
-  if (unserviced_) {
+  if (!passes || unserviced_) {
     return;
   }
   if (prints_at_once_) {
@@ -101,7 +91,12 @@ void Listing::process(const EVT_LOG_ENTRY &record, const Origin &origin) {
 
 // What is still open at the end of its log is unserviced.
 void Listing::end_log() {
-  for (Held &entry : open_.release()) {
+  const std::vector<bool> is_open = open_.finish();
+  for (size_t i = 0; i < is_open.size(); ++i) {
+    Held &entry = undecided_[i];
+    if (!is_open[i]) {
+      continue;
+    }
     if (unserviced_ && prints_at_once_) {
       print(entry.record.whole(), entry.origin);
     } else if (unserviced_) {
@@ -110,6 +105,7 @@ void Listing::end_log() {
       format_.count_unserviced(entry.record.header());
     }
   }
+  undecided_.clear();
 }
 
 // Holds an entry that others may precede or replace.

@@ -48,7 +48,7 @@ class Listing {
   // holds the rest. `log` must outlive the listing.
   Reading read(Source &source, const Log &log);
 
-  // Prints the entries that are held. What is read afterwards is another reading, without a limit of lines.
+  // Ends a reading: prints the entries that are held. The limit of lines is for the first reading only.
   void print_held();
 
  private:
@@ -82,6 +82,7 @@ class Listing {
   Format &format_;
   Output &output_;
   Decoder decoder_;
-  OpenEntries<Held> open_;  // of the log under way
+  OpenEntries open_;             // of the log under way
+  std::vector<Held> undecided_;  // its entries that pass, until its end
   std::deque<Held> held_;
 };

@@ -5,62 +5,67 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/imlog/record.h"
+
 namespace {
 
-LogTime at(int64_t instant, bool is_valid = true) {
-  return {{}, is_valid, 0, instant};
+// The stamp of a minute after 2025 began; of a negative one none that is valid.
+EVT_TIME_STAMP minute(int number) {
+  return number < 0 ? EVT_TIME_STAMP{}
+                    : EVT_TIME_STAMP{20,
+                                     25,
+                                     1,
+                                     static_cast<uint8_t>(1 + number / 1440),
+                                     static_cast<uint8_t>(number / 60 % 24),
+                                     static_cast<uint8_t>(number % 60)};
 }
 
 struct Event {
   bool is_note;
-  LogTime first;
-  LogTime last;
+  int first;  // minutes; negative ones are not valid
+  int last;
 };
 
-bool is_closed_by(const Event &entry, const LogTime &note) {
-  if (!entry.last.is_valid || !note.is_valid || entry.last.instant <= note.instant) {
-    return true;
-  }
-  return entry.first.is_valid && entry.first.instant > note.instant &&
-         entry.first.instant <= entry.last.instant;
+bool is_closed_by(const Event &entry, int note) {
+  return entry.last < 0 || note < 0 || entry.last <= note ||
+         (entry.first > note && entry.first <= entry.last);
 }
 
-std::vector<size_t> open_by_the_rule(const std::vector<Event> &log) {
-  std::vector<size_t> open;
+std::vector<bool> open_by_the_rule(const std::vector<Event> &log) {
+  std::vector<bool> open;
   for (size_t i = 0; i < log.size(); ++i) {
-    bool is_open = !log[i].is_note;
-    for (size_t note = i + 1; note < log.size() && is_open; ++note) {
-      is_open = !log[note].is_note || !is_closed_by(log[i], log[note].last);
-    }
-    if (is_open) {
-      open.push_back(i);
+    open.push_back(!log[i].is_note);
+    for (size_t note = i + 1; note < log.size(); ++note) {
+      open[i] = open[i] && !(log[note].is_note && is_closed_by(log[i], log[note].last));
     }
   }
   return open;
 }
 
 TEST(OpenEntries, AreWhatNoNoteCloses) {
+  setenv("TZ", "UTC", 1);
+  Calendar calendar;
   std::mt19937 draw(1);
   const auto below = [&](unsigned bound) { return static_cast<int>(draw() % bound); };
-  OpenEntries<size_t> entries;  // one object, so that what a log leaves would show in the next one
+  OpenEntries entries(calendar);  // one object, so that what a log leaves would show in the next one
   size_t open = 0;
   for (int round = 0; round < 2000; ++round) {
-    std::vector<Event> log(static_cast<size_t>(below(round % 100 == 0 ? 3000 : 12)));
+    std::vector<Event> log(static_cast<size_t>(below(round % 100 == 0 ? 1000 : 12)));
     const unsigned notes = 1 + static_cast<unsigned>(below(40));
-    const unsigned times = log.size() < 100 ? 6 : 3000;
+    const bool is_long = log.size() > 12;
     for (size_t i = 0; i < log.size(); ++i) {
-      const int64_t drift = log.size() < 100 ? 0 : static_cast<int64_t>(i);  // so that some stay open
-      log[i] = {draw() % notes == 0, at(below(times) + drift, draw() % 8 != 0),
-                at(below(times) + drift, draw() % 500 != 0 && (times > 6 || draw() % 8 != 0))};
-      if (log[i].is_note) {
-        entries.close_before(log[i].last);
-      } else {
-        entries.add(log[i].first, log[i].last, i);
-      }
+      const int drift = is_long ? static_cast<int>(i) : 0;  // so that some stay open
+      const unsigned times = is_long ? 3000 : 6;
+      log[i] = {draw() % notes == 0, draw() % 8 != 0 ? below(times) + drift : -1,
+                draw() % (is_long ? 500 : 8) != 0 ? below(times) + drift : -1};
+      const RecordFields fields = {.severity = static_cast<uint8_t>(log[i].is_note ? 6 : 15),
+                                   .first = minute(log[i].first),
+                                   .last = minute(log[i].last)};
+      entries.add(make_record(fields).Hdr, true);
     }
-    const std::vector<size_t> expected = open_by_the_rule(log);
-    ASSERT_EQ(entries.release(), expected) << "round " << round;
-    open += expected.size();
+    const std::vector<bool> expected = open_by_the_rule(log);
+    ASSERT_EQ(entries.finish(), expected) << "round " << round;
+    open += static_cast<size_t>(std::count(expected.begin(), expected.end(), true));
   }
   EXPECT_GT(open, 1000U);
 }
