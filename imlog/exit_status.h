@@ -4,8 +4,8 @@
 // Of every format but check.
 enum ExitStatus {
   kSuccess = 0,
-  kWrongUsage = 1,
-  kFailure = 2,  // of the log, the output or the cursor
+  kFailure = 2,     // of the log, the output or the cursor
+  kWrongUsage = 3,  // which a monitor takes for unknown, whatever the format
 };
 
 // Of `-o check`, as monitoring systems read them. Only a check ends with kCheckUnknown.
@@ -23,8 +23,8 @@ struct StatusRow {
 
 inline constexpr StatusRow kExitStatuses[] = {
     {kSuccess, "the log was read and printed"},
-    {kWrongUsage, "wrong usage"},
     {kFailure, "failure"},
+    {kWrongUsage, "wrong usage"},
 };
 
 inline constexpr StatusRow kCheckStatuses[] = {

@@ -116,10 +116,12 @@ std::optional<ClassSelector> parse_class(const std::string &text) {
 }
 
 Problem read_format(const char *argument, CommandLine &line) {
-  line.options.format = find_format(argument);
-  return line.options.format != nullptr
-             ? Problem()
-             : Problem("unknown format '%s'", argument).advise("use %s", join_words(format_words()).c_str());
+  const FormatRow *const format = find_format(argument);
+  if (format == nullptr) {
+    return Problem("unknown format '%s'", argument).advise("use %s", join_words(format_words()).c_str());
+  }
+  line.options.format = format;
+  return {};
 }
 
 Problem read_severity(const char *argument, CommandLine &line) {
@@ -365,10 +367,6 @@ constexpr OptionRow kOptions[] = {
     },
 };
 
-// The option that names the format.
-constexpr const OptionRow &kFormatRow = kOptions[0];
-static_assert(kFormatRow.letter == 'o');
-
 // What getopt_long returns for the long form of row 0; those of the other rows follow.
 constexpr int kFirstLong = 0x100;
 
@@ -415,29 +413,6 @@ bool is_ambiguous(std::string_view word) {
     matches += std::string_view(row.name).substr(0, start.size()) == start ? 1 : 0;
   }
   return matches > 1;
-}
-
-// The format that `word`, such as "-uo", names or takes from `next`, the word after it. Empty if it is about
-// something else.
-std::string_view format_in(std::string_view word, std::string_view next) {
-  if (word.substr(0, 2) == "--") {
-    const size_t equals = word.find('=');
-    const std::string_view name = word.substr(2, equals - 2);
-    if (name.empty() || name != std::string_view(kFormatRow.name).substr(0, name.size())) {
-      return {};
-    }
-    return equals != std::string_view::npos ? word.substr(equals + 1) : next;
-  }
-  for (size_t at = 1; at < word.size() && word[0] == '-'; ++at) {
-    const OptionRow *const row = find_row(word[at]);
-    if (row == &kFormatRow) {
-      return at + 1 < word.size() ? word.substr(at + 1) : next;
-    }
-    if (row != nullptr && row->argument != nullptr) {
-      break;  // the rest of the word is its argument
-    }
-  }
-  return {};
 }
 
 // The fault for which getopt_long returns ':' or '?'.
@@ -536,58 +511,30 @@ std::string join_words(const std::vector<Word> &words) {
   return text;
 }
 
-bool asks_for_check(int argc, char **argv) {
-  for (int i = 1; i < argc && strcmp(argv[i], "--") != 0; ++i) {
-    if (format_in(argv[i], i + 1 < argc ? argv[i + 1] : "") == kCheckFormat.name) {
-      return true;
-    }
-  }
-  return false;
-}
-
 Problem parse_options(int argc, char **argv, Calendar &calendar, int64_t now, Options &options) {
   CommandLine line = {options, calendar, now};
   const std::vector<option> known_options = long_options();
   const std::string letters = short_options();
-  const bool has_check_words = asks_for_check(argc, argv);
-  bool for_check = false;
   std::vector<const OptionRow *> given;
-  Problem problem;
   opterr = 0;  // getopt_long must not print: with -o check nothing goes to standard error
   for (int value = 0;
        (value = getopt_long(argc, argv, letters.c_str(), known_options.data(), nullptr)) != -1;) {
-    const OptionRow *const row = value == ':' || value == '?' ? nullptr : find_row(value);
-    for_check = for_check || (row == &kFormatRow && strcmp(optarg, kCheckFormat.name) == 0);
-    if (problem.is_set()) {
-      continue;  // only to see whether it is for a check
+    if (value == ':' || value == '?') {
+      return parser_problem(value, argv[optind - 1]);
     }
-    if (row == nullptr) {
-      problem = parser_problem(value, argv[optind - 1]);
-      continue;
-    }
-    if (row->words != nullptr && strcmp(optarg, "help") == 0) {
-      for (const Word &word : row->words()) {
+    const OptionRow &row = *find_row(value);
+    if (row.words != nullptr && strcmp(optarg, "help") == 0) {
+      for (const Word &word : row.words()) {
         options.text += word.text + '\n';
       }
-    } else {
-      problem = row->read(optarg, line);
+    } else if (Problem problem = row.read(optarg, line); problem.is_set()) {
+      return problem;
     }
     if (!options.text.empty()) {
-      options.format = has_check_words ? &kCheckFormat : options.format;
       return {};
     }
-    given.push_back(row);
+    given.push_back(&row);
   }
-  if (!problem.is_set() && has_check_words && !for_check) {
-    problem = Problem("'-o check' was taken as the argument of another option")
-                  .advise("give that option its argument");
-  }
-  if (!problem.is_set()) {
-    options.logs = name_logs(argv + optind, argv + argc, options.host);
-    problem = check_combination(options, given);
-  }
-  if (problem.is_set()) {
-    options.format = has_check_words || for_check ? &kCheckFormat : &kShortFormat;
-  }
-  return problem;
+  options.logs = name_logs(argv + optind, argv + argc, options.host);
+  return check_combination(options, given);
 }

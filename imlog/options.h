@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "imlog/calendar.h"
 #include "imlog/format.h"
 #include "imlog/listing.h"
-#include "imlog/calendar.h"
 #include "imlog/problem.h"
 
 // When short has colors; kAuto: on a terminal that shows them.
@@ -59,10 +59,6 @@ std::span<const OptionRow> option_rows();
 // "a, b or c".
 std::string join_words(const std::vector<Word> &words);
 
-// True when the line has the words "-o check" in one of their forms, also where another option takes them as
-// its argument: status 1 would be a warning to the monitor. Allocates nothing.
-bool asks_for_check(int argc, char **argv);
-
-// Reads the command line. If it is wrong, the result says how, and `options.format` is kCheckFormat if the
-// line has the words "-o check". `now` is what a time such as "-7d" is counted from.
+// Reads the command line up to its first fault, which the result says. `options.format` is then that of the
+// options before the fault. `now` is what a time such as "-7d" is counted from.
 Problem parse_options(int argc, char **argv, Calendar &calendar, int64_t now, Options &options);

@@ -242,10 +242,13 @@ int print_text(std::string_view text, const FormatRow &row) {
 }
 
 int end_with_problem(const Problem &problem, const FormatRow &row, int status) {
-  print_problem(problem, row);
+  if (!is_for_monitors(row)) {
+    print_problem(problem, row);
+    return status;
+  }
   DescriptorSink sink(STDOUT_FILENO);
   Output output(sink);
   row.make(FormatContext())->finish({problem, 0}, output);
   output.close();
-  return is_for_monitors(row) ? int{kCheckUnknown} : status;
+  return kCheckUnknown;
 }

@@ -1,5 +1,5 @@
-// A library to preload, which is also a request library. Its fsync(2) and malloc(3) fail on request; its
-// health driver refuses an entry, or has a log without end.
+// A library to preload, which is also a request library. Its fsync(2) fails on request; its health driver
+// refuses an entry, or has a log without end.
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -12,8 +12,6 @@
 
 #pragma GCC visibility push(default)
 extern "C" {
-
-void *__libc_malloc(size_t size);
 
 // $FSYNC is "CALL ERRNO": this call fails so, or with 0 kills the process.
 int fsync(int fd) {
@@ -29,19 +27,6 @@ int fsync(int fd) {
   }
   return -1;
 }
-
-#ifdef REPLACES_MALLOC
-// Fails from call $NO_MEMORY on.
-void *malloc(size_t size) {
-  static int calls = 0;
-  const char *const first = getenv("NO_MEMORY");
-  if (first == nullptr || ++calls < strtol(first, nullptr, 10)) {
-    return __libc_malloc(size);
-  }
-  errno = ENOMEM;
-  return nullptr;
-}
-#endif
 
 int orvOpenRequest(const char * /*path*/, int /*mode*/) {
   return open("/dev/null", O_RDONLY | O_CLOEXEC);
