@@ -1,4 +1,4 @@
-// What a listing costs apart from its text: listing_floor BYTES ENTRIES asks the driver for every entry of
+// The cost of a listing apart from its text: listing_floor BYTES ENTRIES asks the driver for every entry of
 // the log, as orvlog -v does, and writes BYTES bytes in as many pieces as the log has ENTRIES.
 #include <cstdio>
 #include <cstdlib>

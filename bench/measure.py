@@ -1,4 +1,4 @@
-"""What the benchmarks of whole processes share."""
+"""Shared by the benchmarks of whole processes."""
 import re
 import subprocess
 

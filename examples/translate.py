@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What translate.c does, from Python: translate.py [FILE]. The loader has to find libimltext.so.1."""
+"""The same as translate.c, from Python: translate.py [FILE]. The loader has to find libimltext.so.1."""
 
 import ctypes
 import struct

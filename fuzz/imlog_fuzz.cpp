@@ -1,5 +1,5 @@
 // Any file and any cursor through every format: a byte of options, two bytes with the cursor's size, the
-// cursor, the file. What a format writes has the form that its readers rely on, whatever the records hold.
+// cursor, the file. The output has the form that its readers rely on, whatever the records hold.
 #include <algorithm>
 #include <cstdlib>
 #include <fcntl.h>
@@ -100,7 +100,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   }
   check_lines(kJsonFormat, print(kJsonFormat, path.c_str(), &history, selection));
 
-  // What was remembered is a cursor, with which nothing is new.
+  // The next cursor is valid, and nothing is new with it.
   History next;
   require(next.parse(history.text()) == nullptr);
   require(print(kRawFormat, path.c_str(), &next, {}).empty());
