@@ -1,4 +1,4 @@
-"""The shipped alerts in Prometheus and Alertmanager: raised, ended by a note, and raised again."""
+"""The shipped alerts in Prometheus and Alertmanager: raised, ended by a note, raised again, and held without metrics."""
 import contextlib
 import http.client
 import http.server
@@ -24,7 +24,7 @@ def ask(fleet, table, work):
     prometheus, manager = tool("prometheus", "prometheus"), tool("prometheus-alertmanager", "prometheus-alertmanager")
     exporters = Exporters(fleet)
     port, manager_port = free_port(), free_port()
-    write_configurations(fleet, exporters.port, manager_port, work)
+    write_configurations(fleet, exporters.port, port, manager_port, work)
 
     def compare(question):
         want, found = set(exporters.alerts()), set()
@@ -56,6 +56,8 @@ def ask(fleet, table, work):
             repeat_critical(fleet, host)
             exporters.refresh(host)
             compare(f"after a critical entry of {host} was repeated")
+            exporters.unread = host
+            compare(f"after the log of {host} has become unreadable")
 
 
 class Exporters:
@@ -63,7 +65,8 @@ class Exporters:
 
     def __init__(self, fleet):
         self.pages, self.fleet = {}, fleet
-        self.old = fleet.hosts("whole")[5]  # its timer has stopped
+        self.old, self.slow = fleet.hosts("whole")[5:7]  # one's timer has stopped, the other's clock is two hours slow
+        self.unread = None
         for host in fleet.truth:
             self.refresh(host)
         exporters = self
@@ -92,11 +95,12 @@ class Exporters:
         self.pages[host] = page
 
     def page(self, host):
-        text = self.pages[host]
+        text = self.pages[host] if host != self.unread else b"iml_read_success 0\n"
+        now = time.time() - (7200 if host == self.slow else 0)
         if text:
-            written = time.time() - (3600 if host == self.old else 0)
+            written = now - (3600 if host == self.old else 0)
             text += f'node_textfile_mtime_seconds{{file="{TEXTFILE}"}} {written}\n'.encode()
-        return text + b"node_textfile_scrape_error 0\n"
+        return text + f"node_textfile_scrape_error 0\nnode_time_seconds {now}\n".encode()
 
     def close(self):
         self.server.shutdown()
@@ -106,17 +110,17 @@ class Exporters:
         """What the rules have to raise."""
         for host, server in self.fleet.truth.items():
             is_readable = server["state"] in ("whole", "cut")
-            for severity, name in (("critical", "IMLCritical"), ("caution", "IMLCaution")):
-                if is_readable and any(entry["unserviced"] and entry["severity"] == severity
+            for severities, name in (("critical",), "IMLCritical"), (("caution", "unknown"), "IMLCaution"):
+                if is_readable and any(entry["unserviced"] and entry["severity"] in severities
                                        for entry in server["entries"]):
                     yield name, host
-            if server["state"] in ("cut", "compressed"):
+            if server["state"] in ("cut", "compressed") or host == self.unread:
                 yield "IMLNotRead", host
             if server["state"] == "silent" or host == self.old:
                 yield "IMLMissing", host
 
 
-def write_configurations(fleet, exporters_port, manager_port, work):
+def write_configurations(fleet, exporters_port, port, manager_port, work):
     rules = (EXAMPLES / "iml.rules.yml").read_text()
     (work / "iml.rules.yml").write_text(re.sub(r"for: 15m", "for: 3s", rules))  # in place of fifteen minutes
     (work / "targets.json").write_text(json.dumps([
@@ -127,7 +131,9 @@ def write_configurations(fleet, exporters_port, manager_port, work):
         "global": {"scrape_interval": "10s", "scrape_timeout": "10s", "evaluation_interval": "1s"},
         "rule_files": [f"{work}/iml.rules.yml"],
         "alerting": {"alertmanagers": [{"static_configs": [{"targets": [f"127.0.0.1:{manager_port}"]}]}]},
-        "scrape_configs": [{"job_name": "node", "file_sd_configs": [{"files": [f"{work}/targets.json"]}]}]}))
+        "scrape_configs": [
+            {"job_name": "prometheus", "static_configs": [{"targets": [f"127.0.0.1:{port}"]}]},
+            {"job_name": "node", "file_sd_configs": [{"files": [f"{work}/targets.json"]}]}]}))
     (work / "alertmanager.yml").write_text(json.dumps({
         "route": {"receiver": "nobody"}, "receivers": [{"name": "nobody"}]}))
 
