@@ -110,15 +110,12 @@ class Files(Case):
             box.unlink()
 
     def test_sudo(self):
-        """sudo takes the file, which allows exactly what the checks call, and the manual shows."""
+        """sudo takes the file, which allows exactly what the checks call."""
         self.succeed(self.tool("visudo", "sudo"), "-c", "-f", FILES / "sudoers-imlog")
         allowed = re.findall(r"NOPASSWD: (.*)", read("sudoers-imlog"))
         lines = re.findall(r"command = \[(.*)\]", read("icinga2-iml.conf"))
         self.assertEqual(re.findall(r"^command\[\w+\]=/usr/bin/sudo -n (.*)", read("nrpe-imlog.cfg"), re.M), allowed)
         self.assertEqual([" ".join(re.findall(r'"(.*?)"', line)[2:]) for line in lines], allowed)
-        shown = (ROOT / "docs/imlog.8").read_text().replace("\\-", "-").splitlines()
-        lines = re.findall(r"^[^#\n].*", read("nrpe-imlog.cfg") + read("sudoers-imlog"), re.M)
-        self.assertEqual([line for line in lines if line not in shown], [])
         for command in allowed:
             run = subprocess.run([IMLOG, *command.split()[1:], SAMPLE / "cevt"], capture_output=True, check=False)
             self.assertRegex(run.stdout, b"^IML (OK|WARNING|CRITICAL) - ")
@@ -135,14 +132,13 @@ class Examples(Case):
     ELSEWHERE = r"journalctl (-t|IML)"
     # How the others begin, and what they print, in one line. Each must match one row, and each row a command.
     EXPECTED = {
+        r"imlog -u -p caution$": r"Server Critical Fault",
         r"imlog -S yesterday -p repaired": r"^-{16} Caution ",
         r"imlog -o json --cursor-file=\S+ \|": r"Server Critical Fault",
-        r"\[ -n \"\$new\" \] && printf": r"mail -s IML of \S+ root .* Server Critical Fault",
         r"imlog -r -u -p critical -S yesterday fleet": r"^\d{4}-\d\d-\d\dT\d\d:\d\d r\d+u\d+ Critical ",
         r"imlog -o check -u$": r"^IML OK - 0 critical, 0 caution ",
-        r"imlog -o check -S -30d": r"^IML \w+ - ",
         r"imlog -p caution -x": r"^(?!.*Network Adapter Link)",
-        r"imlog -o raw >|imlog -n 0 .*--cursor-file|imlog -o json fleet|new=\$|orvlog -s REPAIRED|mkdir|for host": r"^$",
+        r"imlog -o raw >|imlog -n 0 .*--cursor-file|imlog -o json fleet|orvlog -s REPAIRED|mkdir|for host": r"^$",
         r"TZ=Europe/Berlin imlog": r"Server Critical Fault",
         r"imlog -o export": r"^",
         r"journalctl --file=r17u04": r"Power",
@@ -153,10 +149,10 @@ class Examples(Case):
     @staticmethod
     def commands():
         page = (ROOT / "docs/imlog.8").read_text().partition(".Sh EXAMPLES")[2].partition(".Sh DIAGNOSTICS")[0]
-        page = re.sub(r"^\.Dl ", "", page, flags=re.M).replace(r"\(aq", "'").replace(r"\-", "-").replace(r"\e", "\\")
+        page = re.sub(r"^\.Dl ", "", page, flags=re.M).replace(r"\(aq", "'").replace(r"\-", "-")
         guide = re.sub(r"^    ", "", (ROOT / "docs/shipping.md").read_text(), flags=re.M)
         text = re.sub(r"\|\n +", "| ", page + guide)  # joins a command of two lines
-        starts = r"new=|\[ -n|TZ=|(?:journalctl|imlog|orvlog|mkdir|for host) "
+        starts = r"TZ=|(?:journalctl|imlog|orvlog|mkdir|for host) "
         return re.findall(rf"^(?:[#$] )?((?:{starts}).*)$", text, re.M)
 
     def test_all(self):
@@ -168,7 +164,6 @@ class Examples(Case):
         self.succeed(ROOT / "simulator/fleet.py", "--servers", "12", "--zone", "Europe/Berlin", self.directory / "fleet")
         for host in "r01u01", "r01u02":  # which cannot be read
             (self.directory / f"fleet/{host}.iml").unlink()
-        self.program("mail", 'echo "mail $* $(cat)"')
         self.program("ssh", 'shift; exec "$@"')
         commands = [command for command in self.commands() if not re.search(self.ELSEWHERE, command)]
         script = ["mount -t tmpfs none /var/lib", "mkdir -p /var/lib/imlog", "echo r99u01 >hosts"]
