@@ -13,7 +13,7 @@ from measure import instructions, sample_records  # noqa: E402
 
 
 def cost(command, env):
-    """User and system seconds of one run with its output thrown away."""
+    """User and system seconds of one run whose output is discarded."""
     child = subprocess.Popen(command, env=env, stdout=subprocess.DEVNULL)
     _, status, usage = os.wait4(child.pid, 0)
     if status != 0:
