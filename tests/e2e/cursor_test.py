@@ -75,7 +75,7 @@ class Cursor(Case):
         """A temporary file that does not fit, a run killed while it writes one, a failing output: nothing is lost."""
         self.changes(record(0))
         before = self.cursor.read_text()
-        words = ["-o", "json", "--cursor-file", self.cursor, self.file(record(0), record(1))]
+        words = ["-o", "json", "--cursor-file", self.cursor, self.file(record(0), record(1), name="longer")]
 
         def limited(handler):
             def prepare():
@@ -90,6 +90,8 @@ class Cursor(Case):
         printed = self.run_imlog(*words, status=-signal.SIGXFSZ, preexec_fn=limited(signal.SIG_DFL))
         self.assertEqual(printed, b"")
         self.assertTrue(self.temporary.exists())
+        self.assertEqual(self.changes(record(0)), [])
+        self.assertFalse(self.temporary.exists())
         with open("/dev/full", "wb") as full:
             self.run_imlog(*words, status=2, stderr=b"cannot write the output", stdout=full)
         self.assertEqual(self.cursor.read_text(), before)
@@ -119,3 +121,9 @@ class Cursor(Case):
                 self.assertTrue(status == KILLED or not self.temporary.exists())
                 self.assertEqual(self.changes(record(0)), [] if is_saved else [(0, "new")])
                 self.assertFalse(self.temporary.exists())
+
+    def test_power_failure_while_following(self):
+        with open(self.directory / "out", "wb") as stdout:
+            self.run_imlog("-f", "--cursor-file", self.cursor, status=2, stderr=b"cannot write the output: Input/",
+                           stdout=stdout, env=self.preloaded(FSYNC=f"2 {errno.EIO}", REFUSE="1"))
+        self.assertFalse(self.cursor.exists())

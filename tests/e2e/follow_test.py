@@ -44,6 +44,8 @@ class Follow(Case):
             self.write(a, record(1, count=2), c)
             self.assertEqual([self.read(run), self.read(run)], [(1, "repeated"), (2, "new")])
             time.sleep(0.5)
+            files = [os.readlink(file) for file in os.scandir(f"/proc/{run.pid}/fd")]
+            self.assertEqual([file for file in files if "cevt" in file], [])  # each reading closes the log
             run.send_signal(signal.SIGTERM)
             self.assertEqual((run.wait(), run.stderr.read()), (0, b""))
         self.assertEqual(self.numbers("--cursor-file", self.cursor), [])

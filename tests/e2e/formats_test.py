@@ -36,6 +36,9 @@ class Formats(Case):
         self.assertFalse(is_colored("-o", "json"))
         self.assertNotIn(b"\x1b", self.run_imlog(log, env={"TERM": "xterm"}))  # no terminal
 
+    def test_level_prefix(self):
+        self.assertTrue(self.run_imlog("--level-prefix", self.file(record(1, severity=15))).startswith(b"<2>"))
+
     def test_hostile_texts(self):
         log = self.file(*(record(i, text=text) for i, text in enumerate(HOSTILE_TEXTS)))
         messages = ["Maintenance note: " + text.decode(errors="each") for text in HOSTILE_TEXTS]

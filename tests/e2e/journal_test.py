@@ -79,6 +79,8 @@ class Journal(Case):
         self.assertEqual(unknown["IML_CLASS_NAME"], "Unknown")
         self.assertNotIn("IML_FIRST_UNIX", unknown)
         self.assertEqual(unknown["IML_LAST_UNIX"], "-3600")
+        in_utc = self.send("--utc", log)[0]
+        self.assertEqual(in_utc["MESSAGE"], known["MESSAGE"].replace("22:40", "20:40Z"))
 
     def test_unreachable(self):
         words = ["-o", "journal", "--cursor-file", self.cursor, "/no"]

@@ -52,8 +52,9 @@ class SeveralLogs(Case):
     def test_host_of_a_file(self):
         for name, host in ((".iml", ".iml"), ("x.iml.iml", "x.iml"), ("x.imlx", "x.imlx")):
             self.assertEqual(self.objects(self.file(record(), name=name))[0]["host"], host)
-        with open(self.file(record()), "rb") as log:
-            self.assertNotIn("host", self.objects("/dev/stdin", stdin=log)[0])
+        for name in ("/dev/stdin", "/proc/self/fd/0"):
+            with open(self.file(record()), "rb") as log:
+                self.assertNotIn("host", self.objects(name, stdin=log)[0])
 
     def test_bad_ones(self):
         good, other, _ = self.fleet()

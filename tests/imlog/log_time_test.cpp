@@ -159,6 +159,8 @@ TEST(Calendar, ReadsTimesOfTheCommandLine) {
       EXPECT_EQ(parse_time(text, kNow, calendar), instant) << text;
     }
   }
+  // At half past midnight in Berlin it is still yesterday in UTC.
+  EXPECT_EQ(parse_time("today", 1761431400, calendar), 1761429600);
   const char *const wrong =
       "|Now|tomorrow|-30|-m|-2W|--7d|-4294967296d|@|@-1|@+1|@1.5|@253402300800|2025-9-1|2025-09-01 1:05|2024-02-30|"
       "2025-09-01 24:00|2025-09-01 13:60|2025-09-01T13:05:60|1969-12-31|1969-12-31T23:59:59-01:00|2025-02-29T06:15Z|"

@@ -4,6 +4,7 @@ cmake=$1 build=$2
 rm -rf "$3"
 mkdir -p "$3"/{metrics,elsewhere}
 work=$(realpath "$3")
+umask 077 # which the script does not take over: node_exporter is another user
 "$cmake" --install "$build" --prefix "$work" --component imlog >/dev/null
 directory=$work/metrics
 
@@ -42,6 +43,7 @@ ln -s "$directory" "$work/link"
 check 2 'iml_read_success 0' 'echo iml_read_success 1' "$work/link"
 ln -sfT elsewhere "$work/link"
 check 0 'iml_read_success 1' "mv '$directory' '$work/moved'; mv -T '$work/link' '$directory'; echo iml_read_success 1"
+[ "$(stat -c %a "$directory/iml.prom")" = 644 ]
 touch "$directory/iml.prom.new"
 sh "$work/lib/imlog/write-metrics" --clean "$directory"
 [ ! -e "$directory/iml.prom.new" ]
