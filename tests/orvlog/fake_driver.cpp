@@ -20,7 +20,7 @@ FakeDriver &fake_driver() {
   return driver;
 }
 
-std::string hex(const void *bytes, size_t size) {
+std::string to_hex(const void *bytes, size_t size) {
   std::string text;
   for (size_t i = 0; i < size; ++i) {
     char byte[3];
@@ -50,7 +50,7 @@ std::string event_trace(const _ioctlEntry &request) {
   _ioctlEntry read = {{512, 2, 0, request.info.EvtNumber}, {}};
   read.Evt.Hdr.wEvtLength = 284;
   return memcmp(&read, &request, sizeof(read)) == 0 ? "read " + std::to_string(request.info.EvtNumber)
-                                                    : hex(&request, sizeof(request));
+                                                    : to_hex(&request, sizeof(request));
 }
 
 }  // namespace
@@ -130,7 +130,7 @@ int get_ev(const char *name, void *buffer, int *size) {
 }
 
 int set_ev(const char *name, void *buffer, int *size) {
-  dprintf(trace_fd, "set_ev %s %s\n", name, hex(buffer, static_cast<size_t>(*size)).c_str());
+  dprintf(trace_fd, "set_ev %s %s\n", name, to_hex(buffer, static_cast<size_t>(*size)).c_str());
   return fake_driver().set_status;
 }
 

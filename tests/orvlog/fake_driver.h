@@ -41,4 +41,4 @@ extern bool fail_fclose;
 extern int trace_fd;
 
 // Bytes in hexadecimal.
-std::string hex(const void *bytes, size_t size);
+std::string to_hex(const void *bytes, size_t size);

@@ -121,7 +121,7 @@ std::string adds(uint8_t severity, const std::string &note) {
   request.Evt.Hdr.wCode = 2;
   request.Evt.Hdr.dwCount = 1;
   memcpy(request.Evt.Data.ExtendDataSize, note.data(), note.size());
-  return kInit + ask("cevt", "81 256 " + hex(&request, sizeof(request)));
+  return kInit + ask("cevt", "81 256 " + to_hex(&request, sizeof(request)));
 }
 
 const FakeDriver kIpmi = {.controller = 18};
@@ -152,10 +152,9 @@ FakeDriver log_answering(int number, int status, int error = 0) {
   });
 }
 
-std::string entry(const std::string &number, const std::string &note,
-                  const std::string &severity = "Caution") {
-  return number + " " + severity + std::string(14 - severity.size(), ' ') +
-         " 14:05  03/21/2016 00:00  00/00/0000 0001\nLOG: Maintenance note: " + note + "\n\n";
+std::string entry(const std::string &number, const std::string &note) {
+  return number + " Caution        14:05  03/21/2016 00:00  00/00/0000 0001\nLOG: Maintenance note: " + note +
+         "\n\n";
 }
 std::string listing(const std::string &entries) {
   return "\nID   Severity       Initial Time      Update Time       Count\n"
@@ -251,16 +250,6 @@ TEST(Viewer, ListsEntriesAndAsksForThemByNumber) {
   check("-v", log_of(9, jump), listing(entries), "", lists({0, 1, 2, 8, 9}));
   check("-V|8", log_of(9, jump), listing(entry("0008", "8")), "",
         counts_and_lists({0, 1, 2, 3, 4, 5, 6, 7, 8, 9}, {8, 9}));
-  const std::map<int, std::string> names = {
-      {2, "Information"}, {3, "Information"}, {6, "Repaired"}, {9, "Caution"}, {15, "Critical"}};
-  for (int severity = 0; severity <= 16; ++severity) {
-    const auto log = log_of(1, [severity](int, EVT_LOG_ENTRY &record) {
-      record.Hdr.bSeverity = static_cast<uint8_t>(severity);
-      return 0;
-    });
-    const std::string name = names.count(severity) != 0 ? names.at(severity) : "Unknown";
-    check("-v", log, listing(entry("0000", "0", name)), "", lists({0, 1}));
-  }
 }
 
 TEST(Viewer, StartNumberIsCheckedAgainstTheLog) {

@@ -56,11 +56,12 @@ struct Routing : PciTreeTest {
         Image()
             .answer(0xF0000, 0)
             .put(0xF0000,
-                 hex("3C 8E 74 06 6A") + es +
-                     hex("07 30 E4 C3") +                    // cmp al,0x8E; je; push; pop es; xor ah,ah; ret
-                     hex("89 FE 8B 7F 02 AB 93 AB A5 A5") +  // mov esi,edi; mov edi,[edi+2]; stosd; xchg; ...
-                     hex("66 C7 46 F8") + little_endian(size).substr(0, 2) + mov_ah + hex("00 E4") + mov_ah +
-                     "\xC3"));
+                 from_hex("3C 8E 74 06 6A") + es +
+                     from_hex("07 30 E4 C3") +  // cmp al,0x8E; je; push; pop es; xor ah,ah; ret
+                     from_hex(
+                         "89 FE 8B 7F 02 AB 93 AB A5 A5") +  // mov esi,edi; mov edi,[edi+2]; stosd; xchg; ...
+                     from_hex("66 C7 46 F8") +
+                     little_endian(size).substr(0, 2) + mov_ah + from_hex("00 E4") + mov_ah + "\xC3"));
   }
 
   // Asks the ROM, and drops its messages.
@@ -184,7 +185,7 @@ TEST_F(Routing, RomIsAskedOnceAndClosed) {
   ASSERT_EQ(romcall_init(&ri, kSkipInt15 | kSkipEv), 0);  // what another has opened stays open
   EXPECT_EQ(ask_rom(), 0);
   EXPECT_EQ(std::string(reinterpret_cast<char *>(internal_table), 16),
-            hex("8E B1 00 00 00 00 00 00 00 04 00 10 10 00 08 00"));
+            from_hex("8E B1 00 00 00 00 00 00 00 04 00 10 10 00 08 00"));
   EXPECT_EQ(romcall_fini(&ri), 0);
 }
 

@@ -7,8 +7,8 @@
 
 #include "pci/romaccess.h"
 
-// Bytes written in hexadecimal; a semicolon begins a comment.
-inline std::string hex(const std::string &text) {
+// Bytes written in hexadecimal.
+inline std::string from_hex(const std::string &text) {
   std::string bytes;
   const char *at = text.c_str();
   char *end = nullptr;
@@ -49,6 +49,6 @@ struct Image {
   // or answers AL 0, EBX `base` and EDX `offset`.
   Image &answer(uint32_t base, uint32_t offset, uint32_t address = 0xC0000) {
     return directory(address,
-                     hex("B0 00 BB") + little_endian(base) + "\xBA" + little_endian(offset) + "\xCB");
+                     from_hex("B0 00 BB") + little_endian(base) + "\xBA" + little_endian(offset) + "\xCB");
   }
 };

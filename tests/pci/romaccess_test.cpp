@@ -70,16 +70,16 @@ constexpr uint32_t kTrapAt = 0xE0000;
 // over.
 Image services() {
   return Image()
-      .put(kTrapAt, hex("E6 80 B0 00 C3"))  // out 0x80,al; mov al,0; ret
+      .put(kTrapAt, from_hex("E6 80 B0 00 C3"))  // out 0x80,al; mov al,0; ret
       .header(0xA0010, kTrapAt, 1, 0, 1)
       .header(0xA0020, kTrapAt, 1, 1)
       .header(0xA0030, kTrapAt, 0)
-      .directory(0xA0040, hex("B0 80 CB"))  // knows nothing
+      .directory(0xA0040, from_hex("B0 80 CB"))  // knows nothing
       .directory(0xA0050,
-                 hex("3D 24 50 43 49 B0 80 75 0C B0 00") +  // cmp eax,"$PCI"; mov al,0x80; jne; mov al,0
-                     hex("BB 00 00 0F 00 BA 00 00 00 00 CB C3"))  // mov ebx; mov edx; retf; ret
-      .put(kCodeAt, hex("66 3D 81 B1 74 04 B4 81 F9 C3") +        // cmp ax,0xB181; je; mov ah,0x81; stc; ret
-                        hex("6A 30 07 30 E4 C3"));                // push 0x30; pop es; xor ah,ah; ret
+                 from_hex("3D 24 50 43 49 B0 80 75 0C B0 00") +  // cmp eax,"$PCI"; mov al,0x80; jne; mov al,0
+                     from_hex("BB 00 00 0F 00 BA 00 00 00 00 CB C3"))  // mov ebx; mov edx; retf; ret
+      .put(kCodeAt, from_hex("66 3D 81 B1 74 04 B4 81 F9 C3") +  // cmp ax,0xB181; je; mov ah,0x81; stc; ret
+                        from_hex("6A 30 07 30 E4 C3"));          // push 0x30; pop es; xor ah,ah; ret
 }
 
 TEST_F(RomAccess, FindsThePciBiosAfterDecoys) {
@@ -157,10 +157,10 @@ Bytes identity(uint32_t vendor, uint32_t device, uint32_t bar0, uint32_t bar1) {
 // Code that is busy until port 0xCFC reads other than 0. It writes AX there, and reads the delay port `reads`
 // times, each of which costs 1,002.
 std::string busy(uint32_t reads = 1) {
-  return hex("66 BA FC 0C 66 EF 50 B9") +
-         little_endian(reads) +            // mov dx,0xCFC; out dx,ax; push eax; mov ecx
-         hex("E4 80 E2 FC EC 84 C0 58") +  // in al,0x80; loop; in al,dx; test al,al; pop eax
-         hex("B4 00 75 03 B4 8A F9 C3");   // mov ah,0; jnz; mov ah,0x8A; stc; ret
+  return from_hex("66 BA FC 0C 66 EF 50 B9") +
+         little_endian(reads) +                 // mov dx,0xCFC; out dx,ax; push eax; mov ecx
+         from_hex("E4 80 E2 FC EC 84 C0 58") +  // in al,0x80; loop; in al,dx; test al,al; pop eax
+         from_hex("B4 00 75 03 B4 8A F9 C3");   // mov ah,0; jnz; mov ah,0x8A; stc; ret
 }
 
 TEST_F(RomAccess, BusyRomIsUnlockedOnceAndAskedOnceMore) {
@@ -205,7 +205,7 @@ TEST_F(RomAccess, SearchSpendsRetriesAndUnlockOnce) {
 }
 
 TEST_F(RomAccess, PresenceCallWithAnErrorGivesNoSelector) {
-  open(Image().put(kCodeAt, hex("B4 01 F8 C3")));  // mov ah,1; clc; ret
+  open(Image().put(kCodeAt, from_hex("B4 01 F8 C3")));  // mov ah,1; clc; ret
   EXPECT_EQ(pci_bios_present(&ri_, at(kCodeAt)), 1);
   EXPECT_EQ(ri_.pci_es, 0);
 }
@@ -255,7 +255,7 @@ TEST_F(RomAccess, HostileDirectories) {
   for (uint32_t at = 0xA0000; at < 0xB8000; at += 16) {
     endless.header(at, 0xB8000);
   }
-  endless.put(0xB8000, hex("EB FE"));
+  endless.put(0xB8000, from_hex("EB FE"));
   const struct {
     const char *text;
     Image image;
@@ -271,18 +271,18 @@ TEST_F(RomAccess, HostileDirectories) {
       {"base and offset that wrap", Image().answer(0xFFFFFFFF, 0xF0001), 0xF0000},
       {"entry above, then a service", Image().header(0xB0000, 0x100000).answer(0xF0000, 0)},
       {"entry below", Image().header(0xB0000, 0x9FFFF).answer(0xF0000, 0)},
-      {"HLT, then a service", Image().directory(0xB0000, hex("F4")).answer(0xF0000, 0), 0xF0000},
-      {"endless, then a service", Image().directory(0xB0000, hex("EB FE")).answer(0xF0000, 0), 0xF0000},
+      {"HLT, then a service", Image().directory(0xB0000, from_hex("F4")).answer(0xF0000, 0), 0xF0000},
+      {"endless, then a service", Image().directory(0xB0000, from_hex("EB FE")).answer(0xF0000, 0), 0xF0000},
       {"endless, everywhere", endless},
       {"ports that are not allowed, then a service",
-       Image().directory(0xB0000, hex("E4 B2")).directory(0xB8000, hex("E7 92")).answer(0xF0000, 0), 0xF0000,
-       "orvlog: The system ROM asked for I/O port 0xB2, which is not allowed.\n"},
-      {"next to one that knows nothing", Image().directory(0xBFFF0, hex("B0 80 CB")).answer(0xF0000, 0),
+       Image().directory(0xB0000, from_hex("E4 B2")).directory(0xB8000, from_hex("E7 92")).answer(0xF0000, 0),
+       0xF0000, "orvlog: The system ROM asked for I/O port 0xB2, which is not allowed.\n"},
+      {"next to one that knows nothing", Image().directory(0xBFFF0, from_hex("B0 80 CB")).answer(0xF0000, 0),
        0xF0000},
       {"a header of 32 bytes",
-       Image().answer(0xF0000, 0).header(0xC0000, 0xC0100, 2).put(0xC0010, hex("FF 01")), 0xF0000},
+       Image().answer(0xF0000, 0).header(0xC0000, 0xC0100, 2).put(0xC0010, from_hex("FF 01")), 0xF0000},
       {"whose second half spoils the sum",
-       Image().answer(0xF0000, 0).header(0xC0000, 0xC0100, 2).put(0xC001F, hex("FF"))},
+       Image().answer(0xF0000, 0).header(0xC0000, 0xC0100, 2).put(0xC001F, from_hex("FF"))},
       {"that runs past the ROM", Image().header(0xFFFF0, 0xB0000, 2)},
   };
   for (const auto &row : rows) {
@@ -297,7 +297,7 @@ TEST_F(RomAccess, HostileDirectories) {
 }
 
 TEST_F(RomAccess, FailedCallLeavesTheRegisters) {
-  open(Image().put(0xB0000, hex("B8 01 00 00 00 F4")));  // mov eax,1; hlt
+  open(Image().put(0xB0000, from_hex("B8 01 00 00 00 F4")));  // mov eax,1; hlt
   x86_reg_t reg = {};
   reg.u1.s1.reax = 0x8A55;
   for (const uint8_t *const entry :

@@ -37,7 +37,7 @@ struct Call {
   }
 
   CallEnd run(const std::string &text, uint64_t budget = 10'000) {
-    std::string code = hex(text);
+    std::string code = from_hex(text);
     const MemoryWindow windows[] = {{kCodeAt, code.data(), static_cast<uint32_t>(code.size()), false},
                                     {kLentBase, buffer, sizeof(buffer), true}};
     RomMachine machine{windows, budget};
@@ -136,73 +136,113 @@ TEST(RomCall, InstructionThatFailsReachesNoPort) {
   EXPECT_EQ(reads + writes.size(), 0u);
 }
 
+// Ports, and the sizes of the accesses that are allowed there.
+constexpr std::pair<uint32_t, const char *> kPorts[] = {
+    {0x7F, ""},         // below the delay port
+    {0x80, "1"},        // delay
+    {0x81, ""},         // above it
+    {0xB2, ""},         // SMI
+    {0xCF8, "1 4"},     // address of mechanism 1, enabling of mechanism 2
+    {0xCF9, ""},        // reset
+    {0xCFA, "1"},       // bus of mechanism 2
+    {0xCFB, ""},        // below the data of mechanism 1
+    {0xCFC, "1 2 4"},   // its data
+    {0xCFD, "1 2"},     // up to its end
+    {0xCFF, "1"},       // its last byte
+    {0xD00, ""},        // above it
+    {0xBFFF, ""},       // below the data of mechanism 2
+    {0xC000, "1 2 4"},  // its data
+    {0xCFFC, "1 2 4"},  // its last double word
+    {0xCFFD, "1 2"},    // across its end
+    {0xD000, ""},       // above it
+    {0xFFFF, ""},       // the last port
+};
+
 TEST(RomCall, PortsOfPciServicesAlone) {
   fake_portio::reset();
-  const struct {
-    uint32_t port, size;
-    bool allowed;
-  } rows[] = {
-      {0xCF8, 4, true},  {0xCF8, 1, true},  {0xCF8, 2, false},  {0xCF9, 1, false},  {0xCF9, 4, false},
-      {0xCFA, 1, true},  {0xCFA, 2, false}, {0xCFB, 1, false},  {0xCFC, 4, true},   {0xCFD, 2, true},
-      {0xCFD, 4, false}, {0xCFF, 1, true},  {0xCFF, 2, false},  {0xD00, 1, false},  {0x80, 1, true},
-      {0x80, 2, false},  {0x7F, 1, false},  {0x81, 1, false},   {0xB2, 1, false},   {0xBFFF, 2, false},
-      {0xC000, 4, true}, {0xCFFC, 4, true}, {0xCFFD, 4, false}, {0xD000, 1, false}, {0xFFFF, 4, false},
+  const std::pair<char, std::array<const char *, 3>> instructions[] = {
+      {'1', {"EC", "EE", "6C"}},  // in, out, ins
+      {'2', {"66 ED", "66 EF", "66 6D"}},
+      {'4', {"ED", "EF", "6D"}},
   };
-  for (const auto &[port, size, allowed] : rows) {
-    for (const char *const of_bytes : {"EC", "EE", "6C"}) {  // in, out, ins
-      std::string code = size == 2 ? "66 " : "";
-      code += of_bytes;
-      code.back() = static_cast<char>(code.back() + (size == 1 ? 0 : 1));
-      SCOPED_TRACE(std::to_string(port) + " " + code);
-      Call call(0, 0, port);
-      EXPECT_EQ(call.run(code + " C3"), allowed ? CallEnd::kReturned : CallEnd::kPort);
-      EXPECT_EQ(call.refused_port, allowed ? 0 : port);
+  for (const auto &[port, sizes] : kPorts) {
+    for (const auto &[size, codes] : instructions) {
+      const bool is_allowed = strchr(sizes, size) != nullptr;
+      for (const char *const code : codes) {
+        SCOPED_TRACE(std::to_string(port) + " " + code);
+        Call call(0, 0, port);
+        EXPECT_EQ(call.run(std::string(code) + " C3"), is_allowed ? CallEnd::kReturned : CallEnd::kPort);
+        EXPECT_EQ(call.refused_port, is_allowed ? 0 : port);
+      }
     }
   }
 }
 
-// clang-format off
-const struct {
+constexpr struct {
+  const char *text;
   CallEnd end;
-  std::vector<const char *> codes;
+  const char *code;
 } kFailures[] = {
-    {CallEnd::kInstruction,
-     {"F4 ; hlt", "CC ; int3", "CD 10 ; int 0x10", "0F 0B ; ud2", "DB E3 ; fninit",
-      "0F 20 C0 ; mov eax,cr0", "0F 01 16 ; lgdt [esi]", "0F 30 ; wrmsr",
-      "B0 7F 04 01 CE ; into after overflow", "31 C9 62 0E ; bound, outside", "62 C0 ; bound of registers",
-      "8E C8 ; mov cs,ax", "8C F0 ; mov from the seventh segment register", "8D C0 ; lea eax,eax",
-      "C4 C0 ; les eax,eax", "FF D8 ; call far eax", "C6 C8 00 ; opcode C6 /1", "F6 C8 00 ; opcode F6 /1",
-      "FE D0 ; opcode FE /2", "FF F8 ; opcode FF /7", "0F BA D8 00 ; opcode 0F BA /3",
-      "F0 89 06 ; lock mov [esi],eax", "F0 01 C0 ; lock add eax,eax", "F0 39 06 ; lock cmp [esi],eax",
-      "F0 83 3E 00 ; lock cmp [esi],0", "F0 F7 06 00 00 00 00 ; lock test [esi],0",
-      "F0 FF 36 ; lock push [esi]", "F0 0F A3 06 ; lock bt [esi],eax", "F0 0F BA 26 00 ; lock bt [esi],0",
-      "3E 3E 3E 3E 3E 3E 3E 3E 3E 3E 3E B8 78 56 34 12 C3 ; 16 bytes"}},
-    {CallEnd::kDivision,
-     {"31 C9 F7 F1 ; div by zero", "BA 01 00 00 00 B9 01 00 00 00 F7 F1 ; div, quotient too large",
-      "31 C0 BA 00 00 00 80 83 C9 FF F7 F9 ; idiv of the smallest by -1",
-      "66 B8 00 FF B1 FE F6 F9 ; idiv, quotient one too large", "D4 00 ; aam 0"}},
-    {CallEnd::kMemory,
-     {"A2 00 00 0F 00 C3 ; write to the ROM", "A1 00 00 00 00 C3 ; read of nothing",
-      "8B 86 FD 00 00 00 C3 ; read across a window's end", "8B 46 FF C3 ; read across a window's start",
-      "A1 FE FF FF FF C3 ; read across the top of memory", "90 ; code that runs out of its window",
-      "31 C0 FF E0 ; jump to nothing", "B8 F0 FF FF FF FF E0 ; jump to the reset vector", "66 C3 ; 16-bit return", "60 EB FD ; stack used up",
-      "31 E4 50 C3 ; stack lost", "B9 00 10 00 00 F3 A4 C3 ; rep movsb out of the window",
-      "F0 86 05 00 00 0F 00 C3 ; lock xchg of the ROM", "0F A4 05 00 00 0F 00 00 C3 ; shld of the ROM by 0",
-      "0F B1 05 00 00 0F 00 C3 ; cmpxchg of the ROM, unequal"}},
-    {CallEnd::kBudget,
-     {"EB FE ; endless loop"}},
+    {"hlt", CallEnd::kInstruction, "F4"},
+    {"int3", CallEnd::kInstruction, "CC"},
+    {"int 0x10", CallEnd::kInstruction, "CD 10"},
+    {"ud2", CallEnd::kInstruction, "0F 0B"},
+    {"fninit", CallEnd::kInstruction, "DB E3"},
+    {"mov eax,cr0", CallEnd::kInstruction, "0F 20 C0"},
+    {"lgdt [esi]", CallEnd::kInstruction, "0F 01 16"},
+    {"wrmsr", CallEnd::kInstruction, "0F 30"},
+    {"into after overflow", CallEnd::kInstruction, "B0 7F 04 01 CE"},
+    {"bound, outside", CallEnd::kInstruction, "31 C9 62 0E"},
+    {"bound of registers", CallEnd::kInstruction, "62 C0"},
+    {"mov cs,ax", CallEnd::kInstruction, "8E C8"},
+    {"mov from the seventh segment register", CallEnd::kInstruction, "8C F0"},
+    {"lea eax,eax", CallEnd::kInstruction, "8D C0"},
+    {"les eax,eax", CallEnd::kInstruction, "C4 C0"},
+    {"call far eax", CallEnd::kInstruction, "FF D8"},
+    {"opcode C6 /1", CallEnd::kInstruction, "C6 C8 00"},
+    {"opcode F6 /1", CallEnd::kInstruction, "F6 C8 00"},
+    {"opcode FE /2", CallEnd::kInstruction, "FE D0"},
+    {"opcode FF /7", CallEnd::kInstruction, "FF F8"},
+    {"opcode 0F BA /3", CallEnd::kInstruction, "0F BA D8 00"},
+    {"lock mov [esi],eax", CallEnd::kInstruction, "F0 89 06"},
+    {"lock add eax,eax", CallEnd::kInstruction, "F0 01 C0"},
+    {"lock cmp [esi],eax", CallEnd::kInstruction, "F0 39 06"},
+    {"lock cmp [esi],0", CallEnd::kInstruction, "F0 83 3E 00"},
+    {"lock test [esi],0", CallEnd::kInstruction, "F0 F7 06 00 00 00 00"},
+    {"lock push [esi]", CallEnd::kInstruction, "F0 FF 36"},
+    {"lock bt [esi],eax", CallEnd::kInstruction, "F0 0F A3 06"},
+    {"lock bt [esi],0", CallEnd::kInstruction, "F0 0F BA 26 00"},
+    {"16 bytes", CallEnd::kInstruction, "3E 3E 3E 3E 3E 3E 3E 3E 3E 3E 3E B8 78 56 34 12 C3"},
+    {"div by zero", CallEnd::kDivision, "31 C9 F7 F1"},
+    {"div, quotient too large", CallEnd::kDivision, "BA 01 00 00 00 B9 01 00 00 00 F7 F1"},
+    {"idiv of the smallest by -1", CallEnd::kDivision, "31 C0 BA 00 00 00 80 83 C9 FF F7 F9"},
+    {"idiv, quotient one too large", CallEnd::kDivision, "66 B8 00 FF B1 FE F6 F9"},
+    {"aam 0", CallEnd::kDivision, "D4 00"},
+    {"write to the ROM", CallEnd::kMemory, "A2 00 00 0F 00 C3"},
+    {"read of nothing", CallEnd::kMemory, "A1 00 00 00 00 C3"},
+    {"read across a window's end", CallEnd::kMemory, "8B 86 FD 00 00 00 C3"},
+    {"read across a window's start", CallEnd::kMemory, "8B 46 FF C3"},
+    {"read across the top of memory", CallEnd::kMemory, "A1 FE FF FF FF C3"},
+    {"code that runs out of its window", CallEnd::kMemory, "90"},
+    {"jump to nothing", CallEnd::kMemory, "31 C0 FF E0"},
+    {"jump to the reset vector", CallEnd::kMemory, "B8 F0 FF FF FF FF E0"},
+    {"16-bit return", CallEnd::kMemory, "66 C3"},
+    {"stack used up", CallEnd::kMemory, "60 EB FD"},
+    {"stack lost", CallEnd::kMemory, "31 E4 50 C3"},
+    {"rep movsb out of the window", CallEnd::kMemory, "B9 00 10 00 00 F3 A4 C3"},
+    {"lock xchg of the ROM", CallEnd::kMemory, "F0 86 05 00 00 0F 00 C3"},
+    {"shld of the ROM by 0", CallEnd::kMemory, "0F A4 05 00 00 0F 00 00 C3"},
+    {"cmpxchg of the ROM, unequal", CallEnd::kMemory, "0F B1 05 00 00 0F 00 C3"},
+    {"endless loop", CallEnd::kBudget, "EB FE"},
 };
-// clang-format on
 
 TEST(RomCall, Failures) {
-  for (const auto &[end, codes] : kFailures) {
-    for (const char *code : codes) {
-      SCOPED_TRACE(code);
-      Call call(0x12345678);
-      const x86_reg_t before = call.reg;
-      EXPECT_EQ(call.run(code, 5000), end);
-      EXPECT_EQ(memcmp(&call.reg, &before, sizeof(before)), 0);
-    }
+  for (const auto &[text, end, code] : kFailures) {
+    SCOPED_TRACE(text);
+    Call call(0x12345678);
+    const x86_reg_t before = call.reg;
+    EXPECT_EQ(call.run(code, 5000), end);
+    EXPECT_EQ(memcmp(&call.reg, &before, sizeof(before)), 0);
   }
 }
 
