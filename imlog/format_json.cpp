@@ -1,6 +1,5 @@
 // JSON Lines: one object per entry. "schema" names its form.
-#include <array>
-#include <cstdio>
+#include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
 #include "imlog/format.h"
@@ -9,77 +8,19 @@
 
 namespace {
 
-// The stream that the JSON library writes to.
-struct JsonStream {
-  using Ch = char;
+// Escapes all that is not ASCII. It fails only on texts that are not valid UTF-8.
+using JsonWriter = rapidjson::Writer<rapidjson::StringBuffer, rapidjson::UTF8<>, rapidjson::ASCII<>>;
 
-  void Put(char character) {
-    output->put(character);
+// Puts a finished object. DEL, the one control character that RapidJSON does not escape, is escaped here.
+void put_line(std::string_view line, Output &output) {
+  for (size_t del = 0; (del = line.find('\x7F')) != std::string_view::npos;) {
+    output.put(line.substr(0, del));
+    output.put("\\u007F");
+    line.remove_prefix(del + 1);
   }
-  void Flush() {}
-
-  Output *output = nullptr;
-};
-
-using JsonWriter = rapidjson::Writer<JsonStream>;
-
-// Bytes at which a JSON string may need an escape: C0, the quote, the backslash, DEL, and the lead byte of
-// U+0080 to U+009F.
-constexpr std::array<bool, 256> make_stops() {
-  std::array<bool, 256> stops = {};
-  for (size_t byte = 0; byte < stops.size(); ++byte) {
-    stops[byte] = byte < 0x20 || byte == '"' || byte == '\\' || byte == 0x7F || byte == 0xC2;
-  }
-  return stops;
+  output.put(line);
+  output.put('\n');
 }
-constexpr std::array<bool, 256> kStops = make_stops();
-
-// Puts a character that begins with DEL or 0xC2, escaped if it is a control character. Returns its length.
-size_t put_high_character(const char *text, Output &output) {
-  const size_t length = *text == '\x7F' ? 1 : 2;
-  const auto last = static_cast<unsigned char>(text[length - 1]);
-  if (length == 2 && last >= 0xA0) {
-    output.put(std::string_view(text, length));
-  } else {
-    char escape[sizeof("\\u0000")];
-    snprintf(escape, sizeof(escape), "\\u%04X", unsigned{last});
-    output.put(escape);
-  }
-  return length;
-}
-
-// The first byte of kStops in a text, or `end`.
-const char *find_stop(const char *text, const char *end) {
-  while (text != end && !kStops[static_cast<unsigned char>(*text)]) {
-    ++text;
-  }
-  return text;
-}
-
-}  // namespace
-
-// RapidJSON has this protected hook for its own SIMD writers; check it when RapidJSON is updated. It writes
-// the string up to a character that RapidJSON escapes, and returns true, or up to the end, and returns false.
-// DEL and U+0080 to U+009F, which RapidJSON does not escape, are escaped here. The string is valid UTF-8.
-template <>
-inline bool JsonWriter::ScanWriteUnescapedString(rapidjson::StringStream &text, size_t size) {
-  const char *const end = text.head_ + size;
-  while (text.src_ != end) {
-    const char *const stop = find_stop(text.src_, end);
-    os_->output->put(std::string_view(text.src_, static_cast<size_t>(stop - text.src_)));
-    text.src_ = stop;
-    if (stop == end) {
-      return false;
-    }
-    if (*stop != '\x7F' && *stop != '\xC2') {
-      return true;
-    }
-    text.src_ += put_high_character(stop, *os_->output);
-  }
-  return false;
-}
-
-namespace {
 
 class JsonFormat : public Format {
  public:
@@ -92,78 +33,67 @@ class JsonFormat : public Format {
     if (level_prefix_) {
       put_level_prefix(severity, output);
     }
-    output.put(R"({"schema":"iml/1")");
+    buffer_.Clear();
+    writer_.Reset(buffer_);
+    writer_.StartObject();
+    put_text("schema", "iml/1");
     if (entry.log.host) {
-      put_text(R"(,"host":)", host_cleaner_.clean(*entry.log.host), output);
+      put_text("host", host_cleaner_.clean(*entry.log.host));
     }
-    put_number(R"(,"number":)", header.dwEvtNumber, output);
-    put_word(R"(,"severity":)", severity.name, output);
-    put_number(R"(,"severity_code":)", header.bSeverity, output);
-    output.put(R"(,"priority":)");
-    output.put(severity.priority);
-    put_time(R"(,"first":)", entry.first, output);
-    put_time(R"(,"last":)", entry.last, output);
-    put_unix_time(R"(,"first_unix":)", entry.first, output);
-    put_unix_time(R"(,"last_unix":)", entry.last, output);
-    put_number(R"(,"count":)", header.dwCount, output);
-    put_number(R"(,"class":)", header.wClass, output);
-    put_number(R"(,"code":)", header.wCode, output);
-    put_word(R"(,"class_name":)", ClassName(header.wClass).text, output);
-    output.put(entry.is_known ? R"(,"known":true)" : R"(,"known":false)");
-    put_text(R"(,"message":)", cleaner_.clean(entry.message), output);
+    put_number("number", header.dwEvtNumber);
+    put_text("severity", severity.name);
+    put_number("severity_code", header.bSeverity);
+    put_number("priority", static_cast<unsigned>(severity.priority - '0'));
+    put_time("first", entry.first);
+    put_time("last", entry.last);
+    put_unix_time("first_unix", entry.first);
+    put_unix_time("last_unix", entry.last);
+    put_number("count", header.dwCount);
+    put_number("class", header.wClass);
+    put_number("code", header.wCode);
+    put_text("class_name", ClassName(header.wClass).text);
+    writer_.Key("known");
+    writer_.Bool(entry.is_known);
+    put_text("message", cleaner_.clean(entry.message));
     if (entry.change != Change::kNone) {
-      put_word(R"(,"change":)", change_word(entry.change), output);
+      put_text("change", change_word(entry.change));
     }
-    output.put("}\n");
+    writer_.EndObject();
+    put_line({buffer_.GetString(), buffer_.GetSize()}, output);
   }
 
  private:
-  // Each puts one member. `name` has all that comes before the value.
-
-  static void put_number(std::string_view name, uint64_t number, Output &output) {
-    output.put(name);
-    output.put_number(number);
+  void put_number(const char *name, uint32_t number) {
+    writer_.Key(name);
+    writer_.Uint(number);
   }
-  // A word has no character that has to be escaped.
-  static void put_word(std::string_view name, std::string_view word, Output &output) {
-    output.put(name);
-    output.put('"');
-    output.put(word);
-    output.put('"');
-  }
-  // A text of valid UTF-8, which may have any character.
-  void put_text(std::string_view name, std::string_view text, Output &output) {
-    output.put(name);
-    stream_.output = &output;
-    writer_.Reset(stream_);
+  void put_text(const char *name, std::string_view text) {
+    writer_.Key(name);
     writer_.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
   }
-  void put_time(std::string_view name, const LogTime &time, Output &output) const {
+  void put_time(const char *name, const LogTime &time) {
     if (time.is_valid) {
-      put_word(name, ZonedText(time, in_utc_).view(), output);
+      put_text(name, ZonedText(time, in_utc_).view());
     } else {
-      put_null(name, output);
+      writer_.Key(name);
+      writer_.Null();
     }
   }
-  static void put_unix_time(std::string_view name, const LogTime &time, Output &output) {
+  void put_unix_time(const char *name, const LogTime &time) {
+    writer_.Key(name);
     if (time.is_valid) {
-      output.put(name);
-      output.put_signed(time.instant);
+      writer_.Int64(time.instant);
     } else {
-      put_null(name, output);
+      writer_.Null();
     }
-  }
-  static void put_null(std::string_view name, Output &output) {
-    output.put(name);
-    output.put("null");
   }
 
   bool level_prefix_;
   bool in_utc_;
   TextCleaner cleaner_{Controls::kKeep, kReplacementCharacter};
   TextCleaner host_cleaner_ = cleaner_;
-  JsonStream stream_;
-  JsonWriter writer_;
+  rapidjson::StringBuffer buffer_;  // the object under way
+  JsonWriter writer_{buffer_};
 };
 
 }  // namespace

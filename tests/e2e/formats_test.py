@@ -47,8 +47,7 @@ class Formats(Case):
         self.assertEqual(shown, [blanked(message).replace("\ufffd", "?") for message in messages])
 
         printed = self.run_imlog("-o", "json", log, "--host", b"r\x1b\xff\xc2\x9b")
-        self.assertEqual(set(printed) & {*range(32), 0x7f}, {ord("\n")})
-        self.assertNotIn(b"\xc2\x9f", printed)
+        self.assertEqual(set(printed) - {*range(32, 127)}, {ord("\n")})
         objects = [json.loads(line) for line in printed.splitlines()]
         self.assertEqual([entry["message"] for entry in objects], messages)
         self.assertEqual({entry["host"] for entry in objects}, {"r\x1b\ufffd\x9b"})
