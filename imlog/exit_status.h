@@ -1,4 +1,4 @@
-// The exit statuses of imlog, and what the help says about them.
+// The exit statuses of imlog.
 #pragma once
 
 // Of every format but check.
@@ -14,22 +14,4 @@ enum CheckStatus {
   kCheckWarning = 1,
   kCheckCritical = 2,
   kCheckUnknown = 3,
-};
-
-struct StatusRow {
-  int status;
-  const char *meaning;
-};
-
-inline constexpr StatusRow kExitStatuses[] = {
-    {kSuccess, "the log was read and printed"},
-    {kFailure, "failure"},
-    {kWrongUsage, "wrong usage"},
-};
-
-inline constexpr StatusRow kCheckStatuses[] = {
-    {kCheckOk, "ok"},
-    {kCheckWarning, "caution"},
-    {kCheckCritical, "critical"},
-    {kCheckUnknown, "unknown or wrong usage"},
 };

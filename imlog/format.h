@@ -57,7 +57,6 @@ enum FormatTraits : unsigned {
 
 struct FormatRow {
   const char *name;
-  const char *meaning;  // for the help
   std::unique_ptr<Format> (*make)(const FormatContext &context);
   unsigned traits = 0;
   // The order of the entries, smallest first; null for the log's. The entries of a format with a key are held

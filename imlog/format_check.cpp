@@ -76,7 +76,6 @@ class CheckFormat : public Format {
 
 const FormatRow kCheckFormat = {
     .name = "check",
-    .meaning = "one line and a status for monitoring",
     .make = make_format<CheckFormat>,
     .traits = kForMonitors | kMerges,
 };

@@ -68,7 +68,6 @@ class ExportFormat : public Format {
 
 const FormatRow kExportFormat = {
     .name = "export",
-    .meaning = "the journal's export format",
     .make = make_format<ExportFormat>,
     .traits = kFollows | kRemembers | kMerges | kHasTimes,
     .sort_key = journal_time,

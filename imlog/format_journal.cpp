@@ -46,7 +46,6 @@ class JournalFormat : public Format {
 
 const FormatRow kJournalFormat = {
     .name = "journal",
-    .meaning = "this machine's journal, with fields",
     .make = make_format<JournalFormat>,
     .traits = kFollows | kRemembers | kMerges | kHasTimes,
     .make_sink = []() -> std::unique_ptr<Sink> { return std::make_unique<JournalSocket>(); },

@@ -100,7 +100,6 @@ class JsonFormat : public Format {
 
 const FormatRow kJsonFormat = {
     .name = "json",
-    .meaning = "one JSON object per line",
     .make = make_format<JsonFormat>,
     .traits = kFollows | kLevels | kRemembers | kReverses | kMerges | kHasTimes,
 };

@@ -109,7 +109,6 @@ class PrometheusFormat : public Format {
 
 const FormatRow kPrometheusFormat = {
     .name = "prometheus",
-    .meaning = "metrics for node_exporter",
     .make = make_format<PrometheusFormat>,
     .traits = kCountsUnserviced,
 };

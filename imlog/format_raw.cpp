@@ -14,7 +14,6 @@ class RawFormat : public Format {
 
 const FormatRow kRawFormat = {
     .name = "raw",
-    .meaning = "the records, as FILE holds them",
     .make = make_format<RawFormat>,
     .traits = kRemembers,
 };

@@ -90,7 +90,6 @@ class ShortFormat : public Format {
 
 const FormatRow kShortFormat = {
     .name = "short",
-    .meaning = "one line per entry",
     .make = make_format<ShortFormat>,
     .traits = kFollows | kLevels | kRemembers | kReverses | kMerges | kHasTimes,
 };

@@ -7,8 +7,8 @@
 #include <map>
 #include <strings.h>
 
+#include "imlog/help.h"
 #include "imlog/parse_time.h"
-#include "imlog/usage.h"
 
 namespace {
 
@@ -25,38 +25,29 @@ std::optional<uint64_t> parse_number(std::string_view text, uint64_t most, bool 
   return number;
 }
 
+// "a, b or c".
+std::string join_words(const Words &words) {
+  std::string text;
+  for (size_t i = 0; i < words.size(); ++i) {
+    text += i == 0 ? "" : i + 1 < words.size() ? ", " : " or ";
+    text += words[i];
+  }
+  return text;
+}
+
 // The formats that have a trait; all for no trait.
-std::vector<Word> formats_with(unsigned trait) {
-  std::vector<Word> words;
+Words formats_with(unsigned trait) {
+  Words words;
   for (const FormatRow *const format : kFormats) {
     if ((format->traits & trait) == trait) {
-      words.push_back({format->name, format->meaning});
+      words.emplace_back(format->name);
     }
   }
   return words;
 }
 
-std::vector<Word> format_words() {
+Words format_words() {
   return formats_with(0);
-}
-
-struct ColorRow {
-  const char *word;
-  Color color;
-};
-
-constexpr ColorRow kColors[] = {
-    {"auto", Color::kAuto},
-    {"always", Color::kAlways},
-    {"never", Color::kNever},
-};
-
-std::vector<Word> color_words() {
-  std::vector<Word> words;
-  for (const ColorRow &row : kColors) {
-    words.push_back({row.word});
-  }
-  return words;
 }
 
 // The severities whose names begin with `beginning`, in upper or lower case.
@@ -70,34 +61,34 @@ std::vector<SeverityRank> severities_like(std::string_view beginning) {
   return ranks;
 }
 
-std::vector<Word> words_of(const std::vector<SeverityRank> &ranks) {
-  std::vector<Word> words;
+Words words_of(const std::vector<SeverityRank> &ranks) {
+  Words words;
   words.reserve(ranks.size());
   for (const SeverityRank rank : ranks) {
-    words.push_back({kSeverityTable[rank].name});
+    words.emplace_back(kSeverityTable[rank].name);
   }
   return words;
 }
 
-std::vector<Word> severity_words() {
+Words severity_words() {
   return words_of(severities_like(""));
 }
 
 // "0x0B Power Subsystem" for each class with a name, then the word for all others.
-std::vector<Word> class_words() {
-  std::vector<Word> words;
+Words class_words() {
+  Words words;
   std::string nameless;
   for (unsigned event_class = 0; event_class <= UINT16_MAX; ++event_class) {
     const ClassName name(static_cast<uint16_t>(event_class));
     if (name.is_known) {
       char number[16];
       snprintf(number, sizeof(number), "0x%02X ", event_class);
-      words.push_back({std::string(number) + name.text});
+      words.push_back(std::string(number) + name.text);
     } else {
       nameless = name.text;
     }
   }
-  words.push_back({nameless});
+  words.push_back(nameless);
   return words;
 }
 
@@ -133,7 +124,7 @@ Problem read_severity(const char *argument, CommandLine &line) {
     return Problem("severity '%s' is ambiguous", argument)
         .advise("use %s", join_words(words_of(ranks)).c_str());
   }
-  line.options.selection.filter.least_severity = ranks[0];
+  line.options.filter.least_severity = ranks[0];
   return {};
 }
 
@@ -143,11 +134,11 @@ Problem read_time(const char *argument, const CommandLine &line, std::optional<i
 }
 
 Problem read_since(const char *argument, CommandLine &line) {
-  return read_time(argument, line, line.options.selection.filter.since);
+  return read_time(argument, line, line.options.filter.since);
 }
 
 Problem read_until(const char *argument, CommandLine &line) {
-  return read_time(argument, line, line.options.selection.filter.until);
+  return read_time(argument, line, line.options.filter.until);
 }
 
 // No name of a class has a colon.
@@ -172,28 +163,17 @@ Problem read_class(const char *argument, std::vector<ClassSelector> &selectors) 
 }
 
 Problem read_wanted_class(const char *argument, CommandLine &line) {
-  return read_class(argument, line.options.selection.filter.classes);
+  return read_class(argument, line.options.filter.classes);
 }
 
 Problem read_excluded_class(const char *argument, CommandLine &line) {
-  return read_class(argument, line.options.selection.filter.excluded);
+  return read_class(argument, line.options.filter.excluded);
 }
 
 Problem read_lines(const char *argument, CommandLine &line) {
-  line.options.selection.lines = parse_number(argument, UINT32_MAX, false);
-  return line.options.selection.lines
-             ? Problem()
-             : Problem("invalid number of lines '%s'", argument).advise("use 0 to 4294967295");
-}
-
-Problem read_unserviced(const char * /*argument*/, CommandLine &line) {
-  line.options.selection.unserviced = true;
-  return {};
-}
-
-Problem read_reverse(const char * /*argument*/, CommandLine &line) {
-  line.options.selection.reverse = true;
-  return {};
+  line.options.lines = parse_number(argument, UINT32_MAX, false);
+  return line.options.lines ? Problem()
+                            : Problem("invalid number of lines '%s'", argument).advise("use 0 to 4294967295");
 }
 
 Problem read_cursor_file(const char *argument, CommandLine &line) {
@@ -202,44 +182,23 @@ Problem read_cursor_file(const char *argument, CommandLine &line) {
                              : Problem("option '--cursor-file' requires a file name").advise("name a file");
 }
 
-Problem read_follow(const char * /*argument*/, CommandLine &line) {
-  line.options.follow = true;
-  return {};
-}
-
-Problem read_level_prefix(const char * /*argument*/, CommandLine &line) {
-  line.options.level_prefix = true;
-  return {};
-}
-
-Problem read_utc(const char * /*argument*/, CommandLine &line) {
-  line.options.in_utc = true;
-  return {};
-}
-
 Problem read_color(const char *argument, CommandLine &line) {
-  for (const ColorRow &row : kColors) {
-    if (strcmp(row.word, argument) == 0) {
-      line.options.color = row.color;
+  static constexpr std::pair<const char *, Color> kColors[] = {
+      {"auto", Color::kAuto},
+      {"always", Color::kAlways},
+      {"never", Color::kNever},
+  };
+  for (const auto &[word, color] : kColors) {
+    if (strcmp(word, argument) == 0) {
+      line.options.color = color;
       return {};
     }
   }
-  return Problem("invalid argument '%s' of option '--color'", argument)
-      .advise("use %s", join_words(color_words()).c_str());
+  return Problem("invalid argument '%s' of option '--color'", argument).advise("use auto, always or never");
 }
 
 Problem read_host(const char *argument, CommandLine &line) {
   line.options.host = argument;
-  return {};
-}
-
-Problem read_help(const char * /*argument*/, CommandLine &line) {
-  line.options.text = usage_text();
-  return {};
-}
-
-Problem read_version(const char * /*argument*/, CommandLine &line) {
-  line.options.text = version_text();
   return {};
 }
 
@@ -248,7 +207,6 @@ constexpr OptionRow kOptions[] = {
         .name = "output",
         .letter = 'o',
         .argument = "FORMAT",
-        .help = "how to print; the first is the default:%s",
         .words = format_words,
         .read = read_format,
     },
@@ -256,7 +214,6 @@ constexpr OptionRow kOptions[] = {
         .name = "priority",
         .letter = 'p',
         .argument = "SEVERITY",
-        .help = "only entries of this severity and above: %s; the beginning of a word is enough",
         .words = severity_words,
         .read = read_severity,
     },
@@ -264,24 +221,18 @@ constexpr OptionRow kOptions[] = {
         .name = "since",
         .letter = 'S',
         .argument = "TIME",
-        .help = "only entries whose last update is not before TIME",
         .read = read_since,
     },
     {
         .name = "until",
         .letter = 'U',
         .argument = "TIME",
-        .help = "only entries whose last update is not after TIME\nTIME: %s",
-        .forms = kTimeForms,
         .read = read_until,
     },
     {
         .name = "class",
         .letter = 'c',
         .argument = "CLASS[:CODE]",
-        .help =
-            "only entries of this class, or of one code of it; a class is a number, a name such as 'Main Memory', "
-            "or Unknown for all without a name, and a code is a number; several -c are alternatives",
         .words = class_words,
         .read = read_wanted_class,
     },
@@ -289,41 +240,34 @@ constexpr OptionRow kOptions[] = {
         .name = "exclude",
         .letter = 'x',
         .argument = "CLASS[:CODE]",
-        .help = "no entries of this class, or of one code of it; several -x add up",
         .words = class_words,
         .read = read_excluded_class,
     },
     {
         .name = "unserviced",
         .letter = 'u',
-        .help = "only entries that no maintenance note has closed",
-        .read = read_unserviced,
+        .flag = &Options::unserviced,
     },
     {
         .name = "lines",
         .letter = 'n',
         .argument = "N",
-        .help = "only the last N entries that pass all other filters",
         .read = read_lines,
     },
     {
         .name = "reverse",
         .letter = 'r',
         .needs = kReverses,
-        .help = "print the last entry first",
-        .read = read_reverse,
+        .flag = &Options::reverse,
     },
     {
         .name = "utc",
         .needs = kHasTimes,
-        .help = "print times in UTC",
-        .read = read_utc,
+        .flag = &Options::in_utc,
     },
     {
         .name = "color",
         .argument = "WHEN",
-        .help = "print severities in color: %s; auto, the default, does so on a terminal",
-        .words = color_words,
         .read = read_color,
     },
     {
@@ -331,39 +275,33 @@ constexpr OptionRow kOptions[] = {
         .is_for_one_file = true,
         .needs = kRemembers,
         .argument = "FILE",
-        .help = "only entries that are new or have changed since the last run with this FILE",
         .read = read_cursor_file,
     },
     {
         .name = "follow",
         .letter = 'f',
         .needs = kFollows,
-        .help = "print the log, then keep printing entries that are new or have changed",
-        .read = read_follow,
+        .flag = &Options::follow,
     },
     {
         .name = "level-prefix",
         .needs = kLevels,
-        .help = "put <N> before each line, for a systemd service",
-        .read = read_level_prefix,
+        .flag = &Options::level_prefix,
     },
     {
         .name = "host",
         .is_for_one_file = true,
         .argument = "NAME",
-        .help = "the host of FILE, in place of its name",
         .read = read_host,
     },
     {
         .name = "help",
         .letter = 'h',
-        .help = "print this text",
-        .read = read_help,
+        .text = kHelp,
     },
     {
         .name = "version",
-        .help = "print the version",
-        .read = read_version,
+        .text = "imlog " IMLOG_VERSION "\n",
     },
 };
 
@@ -469,7 +407,7 @@ Problem check_combination(const Options &options, const std::vector<const Option
     return Problem("option '--follow' is for the live log, not for FILE '%s'", options.logs[0].path)
         .advise("leave one of them out");
   }
-  if (options.follow && options.selection.reverse) {
+  if (options.follow && options.reverse) {
     return Problem("option '--reverse' does not go with option '--follow'").advise("leave one of them out");
   }
   if (options.host != nullptr && is_live) {
@@ -502,15 +440,6 @@ std::span<const OptionRow> option_rows() {
   return kOptions;
 }
 
-std::string join_words(const std::vector<Word> &words) {
-  std::string text;
-  for (size_t i = 0; i < words.size(); ++i) {
-    text += i == 0 ? "" : i + 1 < words.size() ? ", " : " or ";
-    text += words[i].text;
-  }
-  return text;
-}
-
 Problem parse_options(int argc, char **argv, Calendar &calendar, int64_t now, Options &options) {
   CommandLine line = {options, calendar, now};
   const std::vector<option> known_options = long_options();
@@ -524,9 +453,13 @@ Problem parse_options(int argc, char **argv, Calendar &calendar, int64_t now, Op
     }
     const OptionRow &row = *find_row(value);
     if (row.words != nullptr && strcmp(optarg, "help") == 0) {
-      for (const Word &word : row.words()) {
-        options.text += word.text + '\n';
+      for (const std::string &word : row.words()) {
+        options.text += word + '\n';
       }
+    } else if (row.text != nullptr) {
+      options.text = row.text;
+    } else if (row.flag != nullptr) {
+      options.*row.flag = true;
     } else if (Problem problem = row.read(optarg, line); problem.is_set()) {
       return problem;
     }

@@ -91,7 +91,7 @@ class Run {
         format_(options.format->make(make_context(options))),
         sink_(make_sink(*options.format)),
         output_(*sink_, options.follow),
-        listing_(options.selection, is_merged(), *options.format, remembers() ? &history_ : nullptr, calendar,
+        listing_(options, is_merged(), *options.format, remembers() ? &history_ : nullptr, calendar,
                  *format_, output_) {}
 
   int run() {
