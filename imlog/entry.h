@@ -32,7 +32,7 @@ struct ClassName {
   bool is_known;  // the class has a name
 };
 
-// How an entry differs from the last reading; kNone if no reading is remembered.
+// The difference from the last reading; kNone if no reading is remembered.
 enum class Change { kNone, kNew, kRepeated, kUnchanged };
 
 // The word for a new or a repeated entry.

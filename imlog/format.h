@@ -6,7 +6,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <type_traits>
 
 #include "imlog/entry.h"
 #include "imlog/exit_status.h"
@@ -14,15 +13,19 @@
 #include "imlog/output.h"
 #include "imlog/problem.h"
 
-// What a format needs to know about the run.
+// The options of the run that formats know.
 struct FormatContext {
   bool level_prefix = false;
   bool in_utc = false;             // times are printed in UTC
   bool has_color = false;          // for a terminal that shows colors
-  std::span<const Log> logs = {};  // all that are read; more than one are merged
+  std::span<const Log> logs = {};  // all that are read
+
+  [[nodiscard]] bool is_merged() const {
+    return logs.size() > 1;
+  }
 };
 
-// How the reading ended.
+// The end of a reading.
 struct Reading {
   Problem problem;       // not set when the log was read to its end
   uint64_t records = 0;  // read, whether or not they were wanted
@@ -30,6 +33,7 @@ struct Reading {
 
 class Format {
  public:
+  explicit Format(const FormatContext &context) : context_(context) {}
   virtual ~Format() = default;
 
   virtual void print_entry(const Entry &entry, Output &output) = 0;
@@ -41,9 +45,12 @@ class Format {
   virtual int finish(const Reading & /*reading*/, Output & /*output*/) {
     return kSuccess;
   }
+
+ protected:
+  const FormatContext context_;
 };
 
-// What a format can do. An option that only some formats go with names the trait that it needs.
+// Abilities of a format. An option that only some formats have names the trait that it needs.
 enum FormatTraits : unsigned {
   kFollows = 1,            // prints entry by entry without an end, for --follow
   kLevels = 2,             // prints lines that can begin with a level, for --level-prefix
@@ -65,14 +72,10 @@ struct FormatRow {
   std::unique_ptr<Sink> (*make_sink)() = nullptr;  // where the entries go; null for standard output
 };
 
-// The `make` of a row whose format is of class `Kind`, which takes the context if it needs it.
+// The `make` of a row whose format is of class `Kind`.
 template <class Kind>
-std::unique_ptr<Format> make_format([[maybe_unused]] const FormatContext &context) {
-  if constexpr (std::is_constructible_v<Kind, const FormatContext &>) {
-    return std::make_unique<Kind>(context);
-  } else {
-    return std::make_unique<Kind>();
-  }
+std::unique_ptr<Format> make_format(const FormatContext &context) {
+  return std::make_unique<Kind>(context);
 }
 
 // The rows, each at the end of its format's file, and their list in the order of the help. The first is the

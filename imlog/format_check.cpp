@@ -9,14 +9,14 @@ namespace {
 
 class CheckFormat : public Format {
  public:
-  explicit CheckFormat(const FormatContext &context) : is_merged_(context.logs.size() > 1) {}
+  using Format::Format;
 
   void print_entry(const Entry &entry, Output & /*output*/) override {
     ++entries_;
     critical_ += entry.severity == kCritical ? 1 : 0;
     caution_ += entry.severity == kCaution ? 1 : 0;
     if (entry.severity == kCritical || (entry.severity == kCaution && critical_ == 0)) {
-      host_ = is_merged_ && entry.log.host ? *entry.log.host + ": " : "";
+      host_ = context_.is_merged() && entry.log.host ? *entry.log.host + ": " : "";
       number_ = entry.record.Hdr.dwEvtNumber;
       text_ = entry.message;
     }
@@ -61,7 +61,6 @@ class CheckFormat : public Format {
     output.put(line);
   }
 
-  bool is_merged_;
   uint64_t critical_ = 0;
   uint64_t caution_ = 0;
   uint64_t entries_ = 0;

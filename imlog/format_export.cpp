@@ -38,7 +38,7 @@ uint64_t journal_time(const LogTime &first, const LogTime &last) {
 
 class ExportFormat : public Format {
  public:
-  explicit ExportFormat(const FormatContext &context) : in_utc_(context.in_utc) {}
+  using Format::Format;
 
   void print_entry(const Entry &entry, Output &output) override {
     if (entries_ == 0) {
@@ -52,14 +52,13 @@ class ExportFormat : public Format {
     put_field("__MONOTONIC_TIMESTAMP=", ++entries_, output);
     put_field("_BOOT_ID=", boot_id_, output);
     put_field("MESSAGE=", cleaner_.clean(entry.message), output);
-    put_entry_fields(entry, in_utc_, "_HOSTNAME=", host, output);
+    put_entry_fields(entry, context_.in_utc, "_HOSTNAME=", host, output);
     output.put('\n');
   }
 
  private:
   TextCleaner cleaner_{Controls::kBlank, kReplacementCharacter};
   TextCleaner host_cleaner_ = cleaner_;
-  bool in_utc_;
   std::string boot_id_;
   uint64_t entries_ = 0;
 };

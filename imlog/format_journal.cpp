@@ -9,7 +9,7 @@ namespace {
 
 class JournalFormat : public Format {
  public:
-  explicit JournalFormat(const FormatContext &context) : in_utc_(context.in_utc) {}
+  using Format::Format;
 
   // The journal drops fields whose names begin with an underscore, and its time is that of sending. So the
   // message has the time, and the host of a FILE has a field of its own.
@@ -20,7 +20,7 @@ class JournalFormat : public Format {
       host = host_cleaner_.clean(*entry.log.host);
     }
     output.put("MESSAGE=");
-    output.put(MinuteText(entry.last, in_utc_).view());
+    output.put(MinuteText(entry.last, context_.in_utc).view());
     output.put(' ');
     if (host) {
       output.put(*host);
@@ -33,11 +33,10 @@ class JournalFormat : public Format {
     output.put(text);
     output.put('\n');
     put_field("IML_MESSAGE=", text, output);
-    put_entry_fields(entry, in_utc_, "IML_HOST=", host, output);
+    put_entry_fields(entry, context_.in_utc, "IML_HOST=", host, output);
   }
 
  private:
-  bool in_utc_;
   TextCleaner cleaner_{Controls::kBlank, kReplacementCharacter};
   TextCleaner host_cleaner_ = cleaner_;
 };

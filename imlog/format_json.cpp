@@ -24,13 +24,12 @@ void put_line(std::string_view line, Output &output) {
 
 class JsonFormat : public Format {
  public:
-  explicit JsonFormat(const FormatContext &context)
-      : level_prefix_(context.level_prefix), in_utc_(context.in_utc) {}
+  using Format::Format;
 
   void print_entry(const Entry &entry, Output &output) override {
     const EVT_HEADER &header = entry.record.Hdr;
     const Severity &severity = kSeverityTable[entry.severity];
-    if (level_prefix_) {
+    if (context_.level_prefix) {
       put_level_prefix(severity, output);
     }
     buffer_.Clear();
@@ -73,7 +72,7 @@ class JsonFormat : public Format {
   }
   void put_time(const char *name, const LogTime &time) {
     if (time.is_valid) {
-      put_text(name, ZonedText(time, in_utc_).view());
+      put_text(name, ZonedText(time, context_.in_utc).view());
     } else {
       writer_.Key(name);
       writer_.Null();
@@ -88,8 +87,6 @@ class JsonFormat : public Format {
     }
   }
 
-  bool level_prefix_;
-  bool in_utc_;
   TextCleaner cleaner_{Controls::kKeep, kReplacementCharacter};
   TextCleaner host_cleaner_ = cleaner_;
   rapidjson::StringBuffer buffer_;  // the object under way

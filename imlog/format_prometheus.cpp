@@ -9,6 +9,8 @@ namespace {
 
 class PrometheusFormat : public Format {
  public:
+  using Format::Format;
+
   void print_entry(const Entry &entry, Output & /*output*/) override {
     open_.try_emplace(class_of(entry.record.Hdr));
     Total &total = totals_[entry.severity];

@@ -5,6 +5,8 @@ namespace {
 
 class RawFormat : public Format {
  public:
+  using Format::Format;
+
   void print_entry(const Entry &entry, Output &output) override {
     output.put(std::string_view(reinterpret_cast<const char *>(&entry.record), sizeof(entry.record)));
   }

@@ -7,7 +7,7 @@
 
 namespace {
 
-// What a terminal shows the word of a severity in, by rank: green, yellow, bold red.
+// The terminal's colors for the words of severities, by rank: green, yellow, bold red.
 constexpr const char *kColors[kSeverities] = {"", "\x1B[32m", "\x1B[33m", "\x1B[1;31m", ""};
 
 constexpr size_t kWordWidth = sizeof("Information") - 1;  // of the longest word of a severity
@@ -22,8 +22,7 @@ std::string severity_text(int rank, bool has_color) {
 
 class ShortFormat : public Format {
  public:
-  explicit ShortFormat(const FormatContext &context)
-      : level_prefix_(context.level_prefix), in_utc_(context.in_utc), is_merged_(context.logs.size() > 1) {
+  explicit ShortFormat(const FormatContext &context) : Format(context) {
     for (int rank = 0; rank < kSeverities; ++rank) {
       severities_[rank] = severity_text(rank, context.has_color);
     }
@@ -35,16 +34,16 @@ class ShortFormat : public Format {
   void print_entry(const Entry &entry, Output &output) override {
     const EVT_HEADER &header = entry.record.Hdr;
     const Severity &severity = kSeverityTable[entry.severity];
-    if (level_prefix_) {
+    if (context_.level_prefix) {
       put_level_prefix(severity, output);
     }
-    const MinuteText time(entry.last, in_utc_);
+    const MinuteText time(entry.last, context_.in_utc);
     output.put(time.view());
-    if (in_utc_ && time.view().back() != 'Z') {
+    if (context_.in_utc && time.view().back() != 'Z') {
       output.put(' ');  // as wide as the others
     }
     output.put(' ');
-    if (is_merged_) {
+    if (context_.is_merged()) {
       put_host(entry.log, output);
     }
     output.put(severities_[entry.severity]);
@@ -77,11 +76,8 @@ class ShortFormat : public Format {
     output.put(' ');
   }
 
-  bool level_prefix_;
-  bool in_utc_;
   std::string severities_[kSeverities];  // by rank, padded
-  bool is_merged_;
-  size_t host_width_ = 0;  // characters
+  size_t host_width_ = 0;                // characters
   TextCleaner cleaner_{Controls::kBlank, kQuestionMark};
   TextCleaner host_cleaner_ = cleaner_;
 };

@@ -1,4 +1,4 @@
-// What --help prints. A test compares it with the tables of options, formats and severities.
+// The text of --help. A test compares it with the tables of options, formats and severities.
 #pragma once
 
 inline constexpr char kHelp[] = R"(Usage: imlog [OPTIONS] [FILE ...]

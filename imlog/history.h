@@ -1,4 +1,4 @@
-// What earlier readings found: which entries are new, and which have changed since.
+// The entries of earlier readings, and the difference of the next reading from them.
 #pragma once
 
 #include <cstdint>

@@ -15,7 +15,7 @@ int main(int argc, char **argv) {
   }
   if (!are_streams_held) {
     return end_with_problem(
-        Problem("cannot hold a closed standard stream").advise("raise the limit of open files"),
+        Problem("cannot occupy a closed standard stream").advise("raise the limit of open files"),
         *options.format, kFailure);
   }
   return options.text.empty() ? run(options, calendar) : print_text(options.text, *options.format);

@@ -305,7 +305,7 @@ constexpr OptionRow kOptions[] = {
     },
 };
 
-// What getopt_long returns for the long form of row 0; those of the other rows follow.
+// The value of getopt_long for the long form of row 0; those of the other rows follow.
 constexpr int kFirstLong = 0x100;
 
 // The rows as getopt_long takes them.
@@ -330,7 +330,7 @@ std::string short_options() {
   return letters;
 }
 
-// The row of what getopt_long returns for one of its forms; null for none.
+// The row of a value that getopt_long returns; null for none.
 const OptionRow *find_row(int value) {
   if (value >= kFirstLong) {
     return &kOptions[value - kFirstLong];
@@ -374,7 +374,7 @@ Problem parser_problem(int answer, const char *word) {
 // Finds what cannot be combined with several FILEs.
 Problem check_several(const Options &options, const std::vector<const OptionRow *> &given) {
   if ((options.format->traits & kMerges) == 0) {
-    return Problem("several FILEs do not go with format '%s'", options.format->name)
+    return Problem("several FILEs cannot be used with format '%s'", options.format->name)
         .advise("name one FILE, or use %s", join_words(formats_with(kMerges)).c_str());
   }
   for (const OptionRow *const row : given) {
@@ -408,14 +408,15 @@ Problem check_combination(const Options &options, const std::vector<const Option
         .advise("leave one of them out");
   }
   if (options.follow && options.reverse) {
-    return Problem("option '--reverse' does not go with option '--follow'").advise("leave one of them out");
+    return Problem("option '--reverse' cannot be used with option '--follow'")
+        .advise("leave one of them out");
   }
   if (options.host != nullptr && is_live) {
     return Problem("option '--host' requires a FILE").advise("name a FILE, or leave --host out");
   }
   for (const OptionRow *const row : given) {
     if ((options.format->traits & row->needs) != row->needs) {
-      return Problem("option '--%s' does not go with format '%s'", row->name, options.format->name)
+      return Problem("option '--%s' cannot be used with format '%s'", row->name, options.format->name)
           .advise("use %s", join_words(formats_with(row->needs)).c_str());
     }
   }

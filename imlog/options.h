@@ -26,7 +26,7 @@ struct Options : Selection {
   std::vector<Log> logs;       // one at least
 };
 
-// Where an option stores its argument, and what it needs to read it.
+// The place where an option stores its argument, and the means to read it.
 struct CommandLine {
   Options &options;
   Calendar &calendar;

@@ -1,4 +1,4 @@
-// What went wrong, in words. The exit status follows from where it is reported.
+// A failure, in words. The exit status follows from where it is reported.
 #pragma once
 
 #include <cstdarg>
@@ -12,7 +12,7 @@ class Problem {
   // No problem.
   Problem() = default;
 
-  // What failed and why.
+  // The failure and its reason.
   [[gnu::format(printf, 2, 3)]] explicit Problem(const char *format, ...);
 
   // Adds the value that it failed on and what to do. The line of a check leaves this part out.

@@ -91,8 +91,8 @@ class Run {
         format_(options.format->make(make_context(options))),
         sink_(make_sink(*options.format)),
         output_(*sink_, options.follow),
-        listing_(options, is_merged(), *options.format, remembers() ? &history_ : nullptr, calendar,
-                 *format_, output_) {}
+        listing_(options, is_merged(), *options.format, remembers() ? &history_ : nullptr, calendar, *format_,
+                 output_) {}
 
   int run() {
     if (options_.follow) {
@@ -170,10 +170,10 @@ class Run {
   }
 
   Reading read_source(Source &source, const Log &log) {
-    if (source.is_open()) {
-      return listing_.read(source, log);
+    if (source.problem().is_set()) {  // it could not be opened
+      return {source.problem(), 0};
     }
-    return {source.problem(), 0};
+    return listing_.read(source, log);
   }
 
   // Ends the reading in the history, and writes the cursor where it has changed. Returns false, after a

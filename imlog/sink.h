@@ -1,4 +1,4 @@
-// Where an output goes. All functions that return an int return 0 or an errno.
+// The destination of an output. All functions that return an int return 0 or an errno.
 #pragma once
 
 #include <string_view>

@@ -80,7 +80,6 @@ FileSource::FileSource(const char *path) : path_(path), file_(open_log(path)) {
     problem_ = Problem("the log is also the output").advise("write to another file than '%s'", path);
     return;
   }
-  is_open_ = true;
   records_.resize(kRecordsAtOnce);
 }
 
@@ -158,7 +157,7 @@ bool FileSource::looks_like_a_log() const {
 
 LiveSource::LiveSource() : reader_(0) {
   switch (reader_.opening()) {
-    case EventReader::Opening::kReady: is_open_ = true; break;
+    case EventReader::Opening::kReady: break;
     case EventReader::Opening::kCannotOpen:
       problem_ =
           Problem("cannot open the log: %s", reason(reader_.error()))

@@ -1,4 +1,4 @@
-// Where the log comes from: a file with raw records, or the server's health driver.
+// The origin of a log: a file with raw records, or the server's health driver.
 #pragma once
 
 #include <cstdint>
@@ -18,12 +18,9 @@ class Source {
   // problem(). A log of more than ten million records is one: what goes on without an end has to end.
   virtual const EVT_LOG_ENTRY *next() = 0;
 
+  // Set by a log that could not be opened, too; next() must not be called then.
   [[nodiscard]] const Problem &problem() const {
     return problem_;
-  }
-  // False if the log could not be opened. Then problem() is set, and next() must not be called.
-  [[nodiscard]] bool is_open() const {
-    return is_open_;
   }
 
  protected:
@@ -31,7 +28,6 @@ class Source {
   bool count_record();
 
   Problem problem_;
-  bool is_open_ = false;
 
  private:
   uint64_t count_ = 0;  // of records

@@ -4,10 +4,10 @@
 #include <string>
 #include <string_view>
 
-// Whether a control character (C0, DEL, U+0080 to U+009F) is kept or becomes a blank.
+// Control characters (C0, DEL, U+0080 to U+009F) are kept or become blanks.
 enum class Controls { kKeep, kBlank };
 
-// What replaces a byte that is not part of valid UTF-8.
+// The text for a byte that is not part of valid UTF-8.
 inline constexpr std::string_view kQuestionMark = "?";
 inline constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";  // U+FFFD
 
