@@ -1,4 +1,4 @@
-# How the project is compiled. Every target links one of two interface targets:
+# Compiler options. Every target links one of two interface targets:
 #   orvlog::build    include directory and warnings; Instrumentation and Hardening add to it
 #   orvlog::product  the same, and the options for the code that ships
 set(CMAKE_CXX_STANDARD 20)

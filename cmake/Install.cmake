@@ -1,17 +1,15 @@
-# What `cmake --install` installs, and where. A component is a package. The simulator is installed only on request
+# The files that `cmake --install` installs. A component is a package. The simulator is installed only on request
 # (--component orvlog-simulator), into a directory where its libraries never shadow the maker's.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 find_program(ORVLOG_GZIP gzip REQUIRED)
 mark_as_advanced(ORVLOG_GZIP)
 
-# Sets VARIABLE to what an install script calls DIRECTORY: below BASE, unless it is absolute. The default of BASE is the
-# prefix, which is known only at installation, when --prefix may replace it.
+# Sets VARIABLE to DIRECTORY as an install script names it: below the prefix, unless it is absolute. The prefix is known
+# only at installation, when --prefix may replace it.
 function(orvlog_installed_directory variable directory)
-  set(base "\${CMAKE_INSTALL_PREFIX}" ${ARGN})
-  list(GET base -1 base)
   if(NOT IS_ABSOLUTE "${directory}")
-    set(directory "${base}/${directory}")
+    set(directory "\${CMAKE_INSTALL_PREFIX}/${directory}")
   endif()
   set(${variable} "${directory}" PARENT_SCOPE)
 endfunction()
@@ -69,7 +67,7 @@ if(TARGET imlog)
                                          WORLD_EXECUTE)
 endif()
 
-# The translator for other projects: libimltext1 has what a program needs to run, libimltext-dev what it needs to build.
+# The translator for other projects: programs run with libimltext1 and are built with libimltext-dev.
 get_target_property(imltext_version imltext VERSION)
 get_target_property(imltext_soversion imltext SOVERSION)
 set(imltext_headers ${CMAKE_INSTALL_INCLUDEDIR}/iml)
@@ -79,14 +77,6 @@ install(TARGETS orvlog_imltext_static imltext EXPORT imltext
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT libimltext1 NAMELINK_COMPONENT libimltext-dev
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT libimltext-dev
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-# Programs find the library only after it is in the loader's cache.
-install(CODE "
-  if(NOT DEFINED ENV{DESTDIR} AND CMAKE_INSTALL_PREFIX MATCHES \"^/usr(/local)?$\")
-    execute_process(COMMAND /sbin/ldconfig RESULT_VARIABLE failed)
-    if(failed)
-      message(WARNING \"ldconfig failed: run it as root, so that programs find libimltext.so.${imltext_soversion}\")
-    endif()
-  endif()" COMPONENT libimltext1)
 orvlog_installed_directory(archives "${CMAKE_INSTALL_LIBDIR}")
 install(CODE "
   if(CMAKE_INSTALL_DO_STRIP) # which leaves archives alone
@@ -106,13 +96,16 @@ write_basic_package_version_file(
 install(FILES ${PROJECT_BINARY_DIR}/imltext-config-version.cmake DESTINATION ${imltext_package}
         COMPONENT libimltext-dev)
 
-orvlog_installed_directory(libdir "${CMAKE_INSTALL_LIBDIR}" "\\\${prefix}")
-orvlog_installed_directory(includedir "${CMAKE_INSTALL_INCLUDEDIR}" "\\\${prefix}")
-orvlog_install_template(iml/imltext.pc.in ${CMAKE_INSTALL_LIBDIR}/pkgconfig 644 libimltext-dev "
-    set(prefix \"\${CMAKE_INSTALL_PREFIX}\")
-    set(libdir \"${libdir}\")
-    set(includedir \"${includedir}\")
-    set(version ${imltext_version})")
+# The file for pkg-config finds the prefix from its own place, so that the installed tree can be moved.
+file(RELATIVE_PATH imltext_prefix "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
+foreach(directory IN ITEMS LIBDIR INCLUDEDIR)
+  set(imltext_${directory} ${CMAKE_INSTALL_${directory}})
+  if(NOT IS_ABSOLUTE "${imltext_${directory}}")
+    string(PREPEND imltext_${directory} "\${prefix}/")
+  endif()
+endforeach()
+configure_file(iml/imltext.pc.in ${PROJECT_BINARY_DIR}/imltext.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/imltext.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT libimltext-dev)
 
 install(FILES examples/CMakeLists.txt examples/translate.c DESTINATION ${imltext_examples} COMPONENT libimltext-dev)
 install(PROGRAMS examples/translate.py DESTINATION ${imltext_examples} COMPONENT libimltext-dev)

@@ -19,8 +19,8 @@ if(ORVLOG_SANITIZE OR ORVLOG_COVERAGE)
   set(ORVLOG_INSTRUMENTED ON)
 else()
   set(ORVLOG_INSTRUMENTED OFF)
-  # What ships has no unwind tables and no code that is never called. It loads only the C library and the libraries that
-  # it needs.
+  # The product has no unwind tables and no code that is never called. It loads only the C library and the libraries
+  # that it needs.
   target_compile_options(
     orvlog_product INTERFACE -fno-asynchronous-unwind-tables -fno-unwind-tables -ffunction-sections -fdata-sections)
   target_link_options(

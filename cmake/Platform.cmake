@@ -1,4 +1,5 @@
-# What is built for this machine and with what it has. The log's records are little-endian and read in place.
+# The programs that this machine can build, and the libraries that they need. The log's records are little-endian and
+# read in place.
 include(CheckCXXSourceCompiles)
 
 check_cxx_source_compiles("

@@ -1,4 +1,4 @@
-# What only tests need. Where something is missing, its tests are skipped and a line says which package has it.
+# Test-only dependencies. Where one is missing, its tests are skipped and a line names its package.
 function(orvlog_skip what tests package)
   message(STATUS "${what} not found: ${tests} skipped (package ${package})")
 endfunction()

@@ -4,7 +4,7 @@ tree=$1 lib=$1/$2 server=$3 orvlog=$4 cmake=$5 generator=$6 cc=$7
 examples=$tree/share/doc/libimltext-dev/examples
 work=$(mktemp -d -p "$PWD") # in the build tree, since /tmp may be noexec
 trap 'rm -rf "$work"' EXIT
-export LD_LIBRARY_PATH=$lib PKG_CONFIG_PATH=$lib/pkgconfig
+export LD_LIBRARY_PATH=$lib
 unset CFLAGS LDFLAGS CPPFLAGS
 
 ORVLOG_SIMULATOR=$server LD_LIBRARY_PATH="" "$orvlog" -v | sed -n 's/^LOG: //p' >"$work/orvlog"
@@ -23,9 +23,10 @@ comm -23 "$work/all.macros" "$work/system.macros" >"$work/constants"
 grep -q '^IML_PACKED' "$work/constants" && grep -q '^IML_CLASS_CPU' "$work/constants"
 ! grep -v '^IML_' "$work/constants" >&2 || { echo "constants without IML_" >&2; exit 1; }
 
-read -a flags < <(pkg-config --cflags --libs imltext)
 strict=(-std=c99 -Wall -Wextra -Wpedantic -Werror)
-"$cc" "${strict[@]}" "$examples/translate.c" "${flags[@]}" -o "$work/translate"
+# Not every pkg-config can do with a blank in the names of directories, so it gets none.
+(cd "$tree" && "$cc" "${strict[@]}" "$examples/translate.c" $(PKG_CONFIG_PATH=$2/pkgconfig pkg-config --cflags --libs imltext) \
+  -o "$work/translate")
 "$work/translate" "$server/cevt" >"$work/pkg-config"
 
 "$cc" "${strict[@]}" "$examples/translate.c" -I"$tree/include" "$lib/libimltext.a" -o "$work/translate-static"
