@@ -61,6 +61,7 @@ if(TARGET imlog)
     orvlog_install_template(packaging/systemd/${unit}.service.in "${ORVLOG_UNIT_DIR}" 644 imlog "${variables}")
     install(FILES packaging/systemd/${unit}.timer DESTINATION ${ORVLOG_UNIT_DIR} COMPONENT imlog)
   endforeach()
+  install(FILES packaging/systemd/imlog.catalog DESTINATION lib/systemd/catalog COMPONENT imlog)
   install(FILES docs/guide.md docs/shipping.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/imlog COMPONENT imlog)
   install(DIRECTORY examples/fleet/ DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/imlog/examples COMPONENT imlog
           PATTERN imlog-mail PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ

@@ -11,6 +11,7 @@ rm -rf "$tree"
 for file in {bin,share/bash-completion/completions}/imlog {sbin,share/bash-completion/completions}/orvlog \
             share/man/man8/{imlog,orvlog}.8.gz include/iml/{eventstr,records/common}.h \
             lib/systemd/system/{imlog-ship,prometheus-node-exporter-iml}.{timer,service} \
+            lib/systemd/catalog/imlog.catalog \
             share/orvlog-simulator/{imltext.py,README.md,server/cevt} share/doc/imlog/{guide.md,shipping.md,examples/imlog-mail}; do
   test -s "$tree/$file" || fail "$file is missing"
 done
