@@ -7,17 +7,9 @@
 #include "platform/health_driver.h"
 #include "util/ownership.h"
 
-// Reads the log from one number on. No driver can make the walk endless: each answer must lead to a higher
-// number, and the length of a gap is limited.
 class EventReader {
  public:
   enum class Opening { kReady, kCannotOpen, kNoMemory };
-
-  // Where the walk goes from an entry.
-  enum class Step {
-    kPastRecord,  // to the number after the one that the record carries: lists the log
-    kByOne,       // to the number after the one asked for: counts the log's numbers
-  };
 
   enum class Answer {
     kEntry,           // record() is the next entry
@@ -30,24 +22,31 @@ class EventReader {
   // be asked for every 32-bit number. No log has gaps this long.
   static constexpr uint32_t kLongestGap = 1'000'000;
 
-  // Opens the log. Nothing is read yet.
-  explicit EventReader(uint32_t first, Step step = Step::kPastRecord);
+  // Opens the log, to be walked from number `first` on. Nothing is read yet.
+  explicit EventReader(uint32_t first);
 
   // Only a reader that is kReady may be asked for entries.
   [[nodiscard]] Opening opening() const {
     return opening_;
   }
 
-  // Asks for the next entry and skips the numbers without one. After kDoesNotAdvance the walk is over; after
+  // Asks for one number. Returns the driver's status (EventStatus) or, where the request failed, its errno,
+  // since the driver may answer in either way; a failure without a reason stays -1.
+  int ask(uint32_t number);
+
+  // Walks: asks for the next entry and skips the numbers without one. From an entry the walk goes to the
+  // number after the one that its record carries. No driver can make it endless: each answer must lead to a
+  // higher number, and the length of a gap is limited. After kDoesNotAdvance the walk is over; after
   // kEndOfLog and kInvalidCode the same number is asked for again.
   Answer next();
 
-  // The record of the last entry, valid until the next call of next().
+  // The record of the last entry, valid until the next request.
   [[nodiscard]] const EVT_LOG_ENTRY &record() const {
     return request_->Evt;
   }
 
-  // The number to ask for next; after an answer other than kEntry also the last one asked for.
+  // The number to ask for next; after an answer other than kEntry also the last one asked for. After a record
+  // with the highest number, which none can follow, that number.
   [[nodiscard]] uint32_t number() const {
     return number_;
   }
@@ -68,13 +67,11 @@ class EventReader {
   }
 
  private:
-  int ask();
   void advance(uint32_t answered);
 
   Channel node_;
   Allocated<_ioctlEntry> request_;  // kReadLength bytes
   Opening opening_ = Opening::kReady;
-  Step step_;
   uint32_t number_;
   uint32_t gap_ = 0;  // numbers without an entry, up to the current one
   bool stuck_ = false;

@@ -50,14 +50,14 @@ int16_t asterisk_found(const char *str) {
 int log_maintenance_note(const char *str, int severity) {
   Channel node(kNodeEvents, kOpenRead);
   if (!node.is_open()) {
-    print_err("orvlog: Unable to open the /dev/zythealth/cevt file.\n");
+    report_closed_event_node();
     return 0;
   }
   const size_t length = strlen(str);
   const Allocated<char> buffer(static_cast<char *>(calloc(1, length + sizeof(_ioctlEntry) + 1)));
   if (buffer == nullptr) {
     node.close();
-    print_err("orvlog: Unable to allocate memory to log message.\n");
+    report_no_memory();
     return 0;
   }
   auto *const request = reinterpret_cast<PEVT_IOCTL_ENTRY>(buffer.get());

@@ -43,6 +43,14 @@ void print_err(const char *format, ...) {
   va_end(args);
 }
 
+void report_closed_event_node() {
+  print_err("orvlog: Unable to open the /dev/zythealth/cevt file.\n");
+}
+
+void report_no_memory() {
+  print_err("orvlog: Unable to allocate memory to log message.\n");
+}
+
 void flush_output() {
   if (fflush(stdout) != 0) {
     note_failure();

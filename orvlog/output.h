@@ -14,6 +14,10 @@ bool write_out(std::string_view text);
 // output it refers to.
 [[gnu::format(printf, 1, 2)]] void print_err(const char *format, ...);
 
+// The messages that listings and notes share.
+void report_closed_event_node();
+void report_no_memory();
+
 // Flushes standard output.
 void flush_output();
 

@@ -1,6 +1,5 @@
 #include "orvlog/viewer.h"
 
-#include <climits>
 #include <cstring>
 #include <string_view>
 
@@ -21,18 +20,21 @@ constexpr size_t kEntrySize = 512;
 static_assert(kEntrySize >= 2 * (kNumberSize + 1) + kSeverityWidth + 1 + 2 * (kTimeSize + 1) +
                                 sizeof("LOG: ") - 1 + kDescriptionSize + sizeof("\n\n") - 1);
 
+// A driver that names no end of the log is asked for no more numbers when they are counted.
+constexpr int kLongestCount = 1'000'000;
+
 // Reports why the log could not be opened. Returns whether it is ready to be read.
 bool is_ready(const EventReader &log) {
   switch (log.opening()) {
     case EventReader::Opening::kReady: return true;
-    case EventReader::Opening::kCannotOpen:
-      print_err("orvlog: Unable to open the /dev/zythealth/cevt file.\n");
-      break;
-    case EventReader::Opening::kNoMemory:
-      print_err("orvlog: Unable to allocate memory to log message.\n");
-      break;
+    case EventReader::Opening::kCannotOpen: report_closed_event_node(); break;
+    case EventReader::Opening::kNoMemory: report_no_memory(); break;
   }
   return false;
+}
+
+void report_invalid_code() {
+  print_err("orvlog: Invalid error code returned.\n");
 }
 
 // Replaces control characters and bytes above 0x7F by blanks: text from firmware must neither control a
@@ -113,21 +115,21 @@ const char *GetSeverity(uint8_t b_Severity) {
 }
 
 int GetTotalIMLEntries() {
-  EventReader log(0, EventReader::Step::kByOne);
+  EventReader log(0);
   if (!is_ready(log)) {
     return 0;
   }
-  EventReader::Answer answer = EventReader::Answer::kEntry;
-  while (answer == EventReader::Answer::kEntry && log.number() < INT_MAX) {
-    answer = log.next();
+  for (int number = 0; number < kLongestCount; ++number) {
+    const int status = log.ask(static_cast<uint32_t>(number));
+    if (status == kEventEndOfLog) {
+      return number;
+    }
+    if (status != kEventRead && status != kEventNoEntry) {
+      report_invalid_code();
+      return number;
+    }
   }
-  if (answer == EventReader::Answer::kDoesNotAdvance || log.number() >= INT_MAX) {
-    return 0;
-  }
-  if (answer == EventReader::Answer::kInvalidCode) {
-    print_err("orvlog: Invalid error code returned.\n");
-  }
-  return static_cast<int>(log.number());
+  return 0;
 }
 
 int view_entire_log(char c, uint32_t offset) {
@@ -157,7 +159,7 @@ int view_entire_log(char c, uint32_t offset) {
     }
   }
   if (answer == EventReader::Answer::kInvalidCode) {
-    print_err("orvlog: Invalid error code returned.\n");
+    report_invalid_code();
   } else if (answer == EventReader::Answer::kDoesNotAdvance) {
     print_err("orvlog: The IML does not advance past entry %u.\n", log.number());
   }

@@ -6,8 +6,8 @@
 // Name of a severity code as the listing shows it, "Unknown" for a code without one.
 const char *GetSeverity(uint8_t b_Severity);
 
-// The number of entry numbers before the end of the log, gaps included. Returns 0 on failure, and also when
-// the end cannot be found because the log does not advance or is too long to be counted.
+// The number of entry numbers before the end of the log, gaps included, whatever numbers the records carry.
+// Returns 0 on failure, and also when the log does not end within a million numbers.
 int GetTotalIMLEntries();
 
 // Lists the log from entry number `offset` on. When `c` is 'V', a start beyond the counted entries is

@@ -55,14 +55,13 @@ int orvCloseRequest(int fd) {
 namespace {
 
 using Answer = EventReader::Answer;
-using Step = EventReader::Step;
 
 // Each number asked for, and what next() made of the answers. The walk ends after two answers that are no
 // entry.
-std::string walk(uint32_t first, Step step) {
+std::string walk(uint32_t first) {
   calls.clear();
   {
-    EventReader log(first, step);
+    EventReader log(first);
     for (int ends = 0; ends < 2;) {
       errno = kEventEndOfLog;  // an older errno must not count as an answer
       const Answer answer = log.next();
@@ -86,10 +85,8 @@ TEST(EventReader, WalksForwardOrEnds) {
     std::map<uint32_t, Reply> log;
     const char *walk;
     uint32_t first = 0;
-    Step step = Step::kPastRecord;
   } rows[] = {
       {{{3, {0, 0, 3}}, {4, {0, 0, 7}}, {8, {0, 0, 8}}}, "3 = 3, 4 = 7, 8 = 8, 9 end, 9 end, close", 3},
-      {{{3, {0, 0, 3}}, {4, {0, 0, 7}}}, "3 = 3, 4 = 7, 5 end, 5 end, close", 3, Step::kByOne},
       {{{0, {3}}, {1, {-1, 3}}, {2, {0, 0, 2}}}, "0 1 2 = 2, 3 end, 3 end, close"},
       {{{0, {-1, 1}}}, "0 end, 0 end, close"},
       {{{0, {2}}}, "0 invalid 2 0, 0 invalid 2 0, close"},
@@ -97,22 +94,19 @@ TEST(EventReader, WalksForwardOrEnds) {
       {{{0, {-1}}}, "0 invalid -1 0, 0 invalid -1 0, close"},
       {{{0, {-2, 1}}}, "0 invalid -2 0, 0 invalid -2 0, close"},
       {{{5, {0, 0, 5}}, {6, {0, 0, 5}}}, "5 = 5, 6 = 5, stuck at 6, stuck at 6, close", 5},
-      {{{5, {0, 0, 2}}}, "5 = 2, stuck at 5, stuck at 5, close", 5, Step::kByOne},
-      {{{0, {0, 0, kLast}}}, "0 = 4294967295, stuck at 0, stuck at 0, close"},
+      {{{0, {0, 0, kLast}}}, "0 = 4294967295, stuck at 4294967295, stuck at 4294967295, close"},
       {{{kLast - 1, {3}}, {kLast, {3}}}, "stuck at 4294967295, stuck at 4294967295, close", kLast - 1},
   };
   otherwise = {kEventEndOfLog};
   for (const auto &row : rows) {
     replies = row.log;
-    EXPECT_EQ(walk(row.first, row.step), row.walk);
+    EXPECT_EQ(walk(row.first), row.walk);
   }
   otherwise = {kEventNoEntry};
   replies = {{0, {}}, {1'000'000, {0, 0, 1'000'000}}};  // after one number less than the longest gap
-  for (const Step step : {Step::kPastRecord, Step::kByOne}) {
-    const std::string text = walk(0, step);
-    EXPECT_NE(text.find("= 1000000, "), std::string::npos);
-    EXPECT_NE(text.find("stuck at 2000000, stuck at 2000000, "), std::string::npos);
-  }
+  const std::string text = walk(0);
+  EXPECT_NE(text.find("= 1000000, "), std::string::npos);
+  EXPECT_NE(text.find("stuck at 2000000, stuck at 2000000, "), std::string::npos);
   replies.clear();
   const EventReader closed(0);
   EXPECT_EQ(closed.opening(), EventReader::Opening::kCannotOpen);

@@ -272,21 +272,38 @@ TEST(Viewer, StartNumberIsCheckedAgainstTheLog) {
   check("-V|1", gaps, "", "", counts_and_lists({0, 1, 2}, {1, 2}));
 }
 
-// A listing ends where it would repeat itself. So does the count for -V, and then no start is refused.
+// The count for -V goes on by one, whatever the records carry. It ends at a million, and then any start will do.
+TEST(Viewer, CountsNumbers) {
+  const auto refusal = [](const char *total) {
+    return std::string("orvlog: Invalid argument for the -V option; only ") + total + " events exist.\n";
+  };
+  FakeDriver repeating = log_of(4, [](int, EVT_LOG_ENTRY &record) {
+    record.Hdr.dwEvtNumber %= 2;
+    return 0;
+  });
+  check("-V|4", repeating, "", refusal("4"), counts_and_lists({0, 1, 2, 3, 4}, {}));
+  FakeDriver longest = log_of(999'999);
+  FakeDriver too_long = log_of(1'000'000);
+  longest.traces_events = too_long.traces_events = false;
+  check("-V|1000000", longest, "", refusal("999999"), counts_and_lists({}, {}));
+  check("-V|1000000", too_long, "", "", counts_and_lists({}, {}));
+}
+
+// A listing ends where it would repeat itself.
 TEST(Viewer, InsistsOnProgress) {
   const auto stuck = [](const char *at) {
     return std::string("orvlog: The IML does not advance past entry ") + at + ".\n";
   };
   const auto carrying = [](uint32_t lowest, uint32_t highest) {
-    return log_of(99, [=](uint32_t number, EVT_LOG_ENTRY &record) {
+    return log_of(3, [=](uint32_t number, EVT_LOG_ENTRY &record) {
       record.Hdr.dwEvtNumber = std::clamp(number, lowest, highest);
       return 0;
     });
   };
   const std::string repeated = entry("0001", "1") + entry("0001", "2");
   check("-v", carrying(0, 1), kFirst + repeated, stuck("2"), lists({0, 1, 2}));
-  check("-V|1", carrying(0, 1), listing(repeated), stuck("2"), counts_and_lists({0, 1, 2}, {1, 2}));
-  check("-V|7", carrying(0, 1), listing(entry("0001", "7")), stuck("7"), counts_and_lists({0, 1, 2}, {7}));
+  check("-V|1", carrying(0, 1), listing(repeated), stuck("2"), counts_and_lists({0, 1, 2, 3}, {1, 2}));
+  check("-v", carrying(UINT32_MAX, UINT32_MAX), listing(entry("-0001", "0")), stuck("4294967295"), lists({0}));
 }
 
 TEST(Reports, AreCopiedAsTheyAre) {
