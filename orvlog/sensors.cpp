@@ -2,8 +2,7 @@
 
 #include <cstring>
 
-#include "driver/channel.h"
-#include "orvlog/orvlog.h"
+#include "driver/report.h"
 #include "orvlog/output.h"
 
 namespace {
@@ -22,17 +21,14 @@ const char *report_name(unsigned int type) {
 }  // namespace
 
 void print_proc_data(unsigned int type) {
-  char report[kReportSize + 1] = {};  // the driver may fill all of kReportSize
-  Channel node(kNodeReports, kOpenRead);
-  if (!node.is_open()) {
+  ReportText report;
+  const std::optional<int> status = read_report(type, report);
+  if (!status) {
     print_err("orvlog: Cannot open /dev/zythealth/proc.\n");
     strcpy(report, "Could not get temperature data. Make sure the health monitor is activated\n");
-  } else {
-    if (node.request(type, report, kReportRequestLength) != 0) {
-      print_err("orvlog: GET_%s_PD ioctl failed\n", report_name(type));
-      strcpy(report, "ioctl failed\n");
-    }
-    node.close();
+  } else if (*status != 0) {
+    print_err("orvlog: GET_%s_PD ioctl failed\n", report_name(type));
+    strcpy(report, "ioctl failed\n");
   }
   print_out("%s\n", report);
 }

@@ -8,14 +8,13 @@
 #include <dirent.h>
 #include <unistd.h>
 
+#include "driver/channel.h"
+#include "driver/report.h"
 #include "pci/paths.h"
 #include "pci/pci_irq_routing_state.h"
 #include "pci/pcicall.h"
 #include "pci/romaccess.h"
 #include "pci/route_text.h"
-#include "platform/health_driver.h"
-#include "platform/kelmintrfc64.h"
-#include "util/ownership.h"
 
 pci_irq_route_entry internal_table[kRouteTableEntries];
 int internal_table_size;
@@ -60,7 +59,7 @@ pci_irq_route_entry read_slot(const char *slot_name) {
   if (length < 0 || static_cast<size_t>(length) >= sizeof(path)) {
     return entry;
   }
-  const RequestDescriptor file(orvOpenRequest(path, kOpenRead));
+  const Channel file(path, kOpenRead);
   constexpr size_t kAddressSize = 128;
   char text[kAddressSize + 1] = {};
   if (file.is_open() && read(file.fd(), text, kAddressSize) > 0) {
@@ -142,13 +141,8 @@ void append(const pci_irq_route_entry &entry, pci_irq_route_entry *table, int ma
 
 int pci_irq_route_table_from_kelmd() {
   clear_internal_table();
-  char text[kReportSize + 1] = {};  // the driver may fill all of kReportSize
-  RequestDescriptor node(orvOpenRequest(kNodeReports, kOpenRead));
-  if (!node.is_open()) {
-    return -1;
-  }
-  orvIoctlRequest(node.fd(), kReportPciRouting, text, kReportRequestLength);
-  node.close();
+  ReportText text;
+  read_report(kReportPciRouting, text);  // what was not read does not begin with '('
   const int count = read_daemon_routes(text, internal_table);
   if (count < 0) {
     return -1;

@@ -6,7 +6,9 @@
 #include <cstring>
 #include <unistd.h>
 
+#include "driver/channel.h"
 #include "pci/paths.h"
+#include "platform/kelmintrfc64.h"
 
 namespace {
 
@@ -99,7 +101,7 @@ int pci_close(int fd_pci) {
 
 int pci_read_config(int bus, int dev, int fn, int offset, void *value, size_t size) {
   memset(value, 0xFF, size);
-  const RequestDescriptor file(pci_open(bus, dev, fn, kOpenRead));
+  const Channel file(pci_open(bus, dev, fn, kOpenRead));
   if (!file.is_open()) {
     return -1;
   }
@@ -127,7 +129,7 @@ int pci_read_config_dword(int bus, int dev, int fn, int offset, uint32_t *value)
 }
 
 int pci_write_config(int bus, int dev, int fn, int offset, const void *value, size_t size) {
-  const RequestDescriptor file(pci_open(bus, dev, fn, kOpenReadWrite));
+  const Channel file(pci_open(bus, dev, fn, kOpenReadWrite));
   if (!file.is_open()) {
     return -1;
   }

@@ -3,6 +3,9 @@
 // A function is addressed by bus (0-255), device (0-31) and function (0-7). Unless said otherwise an
 // operation returns 0 or a non-negative value, and -1 on failure; nothing is ever printed. A configuration
 // file is opened for one access and closed again.
+//
+// `orvlog` itself only reads bytes and walks buses and devices. The other functions are the interface for other
+// programs.
 #pragma once
 
 #include <cstddef>
@@ -10,10 +13,6 @@
 #include <dirent.h>
 
 #include "pci/pci_config_header.h"
-#include "platform/kelmintrfc64.h"
-#include "util/ownership.h"
-
-using RequestDescriptor = OwnedDescriptor<orvCloseRequest>;  // from pci_open or orvOpenRequest
 
 // State of a walk over all functions of all buses. The walk owns both handles: it closes them when it ends
 // and sets them to null. Whoever leaves a walk early closes what is not null.
