@@ -11,20 +11,6 @@
 #include "pci/portio.h"
 #include "pci/romaccess.h"
 #include "pci/romcall64.h"
-#include "platform/kelmintrfc64.h"
-
-// The request library, which calls into the ROM never use.
-int orvOpenRequest(const char * /*path*/, int /*mode*/) {
-  return -1;
-}
-
-int orvIoctlRequest(int /*fd*/, unsigned int /*code*/, void * /*buffer*/, unsigned int /*length*/) {
-  return -1;
-}
-
-int orvCloseRequest(int /*fd*/) {
-  return -1;
-}
 
 namespace {
 
@@ -67,10 +53,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   memcpy(code, data + sizeof(reg), code_size);
   port_state = 0;
 
-  uint8_t lent[256] = {};
-  const MemoryWindow windows[] = {{kRomBase, rom.data(), kRomSize, false},
-                                  {kLentBase, lent, sizeof(lent), true}};
-  RomMachine machine{windows, kBudget};
+  uint8_t buffer[256] = {};
+  const MemoryWindow lent[] = {{kLentBase, buffer, sizeof(buffer), true}};
+  RomMachine machine{{kRomBase, rom.data(), kRomSize, false}, lent, kBudget};
   const x86_reg_t before = reg;
   const CallEnd end = rom_call(&reg, kCodeAt, machine);
   if (end != CallEnd::kReturned && memcmp(&reg, &before, sizeof(reg)) != 0) {

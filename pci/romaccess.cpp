@@ -33,8 +33,6 @@ constexpr uint16_t kUnlockVendor = 0x7A79;
 constexpr uint16_t kUnlockDevices[] = {0x3300, 0x3301, 0x3302};
 constexpr uint32_t kUnlockPortOffset = 0xE1;
 
-constexpr size_t kMaxLent = kMaxWindows - 1;  // the ROM area is a window too
-
 uint32_t physical_address(const rominfo *ri, const uint8_t *place) {
   return kRomBase + static_cast<uint32_t>(place - ri->rom);
 }
@@ -93,15 +91,14 @@ bool call_again(Allowance &allowance) {
 // do_rom_call within `allowance`, in a process that may use ports.
 int call_within(rominfo *ri, x86_reg_t *reg, const uint8_t *entry_point, std::span<const MemoryWindow> lent,
                 Allowance &allowance) {
-  if (!points_into_rom(ri, entry_point) || lent.size() > kMaxLent) {
+  if (!points_into_rom(ri, entry_point)) {
     return -1;
   }
-  MemoryWindow windows[kMaxWindows] = {{kRomBase, const_cast<uint8_t *>(ri->rom), kRomSize, false}};
-  std::copy(lent.begin(), lent.end(), windows + 1);
+  RomMachine machine{{kRomBase, const_cast<uint8_t *>(ri->rom), kRomSize, false}, lent};
   x86_reg_t work;
   do {
     const uint64_t granted = std::min(allowance.budget, kCallBudget);
-    RomMachine machine{{windows, lent.size() + 1}, granted};
+    machine.budget = granted;
     work = *reg;
     const CallEnd end = rom_call(&work, physical_address(ri, entry_point), machine);
     allowance.budget -= granted - machine.budget;
@@ -152,13 +149,13 @@ const uint8_t *map_rom(int fd) {
 
 bool valid_header(const rominfo *ri, const uint8_t *place) {
   bios_t header;
-  if (memcmp(place, "_32_", sizeof(header.fields.signature)) != 0) {
+  if (memcmp(place, "_32_", sizeof(header.signature)) != 0) {
     return false;
   }
   memcpy(&header, place, sizeof(header));
-  const size_t size = header.fields.length * size_t{16};
+  const size_t size = header.length * size_t{16};
   const size_t left = kRomSize - static_cast<size_t>(place - ri->rom);
-  if (header.fields.revision != 0 || size == 0 || size > left) {
+  if (header.revision != 0 || size == 0 || size > left) {
     return false;
   }
   uint8_t sum = 0;
@@ -302,11 +299,13 @@ const bios_t *find_bios32_call(const rominfo *ri, const uint8_t *rom_start) {
 const uint8_t *find_call(rominfo *ri, const char *signature, uint64_t budget) {
   Allowance allowance = {budget};
   const uint8_t *place = ri->rom;
+  bool has_ports = false;
   while (const bios_t *directory = find_bios32_call(ri, place)) {
-    const uint32_t entry = directory->fields.entry;
-    if (!in_rom_area(entry) || !may_use_ports()) {
+    const uint32_t entry = directory->entry;
+    if (!in_rom_area(entry) || (!has_ports && !may_use_ports())) {
       return nullptr;
     }
+    has_ports = true;
     x86_reg_t reg = {};
     memcpy(&reg.u1.s1.reax, signature, sizeof(reg.u1.s1.reax));
     // A call that fails leaves AL as it is, a character of the signature: the search goes on.

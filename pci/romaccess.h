@@ -1,4 +1,7 @@
 // ROM services: the system ROM mapped from physical memory, its service entry points, and calls into it.
+//
+// `orvlog` itself only calls the PCI BIOS. The INT 15h entry, the "$EVS" service and rom_peek are the interface
+// for other programs.
 #pragma once
 
 #include <cstddef>
@@ -16,27 +19,27 @@ struct rominfo {
   const uint8_t *int15_entry_point;     // each entry point lies in the mapped area, or is null
   const uint8_t *ev_entry_point;        // service "$EVS"
   const uint8_t *pci_bios_entry_point;  // service "$PCI"
-  uint16_t pci_es;                      // ES as the PCI BIOS presence call returned it; 0 if unknown
+  uint16_t pci_es;                      // ES of the PCI BIOS presence call, or 0; see pci_bios_present
   bool port_named;                      // an I/O port that was refused has been reported
 };
 using rominfo_t = rominfo;
 
 // BIOS32 Service Directory header, on a 16-byte boundary.
 union bios_t {
-  struct {
+  __extension__ struct {
     char signature[4];  // "_32_"
     uint32_t entry;     // physical address of the directory's entry point
     uint8_t revision;   // 0
     uint8_t length;     // of the header, in 16-byte units; not 0
     uint8_t checksum;   // makes the header's bytes sum to 0
     uint8_t reserved[5];
-  } fields;
+  };
   char chars[16];
 };
 static_assert(sizeof(bios_t) == 16);
-static_assert(offsetof(bios_t, fields.entry) == 4 && offsetof(bios_t, fields.revision) == 8);
-static_assert(offsetof(bios_t, fields.length) == 9 && offsetof(bios_t, fields.checksum) == 10);
-static_assert(offsetof(bios_t, fields.reserved) == 11);
+static_assert(offsetof(bios_t, entry) == 4 && offsetof(bios_t, revision) == 8);
+static_assert(offsetof(bios_t, length) == 9 && offsetof(bios_t, checksum) == 10);
+static_assert(offsetof(bios_t, reserved) == 11);
 
 // What one service call with its retries, or one search with all its calls, may take (see kCallBudget). A ROM
 // that takes 150,000 instructions for each of 501 busy answers still fits. `-i` makes one search and two
@@ -77,7 +80,8 @@ void find_int15_call(rominfo *ri);
 void find_ev_call(rominfo *ri);
 void find_pci_bios_call(rominfo *ri);
 
-// Asks the PCI BIOS whether it is there. Returns do_rom_call's result; sets pci_es, to 0 unless that was 0.
+// Makes the PCI BIOS presence call and returns do_rom_call's result. If that is 0, sets pci_es to the ES that
+// the call returned; otherwise to 0.
 int pci_bios_present(rominfo *ri, const uint8_t *entry_point);
 
 // Calls ROM code at `entry_point` with *reg, again while it answers busy, and writes the registers back to

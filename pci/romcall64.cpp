@@ -13,13 +13,13 @@ constexpr uint32_t kStackAbove = 16;
 
 CallEnd rom_call(x86_reg_t *reg, uint32_t entry_point, RomMachine &machine) {
   uint8_t stack[kStackSize] = {};
-  MemoryWindow windows[kMaxWindows + 1] = {{kStackBase, stack, kStackSize, true}};
-  if (machine.windows.size() > kMaxWindows) {
+  MemoryWindow windows[2 + kMaxLent] = {{kStackBase, stack, kStackSize, true}, machine.rom};
+  if (machine.lent.size() > kMaxLent) {
     return CallEnd::kMemory;
   }
-  std::copy(machine.windows.begin(), machine.windows.end(), windows + 1);
+  std::copy(machine.lent.begin(), machine.lent.end(), windows + 2);
 
-  x86::Interpreter cpu({windows, machine.windows.size() + 1}, machine.budget);
+  x86::Interpreter cpu({windows, 2 + machine.lent.size()}, machine.budget);
   cpu.gpr[x86::kEax] = reg->u1.s1.reax;
   cpu.gpr[x86::kEbx] = reg->u2.s1.rebx;
   cpu.gpr[x86::kEcx] = reg->u3.s1.recx;

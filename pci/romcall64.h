@@ -115,12 +115,13 @@ inline constexpr uint32_t kInitialEflags = 0x00000202;
 inline constexpr uint64_t kCallBudget = 5'000'000;
 inline constexpr uint64_t kPortCost = 1000;
 
-// Windows that a machine may have.
-inline constexpr size_t kMaxWindows = 8;
+// Windows that a caller may lend.
+inline constexpr size_t kMaxLent = 7;
 
 // The machine that a call runs in. The call adds the stack; I/O ports are reached through pci/portio.h.
 struct RomMachine {
-  std::span<const MemoryWindow> windows;
+  MemoryWindow rom;
+  std::span<const MemoryWindow> lent;
   uint64_t budget = kCallBudget;  // what is left of it; a call counts it down
   uint32_t refused_port = 0;      // set by a call that ends with kPort
 };

@@ -102,13 +102,11 @@ void Interpreter::bound() {
   }
 }
 
-// Answers as an i486 without extensions, so that code does not choose instructions that are unknown here.
+// Answers as an i486 of no maker without extensions, so that code does not choose instructions that are
+// unknown here.
 void Interpreter::cpuid() {
-  const bool vendor = gpr[kEax] == 0;
-  gpr[kEax] = vendor ? 1 : 0x480;
-  gpr[kEbx] = vendor ? 0x756E6547 : 0;  // "Genu"
-  gpr[kEdx] = vendor ? 0x49656E69 : 0;  // "ineI"
-  gpr[kEcx] = vendor ? 0x6C65746E : 0;  // "ntel"
+  gpr[kEax] = gpr[kEax] == 0 ? 1 : 0x480;
+  gpr[kEbx] = gpr[kEcx] = gpr[kEdx] = 0;
 }
 
 }  // namespace x86
