@@ -2,7 +2,6 @@
 // cursor, the file. The output has the form that its readers rely on, whatever the records hold.
 #include <algorithm>
 #include <cstdlib>
-#include <fcntl.h>
 #include <rapidjson/reader.h>
 #include <string>
 #include <sys/mman.h>

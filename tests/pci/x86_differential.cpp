@@ -193,8 +193,8 @@ CallEnd interpret(State &state, std::span<const MemoryWindow> windows) {
   return end;
 }
 
-// What is undefined as a whole, 16-bit BSWAP and 16-bit double shifts by more than 16, and what Unicorn does
-// differently from a processor: 16-bit ENTER leaves the upper half of EBP alone, RET's operand is signed,
+// Undefined as a whole: 16-bit BSWAP and 16-bit double shifts by more than 16. Different in Unicorn from a
+// processor: 16-bit ENTER leaves the upper half of EBP alone, RET's operand is signed,
 // LOCK does not change NEG's flags, and the second of BOUND's limits does not wrap at 64 KiB.
 bool out_of_scope(const Vector &v, uint32_t start, uint32_t end) {
   const bool undefined =
