@@ -272,7 +272,8 @@ TEST(Viewer, StartNumberIsCheckedAgainstTheLog) {
   check("-V|1", gaps, "", "", counts_and_lists({0, 1, 2}, {1, 2}));
 }
 
-// The count for -V goes on by one, whatever the records carry. It ends at a million, and then any start will do.
+// The count for -V goes on by one, whatever the records carry. It ends at a million, and then any start will
+// do.
 TEST(Viewer, CountsNumbers) {
   const auto refusal = [](const char *total) {
     return std::string("orvlog: Invalid argument for the -V option; only ") + total + " events exist.\n";
@@ -303,7 +304,8 @@ TEST(Viewer, InsistsOnProgress) {
   const std::string repeated = entry("0001", "1") + entry("0001", "2");
   check("-v", carrying(0, 1), kFirst + repeated, stuck("2"), lists({0, 1, 2}));
   check("-V|1", carrying(0, 1), listing(repeated), stuck("2"), counts_and_lists({0, 1, 2, 3}, {1, 2}));
-  check("-v", carrying(UINT32_MAX, UINT32_MAX), listing(entry("-0001", "0")), stuck("4294967295"), lists({0}));
+  check("-v", carrying(UINT32_MAX, UINT32_MAX), listing(entry("-0001", "0")), stuck("4294967295"),
+        lists({0}));
 }
 
 TEST(Reports, AreCopiedAsTheyAre) {
@@ -409,6 +411,8 @@ TEST(Output, ThatCannotBeWrittenEndsTheListingAndIsReportedOnce) {
 
 TEST(Output, NeverGoesIntoANode) {
   FakeDriver closed;
+  closed.prepare = [] { close(STDERR_FILENO); };
+  check("-t", closed, kReport, "", kProbe + kTemp);
   closed.prepare = [] { close(STDIN_FILENO), close(STDOUT_FILENO); };
   check("-t", closed, "", "orvlog: Cannot write standard output: Bad file descriptor\n", kProbe + kTemp);
   closed.prepare = [] {

@@ -99,14 +99,14 @@ const Text kTexts[] = {
     {"(\nh\n-1 -1 0 -1 -1 -1\n)", {"ff 1f 0 ff ffff 255"}},
     {"(\nh\n" + std::string(4000, 'z') + "\n", {}},
     {"(\nh\n" + std::string(4000, ' ') + ")\n", {}},
-    // The daemon's report is read line by line, from its first character, as far as the buffer goes;
+    // The daemon's report is read line by line, from its first character, as far as the buffer goes.
     {" (\nh\n00 1f 0 60 0ef8 1\n)\n", {}, {kA}},
     {"any\nthing (\nh\n00 1f 0 60 0ef8 1\n", {}, {kA}},
     {"no parenthesis\nh\n00 1f 0 60 0ef8 1\n", {}, {}},
     {"(\n\n00 1f 0 60 0ef8 1\n)", {kA}},
     {padded("(\nh\n00 1f 0 60 0ef8 1\n"), {kA}, {kA, kB}},
     {std::string("(\nh\n\0\n00 1f 0 60 0ef8 1\n", 24), {}, {kA}},
-    // the file as scanf does, where the rest of a long heading counts as another line.
+    // The file is read as scanf does, and the rest of a long heading counts as another line.
     {"(\nh\n00 1f 0\n60 0ef8 1\n7 2 0 61 20 -1\n)", {kB}, {kA, kB}},
     {"(\nh\n00 1f 0 60 0ef8 1 7 2 0 61 20 -1\n)", {kA}, {kA, kB}},
     {"(\nh\n00 1f )\n00 1f 0 60 0ef8 1\n", {kA}, {}},
@@ -259,6 +259,7 @@ TEST_F(Routing, BridgesPassTheirRoutingOn) {
   internal_table[1].dev |= 5;
   EXPECT_EQ(get_irq_route_table_entry(0, 0x1e), &internal_table[1]);
   EXPECT_EQ(get_irq_route_table_entry(1, 0x1e), nullptr);
+  EXPECT_EQ(get_irq_route_table_entry(0, 0), nullptr) << "the zeros after the table are no entry";
 }
 
 const std::string kHeading =
