@@ -1,4 +1,4 @@
-// What the request library has open.
+// Nodes and files opened through the request library.
 #pragma once
 
 #include "platform/kelmintrfc64.h"

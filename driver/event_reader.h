@@ -51,7 +51,7 @@ class EventReader {
     return number_;
   }
 
-  // What the last request returned.
+  // The result of the last request.
   [[nodiscard]] int status() const {
     return status_;
   }

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-// What set_severity returns for a word that names no severity.
+// set_severity's result for a word that names no severity.
 inline constexpr int kNoSeverity = 255;
 
 // The severity code (EvtSeverity) of a word in upper, lower or mixed case, or kNoSeverity. Lower-cases the

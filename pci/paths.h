@@ -1,4 +1,4 @@
-// Where the kernel keeps what this library reads. Product code only reads these pointers.
+// Paths of the kernel that this library reads. Product code only reads these pointers.
 //
 // A test repoints one before the call under test, for example pci_proc_dir = "/tmp/tree", at a string that
 // outlives every use.

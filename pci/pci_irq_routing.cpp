@@ -34,7 +34,7 @@ constexpr uint8_t kSubClassPciToPci = 4;
 
 constexpr uint8_t kGetRoutingOptions = 0x8E;  // of the PCI BIOS
 
-// Where the PCI BIOS finds the request's two buffers.
+// Guest addresses of the PCI BIOS request's two buffers.
 constexpr uint32_t kGuestInfo = kLentBase;
 constexpr uint32_t kGuestTable = kLentBase + 0x1000;
 
@@ -65,7 +65,7 @@ pci_irq_route_entry read_slot(const char *slot_name) {
   if (file.is_open() && read(file.fd(), text, kAddressSize) > 0) {
     unsigned bus = 0;
     unsigned device = 0;
-    // What cannot be read stays 0, and a number that is too large only loses its high bits.
+    // A number that cannot be read stays 0; one that is too large only loses its high bits.
     (void)sscanf(text, "0000:%x:%x", &bus, &device);  // NOLINT(cert-err34-c)
     entry.bus = static_cast<uint8_t>(bus);
     entry.dev = static_cast<uint8_t>(device << 3);
@@ -255,13 +255,13 @@ int compute_predecessor_bridge(int *pred, int size) {
       const int dev = devfn >> 3;
       const int fn = devfn & 7;
       uint8_t value;
-      if (pci_read_config(bus, dev, fn, kBaseClass, &value, 1) != 0 || value != kClassBridge) {
+      if (pci_read_config_byte(bus, dev, fn, kBaseClass, &value) != 0 || value != kClassBridge) {
         continue;
       }
-      if (pci_read_config(bus, dev, fn, kSubClass, &value, 1) != 0 || value != kSubClassPciToPci) {
+      if (pci_read_config_byte(bus, dev, fn, kSubClass, &value) != 0 || value != kSubClassPciToPci) {
         continue;
       }
-      if (pci_read_config(bus, dev, fn, kSecondaryBus, &value, 1) == 0 && value < size) {
+      if (pci_read_config_byte(bus, dev, fn, kSecondaryBus, &value) == 0 && value < size) {
         pred[value] = bus << 8 | devfn;
       }
     }

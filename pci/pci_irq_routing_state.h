@@ -1,4 +1,4 @@
-// What the routing table keeps for the process. Tests reset it between cases.
+// The routing table of the process and the state of its sources. Tests reset both between cases.
 #pragma once
 
 #include "pci/pci_irq_routing.h"

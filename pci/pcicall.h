@@ -4,8 +4,8 @@
 // operation returns 0 or a non-negative value, and -1 on failure; nothing is ever printed. A configuration
 // file is opened for one access and closed again.
 //
-// `orvlog` itself only reads bytes and walks buses and devices. The other functions are the interface for other
-// programs.
+// Programs here call pci_open, pci_read_config, pci_read_config_byte, file_select, and the walks over buses
+// and over one bus. The other functions are the interface for others.
 #pragma once
 
 #include <cstddef>

@@ -49,7 +49,7 @@ bool points_into_rom(const rominfo *ri, const uint8_t *place) {
   return ri->rom != nullptr && place >= ri->rom && place < ri->rom + kRomSize;
 }
 
-// What the calls for one purpose may take together: a service with its retries, or a search.
+// The limits of all calls for one purpose: a service with its retries, or a search.
 struct Allowance {
   uint64_t budget;
   int busy_answers = 0;
@@ -73,9 +73,9 @@ void name_refused_port(rominfo *ri, uint32_t port) {
   }
 }
 
-// Whether to call again after a busy answer. The retries and the unlock are spent once: after the call that
-// follows the unlock a busy answer counts like any other. Retries leave what that call and the retry itself
-// may take, so that a slow ROM is unlocked too.
+// True if a busy answer is to be followed by another call. The retries and the unlock are spent once: after
+// the call that follows the unlock a busy answer counts like any other. Retries leave what that call and the
+// retry itself may take, so that a slow ROM is unlocked too.
 bool call_again(Allowance &allowance) {
   if (allowance.unlocked) {
     return false;

@@ -1,7 +1,6 @@
 // ROM services: the system ROM mapped from physical memory, its service entry points, and calls into it.
 //
-// `orvlog` itself only calls the PCI BIOS. The INT 15h entry, the "$EVS" service and rom_peek are the interface
-// for other programs.
+// No program here uses rom_peek, the INT 15h entry and the service "$EVS": they are the interface for others.
 #pragma once
 
 #include <cstddef>
@@ -41,15 +40,14 @@ static_assert(offsetof(bios_t, entry) == 4 && offsetof(bios_t, revision) == 8);
 static_assert(offsetof(bios_t, length) == 9 && offsetof(bios_t, checksum) == 10);
 static_assert(offsetof(bios_t, reserved) == 11);
 
-// What one service call with its retries, or one search with all its calls, may take (see kCallBudget). A ROM
-// that takes 150,000 instructions for each of 501 busy answers still fits. `-i` makes one search and two
+// The budget of one service call with its retries, or of one search with all its calls (see kCallBudget). A
+// ROM that takes 150,000 instructions for each of 501 busy answers still fits. `-i` makes one search and two
 // service calls: over the slowest ROM that we could build it took 6 s on two busy cores.
 inline constexpr uint64_t kServiceBudget = 17 * kCallBudget;
 
-// The PCI BIOS service: AH of its calls, and AL of the presence call; what do_rom_call's `mode` is given.
-inline constexpr uint8_t kPciBios = 0xB1;
-inline constexpr uint8_t kPciBiosPresent = 0x81;
-inline constexpr int kRomCallMode = 2;
+inline constexpr uint8_t kPciBios = 0xB1;         // AH of the PCI BIOS's calls
+inline constexpr uint8_t kPciBiosPresent = 0x81;  // AL of its presence call
+inline constexpr int kRomCallMode = 2;            // do_rom_call's `mode`
 
 // romcall_init's `skip`: the INT 15h entry, the "$EVS" search, everything from the PCI BIOS search on.
 inline constexpr int kSkipInt15 = 1;

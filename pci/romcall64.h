@@ -101,7 +101,7 @@ inline constexpr uint32_t kStackSize = 0x4000;
 inline constexpr uint32_t kLentBase = 0x00100000;
 inline constexpr uint32_t kReturnAddress = 0x0007DA35;
 
-// What the segment registers hold when ROM code starts. Every segment has base 0; the values only travel.
+// The segment registers when ROM code starts. Every segment has base 0; the values only travel.
 // None is 0, so that a service that leaves ES alone reports a usable selector.
 inline constexpr uint16_t kCodeSelector = 0x0008;
 inline constexpr uint16_t kDataSelector = 0x0010;
@@ -109,7 +109,7 @@ inline constexpr uint16_t kDataSelector = 0x0010;
 // EFLAGS when ROM code starts: interrupts enabled, and bit 1, which is always set.
 inline constexpr uint32_t kInitialEflags = 0x00000202;
 
-// What one call may take. An instruction, or a repetition of a string instruction, costs 1, and 1 more for
+// The budget of one call. An instruction, or a repetition of a string instruction, costs 1, and 1 more for
 // each prefix and each access to memory beyond the second. An access to a port costs what a thousand
 // instructions do.
 inline constexpr uint64_t kCallBudget = 5'000'000;

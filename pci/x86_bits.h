@@ -14,7 +14,7 @@ enum BitOperation : uint32_t { kBt, kBts, kBtr, kBtc };
 
 inline constexpr uint32_t kAh = 4;  // as a byte register's number
 
-// What LAHF and SAHF move.
+// The flags that LAHF and SAHF move.
 inline constexpr uint32_t kLowFlags = kCarry | kParity | kAdjust | kZero | kSign;
 
 constexpr uint32_t bits(uint32_t size) {

@@ -20,14 +20,15 @@ constexpr uint32_t kFreeAccesses = 2;
 // controller and disk ports can do anything.
 constexpr bool port_allowed(uint32_t port, uint32_t size) {
   const uint32_t end = port + size;
-  return (port == 0xCF8 && size == 4) ||                     // configuration mechanism 1: address
-         (port >= 0xCFC && end <= 0xD00) ||                  // and data
-         ((port == 0xCF8 || port == 0xCFA) && size == 1) ||  // configuration mechanism 2: enable, forward
-         (port >= 0xC000 && end <= 0xD000) ||                // and data
+  return (port == 0xCF8 && size == 4) ||                     // configuration mechanism 1, address
+         (port >= 0xCFC && end <= 0xD00) ||                  // configuration mechanism 1, data
+         ((port == 0xCF8 || port == 0xCFA) && size == 1) ||  // configuration mechanism 2, enable and forward
+         (port >= 0xC000 && end <= 0xD000) ||                // configuration mechanism 2, data
          (port == 0x80 && size == 1);                        // delay
 }
 
-// How many bytes of the window, which may be null, there are from `address` on.
+// The number of bytes from `address` to the end of its window, or 0 if it is not in `window`, which may be
+// null.
 uint32_t bytes_from(const MemoryWindow *window, uint32_t address) {
   if (window == nullptr) {
     return 0;
@@ -214,7 +215,7 @@ uint32_t Interpreter::decode_prefixes() {
   }
 }
 
-// Whether LOCK may precede `opcode` and the bytes that follow it: only a read-modify-write of memory.
+// LOCK may precede only a read-modify-write of memory: true if `opcode` and the bytes that follow it are one.
 bool Interpreter::lockable(uint32_t opcode) {
   const uint32_t modrm_at = opcode == 0x0F ? 1 : 0;
   if (code_left_ <= modrm_at) {

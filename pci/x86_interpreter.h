@@ -74,7 +74,7 @@ class Interpreter {
     uint32_t where;  // address, or register number
   };
 
-  // What is known of the instruction being interpreted. Sizes are in bytes: 1, 2 or 4.
+  // The instruction being interpreted. Sizes are in bytes: 1, 2 or 4.
   struct Instruction {
     uint32_t operand_size = 4;
     uint32_t address_size = 4;
@@ -82,7 +82,7 @@ class Interpreter {
     uint32_t accesses = 0;  // to memory operands, by this repetition
     bool lock = false;
     uint32_t reg = 0;  // the ModRM byte's reg field
-    Operand rm = {};   // and its r/m field
+    Operand rm = {};   // the ModRM byte's r/m field
   };
 
   bool failed() const {
@@ -241,10 +241,10 @@ class Interpreter {
   void cpuid();
 
   std::span<const MemoryWindow> windows_;
-  const MemoryWindow *code_window_ = nullptr;  // where the last instruction was
-  const MemoryWindow *data_window_ = nullptr;  // where the last operand was
-  const uint8_t *code_ = nullptr;              // the instruction's bytes from eip on,
-  uint32_t code_left_ = 0;                     // and how many there may be
+  const MemoryWindow *code_window_ = nullptr;  // of the last instruction
+  const MemoryWindow *data_window_ = nullptr;  // of the last operand
+  const uint8_t *code_ = nullptr;              // the instruction's bytes from eip on
+  uint32_t code_left_ = 0;                     // the number of bytes at code_ that may be fetched
   uint64_t &budget_;
   CallEnd end_ = CallEnd::kReturned;
   uint32_t refused_port_ = 0;

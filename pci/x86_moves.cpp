@@ -5,8 +5,8 @@
 namespace x86 {
 namespace {
 
-// What POPF may change: the arithmetic flags, DF, and the NT, AC and ID bits that code toggles to tell
-// processors apart. IF never changes, as with CLI and STI; TF would only trap.
+// The flags that POPF may change: the arithmetic flags, DF, and the NT, AC and ID bits that code toggles to
+// tell processors apart. IF never changes, as with CLI and STI; TF would only trap.
 constexpr uint32_t kPopfMask = 0x00244CD5;
 constexpr uint32_t kRepeatWhileZero = 0xF3;  // for CMPS and SCAS; F2 repeats while not zero
 

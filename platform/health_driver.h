@@ -116,7 +116,7 @@ static_assert(sizeof(_EVENTLOGHEADER) == 3);
 inline constexpr uint32_t kReadLength = 512;
 inline constexpr uint16_t kReadEvtLength = 284;
 
-// What LOG_INFO asks of the event node.
+// The requests of LOG_INFO to the event node.
 enum EventChoice : int32_t {
   kChoiceAdd = 1,   // append the record that follows
   kChoiceRead = 2,  // read entry EvtNumber into the record that follows

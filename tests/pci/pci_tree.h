@@ -11,7 +11,7 @@
 
 #include "tests/pci/rom_image.h"
 
-// What the driver answers to the routing request; while it is empty the reports' node cannot be opened.
+// The driver's answer to the routing request; while it is empty the reports' node cannot be opened.
 inline std::string driver_report;
 inline int driver_requests;
 

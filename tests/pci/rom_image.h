@@ -41,12 +41,12 @@ struct Image {
     return put(address, header);
   }
 
-  // A directory whose code, 256 bytes after its header, is `code`,
+  // A directory with `code`, 256 bytes after its header.
   Image &directory(uint32_t address, const std::string &code) {
     return put(address + 0x100, code).header(address, address + 0x100);
   }
 
-  // or answers AL 0, EBX `base` and EDX `offset`.
+  // A directory whose code answers AL 0, EBX `base` and EDX `offset`.
   Image &answer(uint32_t base, uint32_t offset, uint32_t address = 0xC0000) {
     return directory(address,
                      from_hex("B0 00 BB") + little_endian(base) + "\xBA" + little_endian(offset) + "\xCB");

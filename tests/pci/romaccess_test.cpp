@@ -1,8 +1,6 @@
 #include "pci/romaccess.h"
 
-#include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <string>
 #include <sys/mman.h>
@@ -38,7 +36,7 @@ class RomAccess : public PciTreeTest {
     EXPECT_EQ(romcall_fini(&ri_), 0);
   }
 
-  // What romcall_init writes to standard error.
+  // romcall_init's messages.
   std::string init(int skip, int result) {
     testing::internal::CaptureStderr();
     EXPECT_EQ(romcall_init(&ri_, skip), result);

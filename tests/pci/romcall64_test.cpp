@@ -49,7 +49,8 @@ struct Call {
 
 using Registers = std::array<uint32_t, 3>;  // EAX, ECX, EDX
 
-// What is not compared with another processor (fuzz/x86_differential.cpp). The code lacks the return.
+// Instructions that are not compared with another processor (x86_differential.cpp). The code lacks the
+// return.
 constexpr struct {
   const char *text, *code;
   Registers before, after;
