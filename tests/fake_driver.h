@@ -7,9 +7,7 @@
 
 #include "orvlog/orvlog.h"
 
-// What the driver and the firmware answer; a test sets what it needs before it runs the program. Each call
-// leaves a line in the trace: "open cdt 2", "ioctl cdt 69 22 5002 15", "close cdt", "get_ev
-// VXHCPR 8".
+// The answers of the driver and the firmware; a test sets what it needs.
 struct FakeDriver {
   std::map<std::string, int> opens = {};  // how often a node opens; not listed: always
   uint8_t controller = 0;                 // ucDeviceID
@@ -31,14 +29,12 @@ struct FakeDriver {
 // The driver of the current test.
 FakeDriver &fake_driver();
 
-// While set, calloc has no memory.
-extern bool fail_calloc;
+// Each call on a node or variable leaves a line in the trace: "open cdt 2", "ioctl cdt 69 22 5002 15", "close
+// cdt", "get_ev VXHCPR 8". A request for an event that is malformed is traced even where events are not.
+extern const int trace_fd;
 
-// While set, closing a stream fails for want of space.
-extern bool fail_fclose;
-
-// Where the trace goes.
-extern int trace_fd;
+// Returns what was traced since the last call.
+std::string take_trace();
 
 // Bytes in hexadecimal.
 std::string to_hex(const void *bytes, size_t size);

@@ -1,4 +1,4 @@
-// The log's reader over a scripted request library: what is asked, and where a walk goes and ends.
+// The log's reader over a scripted driver: the numbers asked for, and where a walk goes and ends.
 #include "driver/event_reader.h"
 
 #include <cerrno>
@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/kelmintrfc64.h"
+#include "tests/fake_driver.h"
 
 namespace {
 
@@ -24,35 +24,15 @@ std::map<uint32_t, Reply> replies;
 Reply otherwise;    // to a number that is not in `replies`
 std::string calls;  // the numbers asked for, and of a long gap only its ends
 
-}  // namespace
-
-int orvOpenRequest(const char *path, int mode) {
-  errno = ENODEV;
-  return std::string(path) == "/dev/zythealth/cevt" && mode == 0 && !replies.empty() ? 1000 : -1;
-}
-
-int orvIoctlRequest(int fd, unsigned int code, void *buffer, unsigned int length) {
-  auto &request = *static_cast<_ioctlEntry *>(buffer);
-  _ioctlEntry read = {{512, 2, 0, request.info.EvtNumber}, {}};
-  read.Evt.Hdr.wEvtLength = 284;
+int answer(_ioctlEntry &request) {
   const auto asked = static_cast<uint32_t>(request.info.EvtNumber);
-  const bool is_read =
-      fd == 1000 && code == 81 && length == 256 && memcmp(&request, &read, sizeof(read)) == 0;
-  calls += !is_read ? "malformed " : asked % 500'000 < 100 ? std::to_string(asked) + ' ' : "";
-  memset(buffer, 0xFF, length);
+  calls += asked % 500'000 < 100 ? std::to_string(asked) + ' ' : "";
+  memset(&request, 0xFF, sizeof(request));
   const Reply &reply = replies.count(asked) != 0 ? replies[asked] : otherwise;
   request.Evt.Hdr.dwEvtNumber = reply.number;
   errno = reply.error != 0 ? reply.error : errno;
   return reply.status;
 }
-
-int orvCloseRequest(int fd) {
-  calls += fd == 1000 ? "close" : "close of another";
-  errno = EBADF;
-  return -1;
-}
-
-namespace {
 
 using Answer = EventReader::Answer;
 
@@ -60,6 +40,7 @@ using Answer = EventReader::Answer;
 // entry.
 std::string walk(uint32_t first) {
   calls.clear();
+  fake_driver() = {.event = answer, .traces_events = false};
   {
     EventReader log(first);
     for (int ends = 0; ends < 2;) {
@@ -76,6 +57,7 @@ std::string walk(uint32_t first) {
     errno = EIO;
   }
   EXPECT_EQ(errno, EIO) << "closing hides the reason of an earlier failure";
+  EXPECT_EQ(take_trace(), "open cevt 0\nclose cevt\n");
   return calls;
 }
 
@@ -86,16 +68,16 @@ TEST(EventReader, WalksForwardOrEnds) {
     const char *walk;
     uint32_t first = 0;
   } rows[] = {
-      {{{3, {0, 0, 3}}, {4, {0, 0, 7}}, {8, {0, 0, 8}}}, "3 = 3, 4 = 7, 8 = 8, 9 end, 9 end, close", 3},
-      {{{0, {3}}, {1, {-1, 3}}, {2, {0, 0, 2}}}, "0 1 2 = 2, 3 end, 3 end, close"},
-      {{{0, {-1, 1}}}, "0 end, 0 end, close"},
-      {{{0, {2}}}, "0 invalid 2 0, 0 invalid 2 0, close"},
-      {{{0, {-1, EIO}}}, "0 invalid -1 5, 0 invalid -1 5, close"},
-      {{{0, {-1}}}, "0 invalid -1 0, 0 invalid -1 0, close"},
-      {{{0, {-2, 1}}}, "0 invalid -2 0, 0 invalid -2 0, close"},
-      {{{5, {0, 0, 5}}, {6, {0, 0, 5}}}, "5 = 5, 6 = 5, stuck at 6, stuck at 6, close", 5},
-      {{{0, {0, 0, kLast}}}, "0 = 4294967295, stuck at 4294967295, stuck at 4294967295, close"},
-      {{{kLast - 1, {3}}, {kLast, {3}}}, "stuck at 4294967295, stuck at 4294967295, close", kLast - 1},
+      {{{3, {0, 0, 3}}, {4, {0, 0, 7}}, {8, {0, 0, 8}}}, "3 = 3, 4 = 7, 8 = 8, 9 end, 9 end, ", 3},
+      {{{0, {3}}, {1, {-1, 3}}, {2, {0, 0, 2}}}, "0 1 2 = 2, 3 end, 3 end, "},
+      {{{0, {-1, 1}}}, "0 end, 0 end, "},
+      {{{0, {2}}}, "0 invalid 2 0, 0 invalid 2 0, "},
+      {{{0, {-1, EIO}}}, "0 invalid -1 5, 0 invalid -1 5, "},
+      {{{0, {-1}}}, "0 invalid -1 0, 0 invalid -1 0, "},
+      {{{0, {-2, 1}}}, "0 invalid -2 0, 0 invalid -2 0, "},
+      {{{5, {0, 0, 5}}, {6, {0, 0, 5}}}, "5 = 5, 6 = 5, stuck at 6, stuck at 6, ", 5},
+      {{{0, {0, 0, kLast}}}, "0 = 4294967295, stuck at 4294967295, stuck at 4294967295, "},
+      {{{kLast - 1, {3}}, {kLast, {3}}}, "stuck at 4294967295, stuck at 4294967295, ", kLast - 1},
   };
   otherwise = {kEventEndOfLog};
   for (const auto &row : rows) {
@@ -107,10 +89,10 @@ TEST(EventReader, WalksForwardOrEnds) {
   const std::string text = walk(0);
   EXPECT_NE(text.find("= 1000000, "), std::string::npos);
   EXPECT_NE(text.find("stuck at 2000000, stuck at 2000000, "), std::string::npos);
-  replies.clear();
+  fake_driver().opens["cevt"] = 0;
   const EventReader closed(0);
   EXPECT_EQ(closed.opening(), EventReader::Opening::kCannotOpen);
-  EXPECT_EQ(closed.error(), ENODEV);
+  EXPECT_EQ(closed.error(), ENOENT);
 }
 
 }  // namespace

@@ -10,7 +10,7 @@
 #include "orvlog/pci_report.h"
 #include "pci/paths.h"
 #include "pci/pci_irq_routing_state.h"
-#include "tests/pci/fake_portio.h"
+#include "tests/fake_driver.h"
 #include "tests/pci/pci_tree.h"
 
 namespace fs = std::filesystem;
@@ -73,6 +73,8 @@ struct Routing : PciTreeTest {
   }
 };
 
+const char kReportRead[] = "open proc 0\nioctl proc 4 1\nclose proc\n";
+
 const char kA[] = "00 1f 0 60 0ef8 1";
 const char kB[] = "07 02 0 61 0020 255";
 
@@ -121,7 +123,7 @@ TEST_F(Routing, TextsAreReadAsFarAsTheyGo) {
   zytpci_path = proc_.c_str();
   for (const Text &row : kTexts) {
     SCOPED_TRACE(row.text);
-    driver_report = row.text;
+    report(row.text);
     EXPECT_EQ(pci_irq_route_table_from_kelmd(), row.text[0] == '(' ? 0 : -1);
     EXPECT_EQ(loaded_table(), row.daemon);
     write_file(proc_, row.text);
@@ -136,7 +138,7 @@ TEST_F(Routing, SourcesYieldAtMost64Entries) {
     while (std::count(text.begin(), text.end(), '\n') < entries + 2) {
       text += "0 1 2 3 4 5\n";
     }
-    driver_report = text;
+    report(text);
     write_file(proc_, text);
     for (int slot = 0; slot < entries; ++slot) {
       write_file(slots_ / std::to_string(slot) / "address", "0000:01:02");
@@ -190,13 +192,13 @@ TEST_F(Routing, RomIsAskedOnceAndClosed) {
 }
 
 TEST_F(Routing, FirstSourceThatYieldsIsTaken) {
-  driver_report = "(\nh\n00 01 0 60 0ef8 1\n)";
+  report("(\nh\n00 01 0 60 0ef8 1\n)");
   write_file(slots_ / "2/address", "0000:00:01");
   write_file(proc_, "(\nh\n00 01 0 60 0ef8 3\n)");
   install_rom(4, 16);
-  const std::function<void()> removals[] = {
-      [] { driver_report = "(\nh\n)"; }, [this] { fs::remove_all(slots_); },
-      [this] { write_file(proc_, "(\nh\nx"); }, [this] { install(Image().put(0xFFFEA, "?")); }};
+  const std::function<void()> removals[] = {[] { report("(\nh\n)"); }, [this] { fs::remove_all(slots_); },
+                                            [this] { write_file(proc_, "(\nh\nx"); },
+                                            [this] { install(Image().put(0xFFFEA, "?")); }};
   int slot = 0;
   int size = 17;
   for (const auto &remove : removals) {
@@ -214,7 +216,7 @@ TEST_F(Routing, FirstSourceThatYieldsIsTaken) {
 }
 
 TEST_F(Routing, BridgesPassTheirRoutingOn) {
-  driver_report = "(\nh\n00 1c 0 60 0ef8 3\n00 1e 0 61 0020 4\n)";
+  report("(\nh\n00 1c 0 60 0ef8 3\n00 1e 0 61 0020 4\n)");
   add_bridge("00/1c.2", 7);  // listed, by another function
   add_function("07/00.0");
   add_bridge("07/01.0", 8);  // not listed, behind a listed one
@@ -239,7 +241,7 @@ TEST_F(Routing, BridgesPassTheirRoutingOn) {
     EXPECT_EQ(table[capacity].link_inta, 0);
   }
   EXPECT_THAT(show(table, 7), testing::UnorderedElementsAreArray(all));
-  EXPECT_EQ(driver_requests, 1);
+  EXPECT_EQ(take_trace(), kReportRead);
   for (const int hostile : {-5, INT_MIN}) {
     table[0] = table[1] = {};
     int size = hostile;
@@ -266,21 +268,22 @@ const std::string kHeading =
     "\nBusNumber\tDeviceNumber\tFunctionNumber\tLinkIntA\tIRQBitMapIntA\tSlotNumber\n";
 
 TEST_F(Routing, ReportHasAtMost50RowsAndIsTheSameAgain) {
-  driver_report = "(\nh\n";
+  std::string text = "(\nh\n";
   std::string expected = kHeading;
   for (int i = 0; i < 60; ++i) {
     char row[80];
     snprintf(row, sizeof(row), "%x %x 0 60 ef8 %d\n", i / 32, i % 32, i);
-    driver_report += row;
+    text += row;
     snprintf(row, sizeof(row), "%2x\t\t%2x\t\t 0\t\t60\t\t ef8\t\t%2d\n", i / 32, i % 32, i);
     expected += i < 50 ? row : "";
   }
+  report(text);
   for (int run = 0; run < 2; ++run) {
     testing::internal::CaptureStdout();
     print_pci_data();
     EXPECT_EQ(testing::internal::GetCapturedStdout(), expected + "\n");
   }
-  EXPECT_EQ(driver_requests, 1);
+  EXPECT_EQ(take_trace(), kReportRead);
 }
 
 TEST_F(Routing, ReportAndMessagesKeepTheirOrder) {

@@ -2,15 +2,12 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
-#include <fcntl.h>
 #include <fstream>
 #include <unistd.h>
 
 #include "pci/paths.h"
 #include "pci/portio.h"
-#include "platform/health_driver.h"
-#include "platform/kelmintrfc64.h"
+#include "tests/fake_driver.h"
 #include "tests/pci/fake_portio.h"
 
 namespace fs = std::filesystem;
@@ -26,25 +23,6 @@ uint32_t port_in(uint16_t port, unsigned size) {
 
 void port_out(uint16_t port, unsigned size, uint32_t value) {
   fake_portio::writes.push_back({port, size, value});
-}
-
-int orvOpenRequest(const char *path, int mode) {
-  if (strcmp(path, kNodeReports) != 0) {
-    return open(path, mode);
-  }
-  return driver_report.empty() ? -1 : open("/dev/null", mode);
-}
-
-int orvIoctlRequest(int, unsigned int code, void *buffer, unsigned int length) {
-  EXPECT_EQ(code, kReportPciRouting);
-  EXPECT_EQ(length, kReportRequestLength);
-  ++driver_requests;
-  memcpy(buffer, driver_report.data(), std::min<size_t>(driver_report.size(), kReportSize));
-  return -1;  // the status does not count
-}
-
-int orvCloseRequest(int fd) {
-  return close(fd);
 }
 
 static fs::path make_root() {
@@ -63,13 +41,18 @@ PciTreeTest::PciTreeTest() : root_(make_root()), descriptors_(count_descriptors(
   zytpci_path = proc_.c_str();
   physical_mem_path = mem_.c_str();
   fake_portio::reset();
-  driver_report.clear();
-  driver_requests = 0;
+  fake_driver() = {.opens = {{"proc", 0}}, .report_status = -1};  // the status does not count
+  take_trace();
 }
 
 PciTreeTest::~PciTreeTest() {
   EXPECT_EQ(count_descriptors(), descriptors_);
   fs::remove_all(root_);
+}
+
+void PciTreeTest::report(const std::string &text) {
+  fake_driver().opens.clear();
+  fake_driver().report = text;
 }
 
 void PciTreeTest::write_file(const fs::path &path, const std::string &content) {

@@ -1,5 +1,4 @@
-// A PCI tree, a slot directory, a proc file and a physical memory of the test's own, and what stands in for
-// the closed library.
+// A PCI tree, a slot directory, a proc file and a physical memory of the test's own.
 #pragma once
 
 #include <filesystem>
@@ -11,18 +10,16 @@
 
 #include "tests/pci/rom_image.h"
 
-// The driver's answer to the routing request; while it is empty the reports' node cannot be opened.
-inline std::string driver_report;
-inline int driver_requests;
-
 using Bytes = std::vector<std::pair<size_t, uint32_t>>;  // offset and value
 
-// Repoints the fixed paths, and checks at the end that no descriptor was left open.
+// Repoints the fixed paths, and checks at the end that no descriptor was left open. The driver has no report.
 class PciTreeTest : public testing::Test {
  protected:
   PciTreeTest();
   ~PciTreeTest() override;
 
+  // Gives the driver a report of the routing.
+  static void report(const std::string &text);
   void write_file(const std::filesystem::path &path, const std::string &content);
   // Makes a configuration file of `size` zeros, `bytes` set, for a function named like "00/1f.7".
   void add_function(const std::string &name, const Bytes &bytes = {}, size_t size = 256);
