@@ -68,28 +68,29 @@ void check_command_line(int argc, char **argv) {
   }
 }
 
-// Carries out the options in the order of the command line.
-class OptionLoop {
- public:
-  OptionLoop(int argc, char **argv) : argc_(argc), argv_(argv) {}
-
-  [[noreturn]] void run() {
-    for (int c = 0; (c = getopt(argc_, argv_, "l:s:vV:tfpia:")) != -1;) {
-      ++options_;
-      carry_out(c);
-      flush_output();
-    }
-    if (options_ == 0) {
-      print_usage(argv_[0]);
-    } else if (severity_processed_ != 0 && lognote_processed_ == 0) {
-      print_err("orvlog: The -s option requires a -l option to log a maintenance note.\n\n");
-      refuse(argv_[0]);
-    }
-    finish(EXIT_SUCCESS);
+void log_note(const char *note, int severity) {
+  if (strlen(note) > kNoteLimit) {
+    print_err("orvlog: The maintenance note feature has a character limit of 200.\n");
+    print_err("orvlog: Please enter a new note.\n");
+    return;
   }
+  do_init();
+  if (asterisk_found(note) == 0) {
+    log_maintenance_note(note, severity);
+  }
+}
 
- private:
-  void carry_out(int c) {
+// Carries out the options in the order of the command line.
+//
+// Severity and note are read from fixed positions in argv as the parser has left it, not from the words after
+// their options: the form to use is "-s <severity> -l <note>" as the first four words. No shorter command
+// line that passes the checks makes the parser return these options, so the words exist.
+void carry_out_options(int argc, char **argv) {
+  int options = 0;  // returned by the parser, unknown options included
+  int severity = kNoSeverity;
+  bool has_note = false;
+  for (int c = 0; (c = getopt(argc, argv, "l:s:vV:tfpia:")) != -1; flush_output()) {
+    ++options;
     switch (c) {
       case 'v':
         do_init();
@@ -105,53 +106,33 @@ class OptionLoop {
       case 'p': print_proc_data(kReportPower); break;
       case 'i': print_pci_data(); break;
       case 'a': ControlASR(optarg); break;
-      case 's': choose_severity(); break;
-      case 'l': log_note(); break;
-      default: print_usage(argv_[0]); break;
+      case 's':
+        if (const int code = set_severity(argv[2]); code != kNoSeverity) {
+          severity = code;
+        } else {
+          print_err("orvlog:  Invalid '-s' option!\n\n");
+          print_usage(argv[0]);
+        }
+        break;
+      case 'l':
+        if (severity == kNoSeverity) {
+          print_err(
+              "orvlog: The -s option for setting the severity must precede the -l option to log a maintenance note.\n\n");
+          refuse(argv[0]);
+        }
+        has_note = true;
+        log_note(argv[4], severity);
+        break;
+      default: print_usage(argv[0]); break;
     }
   }
-
-  // Severity and note are read from fixed positions in argv as the parser has left it, not from the words
-  // after their options: the form to use is "-s <severity> -l <note>" as the first four words. No shorter
-  // command line that passes the checks makes the parser return these options, so the words exist.
-
-  void choose_severity() {
-    const int code = set_severity(argv_[2]);
-    if (code == kNoSeverity) {
-      print_err("orvlog:  Invalid '-s' option!\n\n");
-      print_usage(argv_[0]);
-      return;
-    }
-    severity_ = code;
-    ++severity_processed_;
+  if (options == 0) {
+    print_usage(argv[0]);
+  } else if (severity != kNoSeverity && !has_note) {
+    print_err("orvlog: The -s option requires a -l option to log a maintenance note.\n\n");
+    refuse(argv[0]);
   }
-
-  void log_note() {
-    if (severity_processed_ == 0) {
-      print_err(
-          "orvlog: The -s option for setting the severity must precede the -l option to log a maintenance note.\n\n");
-      refuse(argv_[0]);
-    }
-    ++lognote_processed_;
-    const char *const note = argv_[4];
-    if (strlen(note) > kNoteLimit) {
-      print_err("orvlog: The maintenance note feature has a character limit of 200.\n");
-      print_err("orvlog: Please enter a new note.\n");
-      return;
-    }
-    do_init();
-    if (asterisk_found(note) == 0) {
-      log_maintenance_note(note, severity_);
-    }
-  }
-
-  int argc_;
-  char **argv_;
-  int options_ = 0;  // what the parser returned, unknown options included
-  int severity_processed_ = 0;
-  int lognote_processed_ = 0;
-  int severity_ = kNoSeverity;
-};
+}
 
 }  // namespace
 
@@ -166,5 +147,6 @@ int main(int argc, char **argv) {
   }
   check_command_line(argc, argv);
   Get_Qm_100_Series();
-  OptionLoop(argc, argv).run();
+  carry_out_options(argc, argv);
+  finish(EXIT_SUCCESS);
 }

@@ -55,10 +55,7 @@ void clear_internal_table() {
 pci_irq_route_entry read_slot(const char *slot_name) {
   pci_irq_route_entry entry = {};
   char path[PATH_MAX];
-  const int length = snprintf(path, sizeof(path), "%s/%s/address", pci_slots_dir, slot_name);
-  if (length < 0 || static_cast<size_t>(length) >= sizeof(path)) {
-    return entry;
-  }
+  snprintf(path, sizeof(path), "%s/%s/address", pci_slots_dir, slot_name);
   const Channel file(path, kOpenRead);
   constexpr size_t kAddressSize = 128;
   char text[kAddressSize + 1] = {};
@@ -125,16 +122,6 @@ const pci_irq_route_entry *find_bridge_entry(const int (&bridge)[kBuses], int bu
     above = bridge[bus_of(above)];
   }
   return nullptr;
-}
-
-// Appends `entry` if there is room for it, and counts it in any case.
-void append(const pci_irq_route_entry &entry, pci_irq_route_entry *table, int max_size, int *size) {
-  if (table != nullptr && *size >= 0 && *size < max_size) {
-    table[*size] = entry;
-  }
-  if (*size < INT_MAX) {
-    ++*size;
-  }
 }
 
 }  // namespace
@@ -239,7 +226,10 @@ void add_to_irq_route_table(pci_irq_route_entry *table, int max_size, int *size)
     DIR *devices;
     for (int devfn = first_device(&devices, bus); devfn >= 0; devfn = next_device(&devices)) {
       entry.dev = static_cast<uint8_t>(devfn);
-      append(entry, table, max_size, size);
+      if (table != nullptr && *size < max_size) {
+        table[*size] = entry;
+      }
+      ++*size;
     }
   }
 }

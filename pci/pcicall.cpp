@@ -30,19 +30,9 @@ constexpr uint32_t kPciXStatus133MHz = 1U << 17;
 // A configuration space of 256 bytes has room for no more aligned capabilities; a longer list is a ring.
 constexpr int kMaxCapabilities = 256 / 4;
 
-// A failure that the system reports as -1 must not pass for offset -1, or for the size that converts to it.
-bool seek_to(int fd, int offset) {
-  return offset >= 0 && lseek(fd, offset, SEEK_SET) == offset;
-}
-
+// A failure that the system reports as -1 must not pass for the size that converts to it.
 bool is_complete(ssize_t transferred, size_t size) {
   return transferred >= 0 && static_cast<size_t>(transferred) == size;
-}
-
-// Opens a directory of the tree; false when it cannot be opened, with `*dp` null.
-bool open_walk(DIR **dp, const char *path) {
-  *dp = opendir(path);
-  return *dp != nullptr;
 }
 
 const char *next_name(DIR *directory, size_t shortest, size_t longest) {
@@ -86,12 +76,8 @@ int enter_bus(pci_iter *iter) {
 
 int pci_open(int bus, int dev, int fn, int perm) {
   char path[kPathSize];
-  const int length =
-      snprintf(path, sizeof(path), "%s/%2.2x/%2.2x.%1.1x", pci_proc_dir, static_cast<unsigned>(bus),
-               static_cast<unsigned>(dev), static_cast<unsigned>(fn));
-  if (length < 0 || static_cast<size_t>(length) >= sizeof(path)) {
-    return -1;
-  }
+  snprintf(path, sizeof(path), "%s/%2.2x/%2.2x.%1.1x", pci_proc_dir, static_cast<unsigned>(bus),
+           static_cast<unsigned>(dev), static_cast<unsigned>(fn));
   return orvOpenRequest(path, perm);
 }
 
@@ -105,7 +91,7 @@ int pci_read_config(int bus, int dev, int fn, int offset, void *value, size_t si
   if (!file.is_open()) {
     return -1;
   }
-  if (seek_to(file.fd(), offset) && is_complete(read(file.fd(), value, size), size)) {
+  if (is_complete(pread(file.fd(), value, size, offset), size)) {
     return 0;
   }
   memset(value, 0xFF, size);  // a short read may have put something there
@@ -133,7 +119,7 @@ int pci_write_config(int bus, int dev, int fn, int offset, const void *value, si
   if (!file.is_open()) {
     return -1;
   }
-  return seek_to(file.fd(), offset) && is_complete(write(file.fd(), value, size), size) ? 0 : -1;
+  return is_complete(pwrite(file.fd(), value, size, offset), size) ? 0 : -1;
 }
 
 int pci_write_config_byte(int bus, int dev, int fn, int offset, uint8_t value) {
@@ -157,7 +143,8 @@ const char *next_function_name(DIR *bus) {
 }
 
 int first_bus(DIR **dp) {
-  return open_walk(dp, pci_proc_dir) ? next_bus(dp) : -1;
+  *dp = opendir(pci_proc_dir);
+  return next_bus(dp);
 }
 
 int next_bus(DIR **dp) {
@@ -168,12 +155,9 @@ int next_bus(DIR **dp) {
 
 int first_device(DIR **dp, int bus) {
   char path[kPathSize];
-  *dp = nullptr;
-  const int length = snprintf(path, sizeof(path), "%s/%2.2x", pci_proc_dir, static_cast<unsigned>(bus));
-  if (length < 0 || static_cast<size_t>(length) >= sizeof(path)) {
-    return -1;
-  }
-  return open_walk(dp, path) ? next_device(dp) : -1;
+  snprintf(path, sizeof(path), "%s/%2.2x", pci_proc_dir, static_cast<unsigned>(bus));
+  *dp = opendir(path);
+  return next_device(dp);
 }
 
 int next_device(DIR **dp) {

@@ -173,9 +173,6 @@ class Interpreter {
   // The opcode maps.
   void one_byte(uint32_t opcode);
   bool register_row(uint32_t opcode);
-  void opcodes_00_to_7f(uint32_t opcode);
-  void opcodes_80_to_bf(uint32_t opcode);
-  void opcodes_c0_to_ff(uint32_t opcode);
   void two_byte(uint32_t opcode);
   bool two_byte_row(uint32_t opcode);
 

@@ -23,20 +23,12 @@ bool Interpreter::register_row(uint32_t opcode) {
   }
 }
 
+// In all maps: where an instruction comes in pairs of opcodes, the even one works on bytes.
+
 void Interpreter::one_byte(uint32_t opcode) {
   if (register_row(opcode)) {
     return;
   }
-  switch (opcode >> 6) {
-    case 0: case 1: return opcodes_00_to_7f(opcode);
-    case 2: return opcodes_80_to_bf(opcode);
-    default: return opcodes_c0_to_ff(opcode);
-  }
-}
-
-// In all maps: where an instruction comes in pairs of opcodes, the even one works on bytes.
-
-void Interpreter::opcodes_00_to_7f(uint32_t opcode) {
   const uint32_t full = in_.operand_size;
   const uint32_t size = (opcode & 1) != 0 ? full : 1;
   if (opcode < 0x40 && (opcode & 7) < 6) {
@@ -57,14 +49,6 @@ void Interpreter::opcodes_00_to_7f(uint32_t opcode) {
     case 0x6A: return push(fetch_signed_byte(), full);
     case 0x6B: decode_modrm(); return multiply_to_reg(load(in_.rm, full), fetch_signed_byte());
     case 0x6C: case 0x6D: case 0x6E: case 0x6F: return string(opcode, size);
-    default: return fail(CallEnd::kInstruction);
-  }
-}
-
-void Interpreter::opcodes_80_to_bf(uint32_t opcode) {
-  const uint32_t full = in_.operand_size;
-  const uint32_t size = (opcode & 1) != 0 ? full : 1;
-  switch (opcode) {
     case 0x80: case 0x81: case 0x82: case 0x83: return alu_immediate(opcode, size);
     case 0x84: case 0x85: decode_modrm(); logic(load(in_.rm, size) & reg(in_.reg, size), size); return;
     case 0x86: case 0x87: decode_modrm(); return exchange(in_.rm, {false, in_.reg}, size);
@@ -91,14 +75,6 @@ void Interpreter::opcodes_80_to_bf(uint32_t opcode) {
     case 0xA8: case 0xA9: logic(reg(kEax, size) & fetch(size), size); return;
     case 0xA4: case 0xA5: case 0xA6: case 0xA7: case 0xAA: case 0xAB: case 0xAC: case 0xAD: case 0xAE:
     case 0xAF: return string(opcode, size);
-    default: return fail(CallEnd::kInstruction);
-  }
-}
-
-void Interpreter::opcodes_c0_to_ff(uint32_t opcode) {
-  const uint32_t full = in_.operand_size;
-  const uint32_t size = (opcode & 1) != 0 ? full : 1;
-  switch (opcode) {
     case 0xC0: case 0xC1: case 0xD0: case 0xD1: case 0xD2: case 0xD3: {
       decode_modrm();
       const uint32_t count = opcode < 0xD0 ? fetch(1) : opcode < 0xD2 ? 1 : reg(kEcx, 1);
