@@ -27,8 +27,9 @@ struct FormatContext {
 
 // The end of a reading.
 struct Reading {
-  Problem problem;       // not set when the log was read to its end
+  Problem problem;       // of the first log that was not read to its end; not set where there is none
   uint64_t records = 0;  // read, whether or not they were wanted
+  size_t unread = 0;     // logs that were not read to their end
 };
 
 class Format {
@@ -41,9 +42,9 @@ class Format {
   // Called once for each printed entry that no maintenance note has closed.
   virtual void count_unserviced(const EVT_HEADER & /*header*/) {}
 
-  // Ends the output. Returns the exit status of a reading without a problem.
-  virtual int finish(const Reading & /*reading*/, Output & /*output*/) {
-    return kSuccess;
+  // Ends the output. Returns the exit status.
+  virtual int finish(const Reading &reading, Output & /*output*/) {
+    return reading.problem.is_set() ? kFailure : kSuccess;
   }
 
  protected:

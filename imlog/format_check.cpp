@@ -1,5 +1,7 @@
-// One line and a status for monitoring.
+// A line and a status for monitoring, and the worst entries below it.
 #include <algorithm>
+#include <deque>
+#include <set>
 
 #include "imlog/exit_status.h"
 #include "imlog/format.h"
@@ -7,67 +9,135 @@
 
 namespace {
 
+constexpr size_t kMostEntries = 10;  // below the line
+
+class TextSink : public Sink {
+ public:
+  int write(std::string_view piece) override {
+    text += piece;
+    return 0;
+  }
+  [[nodiscard]] Problem problem(int /*error*/) const override {
+    return {};
+  }
+
+  std::string text;
+};
+
+FormatContext without_color(FormatContext context) {
+  context.has_color = false;
+  return context;
+}
+
 class CheckFormat : public Format {
  public:
-  using Format::Format;
+  explicit CheckFormat(const FormatContext &context)
+      : Format(context), short_format_(kShortFormat.make(without_color(context))) {}
 
+  // An unknown severity may be a bad one: it counts as caution.
   void print_entry(const Entry &entry, Output & /*output*/) override {
     ++entries_;
-    critical_ += entry.severity == kCritical ? 1 : 0;
-    caution_ += entry.severity == kCaution ? 1 : 0;
-    if (entry.severity == kCritical || (entry.severity == kCaution && critical_ == 0)) {
-      host_ = context_.is_merged() && entry.log.host ? *entry.log.host + ": " : "";
-      number_ = entry.record.Hdr.dwEvtNumber;
-      text_ = entry.message;
+    if (entry.severity == kCritical) {
+      add(entry, critical_);
+    } else if (entry.severity == kCaution || entry.severity == kUnknown) {
+      add(entry, caution_);
     }
   }
 
   int finish(const Reading &reading, Output &output) override {
-    if (reading.problem.is_set()) {
-      output.put("IML UNKNOWN - ");
-      put_one_line(reading.problem.what(), output);
+    const std::string &problem = reading.problem.what();
+    if (reading.problem.is_set() && reading.records == 0) {
+      put_line("IML UNKNOWN - " + problem, output);
       output.put('\n');
       return kCheckUnknown;
     }
-    const CheckStatus status = critical_ != 0 ? kCheckCritical : caution_ != 0 ? kCheckWarning : kCheckOk;
-    static constexpr const char *kWords[] = {"IML OK - ", "IML WARNING - ", "IML CRITICAL - "};
-    output.put(kWords[status]);
-    output.put_number(critical_);
-    output.put(" critical, ");
-    output.put_number(caution_);
-    output.put(" caution");
-    if (status != kCheckOk) {
-      output.put("; ");
-      put_one_line(host_, output);
-      output.put_number(number_);
-      output.put(' ');
-      put_one_line(text_, output);
+    const CheckStatus status = critical_.count != 0       ? kCheckCritical
+                               : reading.problem.is_set() ? kCheckUnknown
+                               : caution_.count != 0      ? kCheckWarning
+                                                          : kCheckOk;
+    static constexpr const char *kWords[] = {"IML OK - ", "IML WARNING - ", "IML CRITICAL - ",
+                                             "IML UNKNOWN - "};
+    const std::string critical = std::to_string(critical_.count);
+    const std::string caution = std::to_string(caution_.count);
+    std::string line = kWords[status] + critical + " critical, " + caution + " caution";
+    const std::vector<const Bad *> worst = worst_entries();
+    if (!worst.empty()) {
+      if (context_.is_merged()) {
+        line += " on " + std::to_string(bad_logs_.size()) + " of " + logs() + " logs";
+      }
+      line += "; " + worst[0]->head;
     }
-    output.put(" | critical=");
-    output.put_number(critical_);
-    output.put(";;0 caution=");
-    output.put_number(caution_);
-    output.put(";0; entries=");
-    output.put_number(entries_);
-    output.put('\n');
+    if (reading.problem.is_set()) {
+      line += context_.is_merged()
+                  ? "; " + std::to_string(reading.unread) + " of " + logs() + " logs not read: " + problem
+                  : "; not all was read: " + problem;
+    }
+    put_line(line, output);
+    output.put(" | critical=" + critical + ";;0 caution=" + caution +
+               ";0; entries=" + std::to_string(entries_) + '\n');
+    for (const Bad *const entry : worst) {
+      put_line(entry->line, output);
+      output.put('\n');
+    }
     return status;
   }
 
  private:
+  struct Bad {
+    std::string head;  // the host, the number and the text
+    std::string line;  // as short prints it
+  };
+
+  // The entries of a severity. They come in the order of their last updates.
+  struct Total {
+    uint64_t count = 0;
+    std::deque<Bad> last;
+  };
+
+  void add(const Entry &entry, Total &total) {
+    ++total.count;
+    bad_logs_.insert(&entry.log);
+    TextSink sink;
+    Output line(sink);
+    short_format_->print_entry(entry, line);
+    line.flush();
+    sink.text.pop_back();  // the line break
+    std::string host = context_.is_merged() && entry.log.host ? *entry.log.host + ": " : "";
+    total.last.push_back(
+        {host + std::to_string(entry.record.Hdr.dwEvtNumber) + ' ' + std::string(entry.message), sink.text});
+    if (total.last.size() > kMostEntries) {
+      total.last.pop_front();
+    }
+  }
+
+  // Critical ones first, of each severity the last update first.
+  [[nodiscard]] std::vector<const Bad *> worst_entries() const {
+    std::vector<const Bad *> worst;
+    for (const Total *const total : {&critical_, &caution_}) {
+      for (auto entry = total->last.rbegin(); entry != total->last.rend(); ++entry) {
+        worst.push_back(&*entry);
+      }
+    }
+    worst.resize(std::min(worst.size(), kMostEntries));
+    return worst;
+  }
+
+  [[nodiscard]] std::string logs() const {
+    return std::to_string(context_.logs.size());
+  }
+
   // Monitors read what follows a "|" as performance data.
-  void put_one_line(std::string_view text, Output &output) {
+  void put_line(std::string_view text, Output &output) {
     std::string line(cleaner_.clean(text));
     std::replace(line.begin(), line.end(), '|', '/');
     output.put(line);
   }
 
-  uint64_t critical_ = 0;
-  uint64_t caution_ = 0;
+  std::unique_ptr<Format> short_format_;
+  Total critical_;
+  Total caution_;
   uint64_t entries_ = 0;
-  // The last entry of the worst severity.
-  std::string host_;  // with a colon and a blank after it, or empty
-  uint32_t number_ = 0;
-  std::string text_;
+  std::set<const Log *> bad_logs_;
   TextCleaner cleaner_{Controls::kBlank, kQuestionMark};
 };
 
@@ -76,5 +146,5 @@ class CheckFormat : public Format {
 const FormatRow kCheckFormat = {
     .name = "check",
     .make = make_format<CheckFormat>,
-    .traits = kForMonitors | kMerges,
+    .traits = kForMonitors | kMerges | kHasTimes,
 };

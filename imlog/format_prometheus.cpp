@@ -32,7 +32,7 @@ class PrometheusFormat : public Format {
     }
     put_head("iml_read_success", "Whether the log was read to its end.", output);
     output.put(reading.problem.is_set() ? "iml_read_success 0\n" : "iml_read_success 1\n");
-    return kSuccess;
+    return Format::finish(reading, output);
   }
 
  private:

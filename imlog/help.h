@@ -14,7 +14,7 @@ The entries of several FILEs are merged by time.
                                 journal     this machine's journal, with fields
                                 raw         the records, as FILE holds them
                                 prometheus  metrics for node_exporter
-                                check       one line and a status for monitoring
+                                check       a line and a status for monitoring
   -p, --priority=SEVERITY     only entries of this severity and above:
                               information, repaired, caution or critical; the
                               beginning of a word is enough

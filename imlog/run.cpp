@@ -141,6 +141,7 @@ class Run {
       if (!reading.problem.is_set()) {
         continue;
       }
+      ++all.unread;
       if (is_merged()) {
         print_problem(reading.problem, *options_.format);
       }
@@ -171,7 +172,7 @@ class Run {
 
   Reading read_source(Source &source, const Log &log) {
     if (source.problem().is_set()) {  // it could not be opened
-      return {source.problem(), 0};
+      return {source.problem()};
     }
     return listing_.read(source, log);
   }
@@ -215,7 +216,7 @@ class Run {
     if (!is_merged()) {
       print_problem(reading.problem, *options_.format);
     }
-    return reading.problem.is_set() || has_failed_ ? failure_status(*options_.format) : status;
+    return has_failed_ ? int{kFailure} : status;
   }
 
   const Options &options_;
@@ -248,7 +249,7 @@ int end_with_problem(const Problem &problem, const FormatRow &row, int status) {
   }
   DescriptorSink sink(STDOUT_FILENO);
   Output output(sink);
-  row.make(FormatContext())->finish({problem, 0}, output);
+  row.make(FormatContext())->finish({problem}, output);
   output.close();
   return kCheckUnknown;
 }

@@ -20,7 +20,7 @@ def ask(fleet, table, work):
     directory.mkdir()
     want = {next(host for host in fleet.hosts("whole") if status_of(fleet, host) == status): status
             for status in (0, 2)}
-    want[fleet.hosts("cut")[0]] = 3
+    want[fleet.hosts("cut")[0]] = 2 if status_of(fleet, fleet.hosts("cut")[0]) == 2 else 3
     paths = {str(fleet.path(host)) for host in want}
 
     plugin, ran = directory / "plugin", directory / "ran"

@@ -41,13 +41,17 @@ def ask_for_check(fleet, table, zone):
     critical = [row for row in rows if row[1]["severity"] == "critical"]
     caution = [row for row in rows if row[1]["severity"] == "caution"]
     host, entry = critical[-1]
-    match = re.match(r"IML CRITICAL - (\d+) critical, (\d+) caution; (\S+): (\d+) ", line)
+    match = re.match(r"IML CRITICAL - (\d+) critical, (\d+) caution on (\d+) of (\d+) logs; (\S+): (\d+) ", line)
+    bad = {host for host, _ in critical + caution}
+    whole = fleet.hosts("whole", zone=zone)
     table.row(f"imlog -o check -u fleet/*.iml ({zone})", match and match.groups(),
-              (str(len(critical)), str(len(caution)), host, str(entry["number"])), len(line))
+              (str(len(critical)), str(len(caution)), str(len(bad)), str(len(whole)), host, str(entry["number"])),
+              len(line))
 
 
 def ask_for_unreadable(fleet, table):
     bad, good = fleet.files("cut", "compressed", "silent"), fleet.files("whole")[0]
-    lines = [imlog("-o", "check", "-u", file, good, zone="UTC", statuses=(3,)).decode() for file in bad]
-    table.row("imlog -o check: servers whose log cannot be read", [line.partition("': ")[0] for line in lines],
-              [f"IML UNKNOWN - '{file}" for file in bad])
+    lines = [imlog("-o", "check", "-u", file, good, zone="UTC", statuses=(2, 3)).decode() for file in bad]
+    problems = [re.search(r"; (\d+ of \d+ logs not read: '[^']*'): .*\|", line) for line in lines]
+    table.row("imlog -o check: servers whose log cannot be read", [match and match[1] for match in problems],
+              [f"1 of 2 logs not read: '{file}'" for file in bad])

@@ -2,9 +2,8 @@
 import json
 import os
 import pty
-import subprocess
 
-from harness import HOSTILE_TEXTS, IMLOG, NO_TIME, SAMPLE, Case, record
+from harness import HOSTILE_TEXTS, NO_TIME, SAMPLE, Case, record
 
 
 def blanked(text):
@@ -18,8 +17,8 @@ class Formats(Case):
 
         def is_colored(*words, **variables):
             terminal, stdout = pty.openpty()
-            env = self.env(**{"TERM": "xterm", "NO_COLOR": None, **variables})
-            subprocess.run([IMLOG, *words, log], env=env, stdout=stdout, timeout=60, check=True)
+            self.run_imlog(*words, log, stdout=stdout,
+                           env={"TERM": "xterm", "NO_COLOR": None, **variables})
             printed = os.read(terminal, 4096)
             os.close(stdout)
             os.close(terminal)
@@ -107,17 +106,31 @@ class Formats(Case):
         d = record(4, 9)
         e = record(5, 2)
 
+        unknown = record(9, 77, b"u")
+
         def check(severity, *rows, status):
             return self.run_imlog("-o", "check", "-p", severity, self.file(*rows), status=status).decode()
 
-        self.assertEqual(check("caution", a, b, c, d, e, status=2),
-                         "IML CRITICAL - 2 critical, 2 caution; 3 Maintenance note: d/e f"
-                         " | critical=2;;0 caution=2;0; entries=4\n")
-        self.assertEqual(check("information", d, e, a, status=1),
-                         "IML WARNING - 0 critical, 2 caution; 1 Maintenance note: a"
-                         " | critical=0;;0 caution=2;0; entries=3\n")
-        self.assertEqual(check("repaired", e, record(9, 77), status=0),
-                         "IML OK - 0 critical, 0 caution | critical=0;;0 caution=0;0; entries=1\n")
+        self.assertEqual(check("caution", a, b, c, d, e, status=2), (
+            "IML CRITICAL - 2 critical, 2 caution; 3 Maintenance note: d/e f | critical=2;;0 caution=2;0; entries=4\n"
+            "2025-09-01T13:05 Critical        3 x1    Maintenance note: d/e f\n"
+            "2025-09-01T13:05 Critical        2 x1    Maintenance note: b/c\n"
+            "2025-09-01T13:05 Caution         4 x1    Maintenance note: x\n"
+            "2025-09-01T13:05 Caution         1 x1    Maintenance note: a\n"))
+        self.assertEqual(check("information", a, unknown, e, status=1), (
+            "IML WARNING - 0 critical, 2 caution; 9 Maintenance note: u | critical=0;;0 caution=2;0; entries=3\n"
+            "2025-09-01T13:05 Unknown         9 x1    Maintenance note: u\n"
+            "2025-09-01T13:05 Caution         1 x1    Maintenance note: a\n"))
+        self.assertEqual(check("information", unknown, a, status=1).count("; 1 Maintenance"), 1)  # one rank
+        self.assertEqual(check("critical", e, a, status=0),
+                         "IML OK - 0 critical, 0 caution | critical=0;;0 caution=0;0; entries=0\n")
+
+    def test_check_lists_ten(self):
+        rows = [record(i, 15 if i % 2 else 9) for i in range(18)]
+        lines = self.run_imlog("-o", "check", "--utc", "--color=always", self.file(*rows), status=2).decode().splitlines()
+        self.assertIn(" 9 critical, 9 caution; 17 ", lines[0])
+        self.assertEqual([int(line.split()[2]) for line in lines[1:]], [17, 15, 13, 11, 9, 7, 5, 3, 1, 16])
+        self.assertTrue(lines[1].startswith("2025-09-01T11:05Z Critical "))
 
     def test_prometheus(self):
         log = self.file(

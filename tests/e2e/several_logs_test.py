@@ -44,10 +44,31 @@ class SeveralLogs(Case):
             "2025-09-01T00:05 r1   Critical        1 x1    Maintenance note: b",
             "2025-09-01T00:05 r\u00e9 | Critical        7 x1    Maintenance note: c",
         ])
-        check = self.run_imlog("-o", "check", *fleet, last, status=2).decode()
-        self.assertIn("3 critical, 3 caution; r\u00e9 /: 7 Maint", check)
-        check = self.run_imlog("-o", "check", "-U", "2025-09-01 00:03", *fleet, last, status=2).decode()
-        self.assertIn("; n: 3 Maint", check)
+
+    def test_check(self):
+        fleet = self.fleet()
+        lines = self.run_imlog("-o", "check", *fleet, status=2).decode().splitlines()
+        self.assertTrue(lines[0].startswith("IML CRITICAL - 3 critical, 3 caution on 3 of 3 logs; r\u00e9 /: 7 Maint"))
+        self.assertEqual(lines[1], "2025-09-01T00:05 r\u00e9 / Critical        7 x1    Maintenance note: c")
+        self.assertEqual([int(line[31:39]) for line in lines[1:]], [7, 1, 3, 9, 0, 2])
+        check = self.run_imlog("-o", "check", "-U", "2025-09-01 00:03", *fleet, status=2).decode()
+        self.assertIn("1 critical, 3 caution on 2 of 3 logs; n: 3 Maint", check)
+
+    def test_check_of_unread_logs(self):
+        good, critical, _ = self.fleet()
+        torn = self.file(record(5, 2), b"x", name="torn")
+        text = self.file(b"x" * 5000, name="text")
+        empty = self.file(name="empty")
+        for logs, status, start in (
+            ((good, text, "/no"), 2, f"CRITICAL - 1 critical, 1 caution on 1 of 3 logs; r1: 1 Maintenance note: b;"
+                                     f" 2 of 3 logs not read: '{text}': the file is not a raw log | "),
+            ((torn, text), 3, f"UNKNOWN - 0 critical, 0 caution; 2 of 2 logs not read: '{torn}': the log ends "),
+            ((empty, critical), 2, "CRITICAL - 1 critical, 0 caution on 1 of 2 logs; r\u00e9 /: 7 Maintenance note: c;"
+                                   f" 1 of 2 logs not read: '{empty}': the log has no entries | "),
+            ((text, "/no"), 3, f"UNKNOWN - '{text}': the file is not a raw log\n"),
+        ):
+            printed = self.run_imlog("-o", "check", *logs, status=status).decode()
+            self.assertTrue(printed.startswith("IML " + start), printed)
 
     def test_host_of_a_file(self):
         for name, host in ((".iml", ".iml"), ("x.iml.iml", "x.iml"), ("x.imlx", "x.imlx")):
@@ -66,8 +87,6 @@ class SeveralLogs(Case):
         self.assertEqual([json.loads(line)["number"] for line in run.stdout.splitlines()], [8, 0, 1, 7, 5])
         messages = re.findall(b"^imlog: (.{12})", run.stderr, re.M)
         self.assertEqual(messages, [b"cannot open ", b"the log ends", b"the file is "])
-        check = self.run_imlog("-o", "check", good, text, "/no", status=3)
-        self.assertEqual(check.decode(), f"IML UNKNOWN - '{text}': the file is not a raw log\n")
 
     def test_more_than_descriptors(self):
         names = [self.file(record(i, first=(2025, 9, 1, i % 24, i // 24 % 60)), name=f"{i}.iml") for i in range(2000)]

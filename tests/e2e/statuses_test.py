@@ -40,6 +40,16 @@ class Statuses(Case):
             for word in (self.file(record()), "--help"):
                 self.run_imlog("-o", "check", word, stdout=full, status=3)
 
+    def test_check_over_what_cannot_all_be_read(self):
+        for rows, status, start in (
+            ([record(0, 15), record(1, 9)], 2, "CRITICAL - 1 critical, 1 caution; 0 Maintenance note: x"),
+            ([record(0, 9)], 3, "UNKNOWN - 0 critical, 1 caution; 0 Maintenance note: x"),
+            ([record(0)], 3, "UNKNOWN - 0 critical, 0 caution"),
+        ):
+            printed = self.run_imlog("-o", "check", self.file(*rows, b"x"), status=status).decode()
+            problem = "the log ends within a record, after 1 of its 240 bytes"
+            self.assertTrue(printed.startswith(f"IML {start}; not all was read: {problem} | critical="), printed)
+
     @unittest.skipIf(HAS_SANITIZER, "hangs without descriptors")
     def test_no_descriptors(self):
         def close_all():

@@ -143,7 +143,7 @@ class Examples(Case):
         r"imlog -o export": r"^",
         r"journalctl --file=r17u04": r"Power",
         r"journalctl --directory=fleet": r" r\d+u\d+ imlog: ",
-        r"imlog -o check -u fleet": r"^IML CRITICAL - \d+ critical, \d+ caution; r\d+u\d+: \d+ ",
+        r"imlog -o check -u fleet": r"^IML CRITICAL - \d+ critical, \d+ caution on \d+ of \d+ logs; r\d+u\d+: \d+ ",
     }
 
     @staticmethod

@@ -53,7 +53,7 @@ TEST(Options, WrongUsage) {
       {"--color=help", "invalid argument 'help' of option '--color'; use auto, always or never"},
       {"--color=Always", "invalid argument 'Always' of option '--color'; use auto, always or never"},
       {"--utc|-o|prometheus",
-       "option '--utc' cannot be used with format 'prometheus'; use short, json, export or journal"},
+       "option '--utc' cannot be used with format 'prometheus'; use short, json, export, journal or check"},
       {"-f|log", "option '--follow' is for the live log, not for FILE 'log'; leave one of them out"},
       {"-rf", "option '--reverse' cannot be used with option '--follow'; leave one of them out"},
       {"-ro|export|log", "option '--reverse' cannot be used with format 'export'; use short or json"},
