@@ -12,7 +12,9 @@ class PrometheusFormat : public Format {
   using Format::Format;
 
   void print_entry(const Entry &entry, Output & /*output*/) override {
-    open_.try_emplace(class_of(entry.record.Hdr));
+    if (can_alarm(entry.severity)) {
+      open_.try_emplace(class_of(entry.record.Hdr));
+    }
     Total &total = totals_[entry.severity];
     ++total.entries;
     if (entry.last.is_valid && (!total.last || *total.last < entry.last.instant)) {
@@ -21,7 +23,9 @@ class PrometheusFormat : public Format {
   }
 
   void count_unserviced(const EVT_HEADER &header) override {
-    ++open_[class_of(header)];
+    if (can_alarm(severity_rank(header.bSeverity))) {
+      ++open_[class_of(header)];
+    }
   }
 
   int finish(const Reading &reading, Output &output) override {
@@ -30,6 +34,8 @@ class PrometheusFormat : public Format {
       put_totals(output);
       put_open(output);
     }
+    put_head("iml_build_info", "The version of imlog.", output);
+    output.put("iml_build_info{version=\"" IMLOG_VERSION "\"} 1\n");
     put_head("iml_read_success", "Whether the log was read to its end.", output);
     output.put(reading.problem.is_set() ? "iml_read_success 0\n" : "iml_read_success 1\n");
     return Format::finish(reading, output);
@@ -40,6 +46,11 @@ class PrometheusFormat : public Format {
     uint64_t entries = 0;
     std::optional<int64_t> last;  // time of the latest update
   };
+
+  // Entries of the other severities are open forever, and no alert needs their series.
+  static bool can_alarm(SeverityRank severity) {
+    return severity == kCaution || severity == kCritical || severity == kUnknown;
+  }
 
   // The severity and the class of an entry, in the order of the metrics: classes without a name come last.
   using ClassKey = std::pair<SeverityRank, uint16_t>;

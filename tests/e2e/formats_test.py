@@ -138,18 +138,21 @@ class Formats(Case):
             record(1, 9, b"", (2025, 1, 1, 0, 0)),
             record(2, 9, b"", (2024, 1, 1, 0, 0)),
             record(3, 15, b"", NO_TIME),
+            record(4, 77, b"", NO_TIME),
+            record(5, 2, b"", NO_TIME),
         )
         lines = self.run_imlog("-o", "prometheus", log).decode().splitlines()
         self.assertEqual([line for line in lines if not line.startswith("#")], [
-            'iml_entries{severity="information"} 0',
+            'iml_entries{severity="information"} 1',
             'iml_entries{severity="repaired"} 1',
             'iml_entries{severity="caution"} 2',
             'iml_entries{severity="critical"} 1',
-            'iml_entries{severity="unknown"} 0',
+            'iml_entries{severity="unknown"} 1',
             'iml_last_timestamp_seconds{severity="repaired"} -60',
             'iml_last_timestamp_seconds{severity="caution"} 1735686000',
-            'iml_unserviced_entries{severity="repaired",class="Maintenance"} 0',
             'iml_unserviced_entries{severity="caution",class="Maintenance"} 2',
             'iml_unserviced_entries{severity="critical",class="Maintenance"} 1',
+            'iml_unserviced_entries{severity="unknown",class="Maintenance"} 1',
+            f'iml_build_info{{version="{self.version()}"}} 1',
             'iml_read_success 1',
         ])

@@ -91,6 +91,9 @@ class Case(unittest.TestCase):
         self.assertRegex(run.stderr, message, words)
         return run.stdout
 
+    def version(self):
+        return self.run_imlog("--version").decode().split()[1]
+
     def objects(self, *words, **more):
         """The entries that imlog prints as JSON."""
         return [json.loads(line) for line in self.run_imlog("-o", "json", *words, **more).splitlines()]

@@ -9,12 +9,18 @@ import unittest
 
 from harness import FAULTS, HAS_SANITIZER, IMLOG, SAMPLE, Case, record
 
-NOT_READ = (b"# HELP iml_read_success Whether the log was read to its end.\n"
+NOT_READ = (b"# HELP iml_build_info The version of imlog.\n"
+            b"# TYPE iml_build_info gauge\n"
+            b'iml_build_info{version="%s"} 1\n'
+            b"# HELP iml_read_success Whether the log was read to its end.\n"
             b"# TYPE iml_read_success gauge\n"
             b"iml_read_success 0\n")
 
 
 class Statuses(Case):
+    def not_read(self):
+        return NOT_READ % self.version().encode()
+
     def test_wrong_usage(self):
         log = self.file(record())
         for words, message in (
@@ -65,7 +71,7 @@ class Statuses(Case):
             ("/no\x1b", b"cannot open the log: No such file or directory; "),
         ):
             self.assertEqual(self.run_imlog(path, status=2, stderr=message), b"")
-            self.assertEqual(self.run_imlog("-o", "prometheus", path, status=2, stderr=message), NOT_READ)
+            self.assertEqual(self.run_imlog("-o", "prometheus", path, status=2, stderr=message), self.not_read())
 
     def test_torn_log(self):
         whole = [record(i) for i in range(600)]
@@ -74,7 +80,7 @@ class Statuses(Case):
         self.assertEqual(self.run_imlog("-o", "raw", torn, status=2, stderr=message), b"".join(whole))
         metrics = self.run_imlog("-o", "prometheus", torn, status=2, stderr=message)
         self.assertIn(b'{severity="information"} 600\n', metrics)
-        self.assertTrue(metrics.endswith(NOT_READ))
+        self.assertTrue(metrics.endswith(self.not_read()))
         with open("/dev/full", "wb") as full:
             self.run_imlog(torn, status=2, stderr=b"cannot write the output: No space left", stdout=full)
 
@@ -173,7 +179,7 @@ class Statuses(Case):
         message = b"cannot load the request library: %s: file" % bytes(library)
         metrics = self.run_imlog("-o", "prometheus", env={"LD_LIBRARY_PATH": str(self.directory)}, status=2,
                                  stderr=message)
-        self.assertEqual(metrics, NOT_READ)
+        self.assertEqual(metrics, self.not_read())
 
     def test_what_is_no_log(self):
         good, empty = record(1), bytes(240)
@@ -192,7 +198,7 @@ class Statuses(Case):
             log = self.file(*rows)
             more = {} if is_log else {"status": 2, "stderr": b"the file is not a raw log; 'imlog -o raw' writes one"}
             self.assertEqual(self.run_imlog(log, "--cursor-file", cursor, **more) != b"", is_log)
-            self.assertEqual(self.run_imlog("-o", "prometheus", log, **more) != NOT_READ, is_log)
+            self.assertEqual(self.run_imlog("-o", "prometheus", log, **more) != self.not_read(), is_log)
             self.assertEqual(cursor.exists(), is_log)
             cursor.unlink(missing_ok=True)
         for rows in ([], [empty]):

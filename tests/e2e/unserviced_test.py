@@ -39,12 +39,12 @@ class Unserviced(Case):
 
     def test_each_log_its_notes(self):
         closed = self.file(record(0), record(1, 6), name="a")
-        unclosed = self.file(record(2), record(3, 9, event=(0xFFF0, 1)), name="b")
+        unclosed = self.file(record(2, 15), record(3, 9, event=(0xFFF0, 1)), name="b")
         self.assertEqual(self.numbers("-u", closed, unclosed), [2, 3])
         metrics = self.run_imlog("-o", "prometheus", unclosed).decode()
         self.assertEqual(re.findall("unserviced_entries{(.*)", metrics), [
-            'severity="information",class="Maintenance"} 1',
             'severity="caution",class="Unknown"} 1',
+            'severity="critical",class="Maintenance"} 1',
         ])
 
     def test_with_a_cursor(self):
@@ -56,7 +56,7 @@ class Unserviced(Case):
         self.assertEqual(self.numbers(*words, log), [9, 0])  # the note is old
 
     def test_number_of_lines(self):
-        log = self.file(record(0), record(1, 6), record(2), record(3))
+        log = self.file(record(0, 15), record(1, 6), record(2, 15), record(3, 15))
         for words in (["-n", "1"], ["-n", "1", "-u"]):
             metrics = self.run_imlog("-o", "prometheus", *words, log).decode()
-            self.assertIn('iml_unserviced_entries{severity="information",class="Maintenance"} 1\n', metrics)
+            self.assertIn('iml_unserviced_entries{severity="critical",class="Maintenance"} 1\n', metrics)
