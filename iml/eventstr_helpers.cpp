@@ -39,7 +39,7 @@ const char *Char2Str(char bValue, EventText &szDest) {
   if (static_cast<unsigned char>(bValue) == 0xFF) {
     return szUnknown;
   }
-  szDest.format("%c", bValue);
+  szDest.append({&bValue, bValue == '\0' ? 0U : 1U});  // a zero character would end the text early
   return szDest.c_str();
 }
 

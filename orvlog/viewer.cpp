@@ -1,24 +1,17 @@
 #include "orvlog/viewer.h"
 
 #include <cstring>
-#include <string_view>
 
 #include "driver/event_reader.h"
-#include "iml/digits.h"
+#include "iml/event_text.h"
 #include "iml/eventstr.h"
 #include "iml/severities.h"
 #include "orvlog/output.h"
-#include "util/printable.h"
 
 namespace {
 
 constexpr uint32_t kDescriptionSize = 256;
-constexpr size_t kSeverityWidth = 14;
-constexpr size_t kNumberSize = 11;  // -2147483648
-constexpr size_t kTimeSize = 23;    // of numbers of three digits: "255:255  255/255/255255"
-constexpr size_t kEntrySize = 512;
-static_assert(kEntrySize >= 2 * (kNumberSize + 1) + kSeverityWidth + 1 + 2 * (kTimeSize + 1) +
-                                sizeof("LOG: ") - 1 + kDescriptionSize + sizeof("\n\n") - 1);
+constexpr size_t kEntrySize = 512;  // the longest numbers and text take less
 
 // A driver that names no end of the log is asked for no more numbers when they are counted.
 constexpr int kLongestCount = 1'000'000;
@@ -37,75 +30,25 @@ void report_invalid_code() {
   print_err("orvlog: Invalid error code returned.\n");
 }
 
-// Replaces control characters and bytes above 0x7F by blanks: text from firmware must neither control a
-// terminal nor leave half a multi-byte character there.
-void blank_unprintable(char *text, size_t length) {
-  char *const end = text + length;
-  for (;;) {
-    text += printable_length({text, static_cast<size_t>(end - text)});
-    if (text == end) {
-      return;
-    }
-    if (*text != '\x7F') {
-      *text = ' ';
-    }
-    ++text;
-  }
-}
-
-// The functions below write at `to` and return the end of what they have written.
-
-char *write_text(char *to, std::string_view text) {
-  memcpy(to, text.data(), text.size());
-  return to + text.size();
-}
-
-char *write_number(char *to, uint32_t number) {  // as %.4d
-  const bool negative = static_cast<int32_t>(number) < 0;
-  if (negative) {
-    *to++ = '-';
-  }
-  return iml::write_decimal(to, negative ? 0U - number : number, 4);
-}
-
-char *write_time(char *to, const EVT_TIME_STAMP &time) {
-  to = iml::write_two_digits(to, time.bHour);
-  *to++ = ':';
-  to = iml::write_two_digits(to, time.bMinute);
-  to = write_text(to, "  ");
-  to = iml::write_two_digits(to, time.bMonth);
-  *to++ = '/';
-  to = iml::write_two_digits(to, time.bDay);
-  *to++ = '/';
-  to = iml::write_two_digits(to, time.bCentury);
-  return iml::write_two_digits(to, time.bYear);
-}
-
-char *write_description(char *to, const EVT_LOG_ENTRY &record) {
-  TranslateEventLogMessage(&record, to, kDescriptionSize);
-  const size_t length = strlen(to);
-  blank_unprintable(to, length);
-  return to + length;
-}
-
-// Returns whether standard output still takes what is written.
+// Writes an entry: its line, its text, an empty line. Returns whether standard output still takes what is
+// written.
 bool print_entry(const EVT_LOG_ENTRY &record) {
+  char text[kDescriptionSize];
+  TranslateEventLogMessage(&record, text, sizeof(text));
+  // Text from firmware must neither control a terminal nor leave half a multi-byte character there.
+  const size_t length = strlen(text);
+  for (size_t i = 0; i < length; ++i) {
+    text[i] = text[i] < ' ' ? ' ' : text[i];
+  }
   const EVT_HEADER &header = record.Hdr;
-  char line[kEntrySize];
-  char *end = write_number(line, header.dwEvtNumber);
-  *end++ = ' ';
-  memset(end, ' ', kSeverityWidth + 1);
-  write_text(end, GetSeverity(header.bSeverity));
-  end += kSeverityWidth + 1;
-  end = write_time(end, header.InitTime);
-  *end++ = ' ';
-  end = write_time(end, header.UpdateTime);
-  *end++ = ' ';
-  end = write_number(end, header.dwCount);
-  end = write_text(end, "\nLOG: ");
-  end = write_description(end, record);
-  end = write_text(end, "\n\n");
-  return write_out({line, static_cast<size_t>(end - line)});
+  const EVT_TIME_STAMP &first = header.InitTime;
+  const EVT_TIME_STAMP &last = header.UpdateTime;
+  iml::OwnText<kEntrySize> entry;
+  entry.format("%.4d %-14s %02u:%02u  %02u/%02u/%02u%02u %02u:%02u  %02u/%02u/%02u%02u %.4d\nLOG: %s\n\n",
+               static_cast<int32_t>(header.dwEvtNumber), GetSeverity(header.bSeverity), first.bHour,
+               first.bMinute, first.bMonth, first.bDay, first.bCentury, first.bYear, last.bHour, last.bMinute,
+               last.bMonth, last.bDay, last.bCentury, last.bYear, static_cast<int32_t>(header.dwCount), text);
+  return write_out(entry.view());
 }
 
 }  // namespace

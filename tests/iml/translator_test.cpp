@@ -76,26 +76,42 @@ TEST(TranslatorEntry, NamesClassesAndSeverities) {
   }
 }
 
+// Appends one directive of each kind, with numbers at the bounds of two and of four digits.
+void format_all(EventText &text) {
+  text.format("%s|%-4s|%-4s|%.2s|%.2s|", "a", "bc", "defgh", "ijk", "l");
+  text.format("%d|%d|%u|%u|%x|%X|", -2147483647 - 1, -1, 4294967295U, uint8_t{0}, 0xBU, 0x1234ABCDU);
+  text.format("%02u|%02u|%02u|%02u|%02X|%02x|%08X|%04X|", 0U, uint8_t{9}, uint8_t{99}, uint8_t{100}, 0x5U,
+              0xFU, 0x12345U, 0x12345U);
+  text.format("%.4d|%.4d|%.4d|%.4d|%.4d|%.16d", 0, 9999, 10000, -1, -12345, -7);
+}
+
 TEST(EventText, FormatsAsPrintfDoes) {
-  OwnText<256> text;
-  text.format("%s|%.2s|%c%c|%d|%d|%u|%x|%02X|%08X|%04X|100%%|", "a", "bcd", 'e', '\0', -2147483647 - 1, -1,
-              4294967295U, 0xBU, 0x5U, 0x1234ABCDU, 0x12345U);
-  text.format("%5d|%-5d|%05d|%-05d|%.4d|%6.4d|%06.4d|", -12, -12, -12, -12, -1, -1, -1);
-  text.format("%-4s|%4s|%4.1s|%2s|%32s|%.32u", "ab", "ab", "ab", "abc", "x", 7U);
-  EXPECT_EQ(text.view(),
-            "a|bc|e|-2147483648|-1|4294967295|b|05|1234ABCD|12345|100%|  -12|-12  |-0012|-12  |"
-            "-0001| -0001| -0001|ab  |  ab|   a|abc|" +
-                std::string(31, ' ') + "x|" + std::string(31, '0') + "7");
+  const std::string expected =
+      "a|bc  |defgh|ij|l|-2147483648|-1|4294967295|0|b|1234ABCD|00|09|99|100|05|0f|00012345|12345|"
+      "0000|9999|10000|-0001|-12345|-0000000000000007";
+  for (uint32_t size = 1; size <= expected.size() + 1; ++size) {
+    const std::unique_ptr<char[]> exact(new char[size]);
+    EventText text(exact.get(), size);
+    format_all(text);
+    EXPECT_EQ(text.view(), expected.substr(0, size - 1));
+    EXPECT_STREQ(text.c_str(), expected.substr(0, size - 1).c_str());
+  }
 }
 
 // What does not compile.
-static_assert(format_fits<const char *, uint8_t, uint16_t, int, char>("%s%u%d%d%c"));
-static_assert(!format_fits<uint8_t>("%s") && !format_fits<const char *>("%u") && !format_fits<char>("%u"));
-static_assert(!format_fits<unsigned>("%d") && !format_fits<int>("%u") && !format_fits<int>("%X"));
-static_assert(!format_fits<size_t>("%u") && !format_fits<bool>("%d") && !format_fits<uint8_t>("%c"));
-static_assert(!format_fits<const char *>("%s%s") && !format_fits<int, int>("%d") && !format_fits<int>("%"));
-static_assert(!format_fits<int>("%ld") && !format_fits<int>("%+d") && !format_fits<int, int>("%*d"));
-static_assert(!format_fits<char>("%2c") && !format_fits<const char *>("%02s") && !format_fits<int>("%.d"));
-static_assert(!format_fits<int>("%33d") && !format_fits<int>("%.33d") && !format_fits<const char *>("%33s"));
+template <class... Args>
+constexpr bool fits(const char *format) {
+  const ArgumentKind kinds[] = {kind_of<Args>()..., ArgumentKind::kOther};
+  Piece pieces[sizeof...(Args) + 1];
+  return parse_format(format, kinds, sizeof...(Args), sizeof...(Args), pieces);
+}
+static_assert(fits<const char *, uint8_t, uint16_t, int, unsigned>("%s%u%d%d%x"));
+static_assert(!fits<uint8_t>("%s") && !fits<const char *>("%u") && !fits<char>("%u") && !fits<char>("%c"));
+static_assert(!fits<unsigned>("%d") && !fits<int>("%u") && !fits<int>("%X"));
+static_assert(!fits<size_t>("%u") && !fits<bool>("%d"));
+static_assert(!fits<const char *>("%s%s") && !fits<int, int>("%d") && !fits<int>("%") && !fits<>("100%%"));
+static_assert(!fits<int>("%ld") && !fits<int>("%+d") && !fits<int, int>("%*d") && !fits<int>("%4d"));
+static_assert(!fits<const char *>("%04s") && !fits<const char *>("%4s") && !fits<int>("%04d"));
+static_assert(!fits<unsigned>("%.4u") && !fits<unsigned>("%-4u") && !fits<int>("%.d") && !fits<int>("%.17d"));
 
 }  // namespace
