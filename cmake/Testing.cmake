@@ -8,6 +8,14 @@ if(NOT Python3_Interpreter_FOUND)
   orvlog_skip("Python 3.9" "the tests of documents, completions and the sample server are" python3)
 endif()
 
+# Only an optimised build has its protections in full, and calls nothing of the C++ library that it could inline.
+if(CMAKE_BUILD_TYPE STREQUAL "Debug")
+  set(ORVLOG_OPTIMIZED OFF)
+  message(STATUS "Build without optimization: the tests of imports, embedding and protections are skipped")
+else()
+  set(ORVLOG_OPTIMIZED ON)
+endif()
+
 # GoogleTest's files for CMake stop the configuration where gmock is missing, so that is looked for first.
 find_library(GMOCK_LIBRARY gmock)
 if(GMOCK_LIBRARY)
