@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <iterator>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -25,30 +26,6 @@ constexpr char kDriverDirectory[] = "/dev/zythealth/";
 constexpr char kAsrStateFile[] = "state";
 // By request code, from 1.
 constexpr const char *kReportFiles[] = {"thermal", "fan", "power", "pci", "debug"};
-
-struct Identity {
-  dev_t device;
-  ino_t inode;
-  bool operator==(const Identity &) const = default;
-};
-
-bool identify(int fd, Identity *identity) {
-  struct stat status;
-  if (fstat(fd, &status) < 0) {
-    return false;
-  }
-  *identity = {status.st_dev, status.st_ino};
-  return true;
-}
-
-bool is_same_file(int fd, int other) {
-  Identity identities[2];
-  return identify(fd, &identities[0]) && identify(other, &identities[1]) && identities[0] == identities[1];
-}
-
-const char *name_in_server(const char *node_path) {
-  return node_path + strlen(kDriverDirectory);
-}
 
 // Argument checks common to all requests with a buffer, in this order: ENOTTY, EFAULT, EINVAL.
 bool is_well_formed(bool is_known, const void *buffer, bool has_its_length) {
@@ -93,11 +70,10 @@ int event_request(int fd, unsigned int code, void *buffer, unsigned int length) 
   switch (request->info.choice) {
     case kChoiceRead: return simulator::read_entry(fd, request);
     case kChoiceAdd: {
-      const Descriptor log(simulator::open_in_server(name_in_server(kNodeEvents), Kind::kFile, O_RDWR));
-      if (!log.is_open()) {
-        return -1;
-      }
-      return is_same_file(log.fd(), fd) ? simulator::add_entry(log.fd(), request) : fail(ESTALE);
+      char path[64];
+      snprintf(path, sizeof(path), "/proc/self/fd/%d", fd);
+      const Descriptor log(open(path, O_RDWR | O_CLOEXEC));
+      return log.is_open() ? simulator::add_entry(log.fd(), request) : -1;
     }
     default: return fail(EINVAL);
   }
@@ -158,36 +134,23 @@ int report_request(int fd, unsigned int code, void *buffer, unsigned int length)
   return 0;
 }
 
-// A node is a file or directory of the server's directory. Once open, it is recognised by device and inode.
-// The descriptor alone is not enough: the program may close it, and its number may be reused for another
-// file.
-struct Node {
+// A node is a file or directory of the server's directory. As with the driver, the mode of opening does not
+// limit the requests: a node opened for reading takes a note.
+constexpr struct Node {
   const char *path;
   Kind kind;
   int (*request)(int fd, unsigned int code, void *buffer, unsigned int length);
-  Identity identity;
+} kNodes[] = {
+    {kNodeDataTables, Kind::kDirectory, data_table_request},
+    {kNodeEvents, Kind::kFile, event_request},
+    {kNodeAsr, Kind::kDirectory, asr_request},
+    {kNodeReports, Kind::kDirectory, report_request},
 };
 
-Node nodes[] = {
-    {kNodeDataTables, Kind::kDirectory, data_table_request, {}},
-    {kNodeEvents, Kind::kFile, event_request, {}},
-    {kNodeAsr, Kind::kDirectory, asr_request, {}},
-    {kNodeReports, Kind::kDirectory, report_request, {}},
-};
+const Node *open_nodes[1024];  // by descriptor, the highest that a process usually has
 
-// As with the driver, the mode does not limit the requests: a node opened for reading takes a note.
-int open_node(Node &node) {
-  const int fd = simulator::open_in_server(name_in_server(node.path), node.kind, O_RDONLY);
-  Identity identity;
-  if (fd >= 0 && identify(fd, &identity)) {
-    for (Node &other : nodes) {
-      if (other.identity == identity) {
-        other.identity = {};  // left from a server whose inode has been reused
-      }
-    }
-    node.identity = identity;
-  }
-  return fd;
+bool is_in_table(int fd) {
+  return fd >= 0 && static_cast<size_t>(fd) < std::size(open_nodes);
 }
 
 }  // namespace
@@ -198,32 +161,31 @@ extern "C" {
   if (path == nullptr) {
     return fail(EFAULT);
   }
-  if (strncmp(path, kDriverDirectory, strlen(kDriverDirectory)) == 0) {
-    for (Node &node : nodes) {
-      if (strcmp(path, node.path) == 0) {
-        return open_node(node);
-      }
-    }
-    return fail(ENOENT);
+  if (strncmp(path, kDriverDirectory, strlen(kDriverDirectory)) != 0) {
+    return open(path, mode & ~O_CREAT, 0);
   }
-  return open(path, mode & ~O_CREAT, 0);
+  for (const Node &node : kNodes) {
+    if (strcmp(path, node.path) == 0) {
+      const int fd = simulator::open_in_server(path + strlen(kDriverDirectory), node.kind, O_RDONLY);
+      if (is_in_table(fd)) {
+        open_nodes[fd] = &node;
+      }
+      return fd;
+    }
+  }
+  return fail(ENOENT);
 }
 
 [[gnu::visibility("default")]] int orvIoctlRequest(int fd, unsigned int code, void *buffer,
                                                    unsigned int length) {
-  Identity identity;
-  if (!identify(fd, &identity)) {
-    return -1;
-  }
-  for (const Node &node : nodes) {
-    if (node.identity == identity) {
-      return node.request(fd, code, buffer, length);
-    }
-  }
-  return fail(ENOTTY);
+  const Node *const node = is_in_table(fd) ? open_nodes[fd] : nullptr;
+  return node != nullptr ? node->request(fd, code, buffer, length) : fail(ENOTTY);
 }
 
 [[gnu::visibility("default")]] int orvCloseRequest(int fd) {
+  if (is_in_table(fd)) {
+    open_nodes[fd] = nullptr;
+  }
   return close(fd);
 }
 

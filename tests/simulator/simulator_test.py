@@ -187,8 +187,9 @@ class Simulator(unittest.TestCase):
 
     def test_nodes_are_not_mistaken_for_other_files(self):
         fd, state = node("casr"), ctypes.c_int32(0)
+        driver.orvCloseRequest(fd)
         file = driver.orvOpenRequest(bytes(self.server / "casr/state"), os.O_RDWR)
-        os.dup2(file, fd)  # closes the node; its number is now the file's
+        os.dup2(file, fd)  # the number of the node is now the file's
         self.assertEqual(driver.orvIoctlRequest(fd, 6, ctypes.byref(state), 4), -1)
         self.assertEqual(ctypes.get_errno(), errno.ENOTTY)
         self.assertEqual(os.write(file, b"0"), 1)
