@@ -36,6 +36,22 @@ size_t character_length(std::string_view text) {
   return length;
 }
 
+// The code point of a valid UTF-8 character.
+char32_t code_point(std::string_view character) {
+  const auto lead = static_cast<unsigned char>(character[0]);
+  char32_t code = character.size() == 1 ? lead : lead & (0x7FU >> character.size());
+  for (const char byte : character.substr(1)) {
+    code = code << 6 | (static_cast<unsigned char>(byte) & 0x3FU);
+  }
+  return code;
+}
+
+// C0, DEL and C1, and what breaks a line, changes its direction or cannot be seen.
+bool is_control(char32_t code) {
+  return code < 0x20 || (code >= 0x7F && code <= 0x9F) || code == 0x200B ||
+         (code >= 0x2028 && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069) || code == 0xFEFF;
+}
+
 }  // namespace
 
 std::string_view TextCleaner::clean(std::string_view text) {
@@ -57,12 +73,11 @@ size_t TextCleaner::clean_character(std::string_view rest) {
     cleaned_ += invalid_;
     return 1;
   }
-  const bool is_control = is_between(rest[0], 0, 0x1F) || rest[0] == '\x7F' ||
-                          (rest[0] == '\xC2' && is_between(rest[1], 0x80, 0x9F));
-  if (is_control && controls_ == Controls::kBlank) {
+  const std::string_view character = rest.substr(0, length);
+  if (controls_ == Controls::kBlank && is_control(code_point(character))) {
     cleaned_ += ' ';
   } else {
-    cleaned_ += rest.substr(0, length);
+    cleaned_ += character;
   }
   return length;
 }

@@ -4,7 +4,8 @@
 #include <string>
 #include <string_view>
 
-// Control characters (C0, DEL, U+0080 to U+009F) are kept or become blanks.
+// Control characters are kept or become blanks: C0, DEL, C1, and those that break a line, change its
+// direction or cannot be seen (U+200B, U+2028 to U+202E, U+2066 to U+2069, U+FEFF).
 enum class Controls { kKeep, kBlank };
 
 // The text for a byte that is not part of valid UTF-8.

@@ -2,13 +2,14 @@
 import json
 import os
 import pty
+import re
 
 from harness import HOSTILE_TEXTS, NO_TIME, SAMPLE, Case, record
 
 
 def blanked(text):
     """A text without control characters, as lines of text have it."""
-    return "".join(" " if ord(character) < 32 or 127 <= ord(character) < 160 else character for character in text)
+    return re.sub("[\0-\x1f\x7f-\x9f\u200b\u2028-\u202e\u2066-\u2069\ufeff]", " ", text)
 
 
 class Formats(Case):

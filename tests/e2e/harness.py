@@ -21,6 +21,7 @@ NO_TIME = (0,) * 6
 HOSTILE_TEXTS = [
     b"Fan 3\x7freplaced today\x07",
     "\u0080\u009f\u00a0\u00e9\u20ac\U0001f600".encode(),
+    "a\u200b\u2028\u2029\u202a\u202e\u2066\u2069\ufeffb".encode(),
     b"\xff\xe2\x82 12345678\"\\ | \n'%s'",
 ]
 
