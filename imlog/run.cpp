@@ -232,6 +232,11 @@ class Run {
 }  // namespace
 
 int run(const Options &options, Calendar &calendar) {
+  if (options.format == &kRawFormat && isatty(STDOUT_FILENO) != 0) {
+    return end_with_problem(Problem("format 'raw' is not for a terminal")
+                                .advise("write to a file, or to a program that reads it"),
+                            *options.format, kWrongUsage);
+  }
   return Run(options, calendar).run();
 }
 

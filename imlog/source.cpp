@@ -42,7 +42,7 @@ bool is_output(int fd) {
 
 // The reason of a failed request; the library may leave errno 0.
 const char *reason(int error) {
-  return error != 0 ? strerror(error) : "no reason";
+  return error != 0 ? strerror(error) : "the request library gave no reason";
 }
 
 // read(2) that also waits on a non-blocking descriptor.

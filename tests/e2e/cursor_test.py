@@ -125,5 +125,5 @@ class Cursor(Case):
     def test_power_failure_while_following(self):
         with open(self.directory / "out", "wb") as stdout:
             self.run_imlog("-f", "--cursor-file", self.cursor, status=2, stderr=b"cannot write the output: Input/",
-                           stdout=stdout, env=self.preloaded(FSYNC=f"2 {errno.EIO}", REFUSE="1"))
+                           stdout=stdout, env=self.preloaded(FSYNC=f"2 {errno.EIO}", REFUSE=f"1 {errno.EPERM}"))
         self.assertFalse(self.cursor.exists())

@@ -36,12 +36,13 @@ int orvCloseRequest(int fd) {
   return close(fd);
 }
 
-// The entry $REFUSE is refused; by default there is an entry for each number.
+// $REFUSE is "ENTRY ERRNO": this entry is refused so. By default there is an entry for each number.
 int orvIoctlRequest(int /*fd*/, unsigned int /*code*/, void *buffer, unsigned int /*length*/) {
   auto *const request = static_cast<_ioctlEntry *>(buffer);
-  static const char *const refused = getenv("REFUSE");
-  if (refused != nullptr && request->info.EvtNumber == strtol(refused, nullptr, 10)) {
-    errno = EPERM;
+  static const char *const plan = getenv("REFUSE");
+  char *error = nullptr;
+  if (plan != nullptr && request->info.EvtNumber == strtol(plan, &error, 10)) {
+    errno = static_cast<int>(strtol(error, nullptr, 10));
     return -1;
   }
   request->Evt.Hdr.dwEvtNumber = static_cast<uint32_t>(request->info.EvtNumber);

@@ -67,6 +67,14 @@ class Formats(Case):
         self.assertEqual(self.run_imlog("-o", "raw", "-p", "caution", log), rows[1] + rows[2])
         self.assertEqual(self.run_imlog("-o", "raw", "-", input=b"".join(rows)), b"".join(rows))
 
+    def test_raw_to_a_terminal(self):
+        terminal, stdout = pty.openpty()
+        self.run_imlog("-o", "raw", self.file(record()), stdout=stdout, status=3, stderr=b"'raw' is not for a terminal; ")
+        os.close(stdout)
+        with self.assertRaises(OSError):  # nothing was printed
+            os.read(terminal, 1)
+        os.close(terminal)
+
     def test_export(self):
         """Entries in the order of their times, which grow, and a name of the boot for each run."""
         new_year = (2024, 1, 1, 0, 0)

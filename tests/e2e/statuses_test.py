@@ -1,4 +1,5 @@
 """How runs of imlog end: exit statuses and messages."""
+import errno
 import os
 import resource
 import signal
@@ -165,11 +166,12 @@ class Statuses(Case):
 
     def test_refused_entry(self):
         library = {"LD_LIBRARY_PATH": os.path.dirname(FAULTS)}
-        self.assertEqual(self.numbers(env={**library, "REFUSE": "2"}), [0, 1])
-        self.run_imlog("-p", "critical", env={**library, "REFUSE": "10000000"})
+        self.assertEqual(self.numbers(env={**library, "REFUSE": f"2 {errno.EPERM}"}), [0, 1])
+        self.run_imlog("-p", "critical", env={**library, "REFUSE": f"10000000 {errno.EPERM}"})
         for refused, end in (
-            ("0", b"to its end: entry 0: status -1, Operation not permitted"),
-            ("10000001", b"has more than ten million records"),
+            (f"0 {errno.EPERM}", b"to its end: entry 0: status -1, Operation not permitted"),
+            ("2 0", b"to its end: entry 2: status -1, the request library gave no reason"),
+            (f"10000001 {errno.EPERM}", b"has more than ten million records"),
         ):
             self.run_imlog("-p", "critical", env={**library, "REFUSE": refused}, status=2, stderr=end)
 
