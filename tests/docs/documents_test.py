@@ -68,7 +68,7 @@ def vocabulary(root, imlog):
 LITERAL = r'"(?:[^"\\]|\\.)*"'
 # A call that writes to standard error, up to its end; usage texts are the options' check.
 TO_STDERR = rf'\b(?:fprintf\(\s*stderr|Problem\(|print_err\(|perror\(|fputs\((?=[^;]*stderr))(?:{LITERAL}|[^";])*;'
-# What looks like a message, wherever it goes.
+# The look of a message, wherever it goes.
 MESSAGE = r"(?:orvlog|imlog): |ERROR"
 
 
@@ -101,7 +101,7 @@ def messages(root):
 
 
 def map_of(root):
-    """What the pages name exists. The contributing guide names all presets and scripts, the map all files."""
+    """The pages name only what exists. The contributing guide names all presets and scripts, the map all files."""
     faults = [f"README.md:{number}: longer than 120 characters"
               for number, line in enumerate((root / "README.md").read_text().splitlines(), 1) if len(line) > 120]
     pages = [*root.glob("*.md"), *root.glob("docs/*.md")]

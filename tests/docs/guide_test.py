@@ -100,7 +100,7 @@ class Guide(unittest.TestCase):
             self.assertEqual((entry["number"], entry["severity"], entry["class"], entry["code"]),
                              (58, "critical", 0x0B, 0x13))
 
-        # What each command prints, in the order of the guide; and what is there before it.
+        # The answers, in the order of the commands in the guide.
         expected = [
             ("TZ=America", lambda lines: self.assertRegex(lines[-1], "^2025-09-21T17:13Z Critical +97 ")),
             ("imlog -u -p caution$", lambda lines: self.assertEqual(numbers(lines), raised)),
