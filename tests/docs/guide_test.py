@@ -170,6 +170,7 @@ class Guide(unittest.TestCase):
             {f'up{{job="node",instance="{host}"}}': int(host != down) for host in self.servers if host not in hosts},
             {f'{{severity="{severity}"}}': recent[severity]
              for severity in ("information", "repaired", "caution", "critical", "unknown")},
+            {f'{{version="{self.bash("imlog --version")[0].split()[1]}"}}': len(hosts)},
         ]
         queries = re.findall(r"^```promql\n(.*?)```$", GUIDE, re.M | re.S)
         self.assertEqual(len(queries), len(expected))
