@@ -1,4 +1,4 @@
-"""What the checks of a fleet share: the built programs, the fleet with its truth, the table of answers, servers."""
+"""Shared by the checks of a fleet: the built programs, the fleet with its truth, the table of answers, servers."""
 import contextlib
 import json
 import os

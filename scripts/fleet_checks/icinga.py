@@ -11,7 +11,8 @@ object Endpoint NodeName { }
 object Zone "local" { endpoints = [ NodeName ] }
 object Host "without-agent" { check_command = "alive"; vars.iml = true; vars.file = "/none" }
 """
-# What sends a check to an agent. There are none here: after the whole is found valid, Icinga itself runs the checks.
+# The words that send a check to an agent. There are none here: after the whole is found valid, Icinga itself runs the
+# checks.
 DISTRIBUTION = ("command_endpoint = host.vars.agent_endpoint", 'zone = "local"; ')
 
 
@@ -50,6 +51,6 @@ def ask(fleet, table, work):
 
 
 def status_of(fleet, host):
-    """What the check of a server has to end with."""
+    """The status that the check of a server has to end with."""
     severities = {entry["severity"] for entry in fleet.truth[host]["entries"] if entry["unserviced"]}
     return 2 if "critical" in severities else 1 if "caution" in severities else 0

@@ -107,7 +107,7 @@ class Exporters:
         self.server.server_close()
 
     def alerts(self):
-        """What the rules have to raise."""
+        """The alerts that the rules have to raise."""
         for host, server in self.fleet.truth.items():
             is_readable = server["state"] in ("whole", "cut")
             for severities, name in (("critical",), "IMLCritical"), (("caution", "unknown"), "IMLCaution"):
