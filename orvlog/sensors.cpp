@@ -1,7 +1,5 @@
 #include "orvlog/sensors.h"
 
-#include <cstring>
-
 #include "driver/report.h"
 #include "orvlog/output.h"
 
@@ -22,13 +20,14 @@ const char *report_name(unsigned int type) {
 
 void print_proc_data(unsigned int type) {
   ReportText report;
+  const char *text = report;
   const std::optional<int> status = read_report(type, report);
   if (!status) {
     print_err("orvlog: Cannot open /dev/zythealth/proc.\n");
-    strcpy(report, "Could not get temperature data. Make sure the health monitor is activated\n");
+    text = "Could not get temperature data. Make sure the health monitor is activated\n";
   } else if (*status != 0) {
     print_err("orvlog: GET_%s_PD ioctl failed\n", report_name(type));
-    strcpy(report, "ioctl failed\n");
+    text = "ioctl failed\n";
   }
-  print_out("%s\n", report);
+  print_out("%s\n", text);
 }
