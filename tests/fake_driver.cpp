@@ -91,7 +91,7 @@ int orvOpenRequest(const char *path, int mode) {
 
 int orvIoctlRequest(int fd, unsigned int code, void *buffer, unsigned int length) {
   const FakeDriver &driver = fake_driver();
-  const std::string node = open_nodes[fd];  // empty when it is not open
+  const std::string &node = open_nodes[fd];  // empty when it is not open
   if (node == "cevt") {
     return event(code, length, *static_cast<_ioctlEntry *>(buffer));
   }

@@ -3,12 +3,10 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <fcntl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include "platform/health_driver.h"
-#include "platform/kelmintrfc64.h"
+#include "tests/fake_driver.h"
 
 #pragma GCC visibility push(default)
 extern "C" {
@@ -28,26 +26,22 @@ int fsync(int fd) {
   return -1;
 }
 
-int orvOpenRequest(const char * /*path*/, int /*mode*/) {
-  return open("/dev/null", O_RDONLY | O_CLOEXEC);
-}
-
-int orvCloseRequest(int fd) {
-  return close(fd);
-}
+}  // extern "C"
+#pragma GCC visibility pop
 
 // $REFUSE is "ENTRY ERRNO": this entry is refused so. By default there is an entry for each number.
-int orvIoctlRequest(int /*fd*/, unsigned int /*code*/, void *buffer, unsigned int /*length*/) {
-  auto *const request = static_cast<_ioctlEntry *>(buffer);
+static int answer(_ioctlEntry &request) {
   static const char *const plan = getenv("REFUSE");
   char *error = nullptr;
-  if (plan != nullptr && request->info.EvtNumber == strtol(plan, &error, 10)) {
+  if (plan != nullptr && request.info.EvtNumber == strtol(plan, &error, 10)) {
     errno = static_cast<int>(strtol(error, nullptr, 10));
     return -1;
   }
-  request->Evt.Hdr.dwEvtNumber = static_cast<uint32_t>(request->info.EvtNumber);
-  request->Evt.Hdr.bSeverity = 2;
+  request.Evt.Hdr.dwEvtNumber = static_cast<uint32_t>(request.info.EvtNumber);
+  request.Evt.Hdr.bSeverity = 2;
   return 0;
 }
 
-}  // extern "C"
+[[gnu::constructor]] static void script() {
+  fake_driver() = {.event = answer, .traces_events = false};
+}
