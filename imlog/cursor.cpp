@@ -68,7 +68,8 @@ Problem Cursor::open(const char *path, History &history) {
 Problem Cursor::lock() {
   const std::string name = path_ + ".lock";
   struct stat status = {};
-  lock_.emplace(may_open(name.c_str()) ? open_regular(name.c_str(), O_RDONLY | O_CREAT, status) : -1);
+  // NFS locks only what is open for writing.
+  lock_.emplace(may_open(name.c_str()) ? open_regular(name.c_str(), O_RDWR | O_CREAT, status) : -1);
   if (!lock_->is_open()) {
     return Problem("cannot lock the cursor: %s", errno != 0 ? strerror(errno) : "not a regular file")
         .advise("check that '%s' is a file, or can be made, where you may write", name.c_str());

@@ -70,6 +70,14 @@ std::string History::text() const {
   return text + last_line(before_.size(), text);
 }
 
+void History::begin_with(const EVT_HEADER &first) {
+  const auto old = before_.find(first.dwEvtNumber);
+  if (old != before_.end() &&
+      !is_same_entry(old->second, {first.InitTime, first.wClass, first.wCode, 0, 0})) {
+    before_.clear();
+  }
+}
+
 Change History::add(const EVT_LOG_ENTRY &record, uint64_t index) {
   const EVT_HEADER &header = record.Hdr;
   const std::string_view bytes(reinterpret_cast<const char *>(&record), sizeof(record));

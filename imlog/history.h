@@ -17,6 +17,10 @@ class History {
   // The text of the cursor.
   [[nodiscard]] std::string text() const;
 
+  // Begins a reading of a log whose first entry this is, and whose later ones have other numbers. Where
+  // another entry had its number, the log was cleared: all that was known is forgotten.
+  void begin_with(const EVT_HEADER &first);
+
   // Notes record `index` of the reading under way and returns how it differs from the reading before.
   Change add(const EVT_LOG_ENTRY &record, uint64_t index);
 

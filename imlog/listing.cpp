@@ -55,20 +55,41 @@ Listing::Listing(const Selection &selection, bool is_merged, const FormatRow &ro
 
 Reading Listing::read(Source &source, const Log &log) {
   Reading reading;
+  std::vector<Held> records;  // with a history: whether the log was cleared is known at its end
   while (output_.error() == 0) {
     const EVT_LOG_ENTRY *const record = source.next();
     if (record == nullptr) {
       reading.problem = source.problem();
       break;
     }
-    const Change change = history_ != nullptr ? history_->add(*record, reading.records) : Change::kNone;
-    if (change != Change::kUnchanged) {
-      process(*record, {&log, change, reading.records});
+    const Origin origin = {&log, Change::kNone, reading.records};
+    if (history_ != nullptr) {
+      records.push_back({HeldRecord(*record), origin});
+    } else {
+      process(*record, origin);
     }
     ++reading.records;
   }
+  find_changes(records);
   end_log();
   return reading;
+}
+
+// Processes the records that are new or have changed.
+void Listing::find_changes(std::vector<Held> &records) {
+  const auto has_number_of_first = [&](const Held &entry) {
+    return entry.record.header().dwEvtNumber == records[0].record.header().dwEvtNumber;
+  };
+  if (!records.empty() && std::none_of(records.begin() + 1, records.end(), has_number_of_first)) {
+    history_->begin_with(records[0].record.header());
+  }
+  for (Held &entry : records) {
+    const EVT_LOG_ENTRY record = entry.record.whole();
+    entry.origin.change = history_->add(record, entry.origin.index);
+    if (entry.origin.change != Change::kUnchanged) {
+      process(record, entry.origin);
+    }
+  }
 }
 
 void Listing::process(const EVT_LOG_ENTRY &record, const Origin &origin) {

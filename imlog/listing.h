@@ -63,6 +63,7 @@ class Listing {
   };
   using Key = uint64_t (*)(const LogTime &first, const LogTime &last);
 
+  void find_changes(std::vector<Held> &records);
   void process(const EVT_LOG_ENTRY &record, const Origin &origin);
   void end_log();
   void hold(Held entry);

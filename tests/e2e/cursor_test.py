@@ -1,6 +1,8 @@
 """The cursor: what a run prints, keeps, and leaves when it fails or dies."""
 import errno
 import os
+import pathlib
+import re
 import resource
 import signal
 import subprocess
@@ -20,6 +22,12 @@ class Cursor(Case):
         entries = self.objects("--cursor-file", self.cursor, self.file(*rows), *words, **more)
         return [(entry["number"], entry["change"]) for entry in entries]
 
+    def descriptor(self, pid, path):
+        """The kernel's words about the descriptor of a process that leads to a path."""
+        links = pathlib.Path(f"/proc/{pid}/fd").iterdir()
+        return next(pathlib.Path(f"/proc/{pid}/fdinfo/{link.name}").read_text() for link in links
+                    if os.readlink(link) == path)
+
     def test_changes(self):
         a, b, c = (record(i) for i in range(3))
         again = record(1, count=2, last=(2025, 9, 2, 0, 0))
@@ -34,6 +42,32 @@ class Cursor(Case):
         self.assertEqual(sorted(os.listdir(self.directory)), ["cursor", "cursor.lock", "log"])
         self.assertEqual(self.changes(a, b[:9], status=2, stderr=b"within a record"), [(0, "repeated")])
         self.assertEqual(self.changes(a, b), [])  # of the rest that was not read, all was kept
+
+    def test_cleared_log(self):
+        """What is equal to an old entry is new where the first entry is another than the one known with its number."""
+        old = [record(i) for i in range(4)]
+        later = (2025, 9, 2, 0, 0)
+        for rows, expected in (
+            ([record(0, first=later), old[1], old[3]], [0, 1, 3]),
+            ([record(0, event=(0x21, 3)), old[1]], [0, 1]),
+            ([record(0, event=(0x22, 2)), old[1]], [0, 1]),
+            ([record(0, 15, b"y", last=later, count=2), old[1]], []),  # repeated
+            ([old[0], record(1, first=later), old[2]], [1]),
+            ([record(9, first=later), old[1], record(0, first=later)], [9, 0]),  # unknown
+            ([record(0, first=later), old[1], old[0]], []),  # a later one has its number
+            ([record(2, first=later), old[1]], [2, 1]),
+        ):
+            self.cursor.unlink(missing_ok=True)
+            self.changes(*old)
+            new = [number for number, change in self.changes(*rows) if change == "new"]
+            self.assertEqual(new, expected, rows)
+            self.assertEqual(self.changes(*rows), [])
+
+    def test_cleared_log_that_is_half_read(self):
+        a, b, other = record(0), record(1), record(0, first=(2025, 9, 2, 0, 0))
+        self.changes(a, b)
+        self.assertEqual(self.changes(other, b"x", status=2, stderr=b"within a record"), [(0, "new")])
+        self.assertEqual(self.changes(other, b), [(1, "new")])
 
     def test_damaged_cursor(self):
         self.changes(record(0), record(7))
@@ -67,6 +101,8 @@ class Cursor(Case):
         with subprocess.Popen([IMLOG, "--cursor-file", self.cursor, fifo], stdout=subprocess.PIPE,
                               env=self.env()) as run:
             with open(fifo, "wb"):
+                locks = re.findall(r"^flags:\s+\d*(\d)$", self.descriptor(run.pid, f"{self.cursor}.lock"), re.M)
+                self.assertEqual(locks, ["2"])  # open for writing, which NFS demands
                 self.assertEqual(self.changes(record(0), status=2, stderr=b"the cursor: another run uses it"), [])
             self.assertEqual(run.wait(), 0)
         self.assertEqual(self.changes(record(0)), [(0, "new")])

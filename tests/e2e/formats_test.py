@@ -69,7 +69,8 @@ class Formats(Case):
 
     def test_raw_to_a_terminal(self):
         terminal, stdout = pty.openpty()
-        self.run_imlog("-o", "raw", self.file(record()), stdout=stdout, status=3, stderr=b"'raw' is not for a terminal; ")
+        self.run_imlog("-o", "raw", self.file(record()), stdout=stdout, status=3,
+                       stderr=b"format 'raw' is not for a terminal; ")
         os.close(stdout)
         with self.assertRaises(OSError):  # nothing was printed
             os.read(terminal, 1)
@@ -136,7 +137,8 @@ class Formats(Case):
 
     def test_check_lists_ten(self):
         rows = [record(i, 15 if i % 2 else 9) for i in range(18)]
-        lines = self.run_imlog("-o", "check", "--utc", "--color=always", self.file(*rows), status=2).decode().splitlines()
+        words = ["-o", "check", "--utc", "--color=always", self.file(*rows)]
+        lines = self.run_imlog(*words, status=2).decode().splitlines()
         self.assertIn(" 9 critical, 9 caution; 17 ", lines[0])
         self.assertEqual([int(line.split()[2]) for line in lines[1:]], [17, 15, 13, 11, 9, 7, 5, 3, 1, 16])
         self.assertTrue(lines[1].startswith("2025-09-01T11:05Z Critical "))
