@@ -1,15 +1,5 @@
-# The programs that this machine can build, and the libraries that they need. The log's records are little-endian and
-# read in place.
+# The programs that this machine can build, and the libraries that they need.
 include(CheckCXXSourceCompiles)
-
-check_cxx_source_compiles("
-#if __BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__
-#error big-endian
-#endif
-int main() { return 0; }" ORVLOG_LITTLE_ENDIAN)
-if(NOT ORVLOG_LITTLE_ENDIAN)
-  message(FATAL_ERROR "orvlog needs a little-endian machine: the records of the log are little-endian")
-endif()
 
 # orvlog runs on the server itself. The other programs read a log anywhere.
 check_cxx_source_compiles("

@@ -6,7 +6,6 @@
 
 #include "iml/class_decoders.h"
 #include "iml/eventstr_helpers.h"
-#include "iml/memory_events.h"
 
 namespace iml {
 namespace {
@@ -358,7 +357,7 @@ void TranslateClass03(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, Even
       translate_candidate_list(szString, "Mirrored Memory Engaged by Uncorrectable Memory Error (%s)",
                                kProcessorEntry, data.MainMemMulti);
       break;
-    default: translate_memory_configuration(wEventCode, pEventData, szString); break;
+    default: translate_memory_configuration(szString, wEventCode, data); break;
   }
 }
 

@@ -4,11 +4,6 @@
 
 namespace iml {
 
-void translate_chipset_error(EventText &text, const EVT_UNCORRECTABLE_CHIPSET_ERROR &record) {
-  text.format("Uncorrectable Chipset Error (Error status 1 %s, Error status 2 %s)",
-              Dword2HexStr(record.dwErrorStatus1), Dword2HexStr(record.dwErrorStatus2));
-}
-
 void TranslateClass06(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
     case 1:
@@ -28,7 +23,11 @@ void TranslateClass06(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, Even
           Dword2HexStr(pEventData->QPIError.dwLocalInterfaceError),
           Dword2HexStr(pEventData->QPIError.dwProtocolError));
       break;
-    case 4: translate_chipset_error(szString, pEventData->ChipsetUncorr); break;
+    case 4:
+      szString.format("Uncorrectable Chipset Error (Error status 1 %s, Error status 2 %s)",
+                      Dword2HexStr(pEventData->ChipsetUncorr.dwErrorStatus1),
+                      Dword2HexStr(pEventData->ChipsetUncorr.dwErrorStatus2));
+      break;
     default: break;
   }
 }

@@ -1,4 +1,4 @@
-// Power supplies and power modules.
+// Power supplies, power modules and power faults.
 #include "iml/chassis_wordings.h"
 #include "iml/class_decoders.h"
 #include "iml/eventstr_helpers.h"
@@ -253,6 +253,29 @@ void TranslatePsFailureSAS(EventText &szString, const EVT_SAS_POWER_SUPPLY_FAILU
                   GetSlotChassisSun(record.szChassis_Sun, record.Chassis.bId));
 }
 
+void TranslatePsServerPowerFault(EventText &szString, const EVT_SYS_POWER_FAULT &record, int8_t bDataLength) {
+  // The length without the two registers, again as a signed byte: at most 127. A negative number lists no
+  // module.
+  const auto modules = static_cast<int8_t>(bDataLength - 2);
+  OwnText<sizeof("XR: 00 00 MID:") + 127 * (sizeof(" 00") - 1)> registers;
+  registers.format("XR: %02X %02X", record.bXRegisters[0], record.bXRegisters[1]);
+  const uint8_t *const chain = record.bMIDChain;
+  if (modules > 0) {
+    registers.append(" MID:");
+  }
+  for (int i = 0; i < modules; ++i) {
+    registers.format(" %02X", chain[i]);
+  }
+  constexpr unsigned kSupplyUndersized = 0x04;
+  if ((record.bXRegisters[1] & kSupplyUndersized) != 0) {
+    szString.format(
+        "System Power Fault Detected. Consult Orv Wattplan To Ensure Power Supply Sizing. Increase Power If Required (%s)",
+        registers.c_str());
+  } else {
+    szString.format("System Power Fault Detected (%s)", registers.c_str());
+  }
+}
+
 }  // namespace
 
 void TranslateClass0B(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString,
@@ -299,7 +322,8 @@ void TranslateClass0B(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, Even
       append_detail(szString, next_text(pEventData->PsFail.cChassisName));
       break;
     case 0x14: TranslatePsFailureSAS(szString, pEventData->PsFailSas); break;
-    default: translate_server_power(szString, wEventCode, *pEventData, bDataLength); break;
+    case 0x1A: TranslatePsServerPowerFault(szString, pEventData->PsSysPowerFault, bDataLength); break;
+    default: translate_server_power(szString, wEventCode, *pEventData); break;
   }
 }
 

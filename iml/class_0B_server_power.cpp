@@ -1,94 +1,63 @@
-// Power faults, batteries, and the server's power as a whole.
+// Batteries, and the server's power as a whole.
 #include "iml/class_decoders.h"
 #include "iml/eventstr_helpers.h"
 
 namespace iml {
 namespace {
 
-void TranslatePsServerPowerFault(EventText &szString, const EVT_SYS_POWER_FAULT &record, int8_t bDataLength) {
-  // The length without the two registers, again as a signed byte: at most 127. A negative number lists no
-  // module.
-  const auto modules = static_cast<int8_t>(bDataLength - 2);
-  OwnText<sizeof("XR: 00 00 MID:") + 127 * (sizeof(" 00") - 1)> registers;
-  registers.format("XR: %02X %02X", record.bXRegisters[0], record.bXRegisters[1]);
-  const uint8_t *const chain = record.bMIDChain;
-  if (modules > 0) {
-    registers.append(" MID:");
-  }
-  for (int i = 0; i < modules; ++i) {
-    registers.format(" %02X", chain[i]);
-  }
-  constexpr unsigned kSupplyUndersized = 0x04;
-  if ((record.bXRegisters[1] & kSupplyUndersized) != 0) {
-    szString.format(
-        "System Power Fault Detected. Consult Orv Wattplan To Ensure Power Supply Sizing. Increase Power If Required (%s)",
-        registers.c_str());
-  } else {
-    szString.format("System Power Fault Detected (%s)", registers.c_str());
-  }
-}
+// The text is the battery.
+struct BatteryFailure {
+  uint32_t error;
+  Wording<1> wording;
+};
 
+constexpr BatteryFailure kBatteryFailures[] = {
+    {4,
+     "Quellin Battery failure (Battery %s, service information: 0x01). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support"},
+    {5,
+     "Quellin Battery failure (Battery %s, service information: 0x02). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support"},
+    {6,
+     "Quellin Battery did not charge at the expected rate, indicating a faulty battery (Battery %s, service information: 0x03). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support"},
+    {7,
+     "Quellin Battery disabled due to high ambient temperature, will be re-enabled when temp is lowered (Battery %s, service information: 0x04). Action: 1. Verify proper ventilation and function of fans. 2. If issue persists, gather Tavlo log, contact Support."},
+    {8,
+     "Quellin Battery discharged to below minimum voltage, resulting in the inability of the battery to recharge properly (Battery %s, service information: 0x05).  Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support"},
+    {9,
+     "Quellin Battery failure (Battery %s, service information: 0x06). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Orv Support"},
+    {10,
+     "Quellin Battery has exceeded the maximum amount of devices supported (Battery %s, service information: 0x07). Action: 1. Remove additional devices. 2. Consult server troubleshooting guide. 3. Gather Tavlo log and contact Support"},
+    {12,
+     "Quellin Battery failure (Battery %s, service information: 0x09). Action: Gather Tavlo log and contact Support"},
+    {13,
+     "Quellin Battery failure (Battery %s, service information: 0x0A). Action: Gather Tavlo log and contact Support"},
+    {14,
+     "Quellin Battery failure (Battery %s, service information: 0x0B). Action: 1. Consult server troubleshooting guide. 2 Gather Tavlo log and contact Support"},
+};
+
+// Battery 255 is shown as a number.
 void TranslateQuellinBatFail(EventText &szString, const EVT_POWER_SUPPLY_STORBAT_FAILED &record) {
-  const auto failure = [&](FormatString<uint8_t> message) { szString.format(message, record.bBatteryId); };
-  switch (record.dwErrorCode) {
-    case 4:
-      failure(
-          "Quellin Battery failure (Battery %d, service information: 0x01). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support");
-      break;
-    case 5:
-      failure(
-          "Quellin Battery failure (Battery %d, service information: 0x02). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support");
-      break;
-    case 6:
-      failure(
-          "Quellin Battery did not charge at the expected rate, indicating a faulty battery (Battery %d, service information: 0x03). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support");
-      break;
-    case 7:
-      failure(
-          "Quellin Battery disabled due to high ambient temperature, will be re-enabled when temp is lowered (Battery %d, service information: 0x04). Action: 1. Verify proper ventilation and function of fans. 2. If issue persists, gather Tavlo log, contact Support.");
-      break;
-    case 8:
-      failure(
-          "Quellin Battery discharged to below minimum voltage, resulting in the inability of the battery to recharge properly (Battery %d, service information: 0x05).  Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Support");
-      break;
-    case 9:
-      failure(
-          "Quellin Battery failure (Battery %d, service information: 0x06). Action: 1. Consult server troubleshooting guide. 2. Gather Tavlo log and contact Orv Support");
-      break;
-    case 10:
-      failure(
-          "Quellin Battery has exceeded the maximum amount of devices supported (Battery %d, service information: 0x07). Action: 1. Remove additional devices. 2. Consult server troubleshooting guide. 3. Gather Tavlo log and contact Support");
-      break;
-    case 12:
-      failure(
-          "Quellin Battery failure (Battery %d, service information: 0x09). Action: Gather Tavlo log and contact Support");
-      break;
-    case 13:
-      failure(
-          "Quellin Battery failure (Battery %d, service information: 0x0A). Action: Gather Tavlo log and contact Support");
-      break;
-    case 14:
-      failure(
-          "Quellin Battery failure (Battery %d, service information: 0x0B). Action: 1. Consult server troubleshooting guide. 2 Gather Tavlo log and contact Support");
-      break;
-    default:
-      failure(
-          "Quellin Battery failure (Battery %d). Action: 1. Consult server troubleshooting guide. 2 Gather Tavlo log and contact Support");
-      break;
+  for (const BatteryFailure &failure : kBatteryFailures) {
+    if (failure.error == record.dwErrorCode) {
+      Scratch battery;
+      battery.format("%u", record.bBatteryId);
+      szString.format(failure.wording, {battery.c_str()});
+      return;
+    }
   }
+  szString.format(
+      "Quellin Battery failure (Battery %d). Action: 1. Consult server troubleshooting guide. 2 Gather Tavlo log and contact Support",
+      record.bBatteryId);
 }
 
 }  // namespace
 
-void translate_server_power(EventText &text, uint16_t event_code, const EVT_FREE_FORM &data,
-                            int8_t data_length) {
+void translate_server_power(EventText &text, uint16_t event_code, const EVT_FREE_FORM &data) {
   switch (event_code) {
     case 0x15: text.append("Mismatched Power Supply Installed"); break;
     case 0x16: text.append("Server Powered On"); break;
     case 0x17: text.append("Server Powered Off"); break;
     case 0x18: text.append("Server Power Reset"); break;
     case 0x19: text.append("Server Power Brownout"); break;
-    case 0x1A: TranslatePsServerPowerFault(text, data.PsSysPowerFault, data_length); break;
     case 0x1B: text.append("System Board Power Protection Fault"); break;
     case 0x1C: text.append("Power Supply or Power Backplane Detection Error"); break;
     case 0x1D: text.append("Power Management Features Disabled By Power Supply"); break;

@@ -33,7 +33,7 @@ void TranslateClass14(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, Even
     case 1: szString.append("An Unrecoverable System Error (NMI) has occurred"); break;
     case 2: szString.append("An Unrecoverable System Error (BINIT) has occurred"); break;
     case 3: TranslateNmiPlusData(szString, pEventData->NmiPlusData); break;
-    case 4: translate_chipset_error(szString, pEventData->ChipsetUncorr); break;
+    case 4: TranslateClass06(4, pEventData, szString); break;  // the chipset error of the host bus
     case 5:
       szString.append(
           "Unrecoverable System Error (NMI) has occurred.  System Firmware will log additional details in a separate IML entry if possible");

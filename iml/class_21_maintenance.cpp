@@ -5,8 +5,8 @@ namespace iml {
 
 void TranslateClass21(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
-    case 1: szString.format("IML Cleared (%s)", pEventData->Maint.cText); break;
-    case 2: szString.format("Maintenance note: %s", pEventData->Maint.cText); break;
+    case IML_MAINTENANCE_CLEARED: szString.format("IML Cleared (%s)", pEventData->Maint.cText); break;
+    case IML_MAINTENANCE_NOTE: szString.format("Maintenance note: %s", pEventData->Maint.cText); break;
     default: break;
   }
 }

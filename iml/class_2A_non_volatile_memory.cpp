@@ -1,6 +1,6 @@
 // Memory modules that keep their contents in flash memory while the power is off.
 #include "iml/class_decoders.h"
-#include "iml/memory_events.h"
+#include "iml/eventstr_helpers.h"
 
 namespace iml {
 namespace {

@@ -37,11 +37,8 @@ void TranslateClass28(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, Even
 void TranslateClass29(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
 void TranslateClass2A(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString);
 
-// Codes 0x15 to 0x27 of class 0x0B: the server's power as a whole, its batteries and backup units.
-void translate_server_power(EventText &text, uint16_t event_code, const EVT_FREE_FORM &data,
-                            int8_t data_length);
-
-// The event that classes 0x06 and 0x14 share.
-void translate_chipset_error(EventText &text, const EVT_UNCORRECTABLE_CHIPSET_ERROR &record);
+// Parts of two classes: codes 0x20 to 0x41 of class 0x03, and codes 0x15 to 0x27 of class 0x0B but 0x1A.
+void translate_memory_configuration(EventText &text, uint16_t event_code, const EVT_FREE_FORM &data);
+void translate_server_power(EventText &text, uint16_t event_code, const EVT_FREE_FORM &data);
 
 }  // namespace iml

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "iml/class_decoders.h"
+#include "iml/class_names.h"
 #include "iml/eventstr_helpers.h"
 #include "iml/severities.h"
 
@@ -66,54 +67,6 @@ uint8_t write_name(const char *name, char *text, uint32_t size) {
   return name != nullptr ? 1 : 0;
 }
 
-// Names of the classes, by class code; null for a class without one.
-constexpr const char *kClassNames[] = {
-    /* 0x00 */ "Empty",
-    /* 0x01 */ "Internal Test",
-    /* 0x02 */ "Machine Environment",
-    /* 0x03 */ "Main Memory",
-    /* 0x04 */ "Cache Memory",
-    /* 0x05 */ "CPU",
-    /* 0x06 */ "Host Bus",
-    /* 0x07 */ "EISA Bus",
-    /* 0x08 */ "PCI Bus",
-    /* 0x09 */ "Expansion Slot",
-    /* 0x0A */ "POST Messages",
-    /* 0x0B */ "Power Subsystem",
-    /* 0x0C */ "UPS",
-    /* 0x0D */ "Automatic Server Recovery",
-    /* 0x0E */ "Operating System",
-    /* 0x0F */ "Diagnostics",
-    /* 0x10 */ nullptr,
-    /* 0x11 */ "Network Adapter",
-    /* 0x12 */ "SCSI Subsystem",
-    /* 0x13 */ "Drive Array Subsystem",
-    /* 0x14 */ "Unrecoverable System Error",
-    /* 0x15 */ nullptr,
-    nullptr,
-    nullptr,
-    nullptr,
-    nullptr,
-    nullptr,
-    nullptr,
-    nullptr,
-    nullptr,
-    nullptr,
-    nullptr,
-    /* 0x20 */ "System Revision",
-    /* 0x21 */ "Maintenance",
-    /* 0x22 */ "Infrastructure Environment",
-    /* 0x23 */ nullptr,
-    nullptr,
-    /* 0x25 */ "KRX",
-    /* 0x26 */ "Pellory",
-    /* 0x27 */ "Power Capping",
-    /* 0x28 */ "Flash Media",
-    /* 0x29 */ "Interlock",
-    /* 0x2A */ "Non-Volatile Memory",
-};
-static_assert(sizeof(kClassNames) / sizeof(*kClassNames) == 0x2B);
-
 }  // namespace
 }  // namespace iml
 
@@ -133,11 +86,11 @@ uint8_t TranslateEventLogMessage(const EVT_LOG_ENTRY *pEvtLogEntry, char *szStri
 }
 
 uint8_t TranslateEventLogClass(uint16_t wClass, char *szString, uint32_t ulSize) {
-  return iml::write_name(iml::Lookup(iml::kClassNames, wClass, nullptr), szString, ulSize);
+  return iml::write_name(iml::class_name(wClass, nullptr), szString, ulSize);
 }
 
 uint8_t TranslateEventLogSeverity(uint8_t bSeverity, char *szString, uint32_t ulSize) {
   const iml::SeverityRank rank = iml::severity_rank(bSeverity);
-  const char *const name = rank != iml::kUnknown ? iml::kSeverityNames[rank].full_word : nullptr;
+  const char *const name = rank != iml::kUnknown ? iml::kSeverityNames[rank].in_library : nullptr;
   return iml::write_name(name, szString, ulSize);
 }

@@ -78,6 +78,11 @@ const char *GetTrayType(uint8_t bTray) {
   return Lookup(kTrays, bTray);
 }
 
+const char *get_cpu_board(uint8_t cpu_board_flag) {
+  static constexpr const char *kUnits[] = {"Board", "Processor"};
+  return Lookup(kUnits, cpu_board_flag, "Board/CPU");
+}
+
 const char *GetInterlockType(uint8_t interType) {
   static constexpr const char *kTypes[] = {"Unknown interlock type, ", "Standby fault, ", "Runtime fault, ",
                                            "Power on fault, "};

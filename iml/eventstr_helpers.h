@@ -53,6 +53,8 @@ const char *GetBCDString(uint8_t bBCD, EventText &pszString = Scratch().here());
 const char *GetLocation(uint8_t bLocation);
 // The tray of a processor: 1 upper, 2 lower.
 const char *GetTrayType(uint8_t bTray);
+// The unit that a memory module is on: 0 a board, 1 a processor.
+const char *get_cpu_board(uint8_t cpu_board_flag);
 // The kind of an interlock fault, as the prefix of the device that it concerns.
 const char *GetInterlockType(uint8_t interType);
 // "External" or "Internal" for a storage chassis, empty for any other.

@@ -66,6 +66,11 @@ enum EvtClass {
   IML_CLASS_NON_VOLATILE_MEMORY = 0x2A,
 };
 
+enum EvtMaintenanceCode {  // of IML_CLASS_MAINTENANCE
+  IML_MAINTENANCE_CLEARED = 1,
+  IML_MAINTENANCE_NOTE = 2,
+};
+
 enum EvtSeverity {
   IML_SEVERITY_INFORMATIONAL = 2,
   IML_SEVERITY_INFORMATIONAL_ALTERNATE = 3,  // reads the same

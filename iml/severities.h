@@ -12,9 +12,9 @@ namespace iml {
 enum SeverityRank { kInformation, kRepaired, kCaution, kCritical, kUnknown, kSeverities };
 
 struct SeverityNames {
-  const char *word;       // in a listing
-  const char *full_word;  // of TranslateEventLogSeverity
-  const char *name;       // for machines and on a command line
+  const char *in_listing;  // of orvlog and imlog
+  const char *in_library;  // TranslateEventLogSeverity
+  const char *in_fields;   // of imlog's other formats, and on its command line
 };
 
 inline constexpr SeverityNames kSeverityNames[kSeverities] = {

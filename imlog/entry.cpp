@@ -1,6 +1,7 @@
 #include "imlog/entry.h"
 
 #include <cstring>
+#include <syslog.h>
 
 #include "iml/eventstr.h"
 
@@ -12,14 +13,14 @@ constexpr size_t kUsualTextSize = 640;
 
 }  // namespace
 
-const Severity kSeverityTable[kSeverities] = {
-    {iml::kSeverityNames[kInformation], '6'}, {iml::kSeverityNames[kRepaired], '5'},
-    {iml::kSeverityNames[kCaution], '4'},     {iml::kSeverityNames[kCritical], '2'},
-    {iml::kSeverityNames[kUnknown], '5'},
-};
-
-ClassName::ClassName(uint16_t event_class)
-    : is_known(TranslateEventLogClass(event_class, text, sizeof(text)) != 0) {}
+unsigned syslog_priority(SeverityRank severity) {
+  switch (severity) {
+    case kInformation: return LOG_INFO;
+    case kCaution: return LOG_WARNING;
+    case kCritical: return LOG_CRIT;
+    default: return LOG_NOTICE;
+  }
+}
 
 const char *change_word(Change change) {
   return change == Change::kNew ? "new" : "repeated";

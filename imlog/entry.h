@@ -15,22 +15,13 @@ using iml::kCritical;
 using iml::kInformation;
 using iml::kRepaired;
 using iml::kSeverities;
+using iml::kSeverityNames;
 using iml::kUnknown;
 using iml::severity_rank;
 using iml::SeverityRank;
 
-struct Severity : iml::SeverityNames {
-  char priority;  // of syslog, as a digit
-};
-extern const Severity kSeverityTable[kSeverities];
-
-// The name of an event class; "Unknown" if it has none.
-struct ClassName {
-  explicit ClassName(uint16_t event_class);
-
-  char text[64] = {};
-  bool is_known;  // the class has a name
-};
+// The priority of a severity in syslog and in the journal.
+unsigned syslog_priority(SeverityRank severity);
 
 // The difference from the last reading; kNone if no reading is remembered.
 enum class Change { kNone, kNew, kRepeated, kUnchanged };

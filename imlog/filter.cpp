@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "iml/class_names.h"
+
 namespace {
 
 bool any_matches(const std::vector<ClassSelector> &selectors, const EVT_HEADER &header) {
@@ -15,7 +17,7 @@ bool ClassSelector::matches(const EVT_HEADER &header) const {
   if (code && *code != header.wCode) {
     return false;
   }
-  return event_class ? *event_class == header.wClass : !ClassName(header.wClass).is_known;
+  return event_class ? *event_class == header.wClass : iml::class_name(header.wClass, nullptr) == nullptr;
 }
 
 bool Filter::passes(const EVT_LOG_ENTRY &record, Calendar &calendar) const {

@@ -1,8 +1,8 @@
 #include "imlog/format.h"
 
-void put_level_prefix(const Severity &severity, Output &output) {
+void put_level_prefix(SeverityRank severity, Output &output) {
   output.put('<');
-  output.put(severity.priority);
+  output.put_number(syslog_priority(severity));
   output.put('>');
 }
 

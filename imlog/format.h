@@ -87,7 +87,7 @@ inline constexpr const FormatRow *kFormats[] = {&kShortFormat,   &kJsonFormat, &
                                                 &kCheckFormat};
 
 // The level prefix of a line, "<4>".
-void put_level_prefix(const Severity &severity, Output &output);
+void put_level_prefix(SeverityRank severity, Output &output);
 
 // The format of a name, or null.
 const FormatRow *find_format(std::string_view name);

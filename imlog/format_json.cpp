@@ -2,6 +2,7 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
+#include "iml/class_names.h"
 #include "imlog/format.h"
 #include "imlog/text.h"
 #include "imlog/time_text.h"
@@ -28,9 +29,8 @@ class JsonFormat : public Format {
 
   void print_entry(const Entry &entry, Output &output) override {
     const EVT_HEADER &header = entry.record.Hdr;
-    const Severity &severity = kSeverityTable[entry.severity];
     if (context_.level_prefix) {
-      put_level_prefix(severity, output);
+      put_level_prefix(entry.severity, output);
     }
     buffer_.Clear();
     writer_.Reset(buffer_);
@@ -40,9 +40,9 @@ class JsonFormat : public Format {
       put_text("host", host_cleaner_.clean(*entry.log.host));
     }
     put_number("number", header.dwEvtNumber);
-    put_text("severity", severity.name);
+    put_text("severity", kSeverityNames[entry.severity].in_fields);
     put_number("severity_code", header.bSeverity);
-    put_number("priority", static_cast<unsigned>(severity.priority - '0'));
+    put_number("priority", syslog_priority(entry.severity));
     put_time("first", entry.first);
     put_time("last", entry.last);
     put_unix_time("first_unix", entry.first);
@@ -50,7 +50,7 @@ class JsonFormat : public Format {
     put_number("count", header.dwCount);
     put_number("class", header.wClass);
     put_number("code", header.wCode);
-    put_text("class_name", ClassName(header.wClass).text);
+    put_text("class_name", iml::class_name(header.wClass));
     writer_.Key("known");
     writer_.Bool(entry.is_known);
     put_text("message", cleaner_.clean(entry.message));

@@ -3,6 +3,7 @@
 #include <optional>
 #include <utility>
 
+#include "iml/class_names.h"
 #include "imlog/format.h"
 
 namespace {
@@ -57,7 +58,8 @@ class PrometheusFormat : public Format {
   static constexpr uint16_t kNoName = UINT16_MAX;  // stands for all of them
 
   static ClassKey class_of(const EVT_HEADER &header) {
-    return {severity_rank(header.bSeverity), ClassName(header.wClass).is_known ? header.wClass : kNoName};
+    const bool has_name = iml::class_name(header.wClass, nullptr) != nullptr;
+    return {severity_rank(header.bSeverity), has_name ? header.wClass : kNoName};
   }
 
   void put_open(Output &output) const {
@@ -67,9 +69,9 @@ class PrometheusFormat : public Format {
     put_head("iml_unserviced_entries", "Entries that no maintenance note has closed.", output);
     for (const auto &[key, entries] : open_) {
       output.put("iml_unserviced_entries{severity=\"");
-      output.put(kSeverityTable[key.first].name);
+      output.put(kSeverityNames[key.first].in_fields);
       output.put("\",class=\"");
-      output.put(ClassName(key.second).text);
+      output.put(iml::class_name(key.second));
       output.put("\"} ");
       output.put_number(entries);
       output.put('\n');
@@ -110,7 +112,7 @@ class PrometheusFormat : public Format {
   static void put_name(std::string_view name, int severity, Output &output) {
     output.put(name);
     output.put("{severity=\"");
-    output.put(kSeverityTable[severity].name);
+    output.put(kSeverityNames[severity].in_fields);
     output.put("\"} ");
   }
 

@@ -14,7 +14,7 @@ constexpr size_t kWordWidth = sizeof("Information") - 1;  // of the longest word
 
 // The word of a severity, padded to kWordWidth.
 std::string severity_text(int rank, bool has_color) {
-  const std::string word = kSeverityTable[rank].word;
+  const std::string word = kSeverityNames[rank].in_listing;
   const std::string padding(kWordWidth - word.size(), ' ');
   const std::string color = has_color ? kColors[rank] : "";
   return color.empty() ? word + padding : color + word + "\x1B[0m" + padding;
@@ -33,9 +33,8 @@ class ShortFormat : public Format {
 
   void print_entry(const Entry &entry, Output &output) override {
     const EVT_HEADER &header = entry.record.Hdr;
-    const Severity &severity = kSeverityTable[entry.severity];
     if (context_.level_prefix) {
-      put_level_prefix(severity, output);
+      put_level_prefix(entry.severity, output);
     }
     const MinuteText time(entry.last, context_.in_utc);
     output.put(time.view());

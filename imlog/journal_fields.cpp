@@ -1,5 +1,6 @@
 #include "imlog/journal_fields.h"
 
+#include "iml/class_names.h"
 #include "imlog/time_text.h"
 
 namespace {
@@ -38,21 +39,20 @@ void put_field(std::string_view name, uint64_t value, Output &output) {
 void put_entry_fields(const Entry &entry, bool in_utc, std::string_view host_name,
                       std::optional<std::string_view> host, Output &output) {
   const EVT_HEADER &header = entry.record.Hdr;
-  const Severity &severity = kSeverityTable[entry.severity];
   put_field("MESSAGE_ID=", kMessageId, output);
-  put_field("PRIORITY=", {&severity.priority, 1}, output);
+  put_field("PRIORITY=", syslog_priority(entry.severity), output);
   put_field("SYSLOG_IDENTIFIER=", "imlog", output);
   if (host) {
     put_field(host_name, *host, output);
   }
   put_field("IML_NUMBER=", header.dwEvtNumber, output);
-  put_field("IML_SEVERITY=", severity.name, output);
+  put_field("IML_SEVERITY=", kSeverityNames[entry.severity].in_fields, output);
   put_field("IML_CLASS=", header.wClass, output);
   put_field("IML_CODE=", header.wCode, output);
   put_field("IML_COUNT=", header.dwCount, output);
   put_time("IML_FIRST=", entry.first, in_utc, output);
   put_time("IML_LAST=", entry.last, in_utc, output);
-  put_field("IML_CLASS_NAME=", ClassName(header.wClass).text, output);
+  put_field("IML_CLASS_NAME=", iml::class_name(header.wClass), output);
   put_field("IML_KNOWN=", entry.is_known ? 1 : 0, output);
   put_unix_time("IML_FIRST_UNIX=", entry.first, output);
   put_unix_time("IML_LAST_UNIX=", entry.last, output);

@@ -7,10 +7,8 @@ namespace {
 constexpr int64_t kBeginning = std::numeric_limits<int64_t>::min();
 constexpr int64_t kEnd = std::numeric_limits<int64_t>::max();
 
-constexpr uint16_t kNoteCode = 2;  // of a maintenance note
-
 bool is_closing_note(const EVT_HEADER &header) {
-  return header.wClass == IML_CLASS_MAINTENANCE && header.wCode == kNoteCode &&
+  return header.wClass == IML_CLASS_MAINTENANCE && header.wCode == IML_MAINTENANCE_NOTE &&
          header.bSeverity == IML_SEVERITY_REPAIRED;
 }
 

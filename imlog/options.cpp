@@ -7,6 +7,7 @@
 #include <map>
 #include <strings.h>
 
+#include "iml/class_names.h"
 #include "imlog/help.h"
 #include "imlog/parse_time.h"
 
@@ -54,7 +55,7 @@ Words format_words() {
 std::vector<SeverityRank> severities_like(std::string_view beginning) {
   std::vector<SeverityRank> ranks;
   for (int rank = kInformation; rank <= kCritical; ++rank) {
-    if (strncasecmp(kSeverityTable[rank].name, beginning.data(), beginning.size()) == 0) {
+    if (strncasecmp(kSeverityNames[rank].in_fields, beginning.data(), beginning.size()) == 0) {
       ranks.push_back(static_cast<SeverityRank>(rank));
     }
   }
@@ -65,7 +66,7 @@ Words words_of(const std::vector<SeverityRank> &ranks) {
   Words words;
   words.reserve(ranks.size());
   for (const SeverityRank rank : ranks) {
-    words.emplace_back(kSeverityTable[rank].name);
+    words.emplace_back(kSeverityNames[rank].in_fields);
   }
   return words;
 }
@@ -77,18 +78,12 @@ Words severity_words() {
 // "0x0B Power Subsystem" for each class with a name, then the word for all others.
 Words class_words() {
   Words words;
-  std::string nameless;
-  for (unsigned event_class = 0; event_class <= UINT16_MAX; ++event_class) {
-    const ClassName name(static_cast<uint16_t>(event_class));
-    if (name.is_known) {
-      char number[16];
-      snprintf(number, sizeof(number), "0x%02X ", event_class);
-      words.push_back(std::string(number) + name.text);
-    } else {
-      nameless = name.text;
-    }
+  for (const iml::ClassName &row : iml::kClassNames) {
+    char number[16];
+    snprintf(number, sizeof(number), "0x%02X ", row.code);
+    words.push_back(std::string(number) + row.name);
   }
-  words.push_back(nameless);
+  words.emplace_back(iml::kNamelessClass);
   return words;
 }
 
@@ -97,13 +92,12 @@ std::optional<ClassSelector> parse_class(const std::string &text) {
   if (const std::optional<uint64_t> number = parse_number(text, UINT16_MAX, true)) {
     return ClassSelector{static_cast<uint16_t>(*number), {}};
   }
-  for (unsigned event_class = 0; event_class <= UINT16_MAX; ++event_class) {
-    const ClassName name(static_cast<uint16_t>(event_class));
-    if (strcasecmp(name.text, text.c_str()) == 0) {
-      return name.is_known ? ClassSelector{static_cast<uint16_t>(event_class), {}} : ClassSelector{};
+  for (const iml::ClassName &row : iml::kClassNames) {
+    if (strcasecmp(row.name, text.c_str()) == 0) {
+      return ClassSelector{row.code, {}};
     }
   }
-  return std::nullopt;
+  return strcasecmp(iml::kNamelessClass, text.c_str()) == 0 ? std::optional(ClassSelector{}) : std::nullopt;
 }
 
 Problem read_format(const char *argument, CommandLine &line) {

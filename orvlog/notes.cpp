@@ -12,7 +12,6 @@
 
 namespace {
 
-constexpr uint16_t kNoteCode = 2;
 // The header, the terminator after the note, and one byte more that the driver expects.
 constexpr size_t kRecordOverhead = sizeof(EVT_HEADER) + 2;
 
@@ -68,7 +67,7 @@ int log_maintenance_note(const char *str, int severity) {
   header.wEvtLength = record_length;
   header.bSeverity = static_cast<uint8_t>(severity);
   header.wClass = IML_CLASS_MAINTENANCE;
-  header.wCode = kNoteCode;
+  header.wCode = IML_MAINTENANCE_NOTE;
   header.dwCount = 1;
   memcpy(buffer.get() + offsetof(_ioctlEntry, Evt.Data), str, length + 1);
   if (node.request(kRequestEventEntry, request, sizeof(*request)) == -1) {

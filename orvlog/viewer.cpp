@@ -54,7 +54,7 @@ bool print_entry(const EVT_LOG_ENTRY &record) {
 }  // namespace
 
 const char *GetSeverity(uint8_t b_Severity) {
-  return iml::kSeverityNames[iml::severity_rank(b_Severity)].word;
+  return iml::kSeverityNames[iml::severity_rank(b_Severity)].in_listing;
 }
 
 int GetTotalIMLEntries() {

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <initializer_list>
 #include <iterator>
+#include <map>
 #include <sstream>
 #include <string>
 #include <sys/mman.h>
@@ -17,6 +18,8 @@
 
 #include <gtest/gtest.h>
 
+#include "iml/class_names.h"
+#include "orvlog/event_class.h"
 #include "tests/fake_driver.h"
 
 int orvlog_main(int argc, char **argv);
@@ -438,6 +441,22 @@ TEST(Output, NeverGoesIntoANode) {
     atexit([] { setrlimit(RLIMIT_NOFILE, &kSome); });  // the sanitizers look for leaks then
   };
   check("-t", closed, "", "orvlog: Cannot occupy a closed standard stream: Too many open files\n", "", 1);
+}
+
+TEST(EventClass, LabelsAreTheNamesOfTheClassesButForSome) {
+  const std::map<size_t, std::string> other_labels = {
+      {IML_CLASS_EMPTY, "EVT_CLASS_EMPTY"},
+      {IML_CLASS_TEST, "EVT_CLASS_TEST"},
+      {IML_CLASS_ASR, "ASR"},
+      {IML_CLASS_OPERATING_SYSTEM, "OS Class"},
+      {IML_CLASS_DIAGNOSTICS, "DIAGS"},
+      {IML_CLASS_MAINTENANCE, "Maintenance Note"},
+  };
+  for (size_t code = 0; code < std::size(EventClass); ++code) {
+    const auto other = other_labels.find(code);
+    const char *const name = iml::class_name(static_cast<uint16_t>(code), "Not defined");
+    EXPECT_EQ(EventClass[code], other != other_labels.end() ? other->second : name) << code;
+  }
 }
 
 }  // namespace
