@@ -42,10 +42,10 @@ std::string print(const FormatRow &row, const char *path, History *history, cons
   Output output(sink);
   Listing listing(selection, is_merged, row, history, calendar, *format, output);
   FileSource source(path);
-  const Reading reading = listing.read(source, logs[0]);
+  const Reading reading = listing.read(source, std::make_shared<const Log>(logs[0]));
   if (is_merged) {
     FileSource again(path);
-    listing.read(again, logs[1]);
+    listing.read(again, std::make_shared<const Log>(logs[1]));
   }
   if (history != nullptr) {
     history->finish(!reading.problem.is_set());

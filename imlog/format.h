@@ -17,10 +17,11 @@ struct FormatContext {
   bool level_prefix = false;
   bool in_utc = false;             // times are printed in UTC
   bool has_color = false;          // for a terminal that shows colors
-  std::span<const Log> logs = {};  // all that are read
+  std::span<const Log> logs = {};  // the FILEs that are read, or the live log
+  bool is_zone_unknown = false;    // TZ means nothing
 
   [[nodiscard]] bool is_merged() const {
-    return logs.size() > 1;
+    return are_several(logs);
   }
 };
 
@@ -28,6 +29,7 @@ struct FormatContext {
 struct Reading {
   Problem problem;       // of the first log that was not read to its end; not set where there is none
   uint64_t records = 0;  // read, whether or not they were wanted
+  size_t logs = 0;       // as found, those of directories among them
   size_t unread = 0;     // logs that were not read to their end
 };
 

@@ -46,8 +46,10 @@ class CheckFormat : public Format {
 
   int finish(const Reading &reading, Output &output) override {
     const std::string &problem = reading.problem.what();
+    const std::string zone = context_.is_zone_unknown ? "; TZ is unknown" : "";
+    const std::string logs = " of " + std::to_string(reading.logs) + " logs";
     if (reading.problem.is_set() && reading.records == 0) {
-      put_line("IML UNKNOWN - " + problem, output);
+      put_line("IML UNKNOWN - " + problem + zone, output);
       output.put('\n');
       return kCheckUnknown;
     }
@@ -63,16 +65,15 @@ class CheckFormat : public Format {
     const std::vector<const Bad *> worst = worst_entries();
     if (!worst.empty()) {
       if (context_.is_merged()) {
-        line += " on " + std::to_string(bad_logs_.size()) + " of " + logs() + " logs";
+        line += " on " + std::to_string(bad_logs_.size()) + logs;
       }
       line += "; " + worst[0]->head;
     }
     if (reading.problem.is_set()) {
-      line += context_.is_merged()
-                  ? "; " + std::to_string(reading.unread) + " of " + logs() + " logs not read: " + problem
-                  : "; not all was read: " + problem;
+      line += context_.is_merged() ? "; " + std::to_string(reading.unread) + logs + " not read: " + problem
+                                   : "; not all was read: " + problem;
     }
-    put_line(line, output);
+    put_line(line + zone, output);
     output.put(" | critical=" + critical + ";;0 caution=" + caution +
                ";0; entries=" + std::to_string(entries_) + '\n');
     for (const Bad *const entry : worst) {
@@ -120,10 +121,6 @@ class CheckFormat : public Format {
     }
     worst.resize(std::min(worst.size(), kMostEntries));
     return worst;
-  }
-
-  [[nodiscard]] std::string logs() const {
-    return std::to_string(context_.logs.size());
   }
 
   // Monitors read what follows a "|" as performance data.

@@ -16,7 +16,7 @@ class JournalFormat : public Format {
   void print_entry(const Entry &entry, Output &output) override {
     const std::string_view text = cleaner_.clean(entry.message);
     std::optional<std::string_view> host;
-    if (entry.log.path != nullptr && entry.log.host) {
+    if (entry.log.path && entry.log.host) {
       host = host_cleaner_.clean(*entry.log.host);
     }
     output.put("MESSAGE=");

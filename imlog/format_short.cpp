@@ -26,8 +26,10 @@ class ShortFormat : public Format {
     for (int rank = 0; rank < kSeverities; ++rank) {
       severities_[rank] = severity_text(rank, context.has_color);
     }
-    for (const Log &log : context.logs) {
-      host_width_ = std::max(host_width_, count_characters(clean_host(log)));
+    for (const Log &named : context.logs) {
+      visit_logs(named, [this](const Log &log) {
+        host_width_ = std::max(host_width_, count_characters(clean_host(log)));
+      });
     }
   }
 

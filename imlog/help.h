@@ -5,7 +5,8 @@ inline constexpr char kHelp[] = R"(Usage: imlog [OPTIONS] [FILE ...]
 
 Prints a server's Integrated Management Log: its own, through the health driver
 (as root), or a raw log of 240-byte records from FILE, - for standard input.
-The entries of several FILEs are merged by time.
+The entries of several FILEs are merged by time. A directory stands for its
+*.iml.
 
   -o, --output=FORMAT         how to print; the first is the default:
                                 short       one line per entry
@@ -42,6 +43,8 @@ The entries of several FILEs are merged by time.
   -f, --follow                print the log, then keep printing entries that are
                               new or have changed
       --level-prefix          put <N> before each line, for a systemd service
+      --max-age=TIME          read no FILE that was last written longer ago than
+                              TIME, such as 90m, 12h, 7d or 2w: it is reported
       --host=NAME             the host of FILE, in place of its name
   -h, --help                  print this text
       --version               print the version

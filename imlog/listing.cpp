@@ -53,7 +53,7 @@ Listing::Listing(const Selection &selection, bool is_merged, const FormatRow &ro
       decoder_(calendar),
       open_(calendar) {}
 
-Reading Listing::read(Source &source, const Log &log) {
+Reading Listing::read(Source &source, const std::shared_ptr<const Log> &log) {
   Reading reading;
   std::vector<Held> records;  // with a history: whether the log was cleared is known at its end
   while (output_.error() == 0) {
@@ -62,7 +62,7 @@ Reading Listing::read(Source &source, const Log &log) {
       reading.problem = source.problem();
       break;
     }
-    const Origin origin = {&log, Change::kNone, reading.records};
+    const Origin origin = {log, Change::kNone, reading.records};
     if (history_ != nullptr) {
       records.push_back({HeldRecord(*record), origin});
     } else {

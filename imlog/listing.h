@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -45,15 +46,15 @@ class Listing {
           Calendar &calendar, Format &format, Output &output);
 
   // Reads a log to its end, or until a write fails. Prints the entries whose place in the output is known and
-  // holds the rest. `log` must outlive the listing.
-  Reading read(Source &source, const Log &log);
+  // holds the rest.
+  Reading read(Source &source, const std::shared_ptr<const Log> &log);
 
   // Ends a reading: prints the entries that are held. The limit of lines is for the first reading only.
   void print_held();
 
  private:
   struct Origin {
-    const Log *log;
+    std::shared_ptr<const Log> log;
     Change change;
     uint64_t index;  // of the record in the reading
   };

@@ -1,14 +1,25 @@
 // A log to read: where it is, and the host that it came from.
 #pragma once
 
+#include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
+#include "imlog/problem.h"
+
 struct Log {
-  const char *path = nullptr;       // a file, or "-" for standard input; null for the live log
-  std::optional<std::string> host;  // may hold any bytes
+  std::optional<std::string> path = {};  // a file, a directory of logs, or "-" for standard input; none: live
+  std::optional<std::string> host = {};  // may hold any bytes
+  bool is_directory = false;
 };
+
+// The log, or the directory of logs, that a FILE of the command line names.
+Log name_log(const char *path);
+
+// True when the FILEs may be more than one log.
+bool are_several(std::span<const Log> logs);
 
 // The host that a FILE came from: its name without directories and without ".iml" at the end. The names of
 // standard input, of devices and of files in /proc say nothing about a host.
@@ -16,3 +27,8 @@ std::optional<std::string> host_of_file(std::string_view path);
 
 // The name of this machine; nothing if it cannot be read.
 std::optional<std::string> host_of_machine();
+
+// Calls `visit` for the log, or for each log in a directory: its "*.iml" but hidden ones, in the order of
+// their names. Holds few names at a time, whatever the directory has. The result is set if it has no log, or
+// could not be read to its end.
+Problem visit_logs(const Log &log, const std::function<void(const Log &)> &visit);

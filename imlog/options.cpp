@@ -191,6 +191,13 @@ Problem read_color(const char *argument, CommandLine &line) {
   return Problem("invalid argument '%s' of option '--color'", argument).advise("use auto, always or never");
 }
 
+Problem read_max_age(const char *argument, CommandLine &line) {
+  const std::string_view span = argument;
+  line.options.max_age = parse_span(span.substr(span.substr(0, 1) == "-" ? 1 : 0));
+  return line.options.max_age ? Problem()
+                              : Problem("invalid age '%s'", argument).advise("use 30m, 12h, 7d or 2w");
+}
+
 Problem read_host(const char *argument, CommandLine &line) {
   line.options.host = argument;
   return {};
@@ -283,7 +290,14 @@ constexpr OptionRow kOptions[] = {
         .flag = &Options::level_prefix,
     },
     {
+        .name = "max-age",
+        .is_for_files = true,
+        .argument = "TIME",
+        .read = read_max_age,
+    },
+    {
         .name = "host",
+        .is_for_files = true,
         .is_for_one_file = true,
         .argument = "NAME",
         .read = read_host,
@@ -378,16 +392,16 @@ Problem check_several(const Options &options, const std::vector<const OptionRow 
     }
   }
   std::map<std::string_view, const char *> paths;  // of each host
-  const char *standard_input = nullptr;
+  bool has_input = false;
   for (const Log &log : options.logs) {
-    const bool is_input = strcmp(log.path, "-") == 0;
-    if (is_input && standard_input != nullptr) {
+    if (has_input && log.path == "-") {
       return Problem("standard input is named twice").advise("give '-' once");
     }
-    standard_input = is_input ? log.path : standard_input;
-    const auto [known, is_new] = log.host ? paths.emplace(*log.host, log.path) : std::pair(paths.end(), true);
+    has_input = has_input || log.path == "-";
+    const auto [known, is_new] =
+        log.host ? paths.emplace(*log.host, log.path->c_str()) : std::pair(paths.end(), true);
     if (!is_new) {
-      return Problem("'%s' and '%s' have the same host", known->second, log.path)
+      return Problem("'%s' and '%s' have the same host", known->second, log.path->c_str())
           .advise("rename one, or read them one by one");
     }
   }
@@ -396,35 +410,39 @@ Problem check_several(const Options &options, const std::vector<const OptionRow 
 
 // Finds options, formats and FILEs that cannot be combined.
 Problem check_combination(const Options &options, const std::vector<const OptionRow *> &given) {
-  const bool is_live = options.logs[0].path == nullptr;
+  const bool is_live = !options.logs[0].path;
   if (options.follow && !is_live) {
-    return Problem("option '--follow' is for the live log, not for FILE '%s'", options.logs[0].path)
+    return Problem("option '--follow' is for the live log, not for FILE '%s'", options.logs[0].path->c_str())
         .advise("leave one of them out");
   }
   if (options.follow && options.reverse) {
     return Problem("option '--reverse' cannot be used with option '--follow'")
         .advise("leave one of them out");
   }
-  if (options.host != nullptr && is_live) {
-    return Problem("option '--host' requires a FILE").advise("name a FILE, or leave --host out");
-  }
   for (const OptionRow *const row : given) {
+    if (row->is_for_files && is_live) {
+      return Problem("option '--%s' requires a FILE", row->name)
+          .advise("name a FILE, or leave --%s out", row->name);
+    }
     if ((options.format->traits & row->needs) != row->needs) {
       return Problem("option '--%s' cannot be used with format '%s'", row->name, options.format->name)
           .advise("use %s", join_words(formats_with(row->needs)).c_str());
     }
   }
-  return options.logs.size() > 1 ? check_several(options, given) : Problem();
+  return are_several(options.logs) ? check_several(options, given) : Problem();
 }
 
 // The logs that the rest of the command line names.
 std::vector<Log> name_logs(char **first, char **end, const char *host) {
   if (first == end) {
-    return {{nullptr, host_of_machine()}};
+    return {{{}, host_of_machine()}};
   }
   std::vector<Log> logs;
   for (char **path = first; path != end; ++path) {
-    logs.push_back({*path, host != nullptr ? std::optional<std::string>(host) : host_of_file(*path)});
+    logs.push_back(name_log(*path));
+  }
+  if (host != nullptr) {
+    logs[0].host = host;  // the only one
   }
   return logs;
 }

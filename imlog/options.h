@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -22,8 +23,9 @@ struct Options : Selection {
   bool level_prefix = false;
   bool in_utc = false;
   Color color = Color::kAuto;
-  const char *host = nullptr;  // of the only FILE
-  std::vector<Log> logs;       // one at least
+  const char *host = nullptr;      // of the only FILE
+  std::optional<int64_t> max_age;  // seconds since a FILE was last written; older ones are not read
+  std::vector<Log> logs;           // one at least; directories are of several logs
 };
 
 // The place where an option stores its argument, and the means to read it.
@@ -39,6 +41,7 @@ using Words = std::vector<std::string>;
 struct OptionRow {
   const char *name;                // of the long form
   char letter = '\0';              // of the short form, if there is one
+  bool is_for_files = false;       // cannot be used without a FILE
   bool is_for_one_file = false;    // cannot be combined with several FILEs
   unsigned needs = 0;              // the trait that its formats have; 0: every format
   const char *argument = nullptr;  // its name in the help; null: the option takes none

@@ -47,24 +47,6 @@ std::optional<int64_t> parse_seconds(std::string_view text, int64_t most) {
   return static_cast<int64_t>(number);
 }
 
-// The seconds that "-30m", "-12h", "-7d" or "-2w" goes back.
-std::optional<int64_t> parse_age(std::string_view text) {
-  if (text.size() < 3 || text[0] != '-') {
-    return std::nullopt;
-  }
-  const char unit = text.back();
-  const int64_t seconds = unit == 'm'   ? kMinute
-                          : unit == 'h' ? kHour
-                          : unit == 'd' ? kDay
-                          : unit == 'w' ? kWeek
-                                        : 0;
-  const std::optional<int64_t> count = parse_seconds(text.substr(1, text.size() - 2), UINT32_MAX);
-  if (seconds == 0 || !count) {
-    return std::nullopt;
-  }
-  return *count * seconds;
-}
-
 // Takes "Z" or an offset such as "+02:00" from the end of a date with a time of day. Returns the offset in
 // seconds, or nothing, with `text` as it was, where there is none.
 std::optional<int64_t> take_offset(std::string_view &text) {
@@ -93,6 +75,21 @@ std::optional<int64_t> take_offset(std::string_view &text) {
 
 }  // namespace
 
+std::optional<int64_t> parse_span(std::string_view text) {
+  const char unit = text.empty() ? '\0' : text.back();
+  const int64_t seconds = unit == 'm'   ? kMinute
+                          : unit == 'h' ? kHour
+                          : unit == 'd' ? kDay
+                          : unit == 'w' ? kWeek
+                                        : 0;
+  if (seconds == 0) {
+    return std::nullopt;
+  }
+  text.remove_suffix(1);
+  const std::optional<int64_t> count = parse_seconds(text, UINT32_MAX);
+  return count ? std::optional(*count * seconds) : std::nullopt;
+}
+
 std::optional<int64_t> parse_time(std::string_view text, int64_t now, Calendar &calendar) {
   if (text == "now") {
     return now;
@@ -100,8 +97,9 @@ std::optional<int64_t> parse_time(std::string_view text, int64_t now, Calendar &
   if (!text.empty() && text[0] == '@') {
     return parse_seconds(text.substr(1), kLastInstant);
   }
-  if (const std::optional<int64_t> age = parse_age(text)) {
-    return now - *age;
+  if (!text.empty() && text[0] == '-') {
+    const std::optional<int64_t> span = parse_span(text.substr(1));
+    return span ? std::optional(now - *span) : std::nullopt;
   }
   const std::optional<int64_t> offset = take_offset(text);
   EVT_TIME_STAMP stamp = {};

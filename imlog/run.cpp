@@ -6,6 +6,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <memory>
+#include <set>
+#include <string>
 #include <unistd.h>
 
 #include "imlog/cursor.h"
@@ -13,6 +16,7 @@
 #include "imlog/listing.h"
 #include "imlog/request_library.h"
 #include "imlog/text.h"
+#include "imlog/time_zone.h"
 
 namespace {
 
@@ -81,7 +85,8 @@ FormatContext make_context(const Options &options) {
       .level_prefix = options.level_prefix,
       .in_utc = options.in_utc,
       .has_color = options.color == Color::kAlways || (options.color == Color::kAuto && is_color_terminal()),
-      .logs = options.logs};
+      .logs = options.logs,
+      .is_zone_unknown = check_time_zone().is_set()};
 }
 
 class Run {
@@ -103,6 +108,7 @@ class Run {
     if (reading.problem.is_set()) {
       return finish_run(reading);
     }
+    print_problem(check_time_zone(), *options_.format);
     if (!options_.follow) {
       return finish_run(read_logs());
     }
@@ -120,7 +126,7 @@ class Run {
     return options_.follow || options_.cursor_file != nullptr;
   }
   [[nodiscard]] bool is_merged() const {
-    return options_.logs.size() > 1;
+    return are_several(options_.logs);
   }
 
   // Makes the sink, the cursor and the request library ready.
@@ -129,24 +135,25 @@ class Run {
     if (!problem.is_set() && options_.cursor_file != nullptr) {
       problem = cursor_.open(options_.cursor_file, history_);
     }
-    return problem.is_set() || options_.logs[0].path != nullptr ? problem : load_request_library();
+    return problem.is_set() || options_.logs[0].path ? problem : load_request_library();
   }
 
   // Reads all logs one after the other and prints their entries. The result has the first problem.
   Reading read_logs() {
     Reading all;
-    for (const Log &log : options_.logs) {
-      const Reading reading = read_log(log);
-      all.records += reading.records;
-      if (!reading.problem.is_set()) {
-        continue;
-      }
-      ++all.unread;
-      if (is_merged()) {
-        print_problem(reading.problem, *options_.format);
-      }
-      if (!all.problem.is_set()) {
-        all.problem = is_merged() ? reading.problem.of_file(log.path) : reading.problem;
+    std::set<std::string> hosts;  // of all logs, where directories are several FILEs
+    for (const Log &named : options_.logs) {
+      const Problem problem = visit_logs(named, [&](const Log &log) {
+        if (options_.logs.size() > 1 && log.host && !hosts.insert(*log.host).second) {
+          add_reading({Problem("another log has its host")
+                           .advise("rename '%s', or read it alone", log.path->c_str())},
+                      log, all);
+        } else {
+          add_reading(read_log(std::make_shared<const Log>(log)), log, all);
+        }
+      });
+      if (problem.is_set()) {
+        add_reading({problem}, named, all);
       }
     }
     if (remember(all)) {
@@ -155,13 +162,31 @@ class Run {
     return all;
   }
 
-  Reading read_log(const Log &log) {
-    if (log.path == nullptr) {
+  // Adds the reading of one of the logs.
+  void add_reading(const Reading &reading, const Log &log, Reading &all) {
+    all.records += reading.records;
+    ++all.logs;
+    if (!reading.problem.is_set()) {
+      return;
+    }
+    ++all.unread;
+    if (is_merged()) {
+      print_problem(reading.problem, *options_.format);
+    }
+    if (!all.problem.is_set()) {
+      all.problem = is_merged() ? reading.problem.of_file(log.path->c_str()) : reading.problem;
+    }
+  }
+
+  Reading read_log(const std::shared_ptr<const Log> &log) {
+    if (!log->path) {
       errno = 0;  // an older errno must not be taken for the library's
       LiveSource source;
       return read_source(source, log);
     }
-    FileSource source(log.path);
+    const std::optional<int64_t> oldest =
+        options_.max_age ? std::optional(time(nullptr) - *options_.max_age) : std::nullopt;
+    FileSource source(log->path->c_str(), oldest);
     Reading reading = read_source(source, log);
     if (reading.records == 0 && !reading.problem.is_set() && is_for_monitors(*options_.format)) {
       reading.problem =
@@ -170,7 +195,7 @@ class Run {
     return reading;
   }
 
-  Reading read_source(Source &source, const Log &log) {
+  Reading read_source(Source &source, const std::shared_ptr<const Log> &log) {
     if (source.problem().is_set()) {  // it could not be opened
       return {source.problem()};
     }

@@ -2,9 +2,12 @@
 
 #include <cerrno>
 #include <cstring>
+#include <ctime>
 #include <fcntl.h>
 #include <poll.h>
+#include <string>
 #include <sys/stat.h>
+#include <utility>
 
 #include "imlog/sink.h"
 #include "platform/health_driver.h"
@@ -45,6 +48,14 @@ const char *reason(int error) {
   return error != 0 ? strerror(error) : "the request library gave no reason";
 }
 
+// "3 days", in the largest unit of which there are two.
+std::string text_of_span(int64_t seconds) {
+  const auto [unit, name] = seconds >= 2 * 86400  ? std::pair(86400, " days")
+                            : seconds >= 2 * 3600 ? std::pair(3600, " hours")
+                                                  : std::pair(60, " minutes");
+  return std::to_string(seconds / unit) + name;
+}
+
 // read(2) that also waits on a non-blocking descriptor.
 ssize_t read_some(int fd, void *buffer, size_t size) {
   for (;;) {
@@ -70,7 +81,7 @@ bool Source::count_record() {
   return false;
 }
 
-FileSource::FileSource(const char *path) : path_(path), file_(open_log(path)) {
+FileSource::FileSource(const char *path, std::optional<int64_t> oldest) : path_(path), file_(open_log(path)) {
   if (!file_.is_open()) {
     problem_ = Problem("cannot open the log: %s", strerror(errno))
                    .advise("check that '%s' is a file with a raw log and that you may read it", path);
@@ -78,6 +89,13 @@ FileSource::FileSource(const char *path) : path_(path), file_(open_log(path)) {
   }
   if (is_output(file_.fd())) {  // what is printed would be read again, and the log be spoilt
     problem_ = Problem("the log is also the output").advise("write to another file than '%s'", path);
+    return;
+  }
+  struct stat status = {};
+  if (oldest && fstat(file_.fd(), &status) == 0 && S_ISREG(status.st_mode) && status.st_mtime < *oldest) {
+    problem_ =
+        Problem("the log was last written %s ago", text_of_span(time(nullptr) - status.st_mtime).c_str())
+            .advise("fetch it again, or give '%s' a larger --max-age", path);
     return;
   }
   records_.resize(kRecordsAtOnce);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "driver/event_reader.h"
@@ -36,8 +37,9 @@ class Source {
 // refused.
 class FileSource : public Source {
  public:
-  // A path, or "-" for standard input.
-  explicit FileSource(const char *path);
+  // `path` may be "-" for standard input. A file last written before `oldest`, in seconds since 1970, is
+  // refused.
+  explicit FileSource(const char *path, std::optional<int64_t> oldest = {});
 
   const EVT_LOG_ENTRY *next() override;
 

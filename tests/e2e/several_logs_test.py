@@ -1,8 +1,10 @@
 """Several logs in one listing."""
 import json
+import os
 import re
 import resource
 import subprocess
+import time
 
 from harness import IMLOG, NO_TIME, Case, record
 
@@ -87,6 +89,65 @@ class SeveralLogs(Case):
         self.assertEqual([json.loads(line)["number"] for line in run.stdout.splitlines()], [8, 0, 1, 7, 5])
         messages = re.findall(b"^imlog: (.{12})", run.stderr, re.M)
         self.assertEqual(messages, [b"cannot open ", b"the log ends", b"the file is "])
+
+    def test_directories(self):
+        *fleet, last = self.fleet()
+        for name in ".hidden.iml", "r0.iml.new", "iml":
+            self.file(b"x" * 5000, name=name)
+        for words in [], ["-r"], ["-n", "2"], ["-o", "json"], ["-o", "export", "-n1"], ["-o", "check"]:
+            status = 2 if "check" in words else 0
+            wanted = self.run_imlog(*words, *sorted(fleet), status=status)
+            given = self.run_imlog(*words, self.directory, status=status)
+            self.assertEqual(*(re.sub(b"_BOOT_ID=.*", b"", output) for output in (given, wanted)))
+        self.assertEqual(self.run_imlog(f"{self.directory}/", last), self.run_imlog(*sorted(fleet), last))
+        for words, status, message in (
+            (["-o", "raw"], 3, b"several FILEs cannot be used with format 'raw'"),
+            (["--host=h"], 3, b"option '--host' is for one FILE"),
+            ([fleet[0]], 2, b"another log has its host; rename '%s'" % fleet[0].encode()),
+        ):
+            self.run_imlog(*words, self.directory, status=status, stderr=message)
+        os.mkdir(self.directory / "none")
+        self.run_imlog(self.directory / "none", status=2, stderr=b"the directory has no *.iml")
+        os.mkdir(self.directory / "d.iml")
+        self.run_imlog(self.directory, status=2, stderr=b"cannot open the log: Is a directory")
+        self.assertRegex(self.run_imlog("-o", "check", self.directory, status=2),
+                         b" on 2 of 3 logs; .*; 1 of 3 logs not read: '.*d.iml': cannot open the log: Is a directory ")
+
+    def test_age(self):
+        old, new = self.file(record(0, 9), name="old.iml"), self.file(record(1, 2), name="new.iml")
+        for seconds, age, words in (
+            (90 * 60, b"90 minutes", "89m"),
+            (121 * 60, b"2 hours", "2h"),
+            (50 * 3600, b"2 days", "-2d"),
+            (8 * 86400, b"8 days", "1w"),
+        ):
+            written = time.time() - seconds
+            os.utime(old, (written, written))
+            message = b"the log was last written %s ago" % age
+            for given in [old], [new, old], [self.directory]:
+                lines = self.run_imlog(f"--max-age={words}", *given, status=2, stderr=message)
+                self.assertEqual(lines.count(b"\n"), len(given) - 1 if given[0] != self.directory else 1)
+            self.assertIn(message, self.run_imlog("-o", "check", f"--max-age={words}", old, status=3))
+            self.assertEqual(self.numbers(f"--max-age={seconds // 60 + 2}m", old), [0])
+            with open(old, "rb") as log:
+                self.run_imlog(f"--max-age={words}", "-", stdin=log, status=2, stderr=message)
+        for word in "", "-", "d", "1", "1y", "--1d", "1d ", "5000000000m":
+            self.run_imlog(f"--max-age={word}", old, status=3, stderr=b"invalid age '%s'" % word.encode())
+        self.run_imlog("--max-age=1d", status=3, stderr=b"option '--max-age' requires a FILE")
+
+    def test_unknown_zone(self):
+        log = self.file(record(0, 9))
+        message = b"TZ is unknown, and times are read as UTC; set 'Europe/Berln' to a zone"
+        for words, status in ([log], 0), (["-o", "raw", log], 0), ([log, log + "2"], 2):
+            run = subprocess.run([IMLOG, *words], env=self.env(TZ="Europe/Berln"), capture_output=True, check=False)
+            self.assertEqual((run.returncode, run.stderr.count(message)), (status, 1))
+        self.run_imlog("--help", env={"TZ": "Europe/Berln"})
+        for words, status, line in (
+            ([log], 1, b"; 0 Maintenance note: x; TZ is unknown | critical=0;;0 caution=1"),
+            (["/no"], 3, b"No such file or directory; TZ is unknown\n"),
+        ):
+            check = self.run_imlog("-o", "check", *words, env={"TZ": "Europe/Berln"}, status=status)
+            self.assertIn(line, check)
 
     def test_more_than_descriptors(self):
         names = [self.file(record(i, first=(2025, 9, 1, i % 24, i // 24 % 60)), name=f"{i}.iml") for i in range(2000)]
