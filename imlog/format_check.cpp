@@ -92,7 +92,7 @@ class CheckFormat : public Format {
   // The entries of a severity. They come in the order of their last updates.
   struct Total {
     uint64_t count = 0;
-    std::deque<Bad> last;
+    std::deque<Bad> latest;  // the last one first
   };
 
   void add(const Entry &entry, Total &total) {
@@ -104,10 +104,10 @@ class CheckFormat : public Format {
     line.flush();
     sink.text.pop_back();  // the line break
     std::string host = context_.is_merged() && entry.log.host ? *entry.log.host + ": " : "";
-    total.last.push_back(
+    total.latest.push_front(
         {host + std::to_string(entry.record.Hdr.dwEvtNumber) + ' ' + std::string(entry.message), sink.text});
-    if (total.last.size() > kMostEntries) {
-      total.last.pop_front();
+    if (total.latest.size() > kMostEntries) {
+      total.latest.pop_back();
     }
   }
 
@@ -115,8 +115,8 @@ class CheckFormat : public Format {
   [[nodiscard]] std::vector<const Bad *> worst_entries() const {
     std::vector<const Bad *> worst;
     for (const Total *const total : {&critical_, &caution_}) {
-      for (auto entry = total->last.rbegin(); entry != total->last.rend(); ++entry) {
-        worst.push_back(&*entry);
+      for (const Bad &entry : total->latest) {
+        worst.push_back(&entry);
       }
     }
     worst.resize(std::min(worst.size(), kMostEntries));
