@@ -11,7 +11,7 @@ endif()
 # Only an optimised build has its protections in full, and calls nothing of the C++ library that it could inline.
 if(CMAKE_BUILD_TYPE STREQUAL "Debug")
   set(ORVLOG_OPTIMIZED OFF)
-  message(STATUS "Build without optimization: the tests of imports, embedding and protections are skipped")
+  message(STATUS "Build without optimisation: the tests of imports, embedding and protections are skipped")
 else()
   set(ORVLOG_OPTIMIZED ON)
 endif()

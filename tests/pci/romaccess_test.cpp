@@ -163,16 +163,26 @@ std::string busy(uint32_t reads = 1) {
 
 TEST_F(RomAccess, BusyRomIsUnlockedOnceAndAskedOnceMore) {
   add_function("05/00.0", identity(0x7A79, 0x3301, 0x2001, 0));
-  // Reads of the delay port in a call; after how many writes, of which each call makes one, the ROM is free;
-  // the result; calls before the unlock, or 0 if there is none; ES; writes.
-  const std::tuple<uint32_t, size_t, int, size_t, uint16_t, size_t> rows[] = {
-      {1, 500, 0, 0, kDataSelector, 500},    // free before the unlock: the ES that the call was started with
-      {1, 502, 0, 500, kDataSelector, 502},  // freed by it
-      {1, SIZE_MAX, -0x8A, 500, 0, 502},
-      {147, SIZE_MAX, -0x8A, 500, 0, 502},  // 150,000 instructions, or what costs as much
-      {1000, SIZE_MAX, -0x8A, 75, 0, 77},   // too slow for so many answers
-      {4000, 20, 0, 19, kDataSelector, 21},
-      {5000, SIZE_MAX, -1, 0, 0, 1},  // longer than a call may take
+  const struct {
+    uint32_t reads;     // of the delay port in a call
+    size_t free_after;  // so many writes, of which each call makes one
+    int result;
+    size_t before_unlock;  // calls, or 0 if there is no unlock
+    uint16_t es;
+    size_t writes;
+  } rows[] = {
+      // Free before the unlock: the ES that the call was started with.
+      {.reads = 1, .free_after = 500, .result = 0, .before_unlock = 0, .es = kDataSelector, .writes = 500},
+      // Freed by the unlock.
+      {.reads = 1, .free_after = 502, .result = 0, .before_unlock = 500, .es = kDataSelector, .writes = 502},
+      {.reads = 1, .free_after = SIZE_MAX, .result = -0x8A, .before_unlock = 500, .es = 0, .writes = 502},
+      // 150,000 instructions, or what costs as much.
+      {.reads = 147, .free_after = SIZE_MAX, .result = -0x8A, .before_unlock = 500, .es = 0, .writes = 502},
+      // Too slow for so many answers.
+      {.reads = 1000, .free_after = SIZE_MAX, .result = -0x8A, .before_unlock = 75, .es = 0, .writes = 77},
+      {.reads = 4000, .free_after = 20, .result = 0, .before_unlock = 19, .es = kDataSelector, .writes = 21},
+      // Longer than a call may take.
+      {.reads = 5000, .free_after = SIZE_MAX, .result = -1, .before_unlock = 0, .es = 0, .writes = 1},
   };
   for (const auto &[reads, free_after, result, before_unlock, es, writes] : rows) {
     SCOPED_TRACE(reads);

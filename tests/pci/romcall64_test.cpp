@@ -47,7 +47,10 @@ struct Call {
   }
 };
 
-using Registers = std::array<uint32_t, 3>;  // EAX, ECX, EDX
+struct Registers {
+  uint32_t eax = 0, ecx = 0, edx = 0;
+  bool operator==(const Registers &) const = default;
+};
 
 // Instructions that are not compared with another processor (x86_differential.cpp). The code lacks the
 // return.
@@ -55,42 +58,63 @@ constexpr struct {
   const char *text, *code;
   Registers before, after;
 } kRows[] = {
-    {"15 bytes", "3E 3E 3E 3E 3E 3E 3E 3E 3E 3E B8 78 56 34 12", {}, {0x12345678, 0, 0}},
-    {"pause, nop [eax]", "F3 90 0F 1F 00", {1, 2, 3}, {1, 2, 3}},
+    {"15 bytes", "3E 3E 3E 3E 3E 3E 3E 3E 3E 3E B8 78 56 34 12", {}, {.eax = 0x12345678}},
+    {"pause, nop [eax]", "F3 90 0F 1F 00", {.eax = 1, .ecx = 2, .edx = 3}, {.eax = 1, .ecx = 2, .edx = 3}},
     {"cli; sti; cmc; std; cld; movsb; sbb ecx,ecx",
      "FA FB F5 FD FC A4 19 C9 8B 46 FF",
      {},
-     {0x03020100, ~0u, 0}},
-    {"cpuid, leaf 0", "0F A2", {0, 9, 9}, {1, 0, 0}},
-    {"cpuid has no extensions", "0F A2", {1, 9, 9}, {0x480, 0, 0}},
-    {"popfd of ones, then of zeros", "6A FF 9D 9C 58 6A 00 9D 9C 59", {}, {0x244ED7, 0x202, 0}},
-    {"iretd pops CF", "F9 9C F8 0E 68 0C 00 0F 00 CF F4 F4 40 19 C9", {}, {1, ~0u, 0}},
+     {.eax = 0x03020100, .ecx = ~0u}},
+    {"cpuid, leaf 0", "0F A2", {.ecx = 9, .edx = 9}, {.eax = 1}},
+    {"cpuid has no extensions", "0F A2", {.eax = 1, .ecx = 9, .edx = 9}, {.eax = 0x480}},
+    {"popfd of ones, then of zeros", "6A FF 9D 9C 58 6A 00 9D 9C 59", {}, {.eax = 0x244ED7, .ecx = 0x202}},
+    {"iretd pops CF", "F9 9C F8 0E 68 0C 00 0F 00 CF F4 F4 40 19 C9", {}, {.eax = 1, .ecx = ~0u}},
     {"bound at both ends", "89 36 89 76 04 62 36", {}, {}},
     // The target counts in EAX and keeps its CS in ECX.
-    {"push cs; call; retf 4", "6A 07 0E E8 02 00 00 00 EB 06 40 8C C9 CA 04 00", {}, {1, 8, 0}},
-    {"call far; mov edx,cs", "9A 09 00 0F 00 18 00 EB 04 40 8C C9 CB 8C CA", {}, {1, 0x18, 8}},
-    {"call far [mem]", "C7 06 11 00 0F 00 C7 46 04 18 00 00 00 FF 1E EB 04 40 8C C9 CB", {}, {1, 0x18, 0}},
-    {"jmp far", "EA 09 00 0F 00 18 00 F4 F4 40 8C C9", {}, {1, 0x18, 0}},
-    {"jmp far [mem]", "C7 06 11 00 0F 00 C7 46 04 18 00 00 00 FF 2E F4 F4 40 8C C9", {}, {1, 0x18, 0}},
-    {"lfs; lgs", "0F B4 06 8C E1 0F B5 46 06 8C EA", {}, {0x09080706, 0x0504, 0x0B0A}},
-    {"lds; lss", "C5 06 8C D9 0F B2 46 06 8C D2", {}, {0x09080706, 0x0504, 0x0B0A}},
-    {"mov fs,ax; push fs; pop gs", "8E E0 0F A0 0F A9 8C E9", {0x1234, 0, 0}, {0x1234, 0x1234, 0}},
-    {"mov gs,ax; push gs; pop fs", "8E E8 0F A8 0F A1 8C E1", {0x1234, 0, 0}, {0x1234, 0x1234, 0}},
-    {"push 5; pop ss", "6A 05 17 8C D0", {}, {5, 0, 0}},
-    {"what the call pushes", "58 59 51 50", {}, {kReturnAddress, kCodeSelector, 0}},
+    {"push cs; call; retf 4", "6A 07 0E E8 02 00 00 00 EB 06 40 8C C9 CA 04 00", {}, {.eax = 1, .ecx = 8}},
+    {"call far; mov edx,cs",
+     "9A 09 00 0F 00 18 00 EB 04 40 8C C9 CB 8C CA",
+     {},
+     {.eax = 1, .ecx = 0x18, .edx = 8}},
+    {"call far [mem]",
+     "C7 06 11 00 0F 00 C7 46 04 18 00 00 00 FF 1E EB 04 40 8C C9 CB",
+     {},
+     {.eax = 1, .ecx = 0x18}},
+    {"jmp far", "EA 09 00 0F 00 18 00 F4 F4 40 8C C9", {}, {.eax = 1, .ecx = 0x18}},
+    {"jmp far [mem]",
+     "C7 06 11 00 0F 00 C7 46 04 18 00 00 00 FF 2E F4 F4 40 8C C9",
+     {},
+     {.eax = 1, .ecx = 0x18}},
+    {"lfs; lgs", "0F B4 06 8C E1 0F B5 46 06 8C EA", {}, {.eax = 0x09080706, .ecx = 0x0504, .edx = 0x0B0A}},
+    {"lds; lss", "C5 06 8C D9 0F B2 46 06 8C D2", {}, {.eax = 0x09080706, .ecx = 0x0504, .edx = 0x0B0A}},
+    {"mov fs,ax; push fs; pop gs",
+     "8E E0 0F A0 0F A9 8C E9",
+     {.eax = 0x1234},
+     {.eax = 0x1234, .ecx = 0x1234}},
+    {"mov gs,ax; push gs; pop fs",
+     "8E E8 0F A8 0F A1 8C E1",
+     {.eax = 0x1234},
+     {.eax = 0x1234, .ecx = 0x1234}},
+    {"push 5; pop ss", "6A 05 17 8C D0", {}, {.eax = 5}},
+    {"what the call pushes", "58 59 51 50", {}, {.eax = kReturnAddress, .ecx = kCodeSelector}},
     {"retf; nothing follows", "CB", {}, {}},
     {"retf 8; nothing follows", "CA 08 00", {}, {}},
     {"iretd; nothing follows", "CF", {}, {}},
     // Each of the instructions that take LOCK.
-    {"lock add to inc", "F0 01 0E F0 80 26 0E F0 F7 1E F0 FF 06 8B 06", {0, 2, 0}, {0xFCFDFEFF, 2, 0}},
-    {"lock bts, btr", "F0 0F BA 2E 00 F0 0F B3 0E 8B 06", {0, 8, 0}, {0x03020001, 8, 0}},
-    {"lock xchg, cmpxchg, xadd", "F0 87 0E F0 0F B1 16 F0 0F C1 16 8B 06", {7, 7, 5}, {10, 0x03020100, 5}},
+    {"lock add to inc",
+     "F0 01 0E F0 80 26 0E F0 F7 1E F0 FF 06 8B 06",
+     {.ecx = 2},
+     {.eax = 0xFCFDFEFF, .ecx = 2}},
+    {"lock bts, btr", "F0 0F BA 2E 00 F0 0F B3 0E 8B 06", {.ecx = 8}, {.eax = 0x03020001, .ecx = 8}},
+    {"lock xchg, cmpxchg, xadd",
+     "F0 87 0E F0 0F B1 16 F0 0F C1 16 8B 06",
+     {.eax = 7, .ecx = 7, .edx = 5},
+     {.eax = 10, .ecx = 0x03020100, .edx = 5}},
 };
 
 TEST(RomCall, Instructions) {
   for (const auto &row : kRows) {
     SCOPED_TRACE(row.text);
-    Call call(row.before[0], row.before[1], row.before[2]);
+    Call call(row.before.eax, row.before.ecx, row.before.edx);
     EXPECT_EQ(call.run(std::string(row.code) + " C3"), CallEnd::kReturned);
     EXPECT_EQ((Registers{call.reg.u1.s1.reax, call.reg.u3.s1.recx, call.reg.u4.s1.redx}), row.after);
   }
