@@ -64,8 +64,8 @@ if(TARGET imlog)
   install(FILES packaging/systemd/imlog.catalog DESTINATION lib/systemd/catalog COMPONENT imlog)
   install(FILES docs/guide.md docs/shipping.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/imlog COMPONENT imlog)
   install(DIRECTORY examples/fleet/ DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/imlog/examples COMPONENT imlog
-          PATTERN imlog-mail PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ
-                                         WORLD_EXECUTE)
+          REGEX "imlog-(fetch|mail)$" PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
+                                                  WORLD_READ WORLD_EXECUTE)
 endif()
 
 # The translator for other projects: programs run with libimltext1 and are built with libimltext-dev.

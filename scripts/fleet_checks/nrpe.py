@@ -1,6 +1,5 @@
-"""The shipped checks through check_nrpe, NRPE and sudo, over the saved logs of four servers."""
+"""The shipped check through check_nrpe, NRPE and sudo, over the saved logs of four servers."""
 import re
-import time
 
 from fleet_checks.common import EXAMPLES, IMLOG, ZONES, free_port, run_apart, tool
 
@@ -18,11 +17,9 @@ printf '%s\n' server_address=127.0.0.1 "server_port=$PORT" allowed_hosts=127.0.0
 sleep 2
 for log; do
   echo "$log" >"$WORK/log"
-  for command in check_iml check_iml_30d; do
-    status=0
-    "$CHECK_NRPE" -n -H 127.0.0.1 -p "$PORT" -t 60 -c "$command" || status=$?
-    echo "status $status"
-  done
+  status=0
+  "$CHECK_NRPE" -n -H 127.0.0.1 -p "$PORT" -t 60 -c check_iml || status=$?
+  echo "status $status"
 done
 """
 
@@ -36,22 +33,20 @@ def ask(fleet, table, work):
     environment = {"TZ": ZONES[0], "WORK": str(directory), "EXAMPLES": str(EXAMPLES), "IMLOG": str(IMLOG),
                    "NRPE": tool("nrpe", "nagios-nrpe-server"), "CHECK_NRPE": tool("check_nrpe", "nagios-nrpe-plugin"), "PORT": str(free_port())}
     hosts = [*fleet.hosts("whole", zone=ZONES[0])[:3], *fleet.hosts("cut")]
-    month_ago = time.time() - 30 * 86400
-    want = [answer(fleet.truth[host], is_wanted) for host in hosts for is_wanted in (
-        lambda entry: entry["unserviced"], lambda entry: entry["last"] is None or entry["last"] >= month_ago)]
+    want = [answer(fleet.truth[host]) for host in hosts]
     table.start()
     run = run_apart(INNER, [str(fleet.path(host)) for host in hosts], environment)
     lines = [re.sub(r"caution[ ;][^|]*?(; not all was read)?[^|]*\|", r"caution\1 |", line)  # without the texts
              for line in run.stdout.splitlines() if line.startswith(("IML ", "status "))]
     got = [f"{line} {status}" for line, status in zip(lines[::2], lines[1::2])]
-    table.row("check_nrpe, NRPE, sudo: two checks on four servers", got, want, len(run.stdout))
+    table.row("check_nrpe, NRPE, sudo: the check on four servers", got, want, len(run.stdout))
     if got != want:
         print(run.stderr[-2000:])
 
 
-def answer(server, is_wanted):
-    """Line and status that a check has to give."""
-    severities = [entry["severity"] for entry in server["entries"] if is_wanted(entry)]
+def answer(server):
+    """Line and status that the check has to give."""
+    severities = [entry["severity"] for entry in server["entries"] if entry["unserviced"]]
     critical, caution = severities.count("critical"), severities.count("caution")
     is_cut = server["state"] == "cut"
     status = 2 if critical else 3 if is_cut else 1 if caution else 0

@@ -3,6 +3,7 @@
 
 What is missing skips its test and says so.
 """
+import fcntl
 import importlib
 import json
 import os
@@ -86,33 +87,159 @@ class Files(Case):
         for name in judge.schema["required"]:
             self.assertFalse(judge.is_valid({key: value for key, value in entry.items() if key != name}), name)
 
+    def mail(self, shell, **more):
+        """Status and standard error of imlog-mail, and what was mailed: subjects and texts."""
+        state, box = self.directory / shell, self.directory / "box"
+        state.mkdir(exist_ok=True)
+        box.unlink(missing_ok=True)
+        command = [self.tool(shell, shell), FILES / "imlog-mail", "root", state]
+        run = subprocess.run(command, env=self.environment(**more), capture_output=True, text=True, check=False, timeout=60)
+        return run.returncode, run.stderr, box.read_text().splitlines() if box.exists() else []
+
+    def environment(self, **more):
+        return {**os.environ, "PATH": f"{self.directory}:{os.environ['PATH']}", **more}
+
     def test_mail(self):
-        """A text that echo or printf would change arrives whole, after a failure too, and once though runs overlap."""
+        """A text that echo or printf would change arrives whole, after a failure too, and once."""
         texts = [rb"\c %s %d \n $(date) `date` '\"", b"second"]
         (self.directory / "log").write_bytes(b"".join(
             struct.pack(HEADER, 240, i, 1, 15, 0x21, 2, bytes((20, 25, 9, 1, 13, 5) * 2), 1) + text.ljust(212, b"\0")
             for i, text in enumerate(texts)))
-        box, broken = self.directory / "box", self.directory / "broken"
         self.program("imlog", f'exec "{IMLOG}" "$@" "{self.directory}/log"')
-        self.program("mail", f'[ -e "{broken}" ] && exit 1; run=$RUN; RUN=; eval "$run"; cat >>"{box}"')
-        environment = {**os.environ, "PATH": f"{self.directory}:{os.environ['PATH']}"}
+        self.program("mail", f'[ -z "$BROKEN" ] || {{ echo broken >&2; exit 7; }}; cat >>"{self.directory}/box"')
         for shell in "dash", "bash":
-            (self.directory / shell).mkdir()
-            command = [self.tool(shell, shell), FILES / "imlog-mail", "root", self.directory / shell]
-            environment["RUN"] = shlex.join(map(str, command))
-            broken.touch()
-            self.assertNotEqual(subprocess.run(command, env=environment, check=False).returncode, 0)
-            broken.unlink()
+            self.assertEqual(self.mail(shell, BROKEN="1"), (1, "imlog-mail: mail ended with status 7. broken\n", []))
+            self.assertEqual(self.mail(shell, BROKEN="1"), (1, "", []))
+            status, errors, lines = self.mail(shell)
+            self.assertEqual((status, errors), (0, ""))
+            self.assertEqual([line[41:].encode() for line in lines], [b"Maintenance note: " + text for text in texts])
+            self.assertEqual(self.mail(shell), (0, "", []))
+
+    def test_mail_of_errors(self):
+        """An error is mailed when it changes, and its end, both by the first run that can mail."""
+        host = os.uname().nodename
+        begun, ended = f"Error of imlog on {host}", f"No more error of imlog on {host}"
+        self.program("imlog", '[ -z "$ERROR" ] || { printf "%s\\n" "$ERROR" >&2; exit 1; }')
+        self.program("mail", f'[ -z "$BROKEN" ] || exit 7; (echo "$*"; cat) >>"{self.directory}/box"')
+        for shell in "dash", "bash":
+            for error, subject in (
+                ("", None),
+                ("imlog: no driver", begun),
+                ("imlog: no driver", None),
+                ("imlog: $(date) \\c", begun),
+                ("", ended),
+                ("", None),
+            ):
+                text = error or "It has ended."
+                mailed = [f"-s {subject} root", text] if subject else []
+                self.assertEqual(self.mail(shell, ERROR=error), (int(error != ""), "", mailed), error)
             for _ in range(2):
-                self.succeed(*command, env=environment)
-            self.assertEqual([line[41:].encode() for line in box.read_text().splitlines()],
-                             [b"Maintenance note: " + text for text in texts])
-            box.unlink()
+                status, errors, _ = self.mail(shell, ERROR="imlog: no library", BROKEN="1")
+                self.assertEqual((status, errors), (1, "imlog-mail: mail ended with status 7. \nimlog: no library\n"))
+                self.assertEqual(self.mail(shell, ERROR="imlog: no library")[2][1:], ["imlog: no library"])
+                self.assertEqual(self.mail(shell, ERROR="")[2][1:], ["It has ended."])
+
+    def test_mail_that_hangs(self):
+        """Neither mail nor the driver holds up the runs that follow, and a run that finds another one says so."""
+        self.program("timeout", 'shift 3; exec /usr/bin/timeout -k 1 1 "$@"')
+        self.program("mail", f'[ -z "$HANGS" ] || sleep 50; cat >>"{self.directory}/box"')
+        self.program("imlog", "sleep 50")
+        self.assertEqual(self.mail("dash"), (124, "", ["imlog has not ended within two minutes"]))
+        self.program("imlog", "echo entry")
+        self.assertEqual(self.mail("dash", HANGS="1"), (1, "imlog-mail: mail ended with status 124. \n", []))
+        with open(self.directory / "dash/mail.running", "wb") as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            self.assertEqual(self.mail("dash"), (1, "imlog-mail: another run has not ended\n", []))
+        status, errors, lines = self.mail("dash")
+        self.assertEqual((status, errors, lines[:2]), (0, "", ["entry", "entry"]))
+
+    def test_mail_on_trial(self):
+        self.program("mail", 'echo "$*"; cat; exit "$STATUS"')
+        words = [FILES / "imlog-mail", "--test", "root"]
+        mail = self.succeed(*words, env=self.environment(STATUS="0")).splitlines()
+        self.assertRegex(mail[0], "^-s Test of imlog-mail on .* root$")
+        self.assertEqual(len(mail), 2)
+        for command, status in (words, 7), (words[:2], 2), ([words[0]], 2), ([words[0], "-x"], 2):
+            run = subprocess.run(command, env=self.environment(STATUS="7"), capture_output=True, check=False)
+            self.assertEqual(run.returncode, status)
+            self.assertNotEqual(run.stderr, b"")
+
+    def test_fetch(self):
+        log, fleet, calls = (SAMPLE / "cevt").read_bytes(), self.directory / "fleet", self.directory / "calls"
+        (self.directory / "log").write_bytes(log)
+        self.program("timeout", f'echo "$3" >>"{calls}"; shift 3; exec /usr/bin/timeout -k 1 2 "$@"')
+        # The four that meet fail unless they run at the same time.
+        self.program("ssh", f"""cd "{self.directory}" && echo "$*" >>calls && shift 4
+            case ${{1#*@}} in
+              lost) cat log; echo 'sudo: no' >&2; printf '\033[1mno power\n' >&2; exit 2 ;;
+              half) head -c 1000 log ;;
+              empty) ;;
+              down) echo 'ssh: connect to host down' >&2; exit 255 ;;
+              hangs) cat log; sleep 50 ;;
+              meet*) touch $1; for i in $(seq 50); do [ $(ls | grep -c meet) = 4 ] && break; sleep 0.1; done; [ $i -lt 50 ] && cat log ;;
+              *) cat log ;;
+            esac""")
+        refused = "not the name of a host"
+        reasons = {
+            "lost": "ssh ended with status 2: [1mno power",
+            "root@half": "the log ends within a record",
+            "empty": "the log is empty",
+            "down": "ssh ended with status 255: ssh: connect to host down",
+            "hangs": "not fetched within five minutes",
+            "-oProxyCommand=x": refused,
+            "-oProxyCommand=x@y": refused,
+            "../x": refused,
+            "root@a/b": refused,
+            "root@-x": refused,
+            "root@": refused,
+            "": refused,
+        }
+        good = ["changed", "root@new", "meet1", "meet2", "meet3", "meet4"]
+        names = sorted(host.partition("@")[2] or host for host in good)
+        for shell in "dash", "bash":
+            shutil.rmtree(fleet, ignore_errors=True)
+            fleet.mkdir()
+            for name in "changed", "lost", "half", "empty", "down", "hangs":
+                (fleet / f"{name}.iml").write_bytes(b"old")
+            calls.unlink(missing_ok=True)
+            run = subprocess.run([self.tool(shell, shell), FILES / "imlog-fetch", fleet, *good, *reasons],
+                                 env=self.environment(), capture_output=True, text=True, check=False, timeout=60)
+            self.assertEqual((run.returncode, run.stdout), (1, ""))
+            self.assertEqual(sorted(run.stderr.splitlines()),
+                             sorted(f"imlog-fetch: {host}: {reason}" for host, reason in reasons.items()))
+            copies = {path.stem: path.read_bytes() for path in fleet.iterdir()}
+            self.assertEqual(copies, {**dict.fromkeys(("lost", "half", "empty", "down", "hangs"), b"old"),
+                                      **dict.fromkeys(names, log)})
+            fetched = [*good, *(host for host, reason in reasons.items() if reason != refused)]
+            wanted = [f"-o BatchMode=yes -o ConnectTimeout=20 {host} sudo -n imlog -o raw" for host in fetched]
+            self.assertEqual(sorted(calls.read_text().splitlines()), sorted(wanted + ["300"] * len(fetched)))
+            for path in self.directory.glob("meet*"):
+                path.unlink()
+
+    def test_fetch_alone(self):
+        """Another command, a directory that it makes, a full disk on which the copy ends after a record, wrong usage."""
+        (self.directory / "log").write_bytes((SAMPLE / "cevt").read_bytes())
+        self.program("ssh", "shift 5; eval \"$1\"")
+        fleet, script = self.directory / "a/fleet", FILES / "imlog-fetch"
+        self.succeed(script, f"--command=cat '{self.directory}/log'", fleet, "r17u04", env=self.environment())
+        self.assertEqual((fleet / "r17u04.iml").read_bytes(), (SAMPLE / "cevt").read_bytes())
+        for words, status, message in (
+            (["prlimit", "--fsize=480", script, "--command=head -c 960 /dev/zero", fleet, "r17u04"], 1, "cannot be written"),
+            ([script, fleet], 2, "usage"),
+            ([script, "--comand=x", fleet, "r17u04"], 2, "usage"),
+            ([script], 2, "usage"),
+        ):
+            run = subprocess.run(words, env=self.environment(), capture_output=True, text=True, check=False, timeout=60)
+            self.assertEqual(run.returncode, status, words)
+            self.assertIn(message, run.stderr)
+        self.assertEqual((fleet / "r17u04.iml").read_bytes(), (SAMPLE / "cevt").read_bytes())
 
     def test_sudo(self):
-        """sudo takes the file, which allows exactly what the checks call."""
+        """sudo takes the file, which allows exactly what the check and imlog-fetch call."""
         self.succeed(self.tool("visudo", "sudo"), "-c", "-f", FILES / "sudoers-imlog")
-        allowed = re.findall(r"NOPASSWD: (.*)", read("sudoers-imlog"))
+        *allowed, raw = re.findall(r"NOPASSWD: (.*)", read("sudoers-imlog"))
+        fetched = re.search('^command="sudo -n (.*?)"', read("imlog-fetch"), re.M)[1]
+        self.assertEqual(raw, f"/usr/bin/{fetched}")
         lines = re.findall(r"command = \[(.*)\]", read("icinga2-iml.conf"))
         self.assertEqual(re.findall(r"^command\[\w+\]=/usr/bin/sudo -n (.*)", read("nrpe-imlog.cfg"), re.M), allowed)
         self.assertEqual([" ".join(re.findall(r'"(.*?)"', line)[2:]) for line in lines], allowed)
@@ -121,8 +248,6 @@ class Files(Case):
             self.assertRegex(run.stdout, b"^IML (OK|WARNING|CRITICAL) - ")
 
     def test_forms(self):
-        for name, keys in ("vector", "sources transforms sinks"), ("promtail", "server positions clients scrape_configs"):
-            self.assertEqual(set(self.module("yaml").safe_load(read(f"{name}-iml.yaml"))), set(keys.split()))
         json.loads(read("lnav-iml.json"))
 
 
@@ -138,7 +263,7 @@ class Examples(Case):
         r"imlog -r -u -p critical -S yesterday fleet": r"^\d{4}-\d\d-\d\dT\d\d:\d\d r\d+u\d+ Critical ",
         r"imlog -o check -u$": r"^IML OK - 0 critical, 0 caution ",
         r"imlog -p caution -x": r"^(?!.*Network Adapter Link)",
-        r"imlog -o raw >|imlog -n 0 .*--cursor-file|imlog -o json fleet|orvlog -s REPAIRED|mkdir|for host": r"^$",
+        r"imlog -o raw >|imlog -n 0 .*--cursor-file|imlog -o json fleet|orvlog -s REPAIRED|mkdir|imlog-fetch": r"^$",
         r"TZ=Europe/Berlin imlog": r"Server Critical Fault",
         r"imlog -o export": r"^",
         r"journalctl --file=r17u04": r"Power",
@@ -152,7 +277,7 @@ class Examples(Case):
         page = re.sub(r"^\.Dl ", "", page, flags=re.M).replace(r"\(aq", "'").replace(r"\-", "-")
         guide = re.sub(r"^    ", "", (ROOT / "docs/shipping.md").read_text(), flags=re.M)
         text = re.sub(r"\|\n +", "| ", page + guide)  # joins a command of two lines
-        starts = r"TZ=|(?:journalctl|imlog|orvlog|mkdir|for host) "
+        starts = r"TZ=|(?:journalctl|imlog|imlog-fetch|orvlog|mkdir) "
         return re.findall(rf"^(?:[#$] )?((?:{starts}).*)$", text, re.M)
 
     def test_all(self):
@@ -161,10 +286,12 @@ class Examples(Case):
         if subprocess.run(["unshare", "--mount", "true"], stderr=subprocess.DEVNULL, check=False).returncode != 0:
             self.skipTest("mount namespaces not found (package util-linux)")
         shutil.copytree(SAMPLE, self.directory / "server")
+        shutil.copy(FILES / "imlog-fetch", self.directory)
         self.succeed(ROOT / "simulator/fleet.py", "--servers", "12", "--zone", "Europe/Berlin", self.directory / "fleet")
         for host in "r01u01", "r01u02":  # which cannot be read
             (self.directory / f"fleet/{host}.iml").unlink()
-        self.program("ssh", 'shift; exec "$@"')
+        self.program("ssh", 'shift 5; exec sh -c "$1"')
+        self.program("sudo", 'shift; exec "$@"')
         commands = [command for command in self.commands() if not re.search(self.ELSEWHERE, command)]
         script = ["mount -t tmpfs none /var/lib", "mkdir -p /var/lib/imlog", "echo r99u01 >hosts"]
         for command in commands:

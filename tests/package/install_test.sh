@@ -12,8 +12,11 @@ for file in {bin,share/bash-completion/completions}/imlog {sbin,share/bash-compl
             share/man/man8/{imlog,orvlog}.8.gz include/iml/{eventstr,records/common}.h \
             lib/systemd/system/{imlog-ship,prometheus-node-exporter-iml}.{timer,service} \
             lib/systemd/catalog/imlog.catalog \
-            share/orvlog-simulator/{imltext.py,README.md,server/cevt} share/doc/imlog/{guide.md,shipping.md,examples/imlog-mail}; do
+            share/orvlog-simulator/{imltext.py,README.md,server/cevt} share/doc/imlog/{guide,shipping}.md; do
   test -s "$tree/$file" || fail "$file is missing"
+done
+for script in "$tree"/share/doc/imlog/examples/imlog-{fetch,mail}; do
+  test -x "$script" || fail "$script cannot be run"
 done
 zcat "$tree/share/man/man8/orvlog.8.gz" | grep 'version [0-9]*\.[0-9]*\.[0-9]*\.' >/dev/null || fail "the manual has no version"
 
