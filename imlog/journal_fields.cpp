@@ -47,6 +47,7 @@ void put_entry_fields(const Entry &entry, bool in_utc, std::string_view host_nam
   }
   put_field("IML_NUMBER=", header.dwEvtNumber, output);
   put_field("IML_SEVERITY=", kSeverityNames[entry.severity].in_fields, output);
+  put_field("IML_SEVERITY_CODE=", header.bSeverity, output);
   put_field("IML_CLASS=", header.wClass, output);
   put_field("IML_CODE=", header.wCode, output);
   put_field("IML_COUNT=", header.dwCount, output);

@@ -10,6 +10,8 @@ import subprocess
 import sys
 import time
 
+import jsonschema
+
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 EXAMPLES = ROOT / "examples/fleet"
 UNPACKED = ROOT / "build/tools/root"
@@ -71,6 +73,47 @@ def run_apart(script, arguments, environment):
         raise Missing("namespaces of mounts and processes, as in some containers (package util-linux)")
     return subprocess.run([*apart, "bash", "-c", script, "bash", *arguments], env={**os.environ, **environment},
                           capture_output=True, text=True, check=False, timeout=120)
+
+
+# A journal daemon over directories of its own, for the script that follows.
+JOURNAL = r"""
+set -e
+mount -t tmpfs none /run
+mount -t tmpfs none /var/log
+mkdir -p /run/systemd/journal /run/log/journal
+wait_for() { for _ in $(seq 300); do eval "$1" && return; sleep 0.1; done; }
+forge_entries() { # what is no entry: that of another user, and a message of imlog
+  printf '%s\n' SYSLOG_IDENTIFIER=imlog IML_NUMBER=1 IML_SEVERITY=critical MESSAGE=forged |
+    setpriv --reuid=65534 --clear-groups logger --journald
+  printf '%s\n' SYSLOG_IDENTIFIER=imlog MESSAGE=message | logger --journald
+}
+"$JOURNALD" &
+wait_for '[ -S /run/systemd/journal/socket ] && ls /run/log/journal/*/system.journal >/dev/null 2>&1'
+"""
+
+
+def run_with_journal(script, arguments, environment):
+    return run_apart(JOURNAL + script, arguments,
+                     {"IMLOG": str(IMLOG), "JOURNALD": tool("systemd-journald", "systemd"), **environment})
+
+
+# Lines of JSON that a collector has made of the journal's fields.
+KEYS = ("severity", "number", "class", "code", "count")
+
+
+def truth_of(fleet, hosts):
+    """What is expected of rows_of."""
+    return sorted((*(entry[key] for key in KEYS), str(entry["last"])) for host in hosts for entry in fleet.truth[host]["entries"])
+
+
+def rows_of(lines):
+    return sorted((*(row[key] for key in KEYS), str(row["last_unix"])) for row in map(json.loads, lines.splitlines()))
+
+
+def judge(lines):
+    """What the schema says against each line."""
+    validator = jsonschema.Draft7Validator(json.loads((EXAMPLES / "iml-1.schema.json").read_text()))
+    return [error.message for line in lines.splitlines() for error in validator.iter_errors(json.loads(line))]
 
 
 class Table:

@@ -1,24 +1,14 @@
-"""Entries of three servers through imlog -o journal and imjournal of rsyslog, with the shipped file."""
-import datetime
-import json
+"""Entries through imlog -o journal and imjournal of rsyslog, with the shipped files: on one server, and to a central one."""
+from fleet_checks.common import EXAMPLES, ZONES, judge, rows_of, run_with_journal, tool, truth_of
 
-from fleet_checks.common import EXAMPLES, IMLOG, ZONES, run_apart, tool
-
-# A journal daemon and rsyslog over directories that end with them. The names of logs are the arguments. rsyslog looks for a
-# journal only when it starts. After each log it is started again, and has to read on where it stopped. What another
-# user writes under the name of imlog is no entry, nor is a message of imlog.
-INNER = r"""
-set -e
-mount -t tmpfs none /run
-mount -t tmpfs none /var/log
-mkdir -p /run/systemd/journal /run/log/journal "$WORK/rsyslog"
-wait_for() { for _ in $(seq 300); do eval "$1" && return; sleep 0.1; done; }
+# The names of logs are the arguments. rsyslog looks for a journal only when it starts. After each log it is started again,
+# and has to read on where it stopped. What another user writes under the name of imlog is no entry, nor is a message of
+# imlog.
+ONE = r"""
 start_rsyslog() {
   "$RSYSLOGD" -n -f "$WORK/rsyslog.conf" -i "$WORK/rsyslog.pid" & rsyslogd=$!
   wait_for '[ -e "$WORK/rsyslog.pid" ]'
 }
-"$JOURNALD" &
-wait_for '[ -S /run/systemd/journal/socket ] && ls /run/log/journal/*/system.journal >/dev/null 2>&1'
 start_rsyslog
 for file; do
   "$IMLOG" -o journal "$file"
@@ -26,9 +16,7 @@ for file; do
   wait $rsyslogd || true
   start_rsyslog
 done
-printf '%s\n' SYSLOG_IDENTIFIER=imlog IML_NUMBER=1 IML_SEVERITY=critical MESSAGE=forged |
-  setpriv --reuid=65534 --clear-groups logger --journald
-printf '%s\n' SYSLOG_IDENTIFIER=imlog MESSAGE=message | logger --journald
+forge_entries
 touch /var/log/iml.json /var/log/iml-critical.json
 wait_for '[ "$(wc -l </var/log/iml.json)" -ge "$WANTED" ]'
 sleep 2 # in which nothing more may come
@@ -36,32 +24,91 @@ cat /var/log/iml.json
 echo critical
 cat /var/log/iml-critical.json
 """
-KEYS = ("severity", "number", "class", "code", "count")
+
+# The central server is killed after the first log, and comes back after the last one. Then the queue of the sender is on
+# its disk.
+CENTRAL = r"""
+mkdir -p "$WORK/central" /etc/rsyslog.d/tls
+echo 127.0.0.1 central.example.com >>/etc/hosts
+(
+  cd /etc/rsyslog.d/tls
+  key=(-newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes)
+  openssl req -x509 "${key[@]}" -days 1 -subj /CN=authority -keyout ca.key -out ca.pem
+  for name in central server; do
+    openssl req "${key[@]}" -subj /CN=$name.example.com -addext subjectAltName=DNS:$name.example.com -keyout $name.key -out $name.csr
+    openssl x509 -req -in $name.csr -CA ca.pem -CAkey ca.key -CAcreateserial -days 1 -copy_extensions copy -out $name.pem
+  done
+)
+start_central() {
+  "$RSYSLOGD" -n -f "$WORK/central.conf" -i "$WORK/central.pid" & central=$!
+}
+start_central
+"$RSYSLOGD" -n -f "$WORK/rsyslog.conf" -i "$WORK/rsyslog.pid" &
+wait_for '[ -e "$WORK/rsyslog.pid" ]'
+touch /var/log/iml{,-central}.json
+"$IMLOG" -o journal "$1"
+wait_for '[ -s /var/log/iml-central.json ]'
+sleep 2
+kill -KILL $central
+rm "$WORK/central.pid"
+for file in "${@:2}"; do
+  "$IMLOG" -o journal "$file"
+done
+wait_for '[ "$(wc -l </var/log/iml.json)" -ge "$WANTED" ]'
+ls "$WORK"/rsyslog/iml-forward.0* >/dev/null
+start_central
+wait_for '[ "$(sort -u /var/log/iml-central.json | wc -l)" -ge "$(sort -u /var/log/iml.json | wc -l)" ]'
+sleep 2
+cat /var/log/iml.json
+echo central
+cat /var/log/iml-central.json
+"""
 
 
 def ask(fleet, table, work):
+    ask_one(fleet, table, work)
+    ask_central(fleet, table, work)
+
+
+def ask_one(fleet, table, work):
     hosts = [host for host in fleet.hosts("whole", zone=ZONES[0])
              if any(entry["severity"] == "critical" for entry in fleet.truth[host]["entries"])][:3]
-    want = [(*(entry[key] for key in KEYS), str(entry["last"]))
-            for host in hosts for entry in fleet.truth[host]["entries"]]
-    (work / "rsyslog.conf").write_text(
-        f'global(workDirectory="{work}/rsyslog")\n' + (EXAMPLES / "rsyslog-iml.conf").read_text())
-    environment = {
-        "WORK": str(work), "IMLOG": str(IMLOG), "WANTED": str(len(want)), "TZ": ZONES[0],
-        "JOURNALD": tool("systemd-journald", "systemd"), "RSYSLOGD": tool("rsyslogd", "rsyslog")}
+    want = truth_of(fleet, hosts)
+    directory = work / "rsyslog-one"
+    write(directory, (EXAMPLES / "rsyslog-iml.conf").read_text())
     table.start()
-    run = run_apart(INNER, [str(fleet.path(host)) for host in hosts], environment)
+    run = run_rsyslog(ONE, directory, fleet, hosts)
     every, _, critical = run.stdout.partition("critical\n")
     found = rows_of(every)
-    table.row("imlog -o journal, imjournal of rsyslog: entries of three", found, sorted(want), len(run.stdout))
-    table.row("the critical ones of them", rows_of(critical), sorted(row for row in want if row[0] == "critical"))
-    if found != sorted(want):
+    table.row("imlog -o journal, imjournal of rsyslog: entries of three", found, want, len(run.stdout))
+    table.row("the critical ones of them", rows_of(critical), [row for row in want if row[0] == "critical"])
+    table.row("these lines by iml-1.schema.json", judge(every), [])
+    if found != want:
         print(run.stderr[-2000:])
 
 
-def rows_of(lines):
-    return sorted((*(row[key] for key in KEYS), seconds(row["last"])) for row in map(json.loads, lines.splitlines()))
+def ask_central(fleet, table, work):
+    hosts, directory = fleet.hosts("whole", zone=ZONES[0])[:20], work / "rsyslog-central"
+    sender = (EXAMPLES / "rsyslog-iml.conf").read_text()
+    write(directory, sender.replace("\n/*\n", "\n").replace("\n*/\n", "\n"))
+    central = (EXAMPLES / "rsyslog-iml-central.conf").read_text()
+    (directory / "central.conf").write_text(f'global(workDirectory="{directory}/central")\n{central}')
+    table.start()
+    run = run_rsyslog(CENTRAL, directory, fleet, hosts)
+    every, _, arrived = run.stdout.partition("central\n")
+    table.row("rsyslog to a central one that was away: lines that arrived", set(arrived.splitlines()),
+              set(every.splitlines()), len(arrived))
+    table.row("lines that were sent", len(every.splitlines()), len(truth_of(fleet, hosts)))
+    if set(arrived.splitlines()) != set(every.splitlines()):
+        print(run.stderr[-2000:])
 
 
-def seconds(last):
-    return str(last and int(datetime.datetime.fromisoformat(last).timestamp()))
+def write(directory, configuration):
+    (directory / "rsyslog").mkdir(parents=True)
+    (directory / "rsyslog.conf").write_text(f'global(workDirectory="{directory}/rsyslog")\n{configuration}')
+
+
+def run_rsyslog(script, directory, fleet, hosts):
+    environment = {"WORK": str(directory), "WANTED": str(len(truth_of(fleet, hosts))), "TZ": ZONES[0],
+                   "RSYSLOGD": tool("rsyslogd", "rsyslog")}
+    return run_with_journal(script, [str(fleet.path(host)) for host in hosts], environment)

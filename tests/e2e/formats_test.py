@@ -99,8 +99,9 @@ class Formats(Case):
             (0, 1735686000_000000),
         ])
         self.assertEqual([int(entry["__MONOTONIC_TIMESTAMP"]) for entry in entries], list(range(1, 27)))
-        self.assertEqual(list(entries[0])[-7:], [
-            "IML_NUMBER", "IML_SEVERITY", "IML_CLASS", "IML_CODE", "IML_COUNT", "IML_CLASS_NAME", "IML_KNOWN"])
+        self.assertEqual(list(entries[0])[-8:], [
+            "IML_NUMBER", "IML_SEVERITY", "IML_SEVERITY_CODE", "IML_CLASS", "IML_CODE", "IML_COUNT", "IML_CLASS_NAME",
+            "IML_KNOWN"])
         self.assertEqual(entries[4]["IML_LAST"], "3112-01-01T00:00:00+01:00")
         self.assertEqual(self.exported("--utc", log)[-1]["IML_LAST"], "2024-12-31T23:00:00Z")
         self.assertRegex(entries[0]["MESSAGE_ID"], "^[0-9a-f]{32}$")
