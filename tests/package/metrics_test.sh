@@ -7,6 +7,7 @@ work=$(realpath "$3")
 umask 077 # which the script does not take over: node_exporter is another user
 "$cmake" --install "$build" --prefix "$work" --component imlog >/dev/null
 directory=$work/metrics
+export STATE_DIRECTORY=$work/state # which the script makes
 
 # check STATUS CONTENT IMLOG [DIRECTORY]: runs the script with IMLOG, a script, as imlog. It has to end with STATUS and to
 # leave iml.prom with CONTENT, and nothing else.
@@ -43,7 +44,12 @@ ln -s "$directory" "$work/link"
 check 2 'iml_read_success 0' 'echo iml_read_success 1' "$work/link"
 ln -sfT elsewhere "$work/link"
 check 0 'iml_read_success 1' "mv '$directory' '$work/moved'; mv -T '$work/link' '$directory'; echo iml_read_success 1"
-[ "$(stat -c %a "$directory/iml.prom")" = 644 ]
+[ "$(stat -c %a "$directory/iml.prom" "$STATE_DIRECTORY" | paste -sd' ')" = '644 700' ]
+# A second run while imlog is running.
+check 0 'iml_read_success 1' "NESTED=\${NESTED-}x
+  [ \$NESTED != x ] || ! NESTED=x sh '$work/lib/imlog/write-metrics' '$directory' 2>/dev/null || exit 9
+  echo iml_read_success 1"
+grep -q 'another run' <(flock "$STATE_DIRECTORY" sh "$work/lib/imlog/write-metrics" "$directory" 2>&1)
 touch "$directory/iml.prom.new"
 sh "$work/lib/imlog/write-metrics" --clean "$directory"
 [ ! -e "$directory/iml.prom.new" ]
