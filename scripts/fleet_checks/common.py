@@ -103,7 +103,8 @@ KEYS = ("severity", "number", "class", "code", "count")
 
 def truth_of(fleet, hosts):
     """What is expected of rows_of."""
-    return sorted((*(entry[key] for key in KEYS), str(entry["last"])) for host in hosts for entry in fleet.truth[host]["entries"])
+    entries = [entry for host in hosts for entry in fleet.truth[host]["entries"]]
+    return sorted((*(entry[key] for key in KEYS), str(entry["last"])) for entry in entries)
 
 
 def rows_of(lines):

@@ -1,10 +1,10 @@
-"""imlog-fetch with ssh, a real sshd on loopback, and sudo with the shipped rule, over the saved logs of some servers."""
+"""imlog-fetch with ssh, a real sshd on loopback, and sudo with the shipped rule, over saved logs."""
 import os
 
 from fleet_checks.common import EXAMPLES, IMLOG, ZONES, free_port, imlog, run_apart, tool
 
-# Each server has an address of its own, by which its imlog finds the log. At the last one nothing listens. The arguments
-# are hosts, which are links to their logs in $WORK. sshd takes 16 addresses at most.
+# Each server has an address of its own, by which its imlog finds the log. At the last one nothing listens. The
+# arguments are hosts, which are links to their logs in $WORK. sshd takes 16 addresses at most.
 INNER = r"""
 set -e
 cd "$WORK"
@@ -18,12 +18,14 @@ ssh-keygen -q -t ed25519 -N '' -f user
 cp user.pub /run/fetcher/.ssh/authorized_keys
 sed 's/^nagios /fetcher /' "$EXAMPLES/sudoers-imlog" >/etc/sudoers.d/imlog
 echo 'Defaults env_keep += SSH_CONNECTION' >/etc/sudoers.d/address
-printf '%s\n' '#!/bin/sh' "exec '$IMLOG' \"\$@\" \"$WORK/\$(echo \"\$SSH_CONNECTION\" | cut -d ' ' -f 3)\"" >/usr/bin/imlog
+log="$WORK/\$(echo \"\$SSH_CONNECTION\" | cut -d ' ' -f 3)"
+printf '%s\n' '#!/bin/sh' "exec '$IMLOG' \"\$@\" \"$log\"" >/usr/bin/imlog
 printf '%s\n' '#!/bin/sh' "exec '$SSH' -F '$WORK/ssh_config' \"\$@\"" >bin/ssh
 chmod 755 /usr/bin/imlog bin/ssh
 
 printf '%s\n' "Port $PORT" "HostKey $WORK/host" 'UsePAM no' 'MaxStartups 100' >sshd_config
-printf '%s\n' "Port $PORT" "IdentityFile $WORK/user" "UserKnownHostsFile $WORK/known" 'StrictHostKeyChecking no' >ssh_config
+printf '%s\n' "Port $PORT" "IdentityFile $WORK/user" "UserKnownHostsFile $WORK/known" \
+  'StrictHostKeyChecking no' >ssh_config
 number=1
 for host; do
   number=$((number + 1))
@@ -54,7 +56,8 @@ def ask(fleet, table, work):
     want = {f"{host}.iml": imlog("-o", "raw", str(fleet.path(host)), zone=ZONES[0]) for host in whole}
     want |= {f"{cut}.iml": b"old", f"{down}.iml": b"old"}
     table.row("imlog-fetch, ssh, sshd, sudo: copies, two of them old", found, want, sum(map(len, found.values())))
-    reported = sorted(line.partition(": ssh ended with status ")[0] for line in run.stderr.splitlines() if "imlog-fetch" in line)
+    reported = sorted(line.partition(": ssh ended with status ")[0]
+                      for line in run.stderr.splitlines() if "imlog-fetch" in line)
     table.row("hosts that it reports", [run.returncode, *reported],
               [1, *sorted(f"imlog-fetch: fetcher@{host}" for host in (cut, down))])
     if found != want:

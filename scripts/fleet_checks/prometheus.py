@@ -1,4 +1,4 @@
-"""The shipped alerts in Prometheus and Alertmanager: raised, ended by a note, raised again, and held without metrics."""
+"""The shipped alerts in Prometheus and Alertmanager: raised, ended by a note, raised again, held without metrics."""
 import contextlib
 import http.client
 import http.server

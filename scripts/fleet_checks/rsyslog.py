@@ -1,9 +1,8 @@
-"""Entries through imlog -o journal and imjournal of rsyslog, with the shipped files: on one server, and to a central one."""
+"""Entries through imlog -o journal and imjournal of rsyslog, with the shipped files: to a file and a central server."""
 from fleet_checks.common import EXAMPLES, ZONES, judge, rows_of, run_with_journal, tool, truth_of
 
-# The names of logs are the arguments. rsyslog looks for a journal only when it starts. After each log it is started again,
-# and has to read on where it stopped. What another user writes under the name of imlog is no entry, nor is a message of
-# imlog.
+# The names of logs are the arguments. rsyslog looks for a journal only when it starts. After each log it is started
+# again, and has to read on where it stopped.
 ONE = r"""
 start_rsyslog() {
   "$RSYSLOGD" -n -f "$WORK/rsyslog.conf" -i "$WORK/rsyslog.pid" & rsyslogd=$!
@@ -25,8 +24,8 @@ echo critical
 cat /var/log/iml-critical.json
 """
 
-# The central server is killed after the first log, and comes back after the last one. Then the queue of the sender is on
-# its disk.
+# The central server is killed after the first log, and comes back after the last one. Then the queue of the sender is
+# on its disk.
 CENTRAL = r"""
 mkdir -p "$WORK/central" /etc/rsyslog.d/tls
 echo 127.0.0.1 central.example.com >>/etc/hosts
@@ -35,8 +34,10 @@ echo 127.0.0.1 central.example.com >>/etc/hosts
   key=(-newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes)
   openssl req -x509 "${key[@]}" -days 1 -subj /CN=authority -keyout ca.key -out ca.pem
   for name in central server; do
-    openssl req "${key[@]}" -subj /CN=$name.example.com -addext subjectAltName=DNS:$name.example.com -keyout $name.key -out $name.csr
-    openssl x509 -req -in $name.csr -CA ca.pem -CAkey ca.key -CAcreateserial -days 1 -copy_extensions copy -out $name.pem
+    host=$name.example.com
+    openssl req "${key[@]}" -subj /CN=$host -addext subjectAltName=DNS:$host -keyout $name.key -out $name.csr
+    openssl x509 -req -in $name.csr -CA ca.pem -CAkey ca.key -CAcreateserial -days 1 -copy_extensions copy \
+      -out $name.pem
   done
 )
 start_central() {

@@ -93,7 +93,8 @@ class Files(Case):
         state.mkdir(exist_ok=True)
         box.unlink(missing_ok=True)
         command = [self.tool(shell, shell), FILES / "imlog-mail", "root", state]
-        run = subprocess.run(command, env=self.environment(**more), capture_output=True, text=True, check=False, timeout=60)
+        run = subprocess.run(command, env=self.environment(**more), capture_output=True, text=True, check=False,
+                             timeout=60)
         return run.returncode, run.stderr, box.read_text().splitlines() if box.exists() else []
 
     def environment(self, **more):
@@ -176,7 +177,9 @@ class Files(Case):
               empty) ;;
               down) echo 'ssh: connect to host down' >&2; exit 255 ;;
               hangs) cat log; sleep 50 ;;
-              meet*) touch $1; for i in $(seq 50); do [ $(ls | grep -c meet) = 4 ] && break; sleep 0.1; done; [ $i -lt 50 ] && cat log ;;
+              meet*)
+                touch $1
+                for i in $(seq 50); do [ $(ls | grep -c meet) = 4 ] && exec cat log; sleep 0.1; done ;;
               *) cat log ;;
             esac""")
         refused = "not the name of a host"
@@ -224,12 +227,13 @@ class Files(Case):
         self.succeed(script, f"--command=cat '{self.directory}/log'", fleet, "r17u04", env=self.environment())
         self.assertEqual((fleet / "r17u04.iml").read_bytes(), (SAMPLE / "cevt").read_bytes())
         for words, status, message in (
-            (["prlimit", "--fsize=480", script, "--command=head -c 960 /dev/zero", fleet, "r17u04"], 1, "cannot be written"),
+            (["prlimit", "--fsize=480", script, "--command=head -c 960 /dev/zero", fleet, "r17u04"], 1, "be written"),
             ([script, fleet], 2, "usage"),
             ([script, "--comand=x", fleet, "r17u04"], 2, "usage"),
             ([script], 2, "usage"),
         ):
-            run = subprocess.run(words, env=self.environment(), capture_output=True, text=True, check=False, timeout=60)
+            run = subprocess.run(words, env=self.environment(), capture_output=True, text=True, check=False,
+                                 timeout=60)
             self.assertEqual(run.returncode, status, words)
             self.assertIn(message, run.stderr)
         self.assertEqual((fleet / "r17u04.iml").read_bytes(), (SAMPLE / "cevt").read_bytes())
