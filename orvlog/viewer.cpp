@@ -13,7 +13,7 @@ namespace {
 constexpr uint32_t kDescriptionSize = 256;
 constexpr size_t kEntrySize = 512;  // the longest numbers and text take less
 
-// A driver that names no end of the log is asked for no more numbers when they are counted.
+// The most numbers that a count asks for. Without a limit, a log without end would be counted forever.
 constexpr int kLongestCount = 1'000'000;
 
 // Reports why the log could not be opened. Returns whether it is ready to be read.
