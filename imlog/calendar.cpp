@@ -1,5 +1,6 @@
 #include "imlog/calendar.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -110,10 +111,14 @@ Calendar::Calendar() : days_(kRememberedDays) {
   tzset();
 }
 
+void Calendar::start_reading(int64_t now) {
+  trusted_until_ = now + kDay;
+}
+
 LogTime Calendar::at(const EVT_TIME_STAMP &stamp) {
   const Day *const day = find_day(stamp);
   if (day == nullptr || !is_time_of_day(stamp)) {
-    return {stamp, false, 0, 0};
+    return {stamp, false, false, 0, 0};
   }
   const int64_t local = day->midnight + stamp.bHour * kHour + stamp.bMinute * kMinute;
   int64_t offset = day->offset_seconds;
@@ -121,9 +126,31 @@ LogTime Calendar::at(const EVT_TIME_STAMP &stamp) {
     offset = local - instant_near_change(stamp, local);
   }
   if (std::abs(offset) > kDay) {
-    return {stamp, false, 0, 0};
+    return {stamp, false, false, 0, 0};
   }
-  return {stamp, true, static_cast<int32_t>(offset / kMinute), local - offset};
+  const int64_t instant = local - offset;
+  return {stamp, true, instant <= trusted_until_, static_cast<int32_t>(offset / kMinute), instant};
+}
+
+Calendar::Instants Calendar::instants_of(const LogTime &valid) {
+  Instants instants = {valid.instant, valid.instant};
+  const Day *const day = find_day(valid.stamp);
+  if (day == nullptr || day->offset_seconds != kChanges) {
+    return instants;
+  }
+  const int64_t local = day->midnight + valid.stamp.bHour * kHour + valid.stamp.bMinute * kMinute;
+  for (const time_t probe : {valid.instant - kDay, valid.instant + kDay}) {
+    tm time = {};
+    localtime_r(&probe, &time);
+    const time_t candidate = local - time.tm_gmtoff;
+    localtime_r(&candidate, &time);
+    const EVT_TIME_STAMP back = to_stamp(time);
+    if (memcmp(&back, &valid.stamp, sizeof(back)) == 0) {
+      instants.earlier = std::min<int64_t>(instants.earlier, candidate);
+      instants.later = std::max<int64_t>(instants.later, candidate);
+    }
+  }
+  return instants;
 }
 
 const Calendar::Day *Calendar::find_day(const EVT_TIME_STAMP &stamp) {

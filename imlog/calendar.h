@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <ctime>
+#include <limits>
 #include <optional>
 #include <vector>
 
@@ -10,7 +11,8 @@
 
 struct LogTime {
   EVT_TIME_STAMP stamp;
-  bool is_valid;  // a date and time of the years 1970 to 9999, where the zone's offset is 24 hours at most
+  bool is_valid;    // a date and time of the years 1970 to 9999, where the zone's offset is 24 hours at most
+  bool is_trusted;  // valid, and at most a day later than the start of the reading
   int32_t offset_minutes;  // local time minus UTC, cut to minutes; this and the next only where valid
   int64_t instant;         // seconds since 1970, UTC
 };
@@ -22,9 +24,20 @@ std::optional<int64_t> instant_in_utc(const EVT_TIME_STAMP &stamp);
 // standard time.
 class Calendar {
  public:
+  // The instants that a stamp may mean: two in an hour that occurs twice, else the same one.
+  struct Instants {
+    int64_t earlier;
+    int64_t later;
+  };
+
   Calendar();
 
+  // From now on times are trusted up to a day after `now`; before the first call all valid ones are.
+  void start_reading(int64_t now);
+
   LogTime at(const EVT_TIME_STAMP &stamp);
+
+  Instants instants_of(const LogTime &valid);
 
  private:
   // Remembered for each day, because mktime takes thousands of instructions.
@@ -37,4 +50,5 @@ class Calendar {
   const Day *find_day(const EVT_TIME_STAMP &stamp);
 
   std::vector<Day> days_;
+  int64_t trusted_until_ = std::numeric_limits<int64_t>::max();
 };

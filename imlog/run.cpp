@@ -93,6 +93,7 @@ class Run {
  public:
   Run(const Options &options, Calendar &calendar)
       : options_(options),
+        calendar_(calendar),
         format_(options.format->make(make_context(options))),
         sink_(make_sink(*options.format)),
         output_(*sink_, options.follow),
@@ -140,6 +141,7 @@ class Run {
 
   // Reads all logs one after the other and prints their entries. The result has the first problem.
   Reading read_logs() {
+    calendar_.start_reading(time(nullptr));
     Reading all;
     std::set<std::string> hosts;  // of all logs, where directories are several FILEs
     for (const Log &named : options_.logs) {
@@ -245,6 +247,7 @@ class Run {
   }
 
   const Options &options_;
+  Calendar &calendar_;
   std::unique_ptr<Format> format_;
   std::unique_ptr<Sink> sink_;
   Output output_;

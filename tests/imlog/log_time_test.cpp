@@ -102,6 +102,45 @@ TEST(Calendar, TakesAnOffsetOfMoreThanADayForNone) {
   }
 }
 
+TEST(Calendar, KnowsBothInstantsOfAnHourThatOccursTwice) {
+  struct Row {
+    const char *zone;
+    const char *stamp;
+    int64_t earlier;
+    int64_t later;
+  };
+  static constexpr Row kRows[] = {
+      {"Europe/Berlin", "2025-10-26T01:59", 1761436740, 1761436740},
+      {"Europe/Berlin", "2025-10-26T02:00", 1761436800, 1761440400},
+      {"Europe/Berlin", "2025-10-26T02:59", 1761440340, 1761443940},
+      {"Europe/Berlin", "2025-10-26T03:00", 1761444000, 1761444000},
+      {"Europe/Berlin", "2025-03-30T02:30", 1743298200, 1743298200},
+      {"Europe/Berlin", "2025-09-01T13:05", 1756724700, 1756724700},
+      {"Europe/Dublin", "2025-10-26T01:30", 1761438600, 1761442200},  // where winter is the special time
+      {"Europe/Moscow", "2014-10-26T01:30", 1414272600, 1414276200},  // and where neither is
+      {"Australia/Lord_Howe", "2025-04-06T01:45", 1743864300, 1743866100},
+  };
+  for (const auto &[zone, stamp, earlier, later] : kRows) {
+    Calendar calendar = calendar_of(zone);
+    const Calendar::Instants instants = calendar.instants_of(calendar.at(stamp_of(stamp)));
+    EXPECT_EQ(instants.earlier, earlier) << zone << ' ' << stamp;
+    EXPECT_EQ(instants.later, later) << zone << ' ' << stamp;
+  }
+}
+
+TEST(Calendar, TrustsTimesToADayAfterTheStartOfTheReading) {
+  Calendar calendar = calendar_of("UTC");
+  const EVT_TIME_STAMP stamp = stamp_of("2025-09-02T13:05");
+  constexpr int64_t kADayBefore = 1756731900;
+  EXPECT_TRUE(calendar.at(stamp).is_trusted);
+  calendar.start_reading(kADayBefore);
+  EXPECT_TRUE(calendar.at(stamp).is_trusted);
+  calendar.start_reading(kADayBefore - 1);
+  EXPECT_FALSE(calendar.at(stamp).is_trusted);
+  EXPECT_TRUE(calendar.at(stamp).is_valid);
+  EXPECT_FALSE(calendar.at(EVT_TIME_STAMP()).is_trusted);
+}
+
 TEST(Calendar, AgreesWithTheCLibrary) {
   std::mt19937 draw(3);
   const std::string too_long(500, '<');
