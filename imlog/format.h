@@ -43,6 +43,9 @@ class Format {
   // Called once for each printed entry that no maintenance note has closed.
   virtual void count_unserviced(const EVT_HEADER & /*header*/) {}
 
+  // Called at the end of a log where the clock was set back; entry `number` is the last that shows it.
+  virtual void report_clock_set_back(const Log & /*log*/, uint32_t /*number*/) {}
+
   // Ends the output. Returns the exit status.
   virtual int finish(const Reading &reading, Output & /*output*/) {
     return reading.problem.is_set() ? kFailure : kSuccess;
@@ -62,14 +65,15 @@ enum FormatTraits : unsigned {
   kMerges = 32,            // says of each entry which log it is from, for several FILEs
   kCountsUnserviced = 64,  // needs count_unserviced()
   kHasTimes = 128,         // prints the times of an entry, for --utc
+  kByUpdate = 256,         // gets the entries of one log in the order of several
 };
 
 struct FormatRow {
   const char *name;
   std::unique_ptr<Format> (*make)(const FormatContext &context);
   unsigned traits = 0;
-  // The order of the entries, smallest first; null for the log's. The entries of a format with a key are held
-  // until the whole log is read.
+  // The order of the entries, smallest first; null for that of the listing. The entries of a format with a
+  // key are held until the whole log is read.
   uint64_t (*sort_key)(const LogTime &first, const LogTime &last) = nullptr;
   std::unique_ptr<Sink> (*make_sink)() = nullptr;  // where the entries go; null for standard output
 };

@@ -44,6 +44,11 @@ class CheckFormat : public Format {
     }
   }
 
+  void report_clock_set_back(const Log &log, uint32_t number) override {
+    set_back_ = "; clock set back at " + (context_.is_merged() && log.host ? *log.host + ": " : "") +
+                std::to_string(number);
+  }
+
   int finish(const Reading &reading, Output &output) override {
     const std::string &problem = reading.problem.what();
     const std::string zone = context_.is_zone_unknown ? "; TZ is unknown" : "";
@@ -53,10 +58,10 @@ class CheckFormat : public Format {
       output.put('\n');
       return kCheckUnknown;
     }
-    const CheckStatus status = critical_.count != 0       ? kCheckCritical
-                               : reading.problem.is_set() ? kCheckUnknown
-                               : caution_.count != 0      ? kCheckWarning
-                                                          : kCheckOk;
+    const CheckStatus status = critical_.count != 0                        ? kCheckCritical
+                               : reading.problem.is_set()                  ? kCheckUnknown
+                               : caution_.count != 0 || !set_back_.empty() ? kCheckWarning
+                                                                           : kCheckOk;
     static constexpr const char *kWords[] = {"IML OK - ", "IML WARNING - ", "IML CRITICAL - ",
                                              "IML UNKNOWN - "};
     const std::string critical = std::to_string(critical_.count);
@@ -69,6 +74,7 @@ class CheckFormat : public Format {
       }
       line += "; " + worst[0]->head;
     }
+    line += set_back_;
     if (reading.problem.is_set()) {
       line += context_.is_merged() ? "; " + std::to_string(reading.unread) + logs + " not read: " + problem
                                    : "; not all was read: " + problem;
@@ -135,6 +141,7 @@ class CheckFormat : public Format {
   Total caution_;
   uint64_t entries_ = 0;
   std::set<const Log *> bad_logs_;
+  std::string set_back_;  // of the last log whose clock was set back, or empty
   TextCleaner cleaner_{Controls::kBlank, kQuestionMark};
 };
 
@@ -143,5 +150,5 @@ class CheckFormat : public Format {
 const FormatRow kCheckFormat = {
     .name = "check",
     .make = make_format<CheckFormat>,
-    .traits = kForMonitors | kMerges | kHasTimes,
+    .traits = kForMonitors | kMerges | kHasTimes | kByUpdate,
 };

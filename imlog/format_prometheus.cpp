@@ -29,11 +29,17 @@ class PrometheusFormat : public Format {
     }
   }
 
+  void report_clock_set_back(const Log & /*log*/, uint32_t /*number*/) override {
+    is_clock_set_back_ = true;
+  }
+
   int finish(const Reading &reading, Output &output) override {
     // Without anything read, zeros would clear an alert.
     if (!reading.problem.is_set() || reading.records != 0) {
       put_totals(output);
       put_open(output);
+      put_head("iml_clock_set_back", "Whether an entry shows that the clock was set back.", output);
+      output.put(is_clock_set_back_ ? "iml_clock_set_back 1\n" : "iml_clock_set_back 0\n");
     }
     put_head("iml_build_info", "The version of imlog.", output);
     output.put("iml_build_info{version=\"" IMLOG_VERSION "\"} 1\n");
@@ -118,6 +124,7 @@ class PrometheusFormat : public Format {
 
   Total totals_[kSeverities];
   std::map<ClassKey, uint64_t> open_;
+  bool is_clock_set_back_ = false;
 };
 
 }  // namespace

@@ -2,17 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <utility>
-
-namespace {
-
-// Orders by the last update, entries without a valid time first.
-uint64_t update_key(const LogTime & /*first*/, const LogTime &last) {
-  constexpr int64_t kBeforeEveryTime = -1'000'000;  // a zone moves 1970 back by less
-  return last.is_valid ? static_cast<uint64_t>(last.instant - kBeforeEveryTime) : 0;
-}
-
-}  // namespace
 
 HeldRecord::HeldRecord(const EVT_LOG_ENTRY &record) {
   const char *const bytes = reinterpret_cast<const char *>(&record);
@@ -40,10 +31,9 @@ Listing::Listing(const Selection &selection, bool is_merged, const FormatRow &ro
       unserviced_(selection.unserviced),
       needs_open_(unserviced_ || (row.traits & kCountsUnserviced) != 0),
       reverse_(selection.reverse),
-      is_merged_(is_merged),
+      is_by_update_(is_merged || reverse_ || (row.traits & kByUpdate) != 0),
       // With a history, a later record may have the same number.
-      prints_at_once_(history == nullptr && !selection.lines && !is_merged && !reverse_ &&
-                      row.sort_key == nullptr),
+      prints_at_once_(history == nullptr && !selection.lines && !is_by_update_ && row.sort_key == nullptr),
       lines_(selection.lines),
       row_(row),
       history_(history),
@@ -56,13 +46,18 @@ Listing::Listing(const Selection &selection, bool is_merged, const FormatRow &ro
 Reading Listing::read(Source &source, const std::shared_ptr<const Log> &log) {
   Reading reading;
   std::vector<Held> records;  // with a history: whether the log was cleared is known at its end
+  int64_t updated = std::numeric_limits<int64_t>::min();
   while (output_.error() == 0) {
     const EVT_LOG_ENTRY *const record = source.next();
     if (record == nullptr) {
       reading.problem = source.problem();
       break;
     }
-    const Origin origin = {log, Change::kNone, reading.records};
+    if (!prints_at_once_) {
+      const LogTime last = calendar_.at(record->Hdr.UpdateTime);
+      updated = last.is_trusted ? last.instant : updated;
+    }
+    const Origin origin = {log, Change::kNone, next_index_++, updated};
     if (history_ != nullptr) {
       records.push_back({HeldRecord(*record), origin});
     } else {
@@ -71,7 +66,7 @@ Reading Listing::read(Source &source, const std::shared_ptr<const Log> &log) {
     ++reading.records;
   }
   find_changes(records);
-  end_log();
+  end_log(*log);
   return reading;
 }
 
@@ -95,7 +90,7 @@ void Listing::find_changes(std::vector<Held> &records) {
 void Listing::process(const EVT_LOG_ENTRY &record, const Origin &origin) {
   const bool passes = filter_.passes(record, calendar_);
   if (needs_open_) {
-    open_.add(record.Hdr, passes);
+    open_.add(record, passes);
     if (passes) {
       undecided_.push_back({HeldRecord(record), origin});
     }
@@ -110,31 +105,48 @@ void Listing::process(const EVT_LOG_ENTRY &record, const Origin &origin) {
   }
 }
 
-// What is still open at the end of its log is unserviced.
-void Listing::end_log() {
-  const std::vector<bool> is_open = open_.finish();
-  for (size_t i = 0; i < is_open.size(); ++i) {
+// Entries that are still open at the end of their log are unserviced.
+void Listing::end_log(const Log &log) {
+  const OpenEntries::Answer answer = open_.finish();
+  if (answer.clock_set_back_at) {
+    format_.report_clock_set_back(log, *answer.clock_set_back_at);
+  }
+  for (size_t i = 0; i < answer.is_open.size(); ++i) {
     Held &entry = undecided_[i];
-    if (!is_open[i]) {
+    if (!answer.is_open[i]) {
       continue;
     }
     if (unserviced_ && prints_at_once_) {
       print(entry.record.whole(), entry.origin);
     } else if (unserviced_) {
       hold(std::move(entry));
-    } else if (!lines_ || (!held_.empty() && entry.origin.index >= held_.front().origin.index)) {
+    } else if (!lines_ || (!held_.empty() && !is_updated_before(entry.origin, held_.front().origin))) {
       format_.count_unserviced(entry.record.header());
     }
   }
   undecided_.clear();
 }
 
-// Holds an entry that others may precede or replace.
+// Holds an entry that others may precede or replace. With a history, the last ones are known only at the end.
 void Listing::hold(Held entry) {
   held_.push_back(std::move(entry));
-  if (history_ == nullptr && !is_merged_ && lines_ && held_.size() > *lines_) {
-    held_.pop_front();
+  if (history_ != nullptr || !lines_) {
+    return;
   }
+  const auto is_after = [](const Held &a, const Held &b) { return is_updated_before(b.origin, a.origin); };
+  std::push_heap(held_.begin(), held_.end(), is_after);
+  if (held_.size() > *lines_) {
+    std::pop_heap(held_.begin(), held_.end(), is_after);
+    held_.pop_back();
+  }
+}
+
+bool Listing::is_read_before(const Origin &a, const Origin &b) {
+  return a.index < b.index;
+}
+
+bool Listing::is_updated_before(const Origin &a, const Origin &b) {
+  return a.updated != b.updated ? a.updated < b.updated : a.index < b.index;
 }
 
 void Listing::print_held() {
@@ -145,17 +157,22 @@ void Listing::print_held() {
       entries.push_back(&entry);
     }
   }
-  if (is_merged_) {
-    sort(entries, update_key);
+  const auto sort = [&](auto precedes) {
+    std::sort(entries.begin(), entries.end(),
+              [&](const Held *a, const Held *b) { return precedes(a->origin, b->origin); });
+  };
+  if (lines_ || is_by_update_) {
+    sort(is_updated_before);
   }
   if (lines_ && entries.size() > *lines_) {
     entries.erase(entries.begin(), entries.end() - static_cast<std::ptrdiff_t>(*lines_));
   }
   if (row_.sort_key != nullptr) {
-    sort(entries, row_.sort_key);
-  }
-  if (reverse_) {
+    sort_by_key(entries);
+  } else if (reverse_) {
     std::reverse(entries.begin(), entries.end());
+  } else if (!is_by_update_) {
+    sort(is_read_before);
   }
   for (const Held *const entry : entries) {
     if (output_.error() != 0) {
@@ -164,16 +181,19 @@ void Listing::print_held() {
     print(entry->record.whole(), entry->origin);
   }
   held_.clear();
+  next_index_ = 0;
   lines_.reset();
 }
 
-// Sorts by `key`, smallest first. Entries with equal keys keep their order.
-void Listing::sort(std::vector<const Held *> &entries, Key key) {
+// Sorts by the key of the format. Entries with equal keys keep the order of their logs.
+void Listing::sort_by_key(std::vector<const Held *> &entries) {
+  std::sort(entries.begin(), entries.end(),
+            [](const Held *a, const Held *b) { return is_read_before(a->origin, b->origin); });
   std::vector<std::pair<uint64_t, const Held *>> keyed;
   keyed.reserve(entries.size());
   for (const Held *const entry : entries) {
     const EVT_HEADER &header = entry->record.header();
-    keyed.emplace_back(key(calendar_.at(header.InitTime), calendar_.at(header.UpdateTime)), entry);
+    keyed.emplace_back(row_.sort_key(calendar_.at(header.InitTime), calendar_.at(header.UpdateTime)), entry);
   }
   std::stable_sort(keyed.begin(), keyed.end(),
                    [](const auto &a, const auto &b) { return a.first < b.first; });

@@ -15,12 +15,12 @@
 #include "imlog/open_entries.h"
 #include "imlog/source.h"
 
-// Which entries of the logs are printed, and in which order.
+// The choice of entries, and their order.
 struct Selection {
   Filter filter;
   bool unserviced = false;        // only those that no maintenance note has closed
   std::optional<uint64_t> lines;  // only so many of them, the last ones
-  bool reverse = false;           // the last one first
+  bool reverse = false;           // the last one first, by the last update
 };
 
 // A record without the zeros at its end: most use little of the room for their payload.
@@ -56,26 +56,29 @@ class Listing {
   struct Origin {
     std::shared_ptr<const Log> log;
     Change change;
-    uint64_t index;  // of the record in the reading
+    uint64_t index;   // of the record among all of the reading
+    int64_t updated;  // its last update, or that of the last record before it that has a trusted one
   };
   struct Held {
     HeldRecord record;
     Origin origin;
   };
-  using Key = uint64_t (*)(const LogTime &first, const LogTime &last);
+
+  static bool is_read_before(const Origin &a, const Origin &b);
+  static bool is_updated_before(const Origin &a, const Origin &b);
 
   void find_changes(std::vector<Held> &records);
   void process(const EVT_LOG_ENTRY &record, const Origin &origin);
-  void end_log();
+  void end_log(const Log &log);
   void hold(Held entry);
-  void sort(std::vector<const Held *> &entries, Key key);
+  void sort_by_key(std::vector<const Held *> &entries);
   void print(const EVT_LOG_ENTRY &record, const Origin &origin);
 
   const Filter &filter_;
   const bool unserviced_;
   const bool needs_open_;
   const bool reverse_;
-  const bool is_merged_;
+  const bool is_by_update_;
   const bool prints_at_once_;
   std::optional<uint64_t> lines_;
   const FormatRow &row_;
@@ -84,7 +87,8 @@ class Listing {
   Format &format_;
   Output &output_;
   Decoder decoder_;
+  uint64_t next_index_ = 0;
   OpenEntries open_;             // of the log under way
   std::vector<Held> undecided_;  // its entries that pass, until its end
-  std::deque<Held> held_;
+  std::deque<Held> held_;        // a heap, the first update at its front, where only the last ones are kept
 };

@@ -1,16 +1,18 @@
 #include "imlog/open_entries.h"
 
 #include <algorithm>
+#include <map>
+
+#include "iml/severities.h"
+#include "imlog/closing_note.h"
 
 namespace {
 
 constexpr int64_t kBeginning = std::numeric_limits<int64_t>::min();
 constexpr int64_t kEnd = std::numeric_limits<int64_t>::max();
 
-bool is_closing_note(const EVT_HEADER &header) {
-  return header.wClass == IML_CLASS_MAINTENANCE && header.wCode == IML_MAINTENANCE_NOTE &&
-         header.bSeverity == IML_SEVERITY_REPAIRED;
-}
+// More than the hour by which zones set the clock back.
+constexpr int64_t kSetBackBy = int64_t{2} * 60 * 60;
 
 }  // namespace
 
@@ -23,43 +25,101 @@ bool OpenEntries::Range::includes(const Range &other) const {
   return earliest <= other.earliest && other.latest <= latest;
 }
 
-// Without a valid time a note closes everything before it, as if it had been written at all times.
+// Without a trusted time a note closes what precedes it, as if it had been written at all times.
 OpenEntries::Range OpenEntries::time_of_note(const LogTime &time) {
-  return time.is_valid ? Range{time.instant, time.instant} : Range{kBeginning, kEnd};
+  if (!time.is_trusted) {
+    return {kBeginning, kEnd};
+  }
+  const int64_t instant = calendar_.instants_of(time).earlier;
+  return {instant, instant};
 }
 
-// The times of notes that do not close an entry: those before its last update. But a note that is older than
-// the first occurrence closes it: the note follows the entry, so the clock was set back in between.
+// The times of plain notes that do not close an entry: those before its last update. But a note that is older
+// than the first occurrence closes it: the note follows the entry, so the clock was set back in between.
 OpenEntries::Range OpenEntries::spared_by(const LogTime &first, const LogTime &last) {
-  if (!last.is_valid) {
+  if (!last.is_trusted) {
     return {};
   }
-  const bool is_first_known = first.is_valid && first.instant <= last.instant;
-  return {is_first_known ? first.instant : kBeginning, last.instant - 1};
+  const int64_t latest = calendar_.instants_of(last).later;
+  const int64_t earliest = first.is_trusted ? calendar_.instants_of(first).earlier : kEnd;
+  return {earliest <= latest ? earliest : kBeginning, latest - 1};
 }
 
-void OpenEntries::add(const EVT_HEADER &header, bool is_wanted) {
-  const LogTime last = calendar_.at(header.UpdateTime);
-  if (is_closing_note(header)) {
-    events_.push_back({time_of_note(last), true, is_wanted});
-  } else if (is_wanted) {
-    events_.push_back({spared_by(calendar_.at(header.InitTime), last), false, true});
+// A clock that was set back before the first plain note has misled none.
+OpenEntries::SetBack OpenEntries::shows_set_back(const EVT_HEADER &header, const LogTime &first,
+                                                 const LogTime &last) {
+  if (!first.is_valid) {
+    return SetBack::kNo;
   }
+  const bool precedes_previous = previous_first_ && first.instant < *previous_first_ - kSetBackBy;
+  previous_first_ = first.instant;
+  if (precedes_previous && has_plain_note_) {
+    return SetBack::kYes;
+  }
+  const bool precedes_itself = last.is_valid && last.instant < first.instant - kSetBackBy;
+  return precedes_itself && iml::severity_rank(header.bSeverity) >= iml::kCaution ? SetBack::kIfClosed
+                                                                                  : SetBack::kNo;
 }
 
-// Only the earliest and the latest of the notes after an entry matter to it.
-std::vector<bool> OpenEntries::finish() {
-  std::vector<bool> is_open;
-  Range notes;  // after the event under way
-  for (auto event = events_.rbegin(); event != events_.rend(); ++event) {
-    if (event->is_wanted) {  // a note closes itself, too
-      is_open.push_back(!event->is_closing_note && event->range.includes(notes));
+void OpenEntries::add(const EVT_LOG_ENTRY &record, bool is_wanted) {
+  const EVT_HEADER &header = record.Hdr;
+  const LogTime first = calendar_.at(header.InitTime);
+  const LogTime last = calendar_.at(header.UpdateTime);
+  Event event = {{}, header.dwEvtNumber, Kind::kEntry, shows_set_back(header, first, last), is_wanted, 0};
+  if (is_closing_note(header)) {
+    event.range = time_of_note(last);
+    if (const auto names = named_entries(record)) {
+      event.kind = Kind::kNamingNote;
+      event.names = static_cast<uint8_t>(names->size());
+      names_.insert(names_.end(), names->begin(), names->end());
+    } else {
+      event.kind = Kind::kPlainNote;
+      has_plain_note_ = true;
     }
-    if (event->is_closing_note) {
-      notes.include(event->range);
+  } else if (is_wanted || event.set_back != SetBack::kNo) {
+    event.range = spared_by(first, last);
+  } else {
+    return;
+  }
+  events_.push_back(event);
+}
+
+// Only the earliest and the latest of the plain notes after an entry matter to it, and the latest of those
+// that name it.
+OpenEntries::Answer OpenEntries::finish() {
+  Answer answer;
+  Range plain_notes;                         // after the event under way
+  std::map<uint32_t, int64_t> naming_notes;  // the same; the latest for each number
+  bool is_clock_known = false;
+  std::reverse(events_.begin(), events_.end());
+  for (Event &event : events_) {
+    const bool is_closed_by_plain = !event.range.includes(plain_notes);
+    const auto naming = naming_notes.find(event.number);
+    const bool is_named = naming != naming_notes.end();
+    // Only the last entry that shows it matters: a note that names it takes back what earlier ones show, too.
+    if (!is_clock_known &&
+        (event.set_back == SetBack::kYes || (event.set_back == SetBack::kIfClosed && is_closed_by_plain))) {
+      is_clock_known = true;
+      if (!is_named) {
+        answer.clock_set_back_at = event.number;
+      }
+    }
+    if (event.is_wanted) {  // a closing note closes itself, too
+      answer.is_open.push_back(event.kind == Kind::kEntry && !is_closed_by_plain &&
+                               !(is_named && naming->second > event.range.latest));
+    }
+    if (event.kind == Kind::kPlainNote) {
+      plain_notes.include(event.range);
+    }
+    for (; event.names != 0; --event.names) {
+      int64_t &latest = naming_notes.try_emplace(names_.back(), kBeginning).first->second;
+      latest = std::max(latest, event.range.latest);
+      names_.pop_back();
     }
   }
   events_.clear();
-  std::reverse(is_open.begin(), is_open.end());
-  return is_open;
+  previous_first_.reset();
+  has_plain_note_ = false;
+  std::reverse(answer.is_open.begin(), answer.is_open.end());
+  return answer;
 }

@@ -170,9 +170,15 @@ class Fleet:
         return [(host, entry) for host in hosts for entry in self.truth[host]["entries"]]
 
     def merged(self, zone, is_wanted):
-        """The same in the order of several logs."""
-        rows = [(host, entry) for host, entry in self.entries(zone) if is_wanted(entry)]
-        return sorted(rows, key=lambda row: float("-inf") if row[1]["last"] is None else row[1]["last"])
+        """The same in the order of several logs: of the last updates, or of the entry before where there is none."""
+        rows = []
+        for host in self.hosts("whole", "cut", zone=zone):
+            updated = float("-inf")
+            for entry in self.truth[host]["entries"]:
+                updated = updated if entry["last"] is None else entry["last"]
+                if is_wanted(entry):
+                    rows.append((updated, host, entry))
+        return [(host, entry) for _, host, entry in sorted(rows, key=lambda row: row[0])]
 
 
 def ids(rows):

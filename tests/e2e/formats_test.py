@@ -165,6 +165,7 @@ class Formats(Case):
             'iml_unserviced_entries{severity="caution",class="Maintenance"} 2',
             'iml_unserviced_entries{severity="critical",class="Maintenance"} 1',
             'iml_unserviced_entries{severity="unknown",class="Maintenance"} 1',
+            'iml_clock_set_back 1',
             f'iml_build_info{{version="{self.version()}"}} 1',
             'iml_read_success 1',
         ])

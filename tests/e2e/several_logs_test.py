@@ -16,7 +16,7 @@ class SeveralLogs(Case):
 
         return [
             self.file(record(0, 9, b"a", at(3)), record(1, 15, b"b", at(0), at(5)), name="r1.iml"),
-            self.file(record(7, 15, b"c", at(5)), record(8, 2, b"d", NO_TIME), name="r\u00e9\x01|.iml"),
+            self.file(record(8, 2, b"d", NO_TIME), record(7, 15, b"c", at(5)), name="r\u00e9\x01|.iml"),
             self.file(record(9, 9, b"e", at(3)), record(2, 9, b"f", at(1)), record(3, 15, b"g", at(3)), name="n"),
         ]
 
@@ -32,8 +32,8 @@ class SeveralLogs(Case):
         ):
             self.assertEqual(self.numbers(*words, *fleet), expected)
         self.assertEqual(self.numbers(*fleet[::-1]), [8, 2, 9, 3, 0, 7, 1])
-        self.assertEqual(self.numbers("-r", fleet[0]), [1, 0])
-        self.assertEqual(self.numbers("-rn1", fleet[2]), [3])
+        repeated = self.file(record(10, first=(2025, 9, 1, 0, 4)), record(11, first=NO_TIME), name="r4.iml")
+        self.assertEqual(self.numbers(*fleet, repeated), [8, 2, 0, 9, 3, 10, 11, 1, 7])
         entries = [(entry["__MONOTONIC_TIMESTAMP"], entry["_HOSTNAME"]) for entry in self.exported("-n", "3", *fleet)]
         self.assertEqual(entries, [("1", "n"), ("2", "r1"), ("3", "r\u00e9 |")])
 

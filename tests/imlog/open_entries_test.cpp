@@ -1,4 +1,5 @@
-// Which entries the notes of a log close, against the rule as it reads, entry by entry and note by note.
+// The entries that notes close, and those that show that the clock was set back, compared with the rules as
+// they read: entry by entry and note by note.
 #include "imlog/open_entries.h"
 
 #include <random>
@@ -9,7 +10,10 @@
 
 namespace {
 
-// The stamp of a minute after 2025 began; of a negative one none that is valid.
+// Times are minutes after 2025 began. Negative ones are not valid.
+constexpr int kTrustedUntil = 20'000;
+constexpr int kToCome = 30'000;
+
 EVT_TIME_STAMP minute(int number) {
   return number < 0 ? EVT_TIME_STAMP{}
                     : EVT_TIME_STAMP{20,
@@ -20,54 +24,141 @@ EVT_TIME_STAMP minute(int number) {
                                      static_cast<uint8_t>(number % 60)};
 }
 
+bool is_trusted(int time) {
+  return time >= 0 && time <= kTrustedUntil;
+}
+
+enum Kind { kCritical, kInformation, kPlainNote, kNamingNote };
+
 struct Event {
-  bool is_note;
-  int first;  // minutes; negative ones are not valid
+  Kind kind;
+  uint32_t number;
+  int first;
   int last;
+  std::vector<uint32_t> names;
 };
 
-bool is_closed_by(const Event &entry, int note) {
-  return entry.last < 0 || note < 0 || entry.last <= note ||
-         (entry.first > note && entry.first <= entry.last);
+using Log = std::vector<Event>;
+
+bool is_after(const Event &entry, const Event &note) {
+  return is_trusted(entry.last) && is_trusted(note.last) && entry.last > note.last;
 }
 
-std::vector<bool> open_by_the_rule(const std::vector<Event> &log) {
-  std::vector<bool> open;
+bool is_closed_by_plain(const Event &entry, const Event &note) {
+  const bool is_clock_set_back =
+      is_trusted(entry.first) && entry.first > note.last && entry.first <= entry.last;
+  return note.kind == kPlainNote && (!is_after(entry, note) || is_clock_set_back);
+}
+
+bool is_named_by(const Event &entry, const Event &note) {
+  return note.kind == kNamingNote &&
+         std::find(note.names.begin(), note.names.end(), entry.number) != note.names.end();
+}
+
+template <class Rule>
+bool any_after(const Log &log, size_t entry, Rule rule) {
+  return std::any_of(log.begin() + static_cast<std::ptrdiff_t>(entry) + 1, log.end(), rule);
+}
+
+bool is_open(const Log &log, size_t entry) {
+  return log[entry].kind < kPlainNote && !any_after(log, entry, [&](const Event &note) {
+           return is_closed_by_plain(log[entry], note) ||
+                  (is_named_by(log[entry], note) && !is_after(log[entry], note));
+         });
+}
+
+// True if the entry shows that the clock was set back, apart from the notes that take this back.
+bool shows(const Log &log, size_t entry) {
+  const auto &[kind, number, first, last, names] = log[entry];
+  if (first < 0) {
+    return false;
+  }
+  const bool is_closed =
+      any_after(log, entry, [&](const Event &note) { return is_closed_by_plain(log[entry], note); });
+  if (kind == kCritical && is_closed && last >= 0 && last < first - 120) {
+    return true;
+  }
+  bool has_plain_note = false;
+  int before = -1;
+  for (size_t i = 0; i < entry; ++i) {
+    has_plain_note = has_plain_note || log[i].kind == kPlainNote;
+    before = log[i].first >= 0 ? log[i].first : before;
+  }
+  return has_plain_note && first < before - 120;
+}
+
+std::optional<uint32_t> set_back_at(const Log &log) {
+  std::optional<uint32_t> at;
   for (size_t i = 0; i < log.size(); ++i) {
-    open.push_back(!log[i].is_note);
-    for (size_t note = i + 1; note < log.size(); ++note) {
-      open[i] = open[i] && !(log[note].is_note && is_closed_by(log[i], log[note].last));
+    if (shows(log, i)) {
+      at = log[i].number;
+      if (any_after(log, i, [&](const Event &note) { return is_named_by(log[i], note); })) {
+        at.reset();
+      }
     }
   }
-  return open;
+  return at;
 }
 
-TEST(OpenEntries, AreWhatNoNoteCloses) {
+EVT_LOG_ENTRY record_of(const Event &event) {
+  static constexpr uint8_t kSeverities[] = {15, 2, 6, 6};
+  std::string text = event.kind == kNamingNote ? "closes" : "closed all";
+  for (const uint32_t name : event.names) {
+    text += ' ' + std::to_string(name);
+  }
+  return make_record({.number = event.number,
+                      .severity = kSeverities[event.kind],
+                      .payload = text,
+                      .first = minute(event.first),
+                      .last = minute(event.last)});
+}
+
+TEST(OpenEntries, FollowTheRules) {
   setenv("TZ", "UTC", 1);
   Calendar calendar;
+  calendar.start_reading(calendar.at(minute(kTrustedUntil)).instant - 86'400);
   std::mt19937 draw(1);
-  const auto below = [&](unsigned bound) { return static_cast<int>(draw() % bound); };
+  const auto below = [&](size_t bound) { return static_cast<int>(draw() % bound); };
   OpenEntries entries(calendar);  // one object, so that what a log leaves would show in the next one
   size_t open = 0;
-  for (int round = 0; round < 2000; ++round) {
-    std::vector<Event> log(static_cast<size_t>(below(round % 100 == 0 ? 1000 : 12)));
-    const unsigned notes = 1 + static_cast<unsigned>(below(40));
-    const bool is_long = log.size() > 12;
+  size_t set_back = 0;
+  for (int round = 0; round < 3000; ++round) {
+    const bool is_long = round % 300 == 0;
+    const unsigned notes = 1 + static_cast<unsigned>(below(20));
+    const int step = below(2) == 0 ? 1 : 61;
+    Log log(static_cast<size_t>(below(is_long ? 500 : 10)));
+    const auto time = [&](size_t i) {
+      const int kind = below(is_long ? size_t{500} : size_t{16});
+      return kind == 0   ? -1
+             : kind == 1 ? kToCome
+                         : (below(6) + (is_long ? static_cast<int>(i) : 0)) * step;  // some stay open
+    };
     for (size_t i = 0; i < log.size(); ++i) {
-      const int drift = is_long ? static_cast<int>(i) : 0;  // so that some stay open
-      const unsigned times = is_long ? 3000 : 6;
-      log[i] = {draw() % notes == 0, draw() % 8 != 0 ? below(times) + drift : -1,
-                draw() % (is_long ? 500 : 8) != 0 ? below(times) + drift : -1};
-      const RecordFields fields = {.severity = static_cast<uint8_t>(log[i].is_note ? 6 : 15),
-                                   .first = minute(log[i].first),
-                                   .last = minute(log[i].last)};
-      entries.add(make_record(fields).Hdr, true);
+      const Kind note = below(2) == 0 ? kPlainNote : kNamingNote;
+      const Kind entry = below(8) == 0 ? kInformation : kCritical;
+      const size_t number = below(8) == 0 ? draw() % log.size() : i;
+      log[i] = {draw() % notes == 0 ? note : entry, static_cast<uint32_t>(number), time(i), time(i), {}};
+      for (int names = log[i].kind == kNamingNote ? below(6) : 0; names > 0; --names) {
+        log[i].names.push_back(static_cast<uint32_t>(below(log.size() + 1)));
+      }
     }
-    const std::vector<bool> expected = open_by_the_rule(log);
-    ASSERT_EQ(entries.finish(), expected) << "round " << round;
+    // The others are filtered out, which changes nothing for the rest.
+    std::vector<bool> expected;
+    for (size_t i = 0; i < log.size(); ++i) {
+      const bool is_wanted = below(4) != 0;
+      entries.add(record_of(log[i]), is_wanted);
+      if (is_wanted) {
+        expected.push_back(is_open(log, i));
+      }
+    }
+    const auto &[is_open, clock_set_back_at] = entries.finish();
+    ASSERT_EQ(is_open, expected) << "round " << round;
+    ASSERT_EQ(clock_set_back_at, set_back_at(log)) << "round " << round;
     open += static_cast<size_t>(std::count(expected.begin(), expected.end(), true));
+    set_back += clock_set_back_at ? 1U : 0U;
   }
   EXPECT_GT(open, 1000U);
+  EXPECT_GT(set_back, 100U);
 }
 
 }  // namespace
