@@ -33,7 +33,7 @@ void format_with_serial(EventText &text, const SerialWordings<Texts> &wordings,
   }
 }
 
-// How one event words the place of a module, or of a bank.
+// The wordings of one event for the place of a module, or of a bank.
 struct LocationWordings {
   SerialWordings<0> system_memory;
   SerialWordings<1> system_memory_module;

@@ -13,7 +13,7 @@ namespace {
 constexpr uint8_t kUpperBoard = 0x8A;
 constexpr uint8_t kLowerBoard = 0x8C;
 
-// How messages name the board that reports an event, and its partner.
+// The words of messages for the board that reports an event, and for its partner.
 struct KrxBoard {
   const char *own;
   const char *other;
@@ -43,7 +43,7 @@ constexpr char kUpperKrx2[] = "Upper KRX Board, KRX 2";
 constexpr char kLowerKrx1[] = "Lower KRX Board, KRX 1";
 constexpr char kLowerKrx2[] = "Lower KRX Board, KRX 2";
 
-// What the QPI links of one processor lead to, by port; "NC" is not connected.
+// The other ends of one processor's QPI links, by port; "NC" is not connected.
 typedef struct _evtKRXchip {
   const char *ports[4];
 } KRX_CPU_CHIP;

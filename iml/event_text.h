@@ -96,7 +96,7 @@ class EventText {
     finish(put(next_, end_, text.data(), text.size()));
   }
 
-  // Whether no character has been stored; always true when there is no room for one.
+  // True while no character is stored; always true when there is no room for one.
   [[nodiscard]] bool empty() const {
     return next_ == begin_;
   }

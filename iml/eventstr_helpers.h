@@ -1,5 +1,5 @@
-// How all class decoders print numbers, unknown values, chassis, enclosures and slots. Texts in a payload are
-// terminated; TranslateEventLogMessage ensures it.
+// Texts of numbers, unknown values, chassis, enclosures and slots, for all class decoders. Texts in a payload
+// are terminated; TranslateEventLogMessage ensures it.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// What the payload records share. All records are packed and little-endian. C99 and C++11, GCC or Clang.
+// Common parts of the payload records. All records are packed and little-endian. C99 and C++11, GCC or Clang.
 //
 // A last field with a single element (cMessage, cText, cChassisName, cSerialNumber, cCause, szSerialNumber,
 // szChassis_Sun, and the byte arrays bMIDChain and data) stands for the rest of the payload. Read it through

@@ -98,7 +98,7 @@ TEST(EventText, FormatsAsPrintfDoes) {
   }
 }
 
-// What does not compile.
+// Formats that do not compile.
 template <class... Args>
 constexpr bool fits(const char *format) {
   const ArgumentKind kinds[] = {kind_of<Args>()..., ArgumentKind::kOther};
