@@ -1,6 +1,5 @@
 // Batteries, and the server's power as a whole.
 #include "iml/class_decoders.h"
-#include "iml/eventstr_helpers.h"
 
 namespace iml {
 namespace {

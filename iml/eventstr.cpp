@@ -1,6 +1,5 @@
 #include "iml/eventstr.h"
 
-#include <cstddef>
 #include <cstring>
 
 #include "iml/class_decoders.h"

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "util/printable.h"
-
 namespace {
 
 bool is_between(char byte, unsigned low, unsigned high) {
@@ -55,10 +53,12 @@ bool is_control(char32_t code) {
 }  // namespace
 
 std::string_view TextCleaner::clean(std::string_view text) {
-  size_t done = printable_length(text);
-  if (done == text.size()) {
+  const auto is_printable = [](char byte) { return is_between(byte, 0x20, 0x7E); };
+  const auto first = std::find_if_not(text.begin(), text.end(), is_printable);
+  if (first == text.end()) {
     return text;
   }
+  auto done = static_cast<size_t>(first - text.begin());
   cleaned_.assign(text.substr(0, done));
   while (done < text.size()) {
     done += clean_character(text.substr(done));

@@ -1,10 +1,8 @@
 #include "imlog/time_text.h"
 
 #include <cstdlib>
-#include <cstring>
 #include <optional>
 
-#include "iml/digits.h"
 #include "platform/time_stamp.h"
 
 namespace {
@@ -20,50 +18,31 @@ std::optional<tm> utc_form(const LogTime &time) {
   return utc;
 }
 
-// "2024-12-05T22:40"
-char *put_minute(char *text, const EVT_TIME_STAMP &stamp) {
-  char *next = iml::write_digit_pair(text, stamp.bCentury);
-  next = iml::write_digit_pair(next, stamp.bYear);
-  *next++ = '-';
-  next = iml::write_digit_pair(next, stamp.bMonth);
-  *next++ = '-';
-  next = iml::write_digit_pair(next, stamp.bDay);
-  *next++ = 'T';
-  next = iml::write_digit_pair(next, stamp.bHour);
-  *next++ = ':';
-  return iml::write_digit_pair(next, stamp.bMinute);
+void put_minute(const EVT_TIME_STAMP &stamp, iml::EventText &text) {
+  text.format("%02u%02u-%02u-%02uT%02u:%02u", stamp.bCentury, stamp.bYear, stamp.bMonth, stamp.bDay,
+              stamp.bHour, stamp.bMinute);
 }
 
 }  // namespace
 
 MinuteText::MinuteText(const LogTime &time, bool in_utc) {
-  constexpr std::string_view kNone = "----------------";
-  char *end = text_;
   if (!time.is_valid) {
-    memcpy(text_, kNone.data(), kNone.size());
-    end += kNone.size();
+    text_.append("----------------");
   } else if (const std::optional<tm> utc = in_utc ? utc_form(time) : std::nullopt) {
-    end = put_minute(text_, to_stamp(*utc));
-    *end++ = 'Z';
+    put_minute(to_stamp(*utc), text_);
+    text_.append("Z");
   } else {
-    end = put_minute(text_, time.stamp);
+    put_minute(time.stamp, text_);
   }
-  size_ = static_cast<size_t>(end - text_);
 }
 
 ZonedText::ZonedText(const LogTime &time, bool in_utc) {
-  const std::optional<tm> utc = in_utc ? utc_form(time) : std::nullopt;
-  char *next = put_minute(text_, utc ? to_stamp(*utc) : time.stamp);
-  *next++ = ':';
-  next = iml::write_digit_pair(next, utc ? static_cast<unsigned>(utc->tm_sec) : 0);
-  if (utc) {
-    *next++ = 'Z';
+  if (const std::optional<tm> utc = in_utc ? utc_form(time) : std::nullopt) {
+    put_minute(to_stamp(*utc), text_);
+    text_.format(":%02uZ", static_cast<unsigned>(utc->tm_sec));
   } else {
     const auto offset = static_cast<unsigned>(std::abs(time.offset_minutes));
-    *next++ = time.offset_minutes < 0 ? '-' : '+';
-    next = iml::write_digit_pair(next, offset / 60);
-    *next++ = ':';
-    next = iml::write_digit_pair(next, offset % 60);
+    put_minute(time.stamp, text_);
+    text_.format(":00%s%02u:%02u", time.offset_minutes < 0 ? "-" : "+", offset / 60, offset % 60);
   }
-  size_ = static_cast<size_t>(next - text_);
 }

@@ -1,9 +1,9 @@
 // Times of the log as texts.
 #pragma once
 
-#include <cstddef>
 #include <string_view>
 
+#include "iml/event_text.h"
 #include "imlog/calendar.h"
 
 // A time to the minute: "2024-12-05T22:40", in UTC "2024-12-05T21:40Z", and dashes for one that is not valid.
@@ -13,12 +13,11 @@ class MinuteText {
   MinuteText(const LogTime &time, bool in_utc);
 
   [[nodiscard]] std::string_view view() const {
-    return {text_, size_};
+    return text_.view();
   }
 
  private:
-  char text_[sizeof("2024-12-05T21:40Z") - 1];
-  size_t size_;
+  iml::OwnText<sizeof("2024-12-05T21:40Z")> text_;
 };
 
 // A valid time with its zone: "2024-12-05T22:40:00+01:00", in UTC "2024-12-05T21:40:00Z", as above.
@@ -27,10 +26,9 @@ class ZonedText {
   ZonedText(const LogTime &time, bool in_utc);
 
   [[nodiscard]] std::string_view view() const {
-    return {text_, size_};
+    return text_.view();
   }
 
  private:
-  char text_[sizeof("2024-12-05T22:40:00+01:00") - 1];
-  size_t size_;
+  iml::OwnText<sizeof("2024-12-05T22:40:00+01:00")> text_;
 };
