@@ -21,7 +21,7 @@ inline constexpr char kDigitPairs[] =
     "6061626364656667686970717273747576777879"
     "8081828384858687888990919293949596979899";
 
-inline char *write_digit_pair(char *to, unsigned number) {
+inline char *write_digit_pair(char *to, size_t number) {
   memcpy(to, kDigitPairs + 2 * number, 2);
   return to + 2;
 }
@@ -116,7 +116,7 @@ class EventText {
     next_ = next;
   }
 
-  char no_room_;
+  char no_room_ = '\0';  // in place of a buffer of size 0
   char *begin_;
   char *next_;
   char *end_;
