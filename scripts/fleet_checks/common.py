@@ -12,6 +12,8 @@ import time
 
 import jsonschema
 
+from fleet_checks.costs import Costs
+
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 EXAMPLES = ROOT / "examples/fleet"
 UNPACKED = ROOT / "build/tools/root"
@@ -59,6 +61,9 @@ def service(command, log, **more):
         try:
             yield process
         finally:
+            if process.poll() is not None:
+                print(f"{command[0]} has ended by itself with status {process.returncode}:")
+                print(pathlib.Path(log).read_text(errors="replace")[-2000:])
             process.terminate()  # it ends its own processes
             with contextlib.suppress(subprocess.TimeoutExpired):
                 process.wait(timeout=60)
@@ -122,6 +127,7 @@ class Table:
 
     def __init__(self):
         self.right = self.asked = self.skipped = 0
+        self.costs = Costs()
         self.start()
         print(f"{'question':<64} {'entries':>8} {'seconds':>8} {'bytes':>11}")
 

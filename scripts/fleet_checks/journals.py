@@ -8,7 +8,7 @@ from fleet_checks.common import ZONES, free_port, ids, imlog, is_listening, serv
 
 def ask(fleet, table, work):
     remote = tool("systemd-journal-remote", "systemd-journal-remote")
-    every = sorted(ids(fleet.entries()))
+    every, hosts = sorted(ids(fleet.entries())), fleet.hosts("whole", "cut")
     one, zones, sent = (work / name for name in ("one-journal", "zone-journals", "sent-journals"))
     for directory in one, zones, sent:
         directory.mkdir()
@@ -16,11 +16,14 @@ def ask(fleet, table, work):
     # Read in one zone, times are wrong by hours. But there are so many entries that the journal has several files.
     size = write(remote, fleet.files("whole", "cut"), "UTC", one / "fleet.journal")
     table.row("imlog -o export | systemd-journal-remote: all at once", query(one), every, size)
+    table.costs.add("systemd-journal-remote", len(hosts), len(every), stored(one), ", from export, all at once")
     size = sum(write(remote, fleet.files("whole", "cut", zone=zone), zone, zones / f"{zone.replace('/', '-')}.journal")
                for zone in ZONES)
     table.row("imlog -o export | systemd-journal-remote: by zone", query(zones), every, size)
+    table.costs.add("systemd-journal-remote", len(hosts), len(every), stored(zones), ", from export, by zone")
     upload(remote, zones, sent / "sent.journal", work)
     table.row("these, sent by systemd-journal-upload", query(sent), every, size)
+    table.costs.add("systemd-journal-remote", len(hosts), len(every), stored(sent), ", from journal-upload")
 
     since = int(time.time()) - 86400
     for place, directory in (("", zones), (" (sent)", sent)):
@@ -32,6 +35,10 @@ def ask(fleet, table, work):
                  lambda entry: entry["severity"] == "caution" and journal_time(entry) <= since)):
             want = sorted(ids((host, entry) for host, entry in fleet.entries() if is_wanted(entry)))
             table.row(f"journalctl {' '.join(words)}{place}", query(directory, *words), want)
+
+
+def stored(directory):
+    return sum(file.stat().st_size for file in directory.iterdir())
 
 
 def write(remote, logs, zone, path):

@@ -58,6 +58,8 @@ def ask(fleet, table, work):
             compare(f"after a critical entry of {host} was repeated")
             exporters.unread = host
             compare(f"after the log of {host} has become unreadable")
+    for program in "prometheus", "prometheus-alertmanager":
+        table.costs.add(program, len(fleet.truth), 0, sum(map(len, exporters.pages.values())))
 
 
 class Exporters:
