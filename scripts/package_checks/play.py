@@ -19,7 +19,7 @@ def check(packages, work):
     shutil.copytree(ROOT / "examples/fleet", root / "fleet")
     expect(play(root) > 0, "the first run changes nothing")
     changed = play(root)
-    expect(changed == 0, f"a second run changes {changed} things")
+    expect(changed == 0, f"a second run changes something: {changed}")
 
     for timer in TIMERS:
         state = in_root(root, "systemctl", "is-enabled", timer, statuses=(), SYSTEMD_OFFLINE="1").strip()
