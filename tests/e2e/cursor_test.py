@@ -33,6 +33,9 @@ class Cursor(Case):
         again = record(1, count=2, last=(2025, 9, 2, 0, 0))
         self.assertEqual(self.changes(a, b), [(0, "new"), (1, "new")])
         self.assertEqual(self.cursor.stat().st_mode & 0o777, 0o600)
+        written = self.cursor.stat().st_ino
+        self.assertEqual(self.changes(a, b), [])
+        self.assertEqual(self.cursor.stat().st_ino, written)  # nothing has changed
         self.assertEqual(self.changes(a, again, c), [(1, "repeated"), (2, "new")])
         self.assertEqual(self.changes(), [])  # cleared
         self.assertEqual(self.changes(a, c, words=("-p", "critical")), [])
@@ -53,6 +56,7 @@ class Cursor(Case):
             ([record(0, event=(0x22, 2)), old[1]], [0, 1]),
             ([record(0, 15, b"y", last=later, count=2), old[1]], []),  # repeated
             ([old[0], record(1, first=later), old[2]], [1]),
+            ([old[0], record(1, event=(0x21, 3)), record(2, event=(0x22, 2)), record(2**32 - 1)], [1, 2, 2**32 - 1]),
             ([record(9, first=later), old[1], record(0, first=later)], [9, 0]),  # unknown
             ([record(0, first=later), old[1], old[0]], []),  # a later one has its number
             ([record(2, first=later), old[1]], [2, 1]),
@@ -71,11 +75,27 @@ class Cursor(Case):
 
     def test_damaged_cursor(self):
         self.changes(record(0), record(7))
-        good = self.cursor.read_bytes()
-        for text in (b"", good[:-1], good.replace(b"cursor 1", b"cursor 2")):
-            self.cursor.write_bytes(text)
-            self.assertEqual(self.changes(record(0), status=2, stderr=b"the cursor is "), [])
-            self.assertEqual(self.cursor.read_bytes(), text)
+        good = self.cursor.read_text()
+        head, a, b, tail = good.splitlines(keepends=True)
+        for text, fault in (
+            ("", b"is empty"),
+            ("imlog-cursor 2 x\n", b"is of another version"),
+            ("imlog-cursor 2" + good[14:], b"is of another version"),
+            ("\n", b"is damaged"),
+            (good[:-1], b"is damaged"),
+            (good + "\n", b"is damaged"),
+            (head, b"is damaged"),
+            (a + b + tail, b"is damaged"),
+            (head + b + tail, b"is damaged"),
+            (head + a + a + b + tail, b"is damaged"),
+            (head + b + a + tail, b"is damaged"),
+            (head + "0" + a + b + tail, b"is damaged"),
+            (head + a + "8" + b[1:] + tail, b"is damaged"),
+            ("\0" * 1000, b"is damaged"),
+        ):
+            self.cursor.write_text(text)
+            self.assertEqual(self.changes(record(0), status=2, stderr=b"the cursor " + fault), [])
+            self.assertEqual(self.cursor.read_text(), text)
 
     def test_no_regular_file(self):
         other = self.directory / "other"

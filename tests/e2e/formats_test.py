@@ -36,8 +36,42 @@ class Formats(Case):
         self.assertFalse(is_colored("-o", "json"))
         self.assertNotIn(b"\x1b", self.run_imlog(log, env={"TERM": "xterm"}))  # no terminal
 
-    def test_level_prefix(self):
-        self.assertTrue(self.run_imlog("--level-prefix", self.file(record(1, severity=15))).startswith(b"<2>"))
+    def test_short(self):
+        log = self.file(
+            record(5, 15, b"a"),
+            record(123456, 9, b"b", (2025, 9, 1, 0, 5), count=70000),
+            record(7, 0, b"c", last=NO_TIME),
+            record(0, 6, b"d", last=(1970, 1, 1, 0, 59)),
+            record(0, 3, b"e", event=(0xFFFF, 2)),
+        )
+        self.assertEqual(self.run_imlog(log).decode(), (
+            "2025-09-01T13:05 Critical        5 x1    Maintenance note: a\n"
+            "2025-09-01T00:05 Caution     123456 x70000 Maintenance note: b\n"
+            "---------------- Unknown         7 x1    Maintenance note: c\n"
+            "1970-01-01T00:59 Repaired        0 x1    Maintenance note: d\n"
+            "2025-09-01T13:05 Information     0 x1    Unknown Event (Class 0xFFFF, Code 0x02)\n"))
+        self.assertEqual(self.run_imlog("--level-prefix", "--utc", "--color=always", log).decode(), (
+            "<2>2025-09-01T11:05Z \x1b[1;31mCritical\x1b[0m        5 x1    Maintenance note: a\n"
+            "<4>2025-08-31T22:05Z \x1b[33mCaution\x1b[0m     123456 x70000 Maintenance note: b\n"
+            "<5>----------------  Unknown         7 x1    Maintenance note: c\n"
+            "<5>1970-01-01T00:59  \x1b[32mRepaired\x1b[0m        0 x1    Maintenance note: d\n"
+            "<6>2025-09-01T11:05Z Information     0 x1    Unknown Event (Class 0xFFFF, Code 0x02)\n"))
+
+    def test_json(self):
+        known = self.file(record(14, 9, b"\1\0\0\x09", (1970, 1, 1, 0, 14), (2025, 7, 1, 22, 40), 5, (2, 6)))
+        self.assertEqual(self.run_imlog("-o", "json", "--level-prefix", "--host", "r17u04", known).decode(), (
+            '<4>{"schema":"iml/1","host":"r17u04","number":14,"severity":"caution","severity_code":9,"priority":4,'
+            '"first":"1970-01-01T00:14:00+01:00","last":"2025-07-01T22:40:00+02:00",'
+            '"first_unix":-2760,"last_unix":1751402400,"count":5,"class":2,"code":6,'
+            '"class_name":"Machine Environment","known":true,'
+            '"message":"System Fans Not Redundant (Location Chassis)"}\n'))
+        unknown = record(2**32 - 1, 200, b"", (2025, 7, 1, 22, 40), NO_TIME, 2**32 - 1, (0xFFFF, 0xABCD))
+        words = ["-o", "json", "--utc", "--cursor-file", self.directory / "cursor", "-"]
+        self.assertEqual(self.run_imlog(*words, input=unknown).decode(), (
+            '{"schema":"iml/1","number":4294967295,"severity":"unknown","severity_code":200,"priority":5,'
+            '"first":"2025-07-01T20:40:00Z","last":null,"first_unix":1751402400,"last_unix":null,'
+            '"count":4294967295,"class":65535,"code":43981,"class_name":"Unknown","known":false,'
+            '"message":"Unknown Event (Class 0xFFFF, Code 0xABCD)","change":"new"}\n'))
 
     def test_hostile_texts(self):
         log = self.file(*(record(i, text=text) for i, text in enumerate(HOSTILE_TEXTS)))

@@ -18,6 +18,7 @@
 
 #include <gtest/gtest.h>
 
+#include "driver/channel.h"
 #include "iml/class_names.h"
 #include "orvlog/event_class.h"
 #include "tests/fake_driver.h"
@@ -166,7 +167,7 @@ FakeDriver log_of(int entries, const Answer &answer = answer_as_it_is) {
 // Four entries, with `status` in place of the answer to one number.
 FakeDriver log_answering(int number, int status, int error = 0) {
   return log_of(4, [=](int asked, EVT_LOG_ENTRY &) {
-    errno = asked == number && error != 0 ? error : errno;
+    errno = asked != number ? kEventEndOfLog : error != 0 ? error : errno;
     return asked == number ? status : 0;
   });
 }
@@ -309,7 +310,23 @@ TEST(Viewer, CountsNumbers) {
   check("-V|1000000", too_long, "", "", counts_and_lists({}, {}));
 }
 
-// A listing ends where it would repeat itself.
+// The driver says it with the status or with the errno of a failed request. What it leaves alone says
+// nothing: neither an older errno nor one that comes with another status.
+TEST(Viewer, FollowsStatusOrErrno) {
+  const std::string others = entry("0002", "2") + entry("0003", "3");
+  const auto list = [](int status, int error, const std::string &out, const std::string &err, Numbers asked) {
+    check("-v", log_answering(1, status, error), kFirst + out, err, lists(asked));
+  };
+  list(kEventNoEntry, 0, others, "", {0, 1, 2, 3, 4});
+  list(-1, kEventNoEntry, others, "", {0, 1, 2, 3, 4});
+  list(kEventEndOfLog, 0, "", "", {0, 1});
+  list(-1, kEventEndOfLog, "", "", {0, 1});
+  list(2, 0, "", kInvalid, {0, 1});
+  list(-1, 0, "", kInvalid, {0, 1});
+  list(-2, kEventEndOfLog, "", kInvalid, {0, 1});
+}
+
+// A listing ends where it would repeat itself, and in a gap of a million numbers.
 TEST(Viewer, InsistsOnProgress) {
   const auto stuck = [](const char *at) {
     return std::string("orvlog: The IML does not advance past entry ") + at + ".\n";
@@ -325,6 +342,15 @@ TEST(Viewer, InsistsOnProgress) {
   check("-V|1", carrying(0, 1), listing(repeated), stuck("2"), counts_and_lists({0, 1, 2, 3}, {1, 2}));
   check("-v", carrying(UINT32_MAX, UINT32_MAX), listing(entry("-0001", "0")), stuck("4294967295"),
         lists({0}));
+  const auto last_are_gaps =
+      log_of(0, [](int number, EVT_LOG_ENTRY &) { return number < 0 ? kEventNoEntry : kEventEndOfLog; });
+  check("-V|4294967294", last_are_gaps, "", stuck("4294967295"), counts_and_lists({0}, {-2, -1}));
+  // The first gap has one number less than the longest one.
+  FakeDriver gaps = log_of(INT32_MAX, [](int number, EVT_LOG_ENTRY &) {
+    return number == 0 || number == 1'000'000 ? kEventRead : kEventNoEntry;
+  });
+  gaps.traces_events = false;
+  check("-v", gaps, kFirst + entry("1000000", "p"), stuck("2000000"), lists({}));
 }
 
 TEST(Reports, AreCopiedAsTheyAre) {
@@ -355,6 +381,14 @@ TEST(Failures, AreReportedAndTheRunExitsWithZero) {
   check("-f", opening("proc", 0),
         "Could not get temperature data. Make sure the health monitor is activated\n\n",
         "orvlog: Cannot open /dev/zythealth/proc.\n", kProbe + "open proc 0\n");
+}
+
+TEST(Failures, KeepTheirReasonWhenTheNodeIsClosed) {
+  {
+    const Channel node(kNodeEvents, kOpenRead);
+    errno = EIO;
+  }
+  EXPECT_EQ(errno, EIO);
 }
 
 TEST(Watchdog, SubOptions) {
