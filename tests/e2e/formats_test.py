@@ -94,6 +94,13 @@ class Formats(Case):
         longest = max(map(len, self.run_imlog(str(SAMPLE / "cevt")).splitlines()))
         self.assertGreater(longest, 41 + 255)
 
+    def test_pieces(self):
+        """The newline of a line is the first byte of the second piece of 64 KiB that is written."""
+        line = self.run_imlog(self.file(record()))
+        padding = b"x" * ((65536 + 1) % len(line))
+        log = self.file(record(text=b"x" + padding), *[record()] * 5000)
+        self.assertEqual(self.run_imlog(log), line[:-1] + padding + b"\n" + line * 5000)
+
     def test_raw(self):
         rows = [record(i, severity) for i, severity in enumerate((2, 9, 15))]
         gap = bytes(240)
