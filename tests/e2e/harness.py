@@ -21,8 +21,12 @@ NO_TIME = (0,) * 6
 HOSTILE_TEXTS = [
     b"Fan 3\x7freplaced today\x07",
     "\u0080\u009f\u00a0\u00e9\u20ac\U0001f600".encode(),
-    "a\u200b\u2028\u2029\u202a\u202e\u2066\u2069\ufeffb".encode(),
+    "\u200a\u200b\u200c|\u2027\u2028\u2029|\u202a\u202e\u202f".encode(),
+    "\u2065\u2066\u2069\u206a|\ufefe\ufeff\uff00".encode(),
+    "\ud7ff\ue000\u0800|\U0001f600\U00102028\U0001feff\U0010ffff".encode(),
     b"\xff\xe2\x82 12345678\"\\ | \n'%s'",
+    b"\xc3(\xc0\x80 \xc1\xbf \xe0\x9f\x80 \xed\xa0\x80",  # overlong forms, a surrogate
+    b"\xf0\x8f\x80\x80 \xf4\x90\x80\x80 \xf5\x80\x80\x80 \xe2\x82\xc0 \xc2",  # and numbers above the last character
 ]
 
 # One replacement character for each byte that is no UTF-8, as imlog has it; Python's own handler merges some.

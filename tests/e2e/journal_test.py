@@ -50,7 +50,7 @@ class Journal(Case):
     def test_fields(self):
         """Each entry has the fields of export but the journal's own, and a MESSAGE that begins with time and host."""
         known = record(14, 9, b"\1\0\0\x09", (2024, 12, 2, 3, 14), (2025, 7, 1, 22, 40), 5, (2, 6))
-        unknown = record(7, 200, b"", (99,) * 6, (1970, 1, 1, 0, 0), 70000, (0xFFFF, 0xABCD))
+        unknown = record(700, 200, b"", (99,) * 6, (1970, 1, 1, 0, 0), 70000, (0xFFFF, 0xABCD))
         log = self.file(known, unknown, *(record(i, text=text) for i, text in enumerate(HOSTILE_TEXTS)))
         times = ["2025-07-01T22:40", "1970-01-01T00:00", *["2025-09-01T13:05"] * len(HOSTILE_TEXTS)]
         for words, host, change in (
