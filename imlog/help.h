@@ -26,9 +26,10 @@ The entries of several FILEs are merged by time. A directory stands for its
                               2025-09-01T11:05Z, @1756724700, now, today,
                               yesterday, -30m, -12h, -7d or -2w
   -c, --class=CLASS[:CODE]    only entries of this class, or of one code of it;
-                              a class is a number, a name such as 'Main Memory',
-                              or Unknown for all without a name, and a code is a
-                              number; several -c are alternatives
+                              a class is a number, the beginning of a name such
+                              as 'Main Memory', or Unknown for all without a
+                              name, and a code is a number; several -c are
+                              alternatives
   -x, --exclude=CLASS[:CODE]  no entries of this class, or of one code of it;
                               several -x add up
   -u, --unserviced            only entries that no maintenance note has closed

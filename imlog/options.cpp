@@ -87,17 +87,50 @@ Words class_words() {
   return words;
 }
 
-// The selector of a class by its number or name; nothing if there is no such class.
-std::optional<ClassSelector> parse_class(const std::string &text) {
-  if (const std::optional<uint64_t> number = parse_number(text, UINT16_MAX, true)) {
-    return ClassSelector{static_cast<uint16_t>(*number), {}};
-  }
+struct NamedClass {
+  const char *name;
+  ClassSelector selector;
+};
+
+// The classes whose names begin with `beginning`, in upper or lower case; that of exactly this name wins.
+std::vector<NamedClass> classes_like(const std::string &beginning) {
+  std::vector<NamedClass> all;
   for (const iml::ClassName &row : iml::kClassNames) {
-    if (strcasecmp(row.name, text.c_str()) == 0) {
-      return ClassSelector{row.code, {}};
+    all.push_back({row.name, {row.code, {}}});
+  }
+  all.push_back({iml::kNamelessClass, {}});
+  std::vector<NamedClass> classes;
+  for (const NamedClass &row : all) {
+    if (strcasecmp(row.name, beginning.c_str()) == 0) {
+      return {row};
+    }
+    if (!beginning.empty() && strncasecmp(row.name, beginning.c_str(), beginning.size()) == 0) {
+      classes.push_back(row);
     }
   }
-  return strcasecmp(iml::kNamelessClass, text.c_str()) == 0 ? std::optional(ClassSelector{}) : std::nullopt;
+  return classes;
+}
+
+// Reads the `name` of a class, or its number, which is all of `argument` or begins it.
+Problem parse_class(const std::string &name, const char *argument, ClassSelector &selector) {
+  if (const std::optional<uint64_t> number = parse_number(name, UINT16_MAX, true)) {
+    selector.event_class = static_cast<uint16_t>(*number);
+    return {};
+  }
+  const std::vector<NamedClass> classes = classes_like(name);
+  if (classes.empty()) {
+    return Problem("unknown class '%s'", argument)
+        .advise("use a number up to 0xFFFF, or a name that '-c help' prints");
+  }
+  if (classes.size() > 1) {
+    Words names;
+    for (const NamedClass &row : classes) {
+      names.emplace_back(row.name);
+    }
+    return Problem("class '%s' is ambiguous", argument).advise("use %s", join_words(names).c_str());
+  }
+  selector = classes[0].selector;
+  return {};
 }
 
 Problem read_format(const char *argument, CommandLine &line) {
@@ -139,10 +172,9 @@ Problem read_until(const char *argument, CommandLine &line) {
 Problem read_class(const char *argument, std::vector<ClassSelector> &selectors) {
   const std::string text = argument;
   const size_t colon = text.find(':');
-  std::optional<ClassSelector> selector = parse_class(text.substr(0, colon));
-  if (!selector) {
-    return Problem("unknown class '%s'", argument)
-        .advise("use a number up to 0xFFFF, or a name that '-c help' prints");
+  ClassSelector selector;
+  if (Problem problem = parse_class(text.substr(0, colon), argument, selector); problem.is_set()) {
+    return problem;
   }
   if (colon != std::string::npos) {
     const std::optional<uint64_t> code =
@@ -150,9 +182,9 @@ Problem read_class(const char *argument, std::vector<ClassSelector> &selectors) 
     if (!code) {
       return Problem("invalid code in class '%s'", argument).advise("use a number up to 0xFFFF");
     }
-    selector->code = static_cast<uint16_t>(*code);
+    selector.code = static_cast<uint16_t>(*code);
   }
-  selectors.push_back(*selector);
+  selectors.push_back(selector);
   return {};
 }
 
