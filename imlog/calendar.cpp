@@ -72,8 +72,8 @@ int32_t steady_offset(int64_t midnight) {
 
 // The instant of a stamp near a change; `local` is the stamp taken as UTC.
 int64_t instant_near_change(const EVT_TIME_STAMP &stamp, int64_t local) {
-  // The answer of mktime depends on its previous call in an hour that occurs twice, if neither is summer time.
-  // Asking for the day before makes it use that day's offset.
+  // The answer of mktime depends on its previous call in an hour that occurs twice, if neither is summer
+  // time. Asking for the day before makes it use that day's offset.
   tm day_before = to_tm(stamp);
   day_before.tm_mday -= 1;
   day_before.tm_isdst = -1;
