@@ -31,7 +31,8 @@ def ask(fleet, table, work):
     fleet.directory.chmod(0o755)
     tool("sudo", "sudo")
     environment = {"TZ": ZONES[0], "WORK": str(directory), "EXAMPLES": str(EXAMPLES), "IMLOG": str(IMLOG),
-                   "NRPE": tool("nrpe", "nagios-nrpe-server"), "CHECK_NRPE": tool("check_nrpe", "nagios-nrpe-plugin"), "PORT": str(free_port())}
+                   "NRPE": tool("nrpe", "nagios-nrpe-server"), "CHECK_NRPE": tool("check_nrpe", "nagios-nrpe-plugin"),
+                   "PORT": str(free_port())}
     hosts = [*fleet.hosts("whole", zone=ZONES[0])[:3], *fleet.hosts("cut")]
     want = [answer(fleet.truth[host]) for host in hosts]
     table.start()
@@ -55,4 +56,5 @@ def answer(server):
     is_cut = server["state"] == "cut"
     status = 2 if critical else 3 if is_cut else 1 if caution else 0
     return (f"IML {('OK', 'WARNING', 'CRITICAL', 'UNKNOWN')[status]} - {critical} critical, {caution} caution"
-            f"{'; not all was read' if is_cut else ''} | critical={critical};;0 caution={caution};0; entries={len(severities)} status {status}")
+            f"{'; not all was read' if is_cut else ''} "
+            f"| critical={critical};;0 caution={caution};0; entries={len(severities)} status {status}")

@@ -64,7 +64,8 @@ class Files(Case):
         for _ in range(2000):
             severity = draw.choice((2, 6, 9, 15, draw.randrange(256)))
             stamps = bytes(draw.randrange(*bound) for bound in bounds)
-            fields = draw.getrandbits(32), 1, severity, draw.randrange(0x2C), draw.randrange(64), stamps, draw.getrandbits(32)
+            number, count = draw.getrandbits(32), draw.getrandbits(32)
+            fields = number, 1, severity, draw.randrange(0x2C), draw.randrange(64), stamps, count
             log += struct.pack(HEADER, 240, *fields) + bytes(draw.choices(range(256), k=212))
         log += struct.pack(HEADER, 240, 2**32 - 1, 1, 255, 0xFFFF, 0xFFFF, bytes(12), 2**32 - 1) + bytes(212)
         (self.directory / "log").write_bytes(log)
@@ -74,7 +75,8 @@ class Files(Case):
             for entry in map(json.loads, lines.splitlines()):
                 self.assertEqual([error.message for error in judge.iter_errors(entry)], [], entry)
                 seen |= set(entry)
-        self.assertEqual([seen, seen - {"host", "change"}], [set(judge.schema[key]) for key in ("properties", "required")])
+        self.assertEqual(seen, set(judge.schema["properties"]))
+        self.assertEqual(seen - {"host", "change"}, set(judge.schema["required"]))
         more = {"first_unix": -86400, "last_unix": 253402387199, "change": "repeated", "later": 1}
         self.assertTrue(judge.is_valid({**entry, **more}))
         bounds = [(name, bad) for name in ("number", "severity_code", "class", "code", "count")
@@ -220,7 +222,7 @@ class Files(Case):
                 path.unlink()
 
     def test_fetch_alone(self):
-        """Another command, a directory that it makes, a full disk on which the copy ends after a record, wrong usage."""
+        """Another command, a directory that it makes, a full disk that ends the copy after a record, wrong usage."""
         (self.directory / "log").write_bytes((SAMPLE / "cevt").read_bytes())
         self.program("ssh", "shift 5; eval \"$1\"")
         fleet, script = self.directory / "a/fleet", FILES / "imlog-fetch"
@@ -291,7 +293,8 @@ class Examples(Case):
             self.skipTest("mount namespaces not found (package util-linux)")
         shutil.copytree(SAMPLE, self.directory / "server")
         shutil.copy(FILES / "imlog-fetch", self.directory)
-        self.succeed(ROOT / "simulator/fleet.py", "--servers", "12", "--zone", "Europe/Berlin", self.directory / "fleet")
+        made = self.directory / "fleet"
+        self.succeed(ROOT / "simulator/fleet.py", "--servers", "12", "--zone", "Europe/Berlin", made)
         for host in "r01u01", "r01u02":  # which cannot be read
             (self.directory / f"fleet/{host}.iml").unlink()
         self.program("ssh", 'shift 5; exec sh -c "$1"')
@@ -303,8 +306,8 @@ class Examples(Case):
         environment = {**os.environ, "ORVLOG_SIMULATOR": str(self.directory / "server"), "TZ": "Europe/Berlin",
                        "PATH": f"{self.directory}:{BUILD}/imlog:{BUILD}/orvlog:{os.environ['PATH']}",
                        "LD_LIBRARY_PATH": str(BUILD / "simulator")}  # the sanitizers ignore the run path
-        run = subprocess.run(["unshare", "--mount", "bash", "-c", "\n".join(script)], cwd=self.directory, env=environment,
-                             capture_output=True, text=True, timeout=120, check=False)
+        run = subprocess.run(["unshare", "--mount", "bash", "-c", "\n".join(script)], cwd=self.directory,
+                             env=environment, capture_output=True, text=True, timeout=120, check=False)
         self.assertNotRegex(run.stderr, "imlog: |not found")
         used, outputs = set(), run.stdout.split("@@\n")[1:]
         self.assertEqual(len(outputs), len(commands))
