@@ -70,7 +70,8 @@ std::string History::text() const {
 }
 
 void History::begin_with(const EVT_HEADER &first) {
-  const auto old = before_.find(first.dwEvtNumber);
+  const uint32_t number = first.dwEvtNumber;  // find() takes a reference, which packed members do not allow
+  const auto old = before_.find(number);
   if (old != before_.end() &&
       !is_same_entry(old->second, {first.InitTime, first.wClass, first.wCode, 0, 0})) {
     before_.clear();
