@@ -272,7 +272,6 @@ class Examples(Case):
         r"imlog -o raw >|imlog -n 0 .*--cursor-file|imlog -o json fleet|orvlog -s REPAIRED|mkdir|imlog-fetch": r"^$",
         r"TZ=Europe/Berlin imlog": r"Server Critical Fault",
         r"imlog -o export": r"^",
-        r"journalctl --file=r17u04": r"Power",
         r"journalctl --directory=fleet": r" r\d+u\d+ imlog: ",
         r"imlog -o check -u fleet": r"^IML CRITICAL - \d+ critical, \d+ caution on \d+ of \d+ logs; r\d+u\d+: \d+ ",
     }
