@@ -58,7 +58,7 @@ class Costs:
         self.meter, self.rows = Meter(), []
 
     def add(self, program, servers, entries, size, words=""):
-        """Adds a program that has collected so many entries of so many servers, or a page of each where entries is 0."""
+        """Adds a program that has collected these entries of servers in so many bytes. 0 entries: one page a server."""
         self.rows.append((f"{program}{words}", servers, entries, size, *self.meter.take(program)))
 
     def print(self):
@@ -71,4 +71,5 @@ class Costs:
         for name, servers, entries, size, seconds, memory in self.rows:
             per_entry = (f"{size / entries:.0f}", f"{1000 * seconds / entries:.3f}") if entries else ("", "")
             print(f"{name:<44} {servers:>7} {entries or '':>7} {size / servers:>9.0f} {per_entry[0]:>7} "
-                  f"{1000 * seconds / servers:>10.2f} {per_entry[1]:>8} {memory / 1e6:>7.1f} {memory / servers / 1e3:>9.0f}")
+                  f"{1000 * seconds / servers:>10.2f} {per_entry[1]:>8} "
+                  f"{memory / 1e6:>7.1f} {memory / servers / 1e3:>9.0f}")

@@ -56,6 +56,8 @@ def ask(fleet, table, work):
     want = {f"{host}.iml": imlog("-o", "raw", str(fleet.path(host)), zone=ZONES[0]) for host in whole}
     want |= {f"{cut}.iml": b"old", f"{down}.iml": b"old"}
     table.row("imlog-fetch, ssh, sshd, sudo: copies, two of them old", found, want, sum(map(len, found.values())))
+    entries = sum(len(fleet.truth[host]["entries"]) for host in whole)
+    table.costs.add("sshd", len(whole), entries, sum(len(want[f"{host}.iml"]) for host in whole), ", for imlog-fetch")
     reported = sorted(line.partition(": ssh ended with status ")[0]
                       for line in run.stderr.splitlines() if "imlog-fetch" in line)
     table.row("hosts that it reports", [run.returncode, *reported],

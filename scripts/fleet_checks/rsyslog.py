@@ -84,6 +84,7 @@ def ask_one(fleet, table, work):
     table.row("imlog -o journal, imjournal of rsyslog: entries of three", found, want, len(run.stdout))
     table.row("the critical ones of them", rows_of(critical), [row for row in want if row[0] == "critical"])
     table.row("these lines by iml-1.schema.json", judge(every), [])
+    table.costs.add("rsyslogd", len(hosts), len(want), len(every), ", to a file")
     if found != want:
         print(run.stderr[-2000:])
 
@@ -100,6 +101,7 @@ def ask_central(fleet, table, work):
     table.row("rsyslog to a central one that was away: lines that arrived", set(arrived.splitlines()),
               set(every.splitlines()), len(arrived))
     table.row("lines that were sent", len(every.splitlines()), len(truth_of(fleet, hosts)))
+    table.costs.add("rsyslogd", len(hosts), len(every.splitlines()), len(arrived), ", both ends of a forward by TLS")
     if set(arrived.splitlines()) != set(every.splitlines()):
         print(run.stderr[-2000:])
 

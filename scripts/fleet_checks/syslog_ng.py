@@ -38,5 +38,6 @@ def ask(fleet, table, work):
     found = rows_of(run.stdout)
     table.row("imlog -o journal, syslog-ng: entries of three", found, want, len(run.stdout))
     table.row("these lines by iml-1.schema.json", judge(run.stdout), [])
+    table.costs.add("syslog-ng", len(hosts), len(want), len(run.stdout), ", to a file")
     if found != want:
         print(run.stderr[-2000:])
