@@ -50,9 +50,11 @@ const char *reason(int error) {
 
 // "3 days", in the largest unit of which there are two.
 std::string text_of_span(int64_t seconds) {
-  const auto [unit, name] = seconds >= 2 * 86400  ? std::pair(86400, " days")
-                            : seconds >= 2 * 3600 ? std::pair(3600, " hours")
-                                                  : std::pair(60, " minutes");
+  constexpr int64_t kHour = 3600;
+  constexpr int64_t kDay = 24 * kHour;
+  const auto [unit, name] = seconds >= 2 * kDay    ? std::pair(kDay, " days")
+                            : seconds >= 2 * kHour ? std::pair(kHour, " hours")
+                                                   : std::pair(int64_t{60}, " minutes");
   return std::to_string(seconds / unit) + name;
 }
 
