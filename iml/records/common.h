@@ -7,13 +7,13 @@
 // either may be empty. szPortID is two characters without a NUL.
 #pragma once
 
-#include <assert.h>
-#include <stddef.h>
-#include <stdint.h>
-
 #if __BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__
 #  error "The records are little-endian and are read in place: they need a little-endian machine"
 #endif
+
+#include <assert.h>
+#include <stddef.h>
+#include <stdint.h>
 
 #define IML_PACKED __attribute__((packed))
 
