@@ -80,13 +80,13 @@ bool is_color_terminal() {
          strcmp(terminal, "dumb") != 0 && (no_color == nullptr || no_color[0] == '\0');
 }
 
-FormatContext make_context(const Options &options) {
+FormatContext make_context(const Options &options, bool is_zone_unknown) {
   return {
       .level_prefix = options.level_prefix,
       .in_utc = options.in_utc,
       .has_color = options.color == Color::kAlways || (options.color == Color::kAuto && is_color_terminal()),
       .logs = options.logs,
-      .is_zone_unknown = check_time_zone().is_set()};
+      .is_zone_unknown = is_zone_unknown};
 }
 
 class Run {
@@ -94,7 +94,7 @@ class Run {
   Run(const Options &options, Calendar &calendar)
       : options_(options),
         calendar_(calendar),
-        format_(options.format->make(make_context(options))),
+        format_(options.format->make(make_context(options, zone_problem_.is_set()))),
         sink_(make_sink(*options.format)),
         output_(*sink_, options.follow),
         listing_(options, is_merged(), *options.format, remembers() ? &history_ : nullptr, calendar, *format_,
@@ -109,7 +109,7 @@ class Run {
     if (reading.problem.is_set()) {
       return finish_run(reading);
     }
-    print_problem(check_time_zone(), *options_.format);
+    print_problem(zone_problem_, *options_.format);
     if (!options_.follow) {
       return finish_run(read_logs());
     }
@@ -248,6 +248,7 @@ class Run {
 
   const Options &options_;
   Calendar &calendar_;
+  const Problem zone_problem_ = check_time_zone();
   std::unique_ptr<Format> format_;
   std::unique_ptr<Sink> sink_;
   Output output_;
