@@ -38,8 +38,7 @@ std::string print(const FormatRow &row, const char *path, History *history, cons
   const bool is_merged = history == nullptr && (row.traits & kMerges) != 0;
   const std::unique_ptr<Format> format =
       row.make({.level_prefix = true, .logs = std::span<const Log>(logs).first(is_merged ? 2 : 1)});
-  DescriptorSink sink(fd);
-  Output output(sink);
+  DescriptorOutput output(fd);
   Listing listing(selection, is_merged, row, history, calendar, *format, output);
   FileSource source(path);
   const Reading reading = listing.read(source, std::make_shared<const Log>(logs[0]));

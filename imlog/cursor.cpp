@@ -8,7 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "imlog/sink.h"
+#include "imlog/output.h"
 #include "util/file.h"
 
 namespace {

@@ -75,7 +75,7 @@ struct FormatRow {
   // The order of the entries, smallest first; null for that of the listing. The entries of a format with a
   // key are held until the whole log is read.
   uint64_t (*sort_key)(const LogTime &first, const LogTime &last) = nullptr;
-  std::unique_ptr<Sink> (*make_sink)() = nullptr;  // where the entries go; null for standard output
+  std::unique_ptr<Output> (*make_output)() = nullptr;  // where the entries go; null for standard output
 };
 
 // The `make` of a row whose format is of class `Kind`.

@@ -11,17 +11,21 @@ namespace {
 
 constexpr size_t kMostEntries = 10;  // below the line
 
-class TextSink : public Sink {
+// The text that is put.
+class TextOutput : public Output {
  public:
-  int write(std::string_view piece) override {
-    text += piece;
-    return 0;
-  }
-  [[nodiscard]] Problem problem(int /*error*/) const override {
+  TextOutput() : Output(false) {}
+  [[nodiscard]] Problem problem() const override {
     return {};
   }
 
   std::string text;
+
+ private:
+  int write(std::string_view piece) override {
+    text += piece;
+    return 0;
+  }
 };
 
 FormatContext without_color(FormatContext context) {
@@ -104,14 +108,13 @@ class CheckFormat : public Format {
   void add(const Entry &entry, Total &total) {
     ++total.count;
     bad_logs_.insert(&entry.log);
-    TextSink sink;
-    Output line(sink);
+    TextOutput line;
     short_format_->print_entry(entry, line);
     line.flush();
-    sink.text.pop_back();  // the line break
+    line.text.pop_back();  // the line break
     std::string host = context_.is_merged() && entry.log.host ? *entry.log.host + ": " : "";
     total.latest.push_front(
-        {host + std::to_string(entry.record.Hdr.dwEvtNumber) + ' ' + std::string(entry.message), sink.text});
+        {host + std::to_string(entry.record.Hdr.dwEvtNumber) + ' ' + std::string(entry.message), line.text});
     if (total.latest.size() > kMostEntries) {
       total.latest.pop_back();
     }

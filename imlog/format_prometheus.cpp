@@ -1,4 +1,5 @@
 // Metrics for the textfile collector of node_exporter.
+#include <cinttypes>
 #include <map>
 #include <optional>
 #include <utility>
@@ -74,13 +75,8 @@ class PrometheusFormat : public Format {
     }
     put_head("iml_unserviced_entries", "Entries that no maintenance note has closed.", output);
     for (const auto &[key, entries] : open_) {
-      output.put("iml_unserviced_entries{severity=\"");
-      output.put(kSeverityNames[key.first].in_fields);
-      output.put("\",class=\"");
-      output.put(iml::class_name(key.second));
-      output.put("\"} ");
-      output.put_number(entries);
-      output.put('\n');
+      output.print("iml_unserviced_entries{severity=\"%s\",class=\"%s\"} %" PRIu64 "\n",
+                   kSeverityNames[key.first].in_fields, iml::class_name(key.second), entries);
     }
   }
 
@@ -88,9 +84,8 @@ class PrometheusFormat : public Format {
     put_head("iml_entries", "Entries of the Integrated Management Log.", output);
     bool has_time = false;
     for (int severity = 0; severity < kSeverities; ++severity) {
-      put_name("iml_entries", severity, output);
-      output.put_number(totals_[severity].entries);
-      output.put('\n');
+      output.print("iml_entries{severity=\"%s\"} %" PRIu64 "\n", kSeverityNames[severity].in_fields,
+                   totals_[severity].entries);
       has_time = has_time || totals_[severity].last;
     }
     if (!has_time) {
@@ -99,27 +94,14 @@ class PrometheusFormat : public Format {
     put_head("iml_last_timestamp_seconds", "Time of the latest update of an entry.", output);
     for (int severity = 0; severity < kSeverities; ++severity) {
       if (const std::optional<int64_t> last = totals_[severity].last) {
-        put_name("iml_last_timestamp_seconds", severity, output);
-        output.put_signed(*last);
-        output.put('\n');
+        output.print("iml_last_timestamp_seconds{severity=\"%s\"} %" PRId64 "\n",
+                     kSeverityNames[severity].in_fields, *last);
       }
     }
   }
 
-  static void put_head(std::string_view name, std::string_view help, Output &output) {
-    output.put("# HELP ");
-    output.put(name);
-    output.put(' ');
-    output.put(help);
-    output.put("\n# TYPE ");
-    output.put(name);
-    output.put(" gauge\n");
-  }
-  static void put_name(std::string_view name, int severity, Output &output) {
-    output.put(name);
-    output.put("{severity=\"");
-    output.put(kSeverityNames[severity].in_fields);
-    output.put("\"} ");
+  static void put_head(const char *name, const char *help, Output &output) {
+    output.print("# HELP %s %s\n# TYPE %s gauge\n", name, help, name);
   }
 
   Total totals_[kSeverities];

@@ -1,5 +1,6 @@
 // One line per entry, for people.
 #include <algorithm>
+#include <cstdio>
 
 #include "imlog/format.h"
 #include "imlog/text.h"
@@ -49,23 +50,14 @@ class ShortFormat : public Format {
     }
     output.put(severities_[entry.severity]);
     output.put(' ');
-    put_number(header.dwEvtNumber, output);
-    output.put(" x");
-    output.put_number(header.dwCount, 4);
-    output.put(' ');
+    char numbers[32];
+    const int length = snprintf(numbers, sizeof(numbers), "%5u x%-4u ", header.dwEvtNumber, header.dwCount);
+    output.put({numbers, static_cast<size_t>(length)});
     output.put(cleaner_.clean(entry.message));
     output.put('\n');
   }
 
  private:
-  // As "%5u".
-  static void put_number(uint32_t number, Output &output) {
-    for (uint32_t bound = 10000; bound > 1 && number < bound; bound /= 10) {
-      output.put(' ');
-    }
-    output.put_number(number);
-  }
-
   std::string_view clean_host(const Log &log) {
     return log.host ? host_cleaner_.clean(*log.host) : "-";
   }
@@ -73,8 +65,9 @@ class ShortFormat : public Format {
   // As "%-*s ", but the width is in characters.
   void put_host(const Log &log, Output &output) {
     const std::string_view host = clean_host(log);
-    output.put_padded(host, host_width_ + host.size() - count_characters(host));
-    output.put(' ');
+    const size_t width = count_characters(host);
+    output.put(host);
+    output.put(std::string(std::max(host_width_, width) - width + 1, ' '));
   }
 
   std::string severities_[kSeverities];  // by rank, padded

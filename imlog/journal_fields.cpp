@@ -16,9 +16,7 @@ void put_time(std::string_view name, const LogTime &time, bool in_utc, Output &o
 
 void put_unix_time(std::string_view name, const LogTime &time, Output &output) {
   if (time.is_valid) {
-    output.put(name);
-    output.put_signed(time.instant);
-    output.put('\n');
+    put_field(name, std::to_string(time.instant), output);
   }
 }
 
@@ -31,9 +29,7 @@ void put_field(std::string_view name, std::string_view value, Output &output) {
 }
 
 void put_field(std::string_view name, uint64_t value, Output &output) {
-  output.put(name);
-  output.put_number(value);
-  output.put('\n');
+  put_field(name, std::to_string(value), output);
 }
 
 void put_entry_fields(const Entry &entry, bool in_utc, std::string_view host_name,

@@ -59,8 +59,9 @@ int failure_status(const FormatRow &row) {
   return is_for_monitors(row) ? int{kCheckUnknown} : int{kFailure};
 }
 
-std::unique_ptr<Sink> make_sink(const FormatRow &row) {
-  return row.make_sink != nullptr ? row.make_sink() : std::make_unique<DescriptorSink>(STDOUT_FILENO);
+std::unique_ptr<Output> make_output(const FormatRow &row, bool each_entry) {
+  return row.make_output != nullptr ? row.make_output()
+                                    : std::make_unique<DescriptorOutput>(STDOUT_FILENO, each_entry);
 }
 
 // Returns false, after a message, if the output could not be written.
@@ -95,10 +96,9 @@ class Run {
       : options_(options),
         calendar_(calendar),
         format_(options.format->make(make_context(options, zone_problem_.is_set()))),
-        sink_(make_sink(*options.format)),
-        output_(*sink_, options.follow),
+        output_(make_output(*options.format, options.follow)),
         listing_(options, is_merged(), *options.format, remembers() ? &history_ : nullptr, calendar, *format_,
-                 output_) {}
+                 *output_) {}
 
   int run() {
     if (options_.follow) {
@@ -116,7 +116,7 @@ class Run {
     for (;;) {
       reading = read_logs();
       if (reading.problem.is_set() || has_failed_ || !sync_output() || !commit_cursor() ||
-          !output_.wait(kMillisecondsBetweenReadings)) {
+          !output_->wait(kMillisecondsBetweenReadings)) {
         return finish_run(reading);
       }
     }
@@ -130,9 +130,9 @@ class Run {
     return are_several(options_.logs);
   }
 
-  // Makes the sink, the cursor and the request library ready.
+  // Makes the output, the cursor and the request library ready.
   Problem prepare() {
-    Problem problem = sink_->open();
+    Problem problem = output_->open();
     if (!problem.is_set() && options_.cursor_file != nullptr) {
       problem = cursor_.open(options_.cursor_file, history_);
     }
@@ -221,7 +221,7 @@ class Run {
 
   // Entries that the cursor knows have to be as safe as the cursor.
   bool sync_output() {
-    return options_.cursor_file == nullptr ? output_.flush() : output_.sync();
+    return options_.cursor_file == nullptr ? output_->flush() : output_->sync();
   }
 
   // Reports a problem with the cursor.
@@ -232,9 +232,9 @@ class Run {
   }
 
   int finish_run(const Reading &reading) {
-    const int status = format_->finish(reading, output_);
+    const int status = format_->finish(reading, *output_);
     sync_output();
-    if (!close_output(output_, *options_.format)) {
+    if (!close_output(*output_, *options_.format)) {
       return failure_status(*options_.format);
     }
     if (!has_failed_) {
@@ -250,8 +250,7 @@ class Run {
   Calendar &calendar_;
   const Problem zone_problem_ = check_time_zone();
   std::unique_ptr<Format> format_;
-  std::unique_ptr<Sink> sink_;
-  Output output_;
+  std::unique_ptr<Output> output_;
   History history_;
   Cursor cursor_;
   Listing listing_;
@@ -270,8 +269,7 @@ int run(const Options &options, Calendar &calendar) {
 }
 
 int print_text(std::string_view text, const FormatRow &row) {
-  DescriptorSink sink(STDOUT_FILENO);
-  Output output(sink);
+  DescriptorOutput output(STDOUT_FILENO);
   output.put(text);
   return close_output(output, row) ? int{kSuccess} : failure_status(row);
 }
@@ -281,8 +279,7 @@ int end_with_problem(const Problem &problem, const FormatRow &row, int status) {
     print_problem(problem, row);
     return status;
   }
-  DescriptorSink sink(STDOUT_FILENO);
-  Output output(sink);
+  DescriptorOutput output(STDOUT_FILENO);
   row.make(FormatContext())->finish({problem}, output);
   output.close();
   return kCheckUnknown;

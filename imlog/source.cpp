@@ -9,7 +9,7 @@
 #include <sys/stat.h>
 #include <utility>
 
-#include "imlog/sink.h"
+#include "imlog/output.h"
 #include "platform/health_driver.h"
 
 namespace {

@@ -27,22 +27,22 @@ void put_minute(const EVT_TIME_STAMP &stamp, iml::EventText &text) {
 
 MinuteText::MinuteText(const LogTime &time, bool in_utc) {
   if (!time.is_valid) {
-    text_.append("----------------");
+    append("----------------");
   } else if (const std::optional<tm> utc = in_utc ? utc_form(time) : std::nullopt) {
-    put_minute(to_stamp(*utc), text_);
-    text_.append("Z");
+    put_minute(to_stamp(*utc), *this);
+    append("Z");
   } else {
-    put_minute(time.stamp, text_);
+    put_minute(time.stamp, *this);
   }
 }
 
 ZonedText::ZonedText(const LogTime &time, bool in_utc) {
   if (const std::optional<tm> utc = in_utc ? utc_form(time) : std::nullopt) {
-    put_minute(to_stamp(*utc), text_);
-    text_.format(":%02uZ", static_cast<unsigned>(utc->tm_sec));
+    put_minute(to_stamp(*utc), *this);
+    format(":%02uZ", static_cast<unsigned>(utc->tm_sec));
   } else {
     const auto offset = static_cast<unsigned>(std::abs(time.offset_minutes));
-    put_minute(time.stamp, text_);
-    text_.format(":00%s%02u:%02u", time.offset_minutes < 0 ? "-" : "+", offset / 60, offset % 60);
+    put_minute(time.stamp, *this);
+    format(":00%s%02u:%02u", time.offset_minutes < 0 ? "-" : "+", offset / 60, offset % 60);
   }
 }
