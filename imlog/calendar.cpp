@@ -24,21 +24,6 @@ int year_of(const EVT_TIME_STAMP &stamp) {
   return stamp.bCentury * 100 + stamp.bYear;
 }
 
-bool is_date(const EVT_TIME_STAMP &stamp) {
-  static constexpr uint8_t kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-  const int year = year_of(stamp);
-  if (stamp.bYear > 99 || year < 1970 || year > 9999 || stamp.bMonth < 1 || stamp.bMonth > 12) {
-    return false;
-  }
-  const bool is_leap_year = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
-  const int days = kDays[stamp.bMonth - 1] + (is_leap_year && stamp.bMonth == 2 ? 1 : 0);
-  return stamp.bDay >= 1 && stamp.bDay <= days;
-}
-
-bool is_time_of_day(const EVT_TIME_STAMP &stamp) {
-  return stamp.bHour <= 23 && stamp.bMinute <= 59;
-}
-
 tm to_tm(const EVT_TIME_STAMP &stamp) {
   tm time = {};
   time.tm_year = year_of(stamp) - 1900;
@@ -100,11 +85,11 @@ int64_t instant_near_change(const EVT_TIME_STAMP &stamp, int64_t local) {
 }  // namespace
 
 std::optional<int64_t> instant_in_utc(const EVT_TIME_STAMP &stamp) {
-  if (!is_date(stamp) || !is_time_of_day(stamp)) {
-    return std::nullopt;
-  }
   tm time = to_tm(stamp);
-  return timegm(&time);
+  const int64_t instant = timegm(&time);  // of another stamp where there is no such time
+  const EVT_TIME_STAMP back = to_stamp(time);
+  const bool is_in_range = instant >= 0 && instant <= kLastInstant;
+  return is_in_range && memcmp(&back, &stamp, sizeof(stamp)) == 0 ? std::optional(instant) : std::nullopt;
 }
 
 Calendar::Calendar() : days_(kRememberedDays) {
@@ -117,7 +102,7 @@ void Calendar::start_reading(int64_t now) {
 
 LogTime Calendar::at(const EVT_TIME_STAMP &stamp) {
   const Day *const day = find_day(stamp);
-  if (day == nullptr || !is_time_of_day(stamp)) {
+  if (day == nullptr || stamp.bHour > 23 || stamp.bMinute > 59) {
     return {stamp, false, false, 0, 0};
   }
   const int64_t local = day->midnight + stamp.bHour * kHour + stamp.bMinute * kMinute;
@@ -159,13 +144,12 @@ const Calendar::Day *Calendar::find_day(const EVT_TIME_STAMP &stamp) {
   const size_t index = (static_cast<unsigned>(year_of(stamp)) * 12 + stamp.bMonth) * 31 + stamp.bDay;
   Day &day = days_[index % kRememberedDays];
   if (day.date != date || date == 0) {
-    if (!is_date(stamp)) {
+    const std::optional<int64_t> midnight =
+        instant_in_utc({stamp.bCentury, stamp.bYear, stamp.bMonth, stamp.bDay, 0, 0});
+    if (!midnight) {
       return nullptr;
     }
-    tm midnight = to_tm({stamp.bCentury, stamp.bYear, stamp.bMonth, stamp.bDay, 0, 0});
-    day.date = date;
-    day.midnight = timegm(&midnight);
-    day.offset_seconds = steady_offset(day.midnight);
+    day = {date, steady_offset(*midnight), *midnight};
   }
   return &day;
 }

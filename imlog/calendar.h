@@ -9,6 +9,8 @@
 
 #include "iml/iml_record.h"
 
+constexpr int64_t kLastInstant = 253'402'300'799;  // 9999-12-31T23:59:59 in UTC
+
 struct LogTime {
   EVT_TIME_STAMP stamp;
   bool is_valid;    // a date and time of the years 1970 to 9999, where the zone's offset is 24 hours at most

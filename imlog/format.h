@@ -91,9 +91,3 @@ extern const FormatRow kShortFormat, kJsonFormat, kExportFormat, kJournalFormat,
 inline constexpr const FormatRow *kFormats[] = {&kShortFormat,   &kJsonFormat, &kExportFormat,
                                                 &kJournalFormat, &kRawFormat,  &kPrometheusFormat,
                                                 &kCheckFormat};
-
-// The level prefix of a line, "<4>".
-void put_level_prefix(SeverityRank severity, Output &output);
-
-// The format of a name, or null.
-const FormatRow *find_format(std::string_view name);

@@ -30,7 +30,7 @@ class JsonFormat : public Format {
   void print_entry(const Entry &entry, Output &output) override {
     const EVT_HEADER &header = entry.record.Hdr;
     if (context_.level_prefix) {
-      put_level_prefix(entry.severity, output);
+      output.print("<%u>", syslog_priority(entry.severity));
     }
     buffer_.Clear();
     writer_.Reset(buffer_);

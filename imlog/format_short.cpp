@@ -37,7 +37,7 @@ class ShortFormat : public Format {
   void print_entry(const Entry &entry, Output &output) override {
     const EVT_HEADER &header = entry.record.Hdr;
     if (context_.level_prefix) {
-      put_level_prefix(entry.severity, output);
+      output.print("<%u>", syslog_priority(entry.severity));
     }
     const MinuteText time(entry.last, context_.in_utc);
     output.put(time.view());

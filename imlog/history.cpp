@@ -28,7 +28,7 @@ bool read_number(std::string_view &text, size_t digits, int base, Number &value)
   const char *const end = word.data() + word.size();
   const auto [next, error] = std::from_chars(word.data(), end, value, base);
   text.remove_prefix(word.size());
-  if (!text.empty() && text[0] == ' ') {
+  if (text.starts_with(' ')) {
     text.remove_prefix(1);
   }
   return error == std::errc() && next == end;
@@ -41,8 +41,8 @@ const char *History::parse(std::string_view text) {
   if (text.empty()) {
     return "is empty";
   }
-  if (text.substr(0, kFirstLine.size()) != kFirstLine) {
-    return text.substr(0, kCursorName.size()) == kCursorName ? "is of another version" : kDamaged;
+  if (!text.starts_with(kFirstLine)) {
+    return text.starts_with(kCursorName) ? "is of another version" : kDamaged;
   }
   std::string_view rest = text.substr(kFirstLine.size());
   for (;;) {

@@ -6,17 +6,8 @@
 #include <utility>
 
 HeldRecord::HeldRecord(const EVT_LOG_ENTRY &record) {
-  const char *const bytes = reinterpret_cast<const char *>(&record);
-  size_t size = sizeof(record);
-  uint64_t end = 0;
-  while (size >= sizeof(EVT_HEADER) + sizeof(end)) {
-    memcpy(&end, bytes + size - sizeof(end), sizeof(end));
-    if (end != 0) {
-      break;
-    }
-    size -= sizeof(end);
-  }
-  bytes_.assign(bytes, size);
+  const std::string_view bytes(reinterpret_cast<const char *>(&record), sizeof(record));
+  bytes_.assign(bytes.substr(0, std::max(sizeof(EVT_HEADER), bytes.find_last_not_of('\0') + 1)));
 }
 
 EVT_LOG_ENTRY HeldRecord::whole() const {
@@ -44,7 +35,10 @@ Listing::Listing(const Selection &selection, bool is_merged, const FormatRow &ro
       open_(calendar) {}
 
 Reading Listing::read(Source &source, const std::shared_ptr<const Log> &log) {
-  Reading reading;
+  Reading reading = {source.problem()};
+  if (reading.problem.is_set()) {  // it could not be opened
+    return reading;
+  }
   std::vector<Held> records;  // with a history: whether the log was cleared is known at its end
   int64_t updated = std::numeric_limits<int64_t>::min();
   while (output_.error() == 0) {

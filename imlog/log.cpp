@@ -14,14 +14,6 @@ namespace {
 constexpr std::string_view kSuffix = ".iml";
 constexpr size_t kNamesAtOnce = 16'384;  // of a directory, which is read again for the next ones
 
-bool begins_with(std::string_view text, std::string_view start) {
-  return text.substr(0, start.size()) == start;
-}
-
-bool ends_with(std::string_view text, std::string_view end) {
-  return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
-}
-
 // The first names of logs in a directory that come after `last`. Sets `error` to 0 or an errno.
 std::set<std::string> names_after(const std::string &last, const char *path, int &error) {
   std::set<std::string> names;
@@ -35,7 +27,7 @@ std::set<std::string> names_after(const std::string &last, const char *path, int
       break;
     }
     const std::string_view name = entry->d_name;
-    if (name[0] != '.' && ends_with(name, kSuffix) && name > last) {
+    if (name[0] != '.' && name.ends_with(kSuffix) && name > last) {
       names.emplace(name);
       if (names.size() > kNamesAtOnce) {
         names.erase(std::prev(names.end()));
@@ -43,6 +35,19 @@ std::set<std::string> names_after(const std::string &last, const char *path, int
     }
   }
   return names;
+}
+
+// The host that a FILE came from: its name without directories and without ".iml" at the end. The names of
+// standard input, of devices and of files in /proc say nothing about a host.
+std::optional<std::string> host_of_file(std::string_view path) {
+  if (path == "-" || path.starts_with("/dev/") || path.starts_with("/proc/")) {
+    return std::nullopt;
+  }
+  std::string_view name = path.substr(path.rfind('/') + 1);  // the whole path if there is no slash
+  if (name.size() > kSuffix.size() && name.ends_with(kSuffix)) {
+    name.remove_suffix(kSuffix.size());
+  }
+  return name.empty() ? std::nullopt : std::optional<std::string>(name);
 }
 
 }  // namespace
@@ -57,17 +62,6 @@ bool are_several(std::span<const Log> logs) {
   return logs.size() > 1 || (!logs.empty() && logs[0].is_directory);
 }
 
-std::optional<std::string> host_of_file(std::string_view path) {
-  if (path == "-" || begins_with(path, "/dev/") || begins_with(path, "/proc/")) {
-    return std::nullopt;
-  }
-  std::string_view name = path.substr(path.rfind('/') + 1);  // the whole path if there is no slash
-  if (name.size() > kSuffix.size() && ends_with(name, kSuffix)) {
-    name.remove_suffix(kSuffix.size());
-  }
-  return name.empty() ? std::nullopt : std::optional<std::string>(name);
-}
-
 std::optional<std::string> host_of_machine() {
   char name[256] = "";
   return gethostname(name, sizeof(name) - 1) == 0 ? std::optional<std::string>(name) : std::nullopt;
@@ -78,7 +72,7 @@ Problem visit_logs(const Log &log, const std::function<void(const Log &)> &visit
     visit(log);
     return {};
   }
-  const std::string directory = ends_with(*log.path, "/") ? *log.path : *log.path + '/';
+  const std::string directory = log.path->ends_with('/') ? *log.path : *log.path + '/';
   std::string last;
   for (;;) {
     int error = 0;

@@ -21,10 +21,6 @@ Log name_log(const char *path);
 // True when the FILEs may be more than one log.
 bool are_several(std::span<const Log> logs);
 
-// The host that a FILE came from: its name without directories and without ".iml" at the end. The names of
-// standard input, of devices and of files in /proc say nothing about a host.
-std::optional<std::string> host_of_file(std::string_view path);
-
 // The name of this machine; nothing if it cannot be read.
 std::optional<std::string> host_of_machine();
 

@@ -9,6 +9,10 @@
 #include "iml/iml_record.h"
 #include "imlog/calendar.h"
 
+// The numbers of the entries that a closing note names after the word "closes", as in "closes 62, #0063 and
+// 70". Nothing if its text does not have this word: it is about all entries before it.
+std::optional<std::vector<uint32_t>> named_entries(const EVT_LOG_ENTRY &note);
+
 // Takes the records of one log in its order. What is open can be told at its end.
 class OpenEntries {
  public:

@@ -1,6 +1,5 @@
 #include "imlog/options.h"
 
-#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <getopt.h>
@@ -12,19 +11,6 @@
 #include "imlog/parse_time.h"
 
 namespace {
-
-// Reads a whole number of at most `most`: decimal, or with "0x" where `hexadecimal` allows it.
-std::optional<uint64_t> parse_number(std::string_view text, uint64_t most, bool hexadecimal) {
-  const bool has_prefix = hexadecimal && (text.substr(0, 2) == "0x" || text.substr(0, 2) == "0X");
-  text.remove_prefix(has_prefix ? 2 : 0);
-  uint64_t number = 0;
-  const char *const end = text.data() + text.size();
-  const auto [next, error] = std::from_chars(text.data(), end, number, has_prefix ? 16 : 10);
-  if (error != std::errc() || next != end || number > most) {
-    return std::nullopt;
-  }
-  return number;
-}
 
 // "a, b or c".
 std::string join_words(const Words &words) {
@@ -134,12 +120,13 @@ Problem parse_class(const std::string &name, const char *argument, ClassSelector
 }
 
 Problem read_format(const char *argument, CommandLine &line) {
-  const FormatRow *const format = find_format(argument);
-  if (format == nullptr) {
-    return Problem("unknown format '%s'", argument).advise("use %s", join_words(format_words()).c_str());
+  for (const FormatRow *const format : kFormats) {
+    if (strcmp(format->name, argument) == 0) {
+      line.options.format = format;
+      return {};
+    }
   }
-  line.options.format = format;
-  return {};
+  return Problem("unknown format '%s'", argument).advise("use %s", join_words(format_words()).c_str());
 }
 
 Problem read_severity(const char *argument, CommandLine &line) {
@@ -155,21 +142,16 @@ Problem read_severity(const char *argument, CommandLine &line) {
   return {};
 }
 
-Problem read_time(const char *argument, const CommandLine &line, std::optional<int64_t> &time) {
+template <std::optional<int64_t> Filter::*kBound>
+Problem read_time(const char *argument, CommandLine &line) {
+  std::optional<int64_t> &time = line.options.filter.*kBound;
   time = parse_time(argument, line.now, line.calendar);
   return time ? Problem() : Problem("invalid time '%s'", argument).advise("use %s", kTimeForms);
 }
 
-Problem read_since(const char *argument, CommandLine &line) {
-  return read_time(argument, line, line.options.filter.since);
-}
-
-Problem read_until(const char *argument, CommandLine &line) {
-  return read_time(argument, line, line.options.filter.until);
-}
-
 // No name of a class has a colon.
-Problem read_class(const char *argument, std::vector<ClassSelector> &selectors) {
+template <std::vector<ClassSelector> Filter::*kSelectors>
+Problem read_class(const char *argument, CommandLine &line) {
   const std::string text = argument;
   const size_t colon = text.find(':');
   ClassSelector selector;
@@ -184,20 +166,12 @@ Problem read_class(const char *argument, std::vector<ClassSelector> &selectors) 
     }
     selector.code = static_cast<uint16_t>(*code);
   }
-  selectors.push_back(selector);
+  (line.options.filter.*kSelectors).push_back(selector);
   return {};
 }
 
-Problem read_wanted_class(const char *argument, CommandLine &line) {
-  return read_class(argument, line.options.filter.classes);
-}
-
-Problem read_excluded_class(const char *argument, CommandLine &line) {
-  return read_class(argument, line.options.filter.excluded);
-}
-
 Problem read_lines(const char *argument, CommandLine &line) {
-  line.options.lines = parse_number(argument, UINT32_MAX, false);
+  line.options.lines = parse_number(argument, UINT32_MAX);
   return line.options.lines ? Problem()
                             : Problem("invalid number of lines '%s'", argument).advise("use 0 to 4294967295");
 }
@@ -225,7 +199,7 @@ Problem read_color(const char *argument, CommandLine &line) {
 
 Problem read_max_age(const char *argument, CommandLine &line) {
   const std::string_view span = argument;
-  line.options.max_age = parse_span(span.substr(span.substr(0, 1) == "-" ? 1 : 0));
+  line.options.max_age = parse_span(span.substr(span.starts_with('-') ? 1 : 0));
   return line.options.max_age ? Problem()
                               : Problem("invalid age '%s'", argument).advise("use 30m, 12h, 7d or 2w");
 }
@@ -236,113 +210,40 @@ Problem read_host(const char *argument, CommandLine &line) {
 }
 
 constexpr OptionRow kOptions[] = {
-    {
-        .name = "output",
-        .letter = 'o',
-        .argument = "FORMAT",
-        .words = format_words,
-        .read = read_format,
-    },
-    {
-        .name = "priority",
-        .letter = 'p',
-        .argument = "SEVERITY",
-        .words = severity_words,
-        .read = read_severity,
-    },
-    {
-        .name = "since",
-        .letter = 'S',
-        .argument = "TIME",
-        .read = read_since,
-    },
-    {
-        .name = "until",
-        .letter = 'U',
-        .argument = "TIME",
-        .read = read_until,
-    },
-    {
-        .name = "class",
-        .letter = 'c',
-        .argument = "CLASS[:CODE]",
-        .words = class_words,
-        .read = read_wanted_class,
-    },
-    {
-        .name = "exclude",
-        .letter = 'x',
-        .argument = "CLASS[:CODE]",
-        .words = class_words,
-        .read = read_excluded_class,
-    },
-    {
-        .name = "unserviced",
-        .letter = 'u',
-        .flag = &Options::unserviced,
-    },
-    {
-        .name = "lines",
-        .letter = 'n',
-        .argument = "N",
-        .read = read_lines,
-    },
-    {
-        .name = "reverse",
-        .letter = 'r',
-        .needs = kReverses,
-        .flag = &Options::reverse,
-    },
-    {
-        .name = "utc",
-        .needs = kHasTimes,
-        .flag = &Options::in_utc,
-    },
-    {
-        .name = "color",
-        .argument = "WHEN",
-        .read = read_color,
-    },
-    {
-        .name = "cursor-file",
-        .is_for_one_file = true,
-        .needs = kRemembers,
-        .argument = "FILE",
-        .read = read_cursor_file,
-    },
-    {
-        .name = "follow",
-        .letter = 'f',
-        .needs = kFollows,
-        .flag = &Options::follow,
-    },
-    {
-        .name = "level-prefix",
-        .needs = kLevels,
-        .flag = &Options::level_prefix,
-    },
-    {
-        .name = "max-age",
-        .is_for_files = true,
-        .argument = "TIME",
-        .read = read_max_age,
-    },
-    {
-        .name = "host",
-        .is_for_files = true,
-        .is_for_one_file = true,
-        .argument = "NAME",
-        .read = read_host,
-    },
-    {
-        .name = "help",
-        .letter = 'h',
-        .text = kHelp,
-    },
-    {
-        .name = "version",
-        .text = "imlog " IMLOG_VERSION "\n",
-    },
+    {.name = "output", .letter = 'o', .argument = "FORMAT", .words = format_words, .read = read_format},
+    {.name = "priority",
+     .letter = 'p',
+     .argument = "SEVERITY",
+     .words = severity_words,
+     .read = read_severity},
+    {.name = "since", .letter = 'S', .argument = "TIME", .read = read_time<&Filter::since>},
+    {.name = "until", .letter = 'U', .argument = "TIME", .read = read_time<&Filter::until>},
+    {.name = "class",
+     .letter = 'c',
+     .argument = "CLASS[:CODE]",
+     .words = class_words,
+     .read = read_class<&Filter::classes>},
+    {.name = "exclude",
+     .letter = 'x',
+     .argument = "CLASS[:CODE]",
+     .words = class_words,
+     .read = read_class<&Filter::excluded>},
+    {.name = "unserviced", .letter = 'u', .flag = &Options::unserviced},
+    {.name = "lines", .letter = 'n', .argument = "N", .read = read_lines},
+    {.name = "reverse", .letter = 'r', .needs = kReverses, .flag = &Options::reverse},
+    {.name = "utc", .needs = kHasTimes, .flag = &Options::in_utc},
+    {.name = "color", .argument = "WHEN", .read = read_color},
+    {.name = "cursor-file",
+     .is_for_one_file = true,
+     .needs = kRemembers,
+     .argument = "FILE",
+     .read = read_cursor_file},
+    {.name = "follow", .letter = 'f', .needs = kFollows, .flag = &Options::follow},
+    {.name = "level-prefix", .needs = kLevels, .flag = &Options::level_prefix},
+    {.name = "max-age", .is_for_files = true, .argument = "TIME", .read = read_max_age},
+    {.name = "host", .is_for_files = true, .is_for_one_file = true, .argument = "NAME", .read = read_host},
+    {.name = "help", .letter = 'h', .text = kHelp},
+    {.name = "version", .text = "imlog " IMLOG_VERSION "\n"},
 };
 
 // The value of getopt_long for the long form of row 0; those of the other rows follow.
@@ -388,7 +289,7 @@ bool is_ambiguous(std::string_view word) {
   const std::string_view start = word.substr(2, word.find('=') - 2);
   int matches = 0;
   for (const OptionRow &row : kOptions) {
-    matches += std::string_view(row.name).substr(0, start.size()) == start ? 1 : 0;
+    matches += std::string_view(row.name).starts_with(start) ? 1 : 0;
   }
   return matches > 1;
 }

@@ -12,8 +12,6 @@ constexpr int64_t kHour = 60 * kMinute;
 constexpr int64_t kDay = 24 * kHour;
 constexpr int64_t kWeek = 7 * kDay;
 
-constexpr int64_t kLastInstant = 253'402'300'799;  // 9999-12-31T23:59:59 in UTC
-
 // True if `text` has the form of `shape`: '0' stands for a digit, '_' for a blank or a "T".
 bool has_shape(std::string_view text, std::string_view shape) {
   if (text.size() != shape.size()) {
@@ -34,17 +32,6 @@ bool has_shape(std::string_view text, std::string_view shape) {
 // The number in the two digits at `at`; 0 after the end of `text`.
 uint8_t two_digits(std::string_view text, size_t at) {
   return at < text.size() ? static_cast<uint8_t>((text[at] - '0') * 10 + (text[at + 1] - '0')) : 0;
-}
-
-// Reads a decimal number of at most `most`, which is all of `text`.
-std::optional<int64_t> parse_seconds(std::string_view text, int64_t most) {
-  uint64_t number = 0;
-  const char *const end = text.data() + text.size();
-  const auto [next, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc() || next != end || number > static_cast<uint64_t>(most)) {
-    return std::nullopt;
-  }
-  return static_cast<int64_t>(number);
 }
 
 // Takes "Z" or an offset such as "+02:00" from the end of a date with a time of day. Returns the offset in
@@ -75,6 +62,18 @@ std::optional<int64_t> take_offset(std::string_view &text) {
 
 }  // namespace
 
+std::optional<uint64_t> parse_number(std::string_view text, uint64_t most, bool hexadecimal) {
+  const bool has_prefix = hexadecimal && (text.starts_with("0x") || text.starts_with("0X"));
+  text.remove_prefix(has_prefix ? 2 : 0);
+  uint64_t number = 0;
+  const char *const end = text.data() + text.size();
+  const auto [next, error] = std::from_chars(text.data(), end, number, has_prefix ? 16 : 10);
+  if (error != std::errc() || next != end || number > most) {
+    return std::nullopt;
+  }
+  return number;
+}
+
 std::optional<int64_t> parse_span(std::string_view text) {
   const char unit = text.empty() ? '\0' : text.back();
   const int64_t seconds = unit == 'm'   ? kMinute
@@ -86,7 +85,7 @@ std::optional<int64_t> parse_span(std::string_view text) {
     return std::nullopt;
   }
   text.remove_suffix(1);
-  const std::optional<int64_t> count = parse_seconds(text, UINT32_MAX);
+  const std::optional<int64_t> count = parse_number(text, UINT32_MAX);
   return count ? std::optional(*count * seconds) : std::nullopt;
 }
 
@@ -94,10 +93,10 @@ std::optional<int64_t> parse_time(std::string_view text, int64_t now, Calendar &
   if (text == "now") {
     return now;
   }
-  if (!text.empty() && text[0] == '@') {
-    return parse_seconds(text.substr(1), kLastInstant);
+  if (text.starts_with('@')) {
+    return parse_number(text.substr(1), kLastInstant);
   }
-  if (!text.empty() && text[0] == '-') {
+  if (text.starts_with('-')) {
     const std::optional<int64_t> span = parse_span(text.substr(1));
     return span ? std::optional(now - *span) : std::nullopt;
   }

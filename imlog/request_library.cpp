@@ -1,6 +1,5 @@
 #include "imlog/request_library.h"
 
-#include <cerrno>
 #include <dlfcn.h>
 
 #include "platform/kelmintrfc64.h"
@@ -19,12 +18,6 @@ bool find(void *library, const char *name, Function &function) {
   return function != nullptr;
 }
 
-// The answer to a request before the library is loaded.
-int refuse() {
-  errno = ENOSYS;
-  return -1;
-}
-
 }  // namespace
 
 Problem load_request_library() {
@@ -40,13 +33,13 @@ Problem load_request_library() {
 // driver/ calls these functions. They forward to the library.
 
 int orvOpenRequest(const char *path, int mode) {
-  return open_request != nullptr ? open_request(path, mode) : refuse();
+  return open_request(path, mode);
 }
 
 int orvIoctlRequest(int fd, unsigned int code, void *buffer, unsigned int length) {
-  return ioctl_request != nullptr ? ioctl_request(fd, code, buffer, length) : refuse();
+  return ioctl_request(fd, code, buffer, length);
 }
 
 int orvCloseRequest(int fd) {
-  return close_request != nullptr ? close_request(fd) : refuse();
+  return close_request(fd);
 }

@@ -3,5 +3,5 @@
 
 #include "imlog/problem.h"
 
-// Loads the library for the rest of the run. Before that, the request functions fail.
+// Loads the library for the rest of the run. Its functions must not be called before that.
 Problem load_request_library();

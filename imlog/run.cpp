@@ -184,24 +184,17 @@ class Run {
     if (!log->path) {
       errno = 0;  // an older errno must not be taken for the library's
       LiveSource source;
-      return read_source(source, log);
+      return listing_.read(source, log);
     }
     const std::optional<int64_t> oldest =
         options_.max_age ? std::optional(time(nullptr) - *options_.max_age) : std::nullopt;
     FileSource source(log->path->c_str(), oldest);
-    Reading reading = read_source(source, log);
+    Reading reading = listing_.read(source, log);
     if (reading.records == 0 && !reading.problem.is_set() && is_for_monitors(*options_.format)) {
       reading.problem =
           Problem("the log has no entries");  // a failed copy must not look like a healthy server
     }
     return reading;
-  }
-
-  Reading read_source(Source &source, const std::shared_ptr<const Log> &log) {
-    if (source.problem().is_set()) {  // it could not be opened
-      return {source.problem()};
-    }
-    return listing_.read(source, log);
   }
 
   // Ends the reading in the history, and writes the cursor where it has changed. Returns false, after a

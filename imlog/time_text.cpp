@@ -7,8 +7,6 @@
 
 namespace {
 
-constexpr int64_t kLastInstant = 253'402'300'799;  // 9999-12-31T23:59:59 in UTC
-
 // The time in UTC, if that lies in the years 1970 to 9999.
 std::optional<tm> utc_form(const LogTime &time) {
   tm utc = {};

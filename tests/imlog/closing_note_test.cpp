@@ -1,5 +1,5 @@
 // The entries that a closing note names.
-#include "imlog/closing_note.h"
+#include "imlog/open_entries.h"
 
 #include <gtest/gtest.h>
 
