@@ -43,6 +43,10 @@ def stamp(instant, zone):
         instant += 3600
 
 
+def is_note(entry):
+    return (entry["class"], entry["code"]) == NOTE and entry["severity"] == "repaired"
+
+
 def is_closed_by(entry, note):
     """Whether a note closes an entry that precedes it in the log."""
     if entry["last"] is None or note["last"] is None or entry["last"] <= note["last"]:
@@ -57,13 +61,12 @@ class Server:
         self.log = b""
 
     def add(self, record, first, last, count):
-        length, _, kind, severity, event_class, code = imltext.HEADER.unpack(record[: imltext.HEADER.size])[:6]
+        length, _, kind, severity, event_class, code = imltext.HEADER.unpack_from(record)[:6]
         number = len(self.truth["entries"])
         (first, first_stamp), (last, last_stamp) = stamp(first, self.zone), stamp(last, self.zone)
-        self.log += (
-            imltext.HEADER.pack(length, number, kind, severity, event_class, code, first_stamp, last_stamp, count)
-            + record[imltext.HEADER.size :]
-        )
+        event = (kind, severity, event_class, code)
+        self.log += imltext.HEADER.pack(length, number, *event, first_stamp, last_stamp, count)
+        self.log += record[imltext.HEADER.size :]
         self.truth["entries"].append(
             {
                 "number": number,
@@ -73,17 +76,12 @@ class Server:
                 "count": count,
                 "first": first,
                 "last": last,
-                "is_note": (event_class, code) == NOTE and severity == REPAIRED,
             }
         )
 
     def add_note(self, at):
-        self.add(
-            imltext.HEADER.pack(240, 0, 1, REPAIRED, *NOTE, bytes(6), bytes(6), 1) + b"Serviced".ljust(212, b"\0"),
-            at,
-            at,
-            1,
-        )
+        header = imltext.HEADER.pack(240, 0, 1, REPAIRED, *NOTE, bytes(6), bytes(6), 1)
+        self.add(header + b"Serviced".ljust(212, b"\0"), at, at, 1)
 
     def add_event(self, at, severity=None):
         record = self.draw.choice(self.templates[severity] if severity else sum(self.templates.values(), []))
@@ -109,9 +107,7 @@ class Server:
     def finish(self):
         entries = self.truth["entries"]
         for index, entry in enumerate(entries):
-            entry["unserviced"] = not any(note["is_note"] and is_closed_by(entry, note) for note in entries[index:])
-        for entry in entries:
-            del entry["is_note"]
+            entry["unserviced"] = not any(is_note(note) and is_closed_by(entry, note) for note in entries[index:])
 
 
 def main():

@@ -5,19 +5,19 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <fcntl.h>
 #include <iterator>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/health_driver.h"
-#include "simulator/event_log.h"
+#include "platform/time_stamp.h"
 #include "simulator/server_directory.h"
 #include "util/file.h"
 #include "util/ownership.h"
 
 using simulator::fail;
-using simulator::Kind;
 
 namespace {
 
@@ -62,18 +62,94 @@ int data_table_request(int fd, unsigned int code, void *buffer, unsigned int len
   return got == status.st_size ? 0 : fail(EIO);
 }
 
+// The log is a file of 240-byte slots, one record each. README.md says how slots are numbered.
+constexpr off_t kSlotSize = sizeof(EVT_LOG_ENTRY);
+
+// A server may count its entries from 1: its dump has entry 1 in the first slot.
+uint32_t first_number(int log) {
+  EVT_HEADER first;
+  const bool has_one = read_at(log, &first, sizeof(first), 0) == sizeof(first);
+  return has_one && first.dwEvtNumber == 1 ? 1 : 0;
+}
+
+EVT_TIME_STAMP now() {
+  const time_t seconds = time(nullptr);
+  tm local = {};
+  tzset();
+  localtime_r(&seconds, &local);
+  return to_stamp(local);
+}
+
+// Answers a read (kChoiceRead) of the open log. Returns an EventStatus, or -1 with errno.
+int read_entry(int log, PEVT_IOCTL_ENTRY request) {
+  if (request->info.length < sizeof(*request) || request->info.EvtNumber < 0) {
+    return fail(EINVAL);
+  }
+  const off_t slot = static_cast<off_t>(request->info.EvtNumber) - first_number(log);
+  if (slot < 0) {
+    return kEventNoEntry;
+  }
+  static constexpr char kUnused[kSlotSize] = {};
+  char record[kSlotSize];
+  const ssize_t got = read_at(log, record, sizeof(record), slot * kSlotSize);
+  if (got < 0) {
+    return -1;
+  }
+  if (got < kSlotSize) {
+    return kEventEndOfLog;
+  }
+  if (memcmp(record, kUnused, sizeof(record)) == 0) {
+    return kEventNoEntry;
+  }
+  memcpy(&request->Evt, record, sizeof(record));
+  return kEventRead;
+}
+
+// Carries out an add (kChoiceAdd). Returns 0 when the record is on the disk. Otherwise returns -1 with errno,
+// and the log is unchanged. `log` is writable and opened for this call alone: the writers' lock belongs to
+// the open file, which a forked process shares with its parent.
+int add_entry(int log, const _ioctlEntry *request) {
+  const size_t length = request->Evt.Hdr.wEvtLength;
+  if (length < sizeof(EVT_HEADER) || length > sizeof(EVT_LOG_ENTRY) ||
+      request->info.length != length + sizeof(LOG_INFO)) {
+    return fail(EINVAL);
+  }
+  struct stat status;
+  if (simulator::lock(log) < 0 || fstat(log, &status) < 0) {
+    return -1;
+  }
+  // A partial slot at the end was left by a writer that was killed. It is overwritten.
+  const off_t slot = status.st_size / kSlotSize;
+  if (slot >= INT32_MAX) {
+    return fail(ENOSPC);
+  }
+  EVT_LOG_ENTRY record = {};
+  memcpy(&record, &request->Evt, length);
+  record.Hdr.dwEvtNumber = static_cast<uint32_t>(slot) + first_number(log);
+  record.Hdr.InitTime = now();
+  record.Hdr.UpdateTime = record.Hdr.InitTime;
+  record.Hdr.dwCount = 1;
+
+  const ssize_t written = pwrite(log, &record, sizeof(record), slot * kSlotSize);
+  if (written == kSlotSize && fsync(log) == 0) {
+    return 0;
+  }
+  const int error = written < 0 || written == kSlotSize ? errno : ENOSPC;
+  return ftruncate(log, slot * kSlotSize) == 0 ? fail(error) : -1;
+}
+
 int event_request(int fd, unsigned int code, void *buffer, unsigned int length) {
   auto *request = static_cast<PEVT_IOCTL_ENTRY>(buffer);
   if (!is_well_formed(code == kRequestEventEntry, buffer, length == sizeof(*request))) {
     return -1;
   }
   switch (request->info.choice) {
-    case kChoiceRead: return simulator::read_entry(fd, request);
+    case kChoiceRead: return read_entry(fd, request);
     case kChoiceAdd: {
       char path[64];
       snprintf(path, sizeof(path), "/proc/self/fd/%d", fd);
       const Descriptor log(open(path, O_RDWR | O_CLOEXEC));
-      return log.is_open() ? simulator::add_entry(log.fd(), request) : -1;
+      return log.is_open() ? add_entry(log.fd(), request) : -1;
     }
     default: return fail(EINVAL);
   }
@@ -138,13 +214,13 @@ int report_request(int fd, unsigned int code, void *buffer, unsigned int length)
 // limit the requests: a node opened for reading takes a note.
 constexpr struct Node {
   const char *path;
-  Kind kind;
+  mode_t kind;
   int (*request)(int fd, unsigned int code, void *buffer, unsigned int length);
 } kNodes[] = {
-    {kNodeDataTables, Kind::kDirectory, data_table_request},
-    {kNodeEvents, Kind::kFile, event_request},
-    {kNodeAsr, Kind::kDirectory, asr_request},
-    {kNodeReports, Kind::kDirectory, report_request},
+    {kNodeDataTables, S_IFDIR, data_table_request},
+    {kNodeEvents, S_IFREG, event_request},
+    {kNodeAsr, S_IFDIR, asr_request},
+    {kNodeReports, S_IFDIR, report_request},
 };
 
 const Node *open_nodes[1024];  // by descriptor, the highest that a process usually has
@@ -166,7 +242,7 @@ extern "C" {
   }
   for (const Node &node : kNodes) {
     if (strcmp(path, node.path) == 0) {
-      const int fd = simulator::open_in_server(path + strlen(kDriverDirectory), node.kind, O_RDONLY);
+      const int fd = simulator::open_in_server(path + strlen(kDriverDirectory), node.kind);
       if (is_in_table(fd)) {
         open_nodes[fd] = &node;
       }

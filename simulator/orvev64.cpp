@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
-#include <fcntl.h>
 #include <sys/stat.h>
 
 #include "simulator/server_directory.h"
@@ -31,7 +30,7 @@ int open_directory(const char *name, const void *buffer, const int *size) {
   if (!is_variable_name(name) || *size <= 0) {
     return fail(EINVAL);
   }
-  return simulator::open_in_server(kVariableDirectory, simulator::Kind::kDirectory, O_RDONLY);
+  return simulator::open_in_server(kVariableDirectory, S_IFDIR);
 }
 
 }  // namespace

@@ -16,32 +16,28 @@ namespace simulator {
 namespace {
 
 // O_NONBLOCK, since opening a named pipe would otherwise wait for its other end.
-int open_kind(int directory, const char *name, Kind kind, int flags) {
-  Descriptor opened(openat(directory, name, flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-  if (!opened.is_open()) {
-    return -1;
-  }
+int open_kind(int directory, const char *name, mode_t kind, int flags = O_NOFOLLOW) {
+  Descriptor opened(openat(directory, name, flags | O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   struct stat status;
-  if (fstat(opened.fd(), &status) < 0) {
+  if (!opened.is_open() || fstat(opened.fd(), &status) < 0) {
     return -1;
   }
-  const bool is_right = kind == Kind::kDirectory ? S_ISDIR(status.st_mode) : S_ISREG(status.st_mode);
-  return is_right ? opened.release() : fail(EINVAL);
+  return (status.st_mode & S_IFMT) == kind ? opened.release() : fail(EINVAL);
 }
 
 }  // namespace
 
-int open_in_server(const char *name, Kind kind, int flags) {
+int open_in_server(const char *name, mode_t kind) {
   const char *directory = secure_getenv(kServerVariable);
   if (directory == nullptr || *directory == '\0') {
     return fail(ENOENT);
   }
-  const Descriptor server(open_kind(AT_FDCWD, directory, Kind::kDirectory, O_RDONLY));
-  return server.is_open() ? open_kind(server.fd(), name, kind, flags | O_NOFOLLOW) : -1;
+  const Descriptor server(open_kind(AT_FDCWD, directory, S_IFDIR, 0));
+  return server.is_open() ? open_kind(server.fd(), name, kind) : -1;
 }
 
 int open_in_directory(int directory, const char *name) {
-  return open_kind(directory, name, Kind::kFile, O_RDONLY | O_NOFOLLOW);
+  return open_kind(directory, name, S_IFREG);
 }
 
 int replace_file(int directory, const char *name, const void *data, size_t size) {
@@ -53,10 +49,8 @@ int replace_file(int directory, const char *name, const void *data, size_t size)
   // The directory is opened again: a lock belongs to the open file, which a forked process shares with its
   // parent.
   const Descriptor locked(openat(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!locked.is_open() || lock(locked.fd()) < 0) {
-    return -1;
-  }
-  if (!write_temporary(directory, temporary, {static_cast<const char *>(data), size}, 0644)) {
+  if (!locked.is_open() || lock(locked.fd()) < 0 ||
+      !write_temporary(directory, temporary, {static_cast<const char *>(data), size}, 0644)) {
     return -1;
   }
   if (renameat(directory, temporary, directory, name) != 0) {

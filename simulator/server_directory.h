@@ -3,17 +3,17 @@
 #pragma once
 
 #include <cstddef>
+#include <sys/types.h>
 
 namespace simulator {
 
 // Names the directory. Without it there is no server.
 inline constexpr char kServerVariable[] = "ORVLOG_SIMULATOR";
 
-enum class Kind { kFile, kDirectory };
-
-// Opens `name` in the server's directory with the flags of open(2). Returns a descriptor, or -1: ENOENT when
-// there is no server or no such name, ELOOP for a symbolic link, EINVAL for any other wrong kind of file.
-int open_in_server(const char *name, Kind kind, int flags);
+// Opens `name` in the server's directory for reading; `kind` is S_IFREG or S_IFDIR. Returns a descriptor, or
+// -1: ENOENT when there is no server or no such name, ELOOP for a symbolic link, EINVAL for any other wrong
+// kind of file.
+int open_in_server(const char *name, mode_t kind);
 
 // Opens file `name` of an open directory for reading. Returns as open_in_server does.
 int open_in_directory(int directory, const char *name);
