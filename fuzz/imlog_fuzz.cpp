@@ -36,8 +36,8 @@ std::string print(const FormatRow &row, const char *path, History *history, cons
   const int fd = memfd_create("output", 0);
   const Log logs[] = {{path, "h\xFF\n"}, {path, "r1"}};
   const bool is_merged = history == nullptr && (row.traits & kMerges) != 0;
-  const std::unique_ptr<Format> format =
-      row.make({.level_prefix = true, .logs = std::span<const Log>(logs).first(is_merged ? 2 : 1)});
+  const FormatContext context = {.level_prefix = true, .logs = {logs, logs + (is_merged ? 2 : 1)}};
+  const std::unique_ptr<Format> format = row.make(context);
   DescriptorOutput output(fd);
   Listing listing(selection, is_merged, row, history, calendar, *format, output);
   FileSource source(path);

@@ -4,15 +4,6 @@
 
 #include "iml/class_names.h"
 
-namespace {
-
-bool any_matches(const std::vector<ClassSelector> &selectors, const EVT_HEADER &header) {
-  return std::any_of(selectors.begin(), selectors.end(),
-                     [&](const ClassSelector &selector) { return selector.matches(header); });
-}
-
-}  // namespace
-
 bool ClassSelector::matches(const EVT_HEADER &header) const {
   if (code && *code != header.wCode) {
     return false;
@@ -25,7 +16,9 @@ bool Filter::passes(const EVT_LOG_ENTRY &record, Calendar &calendar) const {
   if (severity_rank(header.bSeverity) < least_severity) {
     return false;
   }
-  if ((!classes.empty() && !any_matches(classes, header)) || any_matches(excluded, header)) {
+  const auto matches = [&](const ClassSelector &selector) { return selector.matches(header); };
+  if ((!classes.empty() && std::none_of(classes.begin(), classes.end(), matches)) ||
+      std::any_of(excluded.begin(), excluded.end(), matches)) {
     return false;
   }
   if (!since && !until) {

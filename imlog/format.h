@@ -3,8 +3,7 @@
 
 #include <cstdint>
 #include <memory>
-#include <span>
-#include <string_view>
+#include <vector>
 
 #include "imlog/entry.h"
 #include "imlog/exit_status.h"
@@ -15,13 +14,14 @@
 // The options of the run that formats know.
 struct FormatContext {
   bool level_prefix = false;
-  bool in_utc = false;             // times are printed in UTC
-  bool has_color = false;          // for a terminal that shows colors
-  std::span<const Log> logs = {};  // the FILEs that are read, or the live log
-  bool is_zone_unknown = false;    // TZ means nothing
+  bool in_utc = false;           // times are printed in UTC
+  bool has_color = false;        // lines for a terminal that shows colors
+  std::vector<Log> logs;         // the FILEs that are read, or the live log; directories are of several
+  bool is_zone_unknown = false;  // TZ means nothing
 
+  // True when the logs may be more than one.
   [[nodiscard]] bool is_merged() const {
-    return are_several(logs);
+    return logs.size() > 1 || (!logs.empty() && logs[0].is_directory);
   }
 };
 
@@ -35,6 +35,7 @@ struct Reading {
 
 class Format {
  public:
+  // `context` outlives this object.
   explicit Format(const FormatContext &context) : context_(context) {}
   virtual ~Format() = default;
 
@@ -52,7 +53,7 @@ class Format {
   }
 
  protected:
-  const FormatContext context_;
+  const FormatContext &context_;
 };
 
 // Abilities of a format. An option that only some formats have names the trait that it needs.

@@ -28,15 +28,10 @@ class TextOutput : public Output {
   }
 };
 
-FormatContext without_color(FormatContext context) {
-  context.has_color = false;
-  return context;
-}
-
 class CheckFormat : public Format {
  public:
   explicit CheckFormat(const FormatContext &context)
-      : Format(context), short_format_(kShortFormat.make(without_color(context))) {}
+      : Format(context), short_format_(kShortFormat.make(context)) {}
 
   // An unknown severity may be a bad one: it counts as caution.
   void print_entry(const Entry &entry, Output & /*output*/) override {

@@ -18,11 +18,9 @@ EVT_LOG_ENTRY HeldRecord::whole() const {
 
 Listing::Listing(const Selection &selection, bool is_merged, const FormatRow &row, History *history,
                  Calendar &calendar, Format &format, Output &output)
-    : filter_(selection.filter),
-      unserviced_(selection.unserviced),
-      needs_open_(unserviced_ || (row.traits & kCountsUnserviced) != 0),
-      reverse_(selection.reverse),
-      is_by_update_(is_merged || reverse_ || (row.traits & kByUpdate) != 0),
+    : selection_(selection),
+      needs_open_(selection.unserviced || (row.traits & kCountsUnserviced) != 0),
+      is_by_update_(is_merged || selection.reverse || (row.traits & kByUpdate) != 0),
       // With a history, a later record may have the same number.
       prints_at_once_(history == nullptr && !selection.lines && !is_by_update_ && row.sort_key == nullptr),
       lines_(selection.lines),
@@ -82,14 +80,14 @@ void Listing::find_changes(std::vector<Held> &records) {
 }
 
 void Listing::process(const EVT_LOG_ENTRY &record, const Origin &origin) {
-  const bool passes = filter_.passes(record, calendar_);
+  const bool passes = selection_.filter.passes(record, calendar_);
   if (needs_open_) {
     open_.add(record, passes);
     if (passes) {
       undecided_.push_back({HeldRecord(record), origin});
     }
   }
-  if (!passes || unserviced_) {
+  if (!passes || selection_.unserviced) {
     return;
   }
   if (prints_at_once_) {
@@ -110,9 +108,9 @@ void Listing::end_log(const Log &log) {
     if (!answer.is_open[i]) {
       continue;
     }
-    if (unserviced_ && prints_at_once_) {
+    if (selection_.unserviced && prints_at_once_) {
       print(entry.record.whole(), entry.origin);
-    } else if (unserviced_) {
+    } else if (selection_.unserviced) {
       hold(std::move(entry));
     } else if (!lines_ || (!held_.empty() && !is_updated_before(entry.origin, held_.front().origin))) {
       format_.count_unserviced(entry.record.header());
@@ -163,7 +161,7 @@ void Listing::print_held() {
   }
   if (row_.sort_key != nullptr) {
     sort_by_key(entries);
-  } else if (reverse_) {
+  } else if (selection_.reverse) {
     std::reverse(entries.begin(), entries.end());
   } else if (!is_by_update_) {
     sort(is_read_before);
@@ -196,7 +194,7 @@ void Listing::sort_by_key(std::vector<const Held *> &entries) {
 
 void Listing::print(const EVT_LOG_ENTRY &record, const Origin &origin) {
   format_.print_entry(decoder_.decode(record, *origin.log, origin.change), output_);
-  if (unserviced_) {
+  if (selection_.unserviced) {
     format_.count_unserviced(record.Hdr);
   }
   output_.end_entry();

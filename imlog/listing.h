@@ -74,10 +74,8 @@ class Listing {
   void sort_by_key(std::vector<const Held *> &entries);
   void print(const EVT_LOG_ENTRY &record, const Origin &origin);
 
-  const Filter &filter_;
-  const bool unserviced_;
+  const Selection &selection_;
   const bool needs_open_;
-  const bool reverse_;
   const bool is_by_update_;
   const bool prints_at_once_;
   std::optional<uint64_t> lines_;

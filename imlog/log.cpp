@@ -58,10 +58,6 @@ Log name_log(const char *path) {
   return {path, is_directory ? std::nullopt : host_of_file(path), is_directory};
 }
 
-bool are_several(std::span<const Log> logs) {
-  return logs.size() > 1 || (!logs.empty() && logs[0].is_directory);
-}
-
 std::optional<std::string> host_of_machine() {
   char name[256] = "";
   return gethostname(name, sizeof(name) - 1) == 0 ? std::optional<std::string>(name) : std::nullopt;

@@ -3,9 +3,7 @@
 
 #include <functional>
 #include <optional>
-#include <span>
 #include <string>
-#include <string_view>
 
 #include "imlog/problem.h"
 
@@ -17,9 +15,6 @@ struct Log {
 
 // The log, or the directory of logs, that a FILE of the command line names.
 Log name_log(const char *path);
-
-// True when the FILEs may be more than one log.
-bool are_several(std::span<const Log> logs);
 
 // The name of this machine; nothing if it cannot be read.
 std::optional<std::string> host_of_machine();

@@ -1,10 +1,12 @@
 #include "imlog/options.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <getopt.h>
 #include <map>
 #include <strings.h>
+#include <unistd.h>
 
 #include "iml/class_names.h"
 #include "imlog/help.h"
@@ -182,19 +184,21 @@ Problem read_cursor_file(const char *argument, CommandLine &line) {
                              : Problem("option '--cursor-file' requires a file name").advise("name a file");
 }
 
+// True when standard output shows colors and the environment does not ask for none.
+bool is_color_terminal() {
+  const char *const terminal = getenv("TERM");
+  const char *const no_color = getenv("NO_COLOR");
+  return isatty(STDOUT_FILENO) != 0 && terminal != nullptr && terminal[0] != '\0' &&
+         strcmp(terminal, "dumb") != 0 && (no_color == nullptr || no_color[0] == '\0');
+}
+
 Problem read_color(const char *argument, CommandLine &line) {
-  static constexpr std::pair<const char *, Color> kColors[] = {
-      {"auto", Color::kAuto},
-      {"always", Color::kAlways},
-      {"never", Color::kNever},
-  };
-  for (const auto &[word, color] : kColors) {
-    if (strcmp(word, argument) == 0) {
-      line.options.color = color;
-      return {};
-    }
-  }
-  return Problem("invalid argument '%s' of option '--color'", argument).advise("use auto, always or never");
+  const std::string_view when = argument;
+  line.options.has_color = when == "always" || (when == "auto" && is_color_terminal());
+  return when == "auto" || when == "always" || when == "never"
+             ? Problem()
+             : Problem("invalid argument '%s' of option '--color'", argument)
+                   .advise("use auto, always or never");
 }
 
 Problem read_max_age(const char *argument, CommandLine &line) {
@@ -362,7 +366,7 @@ Problem check_combination(const Options &options, const std::vector<const Option
           .advise("use %s", join_words(formats_with(row->needs)).c_str());
     }
   }
-  return are_several(options.logs) ? check_several(options, given) : Problem();
+  return options.is_merged() ? check_several(options, given) : Problem();
 }
 
 // The logs that the rest of the command line names.
@@ -388,6 +392,7 @@ std::span<const OptionRow> option_rows() {
 
 Problem parse_options(int argc, char **argv, Calendar &calendar, int64_t now, Options &options) {
   CommandLine line = {options, calendar, now};
+  options.has_color = is_color_terminal();
   const std::vector<option> known_options = long_options();
   const std::string letters = short_options();
   std::vector<const OptionRow *> given;
@@ -415,5 +420,6 @@ Problem parse_options(int argc, char **argv, Calendar &calendar, int64_t now, Op
     given.push_back(&row);
   }
   options.logs = name_logs(argv + optind, argv + argc, options.host);
+  options.has_color = options.has_color && options.format == &kShortFormat;  // check has its lines, too
   return check_combination(options, given);
 }

@@ -12,20 +12,13 @@
 #include "imlog/listing.h"
 #include "imlog/problem.h"
 
-// When short has colors; kAuto: on a terminal that shows them.
-enum class Color { kAuto, kAlways, kNever };
-
-struct Options : Selection {
+struct Options : Selection, FormatContext {
   std::string text;  // printed in place of the log unless empty: the help, the version, an option's words
   const FormatRow *format = kFormats[0];
   const char *cursor_file = nullptr;
   bool follow = false;
-  bool level_prefix = false;
-  bool in_utc = false;
-  Color color = Color::kAuto;
   const char *host = nullptr;      // of the only FILE
   std::optional<int64_t> max_age;  // seconds since a FILE was last written; older ones are not read
-  std::vector<Log> logs;           // one at least; directories are of several logs
 };
 
 // The place where an option stores its argument, and the means to read it.

@@ -3,8 +3,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <memory>
 #include <set>
@@ -73,32 +71,16 @@ bool close_output(Output &output, const FormatRow &row) {
   return false;
 }
 
-// True when standard output shows colors and the environment does not ask for none.
-bool is_color_terminal() {
-  const char *const terminal = getenv("TERM");
-  const char *const no_color = getenv("NO_COLOR");
-  return isatty(STDOUT_FILENO) != 0 && terminal != nullptr && terminal[0] != '\0' &&
-         strcmp(terminal, "dumb") != 0 && (no_color == nullptr || no_color[0] == '\0');
-}
-
-FormatContext make_context(const Options &options, bool is_zone_unknown) {
-  return {
-      .level_prefix = options.level_prefix,
-      .in_utc = options.in_utc,
-      .has_color = options.color == Color::kAlways || (options.color == Color::kAuto && is_color_terminal()),
-      .logs = options.logs,
-      .is_zone_unknown = is_zone_unknown};
-}
-
 class Run {
  public:
-  Run(const Options &options, Calendar &calendar)
+  Run(const Options &options, const Problem &zone_problem, Calendar &calendar)
       : options_(options),
         calendar_(calendar),
-        format_(options.format->make(make_context(options, zone_problem_.is_set()))),
+        zone_problem_(zone_problem),
+        format_(options.format->make(options)),
         output_(make_output(*options.format, options.follow)),
-        listing_(options, is_merged(), *options.format, remembers() ? &history_ : nullptr, calendar, *format_,
-                 *output_) {}
+        listing_(options, options.is_merged(), *options.format, remembers() ? &history_ : nullptr, calendar,
+                 *format_, *output_) {}
 
   int run() {
     if (options_.follow) {
@@ -125,9 +107,6 @@ class Run {
  private:
   [[nodiscard]] bool remembers() const {
     return options_.follow || options_.cursor_file != nullptr;
-  }
-  [[nodiscard]] bool is_merged() const {
-    return are_several(options_.logs);
   }
 
   // Makes the output, the cursor and the request library ready.
@@ -172,11 +151,11 @@ class Run {
       return;
     }
     ++all.unread;
-    if (is_merged()) {
+    if (options_.is_merged()) {
       print_problem(reading.problem, *options_.format);
     }
     if (!all.problem.is_set()) {
-      all.problem = is_merged() ? reading.problem.of_file(log.path->c_str()) : reading.problem;
+      all.problem = options_.is_merged() ? reading.problem.of_file(log.path->c_str()) : reading.problem;
     }
   }
 
@@ -233,7 +212,7 @@ class Run {
     if (!has_failed_) {
       commit_cursor();
     }
-    if (!is_merged()) {
+    if (!options_.is_merged()) {
       print_problem(reading.problem, *options_.format);
     }
     return has_failed_ ? int{kFailure} : status;
@@ -241,7 +220,7 @@ class Run {
 
   const Options &options_;
   Calendar &calendar_;
-  const Problem zone_problem_ = check_time_zone();
+  const Problem &zone_problem_;
   std::unique_ptr<Format> format_;
   std::unique_ptr<Output> output_;
   History history_;
@@ -252,13 +231,15 @@ class Run {
 
 }  // namespace
 
-int run(const Options &options, Calendar &calendar) {
+int run(Options &options, Calendar &calendar) {
   if (options.format == &kRawFormat && isatty(STDOUT_FILENO) != 0) {
     return end_with_problem(Problem("format 'raw' is not for a terminal")
                                 .advise("write to a file, or to a program that reads it"),
                             *options.format, kWrongUsage);
   }
-  return Run(options, calendar).run();
+  const Problem zone_problem = check_time_zone();
+  options.is_zone_unknown = zone_problem.is_set();
+  return Run(options, zone_problem, calendar).run();
 }
 
 int print_text(std::string_view text, const FormatRow &row) {
@@ -273,7 +254,8 @@ int end_with_problem(const Problem &problem, const FormatRow &row, int status) {
     return status;
   }
   DescriptorOutput output(STDOUT_FILENO);
-  row.make(FormatContext())->finish({problem}, output);
+  const FormatContext context;
+  row.make(context)->finish({problem}, output);
   output.close();
   return kCheckUnknown;
 }

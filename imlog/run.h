@@ -5,7 +5,7 @@
 
 #include "imlog/options.h"
 
-int run(const Options &options, Calendar &calendar);
+int run(Options &options, Calendar &calendar);
 
 // Prints only `text`.
 int print_text(std::string_view text, const FormatRow &row);
