@@ -28,33 +28,27 @@ void TranslateUncorrectableMCETray(EventText &szString, const EVT_CPU_UNCORRECTA
 
 void TranslateClass05(uint16_t wEventCode, const EVT_FREE_FORM *pEventData, EventText &szString) {
   switch (wEventCode) {
-    case 1: {
-      const EVT_CPU_CORRECTABLE &record = pEventData->CpuCorr;
+    case 1:
       szString.format("Processor Correctable error threshold exceeded (Board %s, Processor %s)",
-                      Byte2Str(record.bSlot), Byte2Str(record.bSocket));
+                      Byte2Str(pEventData->CpuCorr.bSlot), Byte2Str(pEventData->CpuCorr.bSocket));
       break;
-    }
-    case 2: {
-      const EVT_CPU_UNCORRECTABLE &record = pEventData->CpuUncorr;
+    case 2:
       szString.format("Processor Uncorrectable internal error (Board %s, Processor %s)",
-                      Byte2Str(record.bSlot), Byte2Str(record.bSocket));
+                      Byte2Str(pEventData->CpuUncorr.bSlot), Byte2Str(pEventData->CpuUncorr.bSocket));
       break;
-    }
     case 3: TranslateUncorrectableMCE(szString, pEventData->CpuUncorrMCE); break;
-    case 4: {
-      const EVT_CPU_CORRECTABLE_TRAY &record = pEventData->CpuCorrTray;
+    case 4:
       szString.format("Processor Correctable error threshold exceeded (Proc %s (%s Tray, Processor %s))",
-                      Byte2Str(record.bLogicalProcessor), GetTrayType(record.bTray),
-                      Byte2Str(record.bPhysicalProcessor));
+                      Byte2Str(pEventData->CpuCorrTray.bLogicalProcessor),
+                      GetTrayType(pEventData->CpuCorrTray.bTray),
+                      Byte2Str(pEventData->CpuCorrTray.bPhysicalProcessor));
       break;
-    }
-    case 5: {
-      const EVT_CPU_UNCORRECTABLE_TRAY &record = pEventData->CpuUncorrTray;
+    case 5:
       szString.format("Processor Uncorrectable internal error (Proc %s (%s Tray, Processor %s))",
-                      Byte2Str(record.bLogicalProcessor), GetTrayType(record.bTray),
-                      Byte2Str(record.bPhysicalProcessor));
+                      Byte2Str(pEventData->CpuUncorrTray.bLogicalProcessor),
+                      GetTrayType(pEventData->CpuUncorrTray.bTray),
+                      Byte2Str(pEventData->CpuUncorrTray.bPhysicalProcessor));
       break;
-    }
     case 6: TranslateUncorrectableMCETray(szString, pEventData->CpuUncorrMCETray); break;
     default: break;
   }

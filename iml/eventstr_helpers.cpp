@@ -28,11 +28,7 @@ void append_detail(EventText &text, const char *detail) {
 }
 
 const char *Byte2Str(uint8_t bValue, EventText &szDest) {
-  if (bValue == 0xFF) {
-    return szUnknown;
-  }
-  szDest.format("%u", bValue);
-  return szDest.c_str();
+  return Dword2Str(bValue == 0xFF ? 0xFFFFFFFF : bValue, szDest);
 }
 
 const char *Char2Str(char bValue, EventText &szDest) {

@@ -253,50 +253,34 @@ void Interpreter::decode_modrm() {
   if (mod == 3) {
     return;
   }
-  in_.rm.where = in_.address_size == 2 ? address_16(mod, rm) : address_32(mod, rm);
+  const uint32_t base = in_.address_size == 2 ? address_16(mod, rm) : address_32(mod, rm);
+  const uint32_t displacement = mod == 1 ? fetch_signed_byte() : mod == 2 ? fetch(in_.address_size) : 0;
+  in_.rm.where = (base + displacement) & mask(in_.address_size);
 }
 
+// The address before its displacement of mod 1 or 2.
 uint32_t Interpreter::address_16(uint32_t mod, uint32_t rm) {
-  uint32_t address = 0;
   switch (rm) {
-    case 0: address = gpr[kEbx] + gpr[kEsi]; break;
-    case 1: address = gpr[kEbx] + gpr[kEdi]; break;
-    case 2: address = gpr[kEbp] + gpr[kEsi]; break;
-    case 3: address = gpr[kEbp] + gpr[kEdi]; break;
-    case 4: address = gpr[kEsi]; break;
-    case 5: address = gpr[kEdi]; break;
-    case 6: address = mod == 0 ? fetch(2) : gpr[kEbp]; break;
-    default: address = gpr[kEbx]; break;
+    case 0: return gpr[kEbx] + gpr[kEsi];
+    case 1: return gpr[kEbx] + gpr[kEdi];
+    case 2: return gpr[kEbp] + gpr[kEsi];
+    case 3: return gpr[kEbp] + gpr[kEdi];
+    case 4: return gpr[kEsi];
+    case 5: return gpr[kEdi];
+    case 6: return mod == 0 ? fetch(2) : gpr[kEbp];
+    default: return gpr[kEbx];
   }
-  if (mod == 1) {
-    address += fetch_signed_byte();
-  }
-  if (mod == 2) {
-    address += fetch(2);
-  }
-  return address & 0xFFFF;
 }
 
 uint32_t Interpreter::address_32(uint32_t mod, uint32_t rm) {
-  uint32_t address = 0;
-  if (rm == 4) {
-    const uint32_t sib = fetch(1);
-    const uint32_t base = sib & 7;
-    const uint32_t index = sib >> 3 & 7;
-    address = base == kEbp && mod == 0 ? fetch(4) : gpr[base];
-    if (index != kEsp) {
-      address += gpr[index] << (sib >> 6);
-    }
-  } else {
-    address = rm == kEbp && mod == 0 ? fetch(4) : gpr[rm];
+  if (rm != 4) {
+    return rm == kEbp && mod == 0 ? fetch(4) : gpr[rm];
   }
-  if (mod == 1) {
-    address += fetch_signed_byte();
-  }
-  if (mod == 2) {
-    address += fetch(4);
-  }
-  return address;
+  const uint32_t sib = fetch(1);
+  const uint32_t base = sib & 7;
+  const uint32_t index = sib >> 3 & 7;
+  const uint32_t address = base == kEbp && mod == 0 ? fetch(4) : gpr[base];
+  return index == kEsp ? address : address + (gpr[index] << (sib >> 6));
 }
 
 // Decodes the ModRM byte of an instruction that takes no register there.

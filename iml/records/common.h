@@ -23,6 +23,7 @@
 #else
 #  define IML_ASSERT(condition, what) void iml_assert_nothing(void)
 #endif
+// Records have no padding: their size also asserts the offset of a last field of one byte.
 #define IML_ASSERT_SIZE(record, size) IML_ASSERT(sizeof(record) == (size), "size of " #record)
 #define IML_ASSERT_OFFSET(record, field, offset) \
   IML_ASSERT(offsetof(record, field) == (offset), "offset of " #record "." #field)

@@ -10,7 +10,6 @@ typedef struct IML_PACKED _evtArrayCtrlFailure {
   char cChassisName[1];
 } EVT_ARRAY_CTRL_FAILURE;
 IML_ASSERT_SIZE(EVT_ARRAY_CTRL_FAILURE, 5);
-IML_ASSERT_OFFSET(EVT_ARRAY_CTRL_FAILURE, cChassisName, 4);
 
 // Code 0x02.
 typedef struct IML_PACKED _evtArrayDevFailure {
@@ -19,7 +18,6 @@ typedef struct IML_PACKED _evtArrayDevFailure {
   char cChassisName[1];
 } EVT_ARRAY_DEV_FAILURE;
 IML_ASSERT_SIZE(EVT_ARRAY_DEV_FAILURE, 5);
-IML_ASSERT_OFFSET(EVT_ARRAY_DEV_FAILURE, cChassisName, 4);
 
 // Code 0x03.
 typedef struct IML_PACKED _evtArrayAccelFailure {
@@ -28,7 +26,6 @@ typedef struct IML_PACKED _evtArrayAccelFailure {
   char cChassisName[1];
 } EVT_ARRAY_ACCEL_FAILURE;
 IML_ASSERT_SIZE(EVT_ARRAY_ACCEL_FAILURE, 5);
-IML_ASSERT_OFFSET(EVT_ARRAY_ACCEL_FAILURE, cChassisName, 4);
 
 // Code 0x04.
 typedef struct IML_PACKED _evtArrayCtrlsNotRedundant {
@@ -36,7 +33,6 @@ typedef struct IML_PACKED _evtArrayCtrlsNotRedundant {
   char cChassisName[1];
 } EVT_ARRAY_CTRLS_NOT_REDUNDANT;
 IML_ASSERT_SIZE(EVT_ARRAY_CTRLS_NOT_REDUNDANT, 4);
-IML_ASSERT_OFFSET(EVT_ARRAY_CTRLS_NOT_REDUNDANT, cChassisName, 3);
 
 // Codes 0x07, 0x0C, 0x0D.
 typedef struct IML_PACKED _evtSasArrayDevFailure {
@@ -48,7 +44,6 @@ typedef struct IML_PACKED _evtSasArrayDevFailure {
 } EVT_SAS_ARRAY_DEV_FAILURE;
 IML_ASSERT_SIZE(EVT_SAS_ARRAY_DEV_FAILURE, 8);
 IML_ASSERT_OFFSET(EVT_SAS_ARRAY_DEV_FAILURE, szPortID, 4);
-IML_ASSERT_OFFSET(EVT_SAS_ARRAY_DEV_FAILURE, szChassis_Sun, 7);
 
 // Code 0x08.
 typedef struct IML_PACKED _evtSasArrayPhyError {
@@ -61,7 +56,6 @@ typedef struct IML_PACKED _evtSasArrayPhyError {
 } EVT_SAS_ARRAY_PHY_ERROR;
 IML_ASSERT_SIZE(EVT_SAS_ARRAY_PHY_ERROR, 9);
 IML_ASSERT_OFFSET(EVT_SAS_ARRAY_PHY_ERROR, szPortID, 3);
-IML_ASSERT_OFFSET(EVT_SAS_ARRAY_PHY_ERROR, szChassis_Sun, 8);
 
 // Code 0x09.
 typedef struct IML_PACKED _evtArrayCtrlsNotRedundantSun {
@@ -69,7 +63,6 @@ typedef struct IML_PACKED _evtArrayCtrlsNotRedundantSun {
   char szChassis_Sun[1];
 } EVT_ARRAY_CTRLS_NOT_REDUNDANT_SUN;
 IML_ASSERT_SIZE(EVT_ARRAY_CTRLS_NOT_REDUNDANT_SUN, 4);
-IML_ASSERT_OFFSET(EVT_ARRAY_CTRLS_NOT_REDUNDANT_SUN, szChassis_Sun, 3);
 
 // Code 0x0A.
 typedef struct IML_PACKED _evtSasArrayPhyErrorExtended {
@@ -81,7 +74,6 @@ typedef struct IML_PACKED _evtSasArrayPhyErrorExtended {
 } EVT_SAS_ARRAY_PHY_ERROR_EXTENDED;
 IML_ASSERT_SIZE(EVT_SAS_ARRAY_PHY_ERROR_EXTENDED, 8);
 IML_ASSERT_OFFSET(EVT_SAS_ARRAY_PHY_ERROR_EXTENDED, szPortID, 3);
-IML_ASSERT_OFFSET(EVT_SAS_ARRAY_PHY_ERROR_EXTENDED, szChassis_Sun, 7);
 
 // Code 0x0B.
 typedef struct IML_PACKED _evtSasArraySepFailure {
@@ -92,7 +84,6 @@ typedef struct IML_PACKED _evtSasArraySepFailure {
 } EVT_SAS_ARRAY_SEP_FAILURE;
 IML_ASSERT_SIZE(EVT_SAS_ARRAY_SEP_FAILURE, 7);
 IML_ASSERT_OFFSET(EVT_SAS_ARRAY_SEP_FAILURE, szPortID, 3);
-IML_ASSERT_OFFSET(EVT_SAS_ARRAY_SEP_FAILURE, szChassis_Sun, 6);
 
 // Code 0x0E.
 typedef struct IML_PACKED _evtArrayCacheNotInstalled {
@@ -101,7 +92,6 @@ typedef struct IML_PACKED _evtArrayCacheNotInstalled {
   char szChassis_Sun[1];
 } EVT_ARRAY_CACHE_NOT_INSTALLED;
 IML_ASSERT_SIZE(EVT_ARRAY_CACHE_NOT_INSTALLED, 5);
-IML_ASSERT_OFFSET(EVT_ARRAY_CACHE_NOT_INSTALLED, szChassis_Sun, 4);
 
 // Code 0x0F.
 typedef struct IML_PACKED _evtSasArrayPhyDisabled {
@@ -113,7 +103,6 @@ typedef struct IML_PACKED _evtSasArrayPhyDisabled {
 } EVT_SAS_ARRAY_PHY_DISABLED;
 IML_ASSERT_SIZE(EVT_SAS_ARRAY_PHY_DISABLED, 8);
 IML_ASSERT_OFFSET(EVT_SAS_ARRAY_PHY_DISABLED, szPortID, 3);
-IML_ASSERT_OFFSET(EVT_SAS_ARRAY_PHY_DISABLED, szChassis_Sun, 7);
 
 // Code 0x10.
 typedef struct IML_PACKED _evtArrayCacheNotCompatible {
@@ -122,7 +111,6 @@ typedef struct IML_PACKED _evtArrayCacheNotCompatible {
   char szChassis_Sun[1];
 } EVT_ARRAY_CACHE_NOT_COMPATIBLE;
 IML_ASSERT_SIZE(EVT_ARRAY_CACHE_NOT_COMPATIBLE, 5);
-IML_ASSERT_OFFSET(EVT_ARRAY_CACHE_NOT_COMPATIBLE, szChassis_Sun, 4);
 
 // Code 0x11. Its device types are coded differently from code 0x0F's.
 typedef struct IML_PACKED _evtSasArrayPhyErrorGeneric {
@@ -138,4 +126,3 @@ typedef struct IML_PACKED _evtSasArrayPhyErrorGeneric {
 } EVT_SAS_ARRAY_PHY_ERROR_GENERIC;
 IML_ASSERT_SIZE(EVT_SAS_ARRAY_PHY_ERROR_GENERIC, 12);
 IML_ASSERT_OFFSET(EVT_SAS_ARRAY_PHY_ERROR_GENERIC, szPortID, 3);
-IML_ASSERT_OFFSET(EVT_SAS_ARRAY_PHY_ERROR_GENERIC, szChassis_Sun, 11);

@@ -11,7 +11,6 @@ typedef struct IML_PACKED _evtInfEnvInadequatePwrToPwrOn {
   char cChassisName[1];
 } EVT_INF_ENV_INADEQUATE_PWR_TO_PWR_ON;
 IML_ASSERT_SIZE(EVT_INF_ENV_INADEQUATE_PWR_TO_PWR_ON, 6);
-IML_ASSERT_OFFSET(EVT_INF_ENV_INADEQUATE_PWR_TO_PWR_ON, cChassisName, 5);
 
 // Code 0x02.
 typedef struct IML_PACKED _evtInfEnvManualOverride {
@@ -20,7 +19,6 @@ typedef struct IML_PACKED _evtInfEnvManualOverride {
   char cChassisName[1];
 } EVT_INF_ENV_MANUAL_OVERRIDE;
 IML_ASSERT_SIZE(EVT_INF_ENV_MANUAL_OVERRIDE, 5);
-IML_ASSERT_OFFSET(EVT_INF_ENV_MANUAL_OVERRIDE, cChassisName, 4);
 
 // Code 0x03.
 typedef struct IML_PACKED _evtInfEnvFuseOpen {
@@ -30,7 +28,6 @@ typedef struct IML_PACKED _evtInfEnvFuseOpen {
   char cChassisName[1];
 } EVT_INF_ENV_FUSE_OPEN;
 IML_ASSERT_SIZE(EVT_INF_ENV_FUSE_OPEN, 6);
-IML_ASSERT_OFFSET(EVT_INF_ENV_FUSE_OPEN, cChassisName, 5);
 
 // Code 0x04.
 typedef struct IML_PACKED _evtInfEnvI2cFault {
@@ -39,7 +36,6 @@ typedef struct IML_PACKED _evtInfEnvI2cFault {
   char cChassisName[1];
 } EVT_INF_ENV_I2C_FAULT;
 IML_ASSERT_SIZE(EVT_INF_ENV_I2C_FAULT, 5);
-IML_ASSERT_OFFSET(EVT_INF_ENV_I2C_FAULT, cChassisName, 4);
 
 // Code 0x05.
 typedef struct IML_PACKED _evtInfEnvBladeInsRem {
@@ -49,7 +45,6 @@ typedef struct IML_PACKED _evtInfEnvBladeInsRem {
   char cChassisName[1];
 } EVT_INF_ENV_BLADE_INS_REM;
 IML_ASSERT_SIZE(EVT_INF_ENV_BLADE_INS_REM, 6);
-IML_ASSERT_OFFSET(EVT_INF_ENV_BLADE_INS_REM, cChassisName, 5);
 
 // Code 0x06.
 typedef struct IML_PACKED _evtInfEnvPwrLoadBalancing {
@@ -59,7 +54,6 @@ typedef struct IML_PACKED _evtInfEnvPwrLoadBalancing {
   char cChassisName[1];
 } EVT_INF_ENV_PWR_LOAD_BALANCING;
 IML_ASSERT_SIZE(EVT_INF_ENV_PWR_LOAD_BALANCING, 7);
-IML_ASSERT_OFFSET(EVT_INF_ENV_PWR_LOAD_BALANCING, cChassisName, 6);
 
 // Code 0x07.
 typedef struct IML_PACKED _evtInfEnvDcPwrProblem {
@@ -69,7 +63,6 @@ typedef struct IML_PACKED _evtInfEnvDcPwrProblem {
   char cChassisName[1];
 } EVT_INF_ENV_DC_PWR_PROBLEM;
 IML_ASSERT_SIZE(EVT_INF_ENV_DC_PWR_PROBLEM, 7);
-IML_ASSERT_OFFSET(EVT_INF_ENV_DC_PWR_PROBLEM, cChassisName, 6);
 
 // Code 0x08.
 typedef struct IML_PACKED _evtInfEnvAcInputPwrExceeded {
@@ -77,7 +70,6 @@ typedef struct IML_PACKED _evtInfEnvAcInputPwrExceeded {
   char cChassisName[1];
 } EVT_INF_ENV_AC_INPUT_PWR_EXCEEDED;
 IML_ASSERT_SIZE(EVT_INF_ENV_AC_INPUT_PWR_EXCEEDED, 4);
-IML_ASSERT_OFFSET(EVT_INF_ENV_AC_INPUT_PWR_EXCEEDED, cChassisName, 3);
 
 // Code 0x09.
 typedef struct IML_PACKED _evtInfEnvLossOfChassisConnectivity {
@@ -87,7 +79,6 @@ typedef struct IML_PACKED _evtInfEnvLossOfChassisConnectivity {
 } EVT_INF_ENV_LOSS_OF_CHASSIS_CONNECTIVITY;
 IML_ASSERT_SIZE(EVT_INF_ENV_LOSS_OF_CHASSIS_CONNECTIVITY, 6);
 IML_ASSERT_OFFSET(EVT_INF_ENV_LOSS_OF_CHASSIS_CONNECTIVITY, wAddress, 3);
-IML_ASSERT_OFFSET(EVT_INF_ENV_LOSS_OF_CHASSIS_CONNECTIVITY, cChassisName, 5);
 
 // Code 0x0A.
 typedef struct IML_PACKED _evtInfEnvNewChassisConnectivity {
@@ -97,7 +88,6 @@ typedef struct IML_PACKED _evtInfEnvNewChassisConnectivity {
 } EVT_INF_ENV_NEW_CHASSIS_CONNECTIVITY;
 IML_ASSERT_SIZE(EVT_INF_ENV_NEW_CHASSIS_CONNECTIVITY, 6);
 IML_ASSERT_OFFSET(EVT_INF_ENV_NEW_CHASSIS_CONNECTIVITY, wAddress, 3);
-IML_ASSERT_OFFSET(EVT_INF_ENV_NEW_CHASSIS_CONNECTIVITY, cChassisName, 5);
 
 // Code 0x0B.
 typedef struct IML_PACKED _evtInfEnvRackInfrastructureChg {
@@ -106,7 +96,6 @@ typedef struct IML_PACKED _evtInfEnvRackInfrastructureChg {
   char cChassisName[1];
 } EVT_INF_ENV_RACK_INFRASTRUCTURE_CHG;
 IML_ASSERT_SIZE(EVT_INF_ENV_RACK_INFRASTRUCTURE_CHG, 5);
-IML_ASSERT_OFFSET(EVT_INF_ENV_RACK_INFRASTRUCTURE_CHG, cChassisName, 4);
 
 // Code 0x0C.
 typedef struct IML_PACKED _evtInfEnvUnknownPwrConsumption {
@@ -114,7 +103,6 @@ typedef struct IML_PACKED _evtInfEnvUnknownPwrConsumption {
   char cChassisName[1];
 } EVT_INF_ENV_UNKNOWN_PWR_CONSUMPTION;
 IML_ASSERT_SIZE(EVT_INF_ENV_UNKNOWN_PWR_CONSUMPTION, 4);
-IML_ASSERT_OFFSET(EVT_INF_ENV_UNKNOWN_PWR_CONSUMPTION, cChassisName, 3);
 
 // Code 0x0D.
 typedef struct IML_PACKED _evtInfEnvPwrSubsysMisconfigured {
@@ -126,7 +114,6 @@ typedef struct IML_PACKED _evtInfEnvPwrSubsysMisconfigured {
 } EVT_INF_ENV_PWR_SUBSYS_MISCONFIGURED;
 IML_ASSERT_SIZE(EVT_INF_ENV_PWR_SUBSYS_MISCONFIGURED, 8);
 IML_ASSERT_OFFSET(EVT_INF_ENV_PWR_SUBSYS_MISCONFIGURED, wAddress, 5);
-IML_ASSERT_OFFSET(EVT_INF_ENV_PWR_SUBSYS_MISCONFIGURED, cChassisName, 7);
 
 // Code 0x0E.
 typedef struct IML_PACKED _evtInfEnvEnclosureMgrStatus {
@@ -134,7 +121,6 @@ typedef struct IML_PACKED _evtInfEnvEnclosureMgrStatus {
   char cChassisName[1];
 } EVT_INF_ENV_ENCLOSURE_MGR_STATUS;
 IML_ASSERT_SIZE(EVT_INF_ENV_ENCLOSURE_MGR_STATUS, 4);
-IML_ASSERT_OFFSET(EVT_INF_ENV_ENCLOSURE_MGR_STATUS, cChassisName, 3);
 
 // Code 0x0F.
 typedef struct IML_PACKED _evtInfEnvBlowerFault {
@@ -144,7 +130,6 @@ typedef struct IML_PACKED _evtInfEnvBlowerFault {
   char cChassisName[1];
 } EVT_INF_ENV_BLOWER_FAULT;
 IML_ASSERT_SIZE(EVT_INF_ENV_BLOWER_FAULT, 6);
-IML_ASSERT_OFFSET(EVT_INF_ENV_BLOWER_FAULT, cChassisName, 5);
 
 // Code 0x10.
 typedef struct IML_PACKED _evtInfEnvBlowerRemoved {
@@ -154,7 +139,6 @@ typedef struct IML_PACKED _evtInfEnvBlowerRemoved {
   char cChassisName[1];
 } EVT_INF_ENV_BLOWER_REMOVED;
 IML_ASSERT_SIZE(EVT_INF_ENV_BLOWER_REMOVED, 6);
-IML_ASSERT_OFFSET(EVT_INF_ENV_BLOWER_REMOVED, cChassisName, 5);
 
 // Code 0x11.
 typedef struct IML_PACKED _evtInfEnvEthernetSwitchFault {
@@ -164,7 +148,6 @@ typedef struct IML_PACKED _evtInfEnvEthernetSwitchFault {
   char cChassisName[1];
 } EVT_INF_ENV_ETHERNET_SWITCH_FAULT;
 IML_ASSERT_SIZE(EVT_INF_ENV_ETHERNET_SWITCH_FAULT, 6);
-IML_ASSERT_OFFSET(EVT_INF_ENV_ETHERNET_SWITCH_FAULT, cChassisName, 5);
 
 // Code 0x12.
 typedef struct IML_PACKED _evtInfEnvInputPwrSenseErr {
@@ -173,7 +156,6 @@ typedef struct IML_PACKED _evtInfEnvInputPwrSenseErr {
   char cChassisName[1];
 } EVT_INF_ENV_INPUT_PWR_SENSE_ERR;
 IML_ASSERT_SIZE(EVT_INF_ENV_INPUT_PWR_SENSE_ERR, 5);
-IML_ASSERT_OFFSET(EVT_INF_ENV_INPUT_PWR_SENSE_ERR, cChassisName, 4);
 
 // Codes 0x13, 0x14.
 typedef struct IML_PACKED _evtInfEnvBladeInsRem2 {
@@ -183,7 +165,6 @@ typedef struct IML_PACKED _evtInfEnvBladeInsRem2 {
   char cChassisName[1];
 } EVT_INF_ENV_BLADE_INS_REM_2;
 IML_ASSERT_SIZE(EVT_INF_ENV_BLADE_INS_REM_2, 6);
-IML_ASSERT_OFFSET(EVT_INF_ENV_BLADE_INS_REM_2, cChassisName, 5);
 
 // Code 0x15.
 typedef struct IML_PACKED _evtInfEnvRackTopologyErr {
@@ -213,7 +194,6 @@ typedef struct IML_PACKED _evtInfFirmwareMismatch {
 } EVT_INF_FIRMWARE_MISMATCH;
 IML_ASSERT_SIZE(EVT_INF_FIRMWARE_MISMATCH, 10);
 IML_ASSERT_OFFSET(EVT_INF_FIRMWARE_MISMATCH, wICMB_Number, 7);
-IML_ASSERT_OFFSET(EVT_INF_FIRMWARE_MISMATCH, cChassisName, 9);
 
 // Code 0x1A.
 typedef struct IML_PACKED _evtInfEnvPowerRequestDenied {
@@ -223,4 +203,3 @@ typedef struct IML_PACKED _evtInfEnvPowerRequestDenied {
   char cChassisName[1];
 } EVT_INF_ENV_POWER_REQUEST_DENIED;
 IML_ASSERT_SIZE(EVT_INF_ENV_POWER_REQUEST_DENIED, 6);
-IML_ASSERT_OFFSET(EVT_INF_ENV_POWER_REQUEST_DENIED, cChassisName, 5);

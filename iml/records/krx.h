@@ -102,4 +102,3 @@ typedef struct IML_PACKED _evtKrxRomError {
   uint8_t data[1];     // codes 196, 197: the first is the link
 } EVT_KRX_ROM_ERROR;
 IML_ASSERT_SIZE(EVT_KRX_ROM_ERROR, 3);
-IML_ASSERT_OFFSET(EVT_KRX_ROM_ERROR, data, 2);

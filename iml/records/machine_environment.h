@@ -12,7 +12,6 @@ typedef struct IML_PACKED _evtMachOverheat {
   char cChassisName[1];  // code 0x0A: the slot description follows
 } EVT_MACH_OVERHEAT;
 IML_ASSERT_SIZE(EVT_MACH_OVERHEAT, 7);
-IML_ASSERT_OFFSET(EVT_MACH_OVERHEAT, cChassisName, 6);
 
 // Codes 0x02, 0x08.
 typedef struct IML_PACKED _evtMachFanFail {
@@ -22,7 +21,6 @@ typedef struct IML_PACKED _evtMachFanFail {
   char cChassisName[1];  // code 0x08: the slot description follows
 } EVT_MACH_FAN_FAIL;
 IML_ASSERT_SIZE(EVT_MACH_FAN_FAIL, 6);
-IML_ASSERT_OFFSET(EVT_MACH_FAN_FAIL, cChassisName, 5);
 
 // Codes 0x03, 0x09.
 typedef struct IML_PACKED _evtMachDoorOpen {
@@ -32,7 +30,6 @@ typedef struct IML_PACKED _evtMachDoorOpen {
   char cChassisName[1];   // code 0x09: the slot description follows
 } EVT_MACH_DOOR_OPEN;
 IML_ASSERT_SIZE(EVT_MACH_DOOR_OPEN, 6);
-IML_ASSERT_OFFSET(EVT_MACH_DOOR_OPEN, cChassisName, 5);
 
 // Code 0x04.
 typedef struct IML_PACKED _evtMachFanRemoved {
@@ -42,7 +39,6 @@ typedef struct IML_PACKED _evtMachFanRemoved {
   char cChassisName[1];
 } EVT_MACH_FAN_REMOVED;
 IML_ASSERT_SIZE(EVT_MACH_FAN_REMOVED, 6);
-IML_ASSERT_OFFSET(EVT_MACH_FAN_REMOVED, cChassisName, 5);
 
 // Code 0x05.
 typedef struct IML_PACKED _evtMachFanInserted {
@@ -52,7 +48,6 @@ typedef struct IML_PACKED _evtMachFanInserted {
   char cChassisName[1];
 } EVT_MACH_FAN_INSERTED;
 IML_ASSERT_SIZE(EVT_MACH_FAN_INSERTED, 6);
-IML_ASSERT_OFFSET(EVT_MACH_FAN_INSERTED, cChassisName, 5);
 
 // Code 0x06.
 typedef struct IML_PACKED _evtMachFanNotRedundant {
@@ -61,7 +56,6 @@ typedef struct IML_PACKED _evtMachFanNotRedundant {
   char cChassisName[1];
 } EVT_MACH_FAN_NOT_REDUNDANT;
 IML_ASSERT_SIZE(EVT_MACH_FAN_NOT_REDUNDANT, 5);
-IML_ASSERT_OFFSET(EVT_MACH_FAN_NOT_REDUNDANT, cChassisName, 4);
 
 // Code 0x07.
 typedef struct IML_PACKED _evtMachFanNotRedundantShared {
@@ -71,7 +65,6 @@ typedef struct IML_PACKED _evtMachFanNotRedundantShared {
   char cChassisName[1];  // not shown
 } EVT_MACH_FAN_NOT_REDUNDANT_SHARED;
 IML_ASSERT_SIZE(EVT_MACH_FAN_NOT_REDUNDANT_SHARED, 6);
-IML_ASSERT_OFFSET(EVT_MACH_FAN_NOT_REDUNDANT_SHARED, cChassisName, 5);
 
 // Code 0x0B.
 typedef struct IML_PACKED _evtMachSASFanFail {
@@ -84,7 +77,6 @@ typedef struct IML_PACKED _evtMachSASFanFail {
 } EVT_MACH_SAS_FAN_FAIL;
 IML_ASSERT_SIZE(EVT_MACH_SAS_FAN_FAIL, 9);
 IML_ASSERT_OFFSET(EVT_MACH_SAS_FAN_FAIL, szPortID, 5);
-IML_ASSERT_OFFSET(EVT_MACH_SAS_FAN_FAIL, szChassis_Sun, 8);
 
 // Code 0x0C.
 typedef struct IML_PACKED _evtMachSASOverheat {
@@ -97,7 +89,6 @@ typedef struct IML_PACKED _evtMachSASOverheat {
 } EVT_MACH_SAS_OVERHEAT;
 IML_ASSERT_SIZE(EVT_MACH_SAS_OVERHEAT, 9);
 IML_ASSERT_OFFSET(EVT_MACH_SAS_OVERHEAT, szPortID, 5);
-IML_ASSERT_OFFSET(EVT_MACH_SAS_OVERHEAT, szChassis_Sun, 8);
 
 // Code 0x0D.
 typedef struct IML_PACKED _evtMachExtSASFanFail {
@@ -111,7 +102,6 @@ typedef struct IML_PACKED _evtMachExtSASFanFail {
 } EVT_MACH_EXT_SAS_FAN_FAIL;
 IML_ASSERT_SIZE(EVT_MACH_EXT_SAS_FAN_FAIL, 10);
 IML_ASSERT_OFFSET(EVT_MACH_EXT_SAS_FAN_FAIL, szPortID, 6);
-IML_ASSERT_OFFSET(EVT_MACH_EXT_SAS_FAN_FAIL, szChassis_Sun, 9);
 
 // Code 0x0E.
 typedef struct IML_PACKED _evtMachCritOverheat {
@@ -122,7 +112,6 @@ typedef struct IML_PACKED _evtMachCritOverheat {
   char szChassis_Sun[1];
 } EVT_MACH_CRIT_OVERHEAT;
 IML_ASSERT_SIZE(EVT_MACH_CRIT_OVERHEAT, 7);
-IML_ASSERT_OFFSET(EVT_MACH_CRIT_OVERHEAT, szChassis_Sun, 6);
 
 // Code 0x0F.
 typedef struct IML_PACKED _evtMachSASControllerOverheat {
@@ -132,7 +121,6 @@ typedef struct IML_PACKED _evtMachSASControllerOverheat {
   char szChassis_Sun[1];
 } EVT_MACH_SAS_CONTROLLER_OVERHEAT;
 IML_ASSERT_SIZE(EVT_MACH_SAS_CONTROLLER_OVERHEAT, 6);
-IML_ASSERT_OFFSET(EVT_MACH_SAS_CONTROLLER_OVERHEAT, szChassis_Sun, 5);
 
 // Code 0x10.
 typedef struct IML_PACKED _evtMachCritOverheatText {

@@ -10,7 +10,6 @@ typedef struct IML_PACKED _evtMainMemory {
   char cSerialNumber[1];
 } EVT_MAIN_MEMORY;
 IML_ASSERT_SIZE(EVT_MAIN_MEMORY, 3);
-IML_ASSERT_OFFSET(EVT_MAIN_MEMORY, cSerialNumber, 2);
 
 typedef struct IML_PACKED _evtSingleEntry {
   uint8_t bModule;
@@ -26,7 +25,6 @@ typedef struct IML_PACKED _evtMainMemoryMulti {
 } EVT_MAIN_MEMORY_MULTI;
 IML_ASSERT_SIZE(EVT_MAIN_MEMORY_MULTI, 10);
 IML_ASSERT_OFFSET(EVT_MAIN_MEMORY_MULTI, mm, 1);
-IML_ASSERT_OFFSET(EVT_MAIN_MEMORY_MULTI, cSerialNumber, 9);
 
 // Code 0x04.
 typedef struct IML_PACKED _evtMainMemoryUserAction {
@@ -99,7 +97,6 @@ typedef struct IML_PACKED _evtMainMemoryFailureInRomDiags {
 } EVT_MAIN_MEMORY_FAIL_IN_ROM_DIAG;
 IML_ASSERT_SIZE(EVT_MAIN_MEMORY_FAIL_IN_ROM_DIAG, 5);
 IML_ASSERT_OFFSET(EVT_MAIN_MEMORY_FAIL_IN_ROM_DIAG, flags, 3);
-IML_ASSERT_OFFSET(EVT_MAIN_MEMORY_FAIL_IN_ROM_DIAG, szSerialNumber, 4);
 
 // Code 0x15.
 typedef struct IML_PACKED _evtMainMemorySpareEngagedProc {
@@ -108,7 +105,6 @@ typedef struct IML_PACKED _evtMainMemorySpareEngagedProc {
   char cSerialNumber[1];
 } EVT_MAIN_MEMORY_SPARE_ENGAGED_PROC;
 IML_ASSERT_SIZE(EVT_MAIN_MEMORY_SPARE_ENGAGED_PROC, 3);
-IML_ASSERT_OFFSET(EVT_MAIN_MEMORY_SPARE_ENGAGED_PROC, cSerialNumber, 2);
 
 // Code 0x16.
 typedef struct IML_PACKED _evtMainMemoryMirrorEngagedProc {
@@ -117,7 +113,6 @@ typedef struct IML_PACKED _evtMainMemoryMirrorEngagedProc {
   char cSerialNumber[1];
 } EVT_MAIN_MEMORY_MIRROR_ENGAGED_PROC;
 IML_ASSERT_SIZE(EVT_MAIN_MEMORY_MIRROR_ENGAGED_PROC, 3);
-IML_ASSERT_OFFSET(EVT_MAIN_MEMORY_MIRROR_ENGAGED_PROC, cSerialNumber, 2);
 
 // Codes 0x21 to 0x40.
 typedef struct IML_PACKED _evtMainMemoryDimmConfig {

@@ -11,7 +11,6 @@ typedef struct IML_PACKED _evtNvmRec {
   char cSerialNumber[1];
 } EVT_NVM_REC;
 IML_ASSERT_SIZE(EVT_NVM_REC, 4);
-IML_ASSERT_OFFSET(EVT_NVM_REC, cSerialNumber, 3);
 
 // Codes 2, 10.
 typedef struct IML_PACKED _evtNvmRecRetry {
@@ -22,4 +21,3 @@ typedef struct IML_PACKED _evtNvmRecRetry {
   char cSerialNumber[1];
 } EVT_NVM_REC_RETRY;
 IML_ASSERT_SIZE(EVT_NVM_REC_RETRY, 5);
-IML_ASSERT_OFFSET(EVT_NVM_REC_RETRY, cSerialNumber, 4);

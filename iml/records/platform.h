@@ -40,4 +40,3 @@ typedef struct IML_PACKED _evtInterlockDevNotSeated {
   char cText[1];       // the device
 } EVT_INTERLOCK_DEV_NOT_SEATED;
 IML_ASSERT_SIZE(EVT_INTERLOCK_DEV_NOT_SEATED, 2);
-IML_ASSERT_OFFSET(EVT_INTERLOCK_DEV_NOT_SEATED, cText, 1);

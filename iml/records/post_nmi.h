@@ -10,7 +10,6 @@ typedef struct IML_PACKED _evtPostMessage {
   char cMessage[1];
 } EVT_POST_MESSAGE;
 IML_ASSERT_SIZE(EVT_POST_MESSAGE, 2);
-IML_ASSERT_OFFSET(EVT_POST_MESSAGE, cMessage, 1);
 
 // Class 0x0A, code 2.
 typedef struct IML_PACKED _evtPostInformation {

@@ -11,7 +11,6 @@ typedef struct IML_PACKED _evtPowerSupplyFailure {
   char cChassisName[1];  // code 0x13: a service text follows
 } EVT_POWER_SUPPLY_FAILURE;
 IML_ASSERT_SIZE(EVT_POWER_SUPPLY_FAILURE, 6);
-IML_ASSERT_OFFSET(EVT_POWER_SUPPLY_FAILURE, cChassisName, 5);
 
 // Codes 0x02, 0x12.
 typedef struct IML_PACKED _evtBatteryLow {
@@ -35,7 +34,6 @@ typedef struct IML_PACKED _evtPowerSupplyRemoved {
   char cChassisName[1];
 } EVT_POWER_SUPPLY_REMOVED;
 IML_ASSERT_SIZE(EVT_POWER_SUPPLY_REMOVED, 5);
-IML_ASSERT_OFFSET(EVT_POWER_SUPPLY_REMOVED, cChassisName, 4);
 
 // Code 0x05.
 typedef struct IML_PACKED _evtPowerSupplyInserted {
@@ -44,7 +42,6 @@ typedef struct IML_PACKED _evtPowerSupplyInserted {
   char cChassisName[1];
 } EVT_POWER_SUPPLY_INSERTED;
 IML_ASSERT_SIZE(EVT_POWER_SUPPLY_INSERTED, 5);
-IML_ASSERT_OFFSET(EVT_POWER_SUPPLY_INSERTED, cChassisName, 4);
 
 // Code 0x06, chassis types 1 to 3.
 typedef struct IML_PACKED _evtPowerNotRedundant {
@@ -52,7 +49,6 @@ typedef struct IML_PACKED _evtPowerNotRedundant {
   char cChassisName[1];
 } EVT_POWER_NOT_REDUNDANT;
 IML_ASSERT_SIZE(EVT_POWER_NOT_REDUNDANT, 4);
-IML_ASSERT_OFFSET(EVT_POWER_NOT_REDUNDANT, cChassisName, 3);
 
 // Code 0x06, chassis types 4 and 5.
 typedef struct IML_PACKED _evtInfPowerNotRedundant {
@@ -61,7 +57,6 @@ typedef struct IML_PACKED _evtInfPowerNotRedundant {
   char cChassisName[1];
 } EVT_INF_POWER_NOT_REDUNDANT;
 IML_ASSERT_SIZE(EVT_INF_POWER_NOT_REDUNDANT, 5);
-IML_ASSERT_OFFSET(EVT_INF_POWER_NOT_REDUNDANT, cChassisName, 4);
 
 // Code 0x07.
 typedef struct IML_PACKED _evtPowerModulesNotRedundant {
@@ -72,7 +67,6 @@ typedef struct IML_PACKED _evtPowerModulesNotRedundant {
   char cChassisName[1];
 } EVT_POWER_MODULES_NOT_REDUNDANT;
 IML_ASSERT_SIZE(EVT_POWER_MODULES_NOT_REDUNDANT, 7);
-IML_ASSERT_OFFSET(EVT_POWER_MODULES_NOT_REDUNDANT, cChassisName, 6);
 
 // Codes 0x08, 0x11.
 typedef struct IML_PACKED _evtPowerAcVoltage {
@@ -82,7 +76,6 @@ typedef struct IML_PACKED _evtPowerAcVoltage {
   char cChassisName[1];  // code 0x11: a service text follows
 } EVT_POWER_AC_VOLTAGE;
 IML_ASSERT_SIZE(EVT_POWER_AC_VOLTAGE, 6);
-IML_ASSERT_OFFSET(EVT_POWER_AC_VOLTAGE, cChassisName, 5);
 
 // Code 0x09.
 typedef struct IML_PACKED _evtPowerAcOverload {
@@ -92,7 +85,6 @@ typedef struct IML_PACKED _evtPowerAcOverload {
   char cChassisName[1];
 } EVT_POWER_AC_OVERLOAD;
 IML_ASSERT_SIZE(EVT_POWER_AC_OVERLOAD, 6);
-IML_ASSERT_OFFSET(EVT_POWER_AC_OVERLOAD, cChassisName, 5);
 
 // Code 0x0B.
 typedef struct IML_PACKED _evtPowerSupplyUnpowered {
@@ -101,7 +93,6 @@ typedef struct IML_PACKED _evtPowerSupplyUnpowered {
   char cChassisName[1];
 } EVT_POWER_SUPPLY_UNPOWERED;
 IML_ASSERT_SIZE(EVT_POWER_SUPPLY_UNPOWERED, 5);
-IML_ASSERT_OFFSET(EVT_POWER_SUPPLY_UNPOWERED, cChassisName, 4);
 
 // Code 0x0A.
 typedef struct IML_PACKED _evtPowerSupplyPowered {
@@ -110,7 +101,6 @@ typedef struct IML_PACKED _evtPowerSupplyPowered {
   char cChassisName[1];
 } EVT_POWER_SUPPLY_POWERED;
 IML_ASSERT_SIZE(EVT_POWER_SUPPLY_POWERED, 5);
-IML_ASSERT_OFFSET(EVT_POWER_SUPPLY_POWERED, cChassisName, 4);
 
 // Code 0x0C.
 typedef struct IML_PACKED _evtSysPowerModuleFailure {
@@ -120,7 +110,6 @@ typedef struct IML_PACKED _evtSysPowerModuleFailure {
   char cChassisName[1];
 } EVT_SYS_POWER_MODULE_FAILURE;
 IML_ASSERT_SIZE(EVT_SYS_POWER_MODULE_FAILURE, 6);
-IML_ASSERT_OFFSET(EVT_SYS_POWER_MODULE_FAILURE, cChassisName, 5);
 
 // Code 0x0D.
 typedef struct IML_PACKED _evtSysPowerModuleRemoved {
@@ -129,7 +118,6 @@ typedef struct IML_PACKED _evtSysPowerModuleRemoved {
   char cChassisName[1];
 } EVT_SYS_POWER_MODULE_REMOVED;
 IML_ASSERT_SIZE(EVT_SYS_POWER_MODULE_REMOVED, 5);
-IML_ASSERT_OFFSET(EVT_SYS_POWER_MODULE_REMOVED, cChassisName, 4);
 
 // Code 0x0E.
 typedef struct IML_PACKED _evtSysPowerModuleInserted {
@@ -138,7 +126,6 @@ typedef struct IML_PACKED _evtSysPowerModuleInserted {
   char cChassisName[1];
 } EVT_SYS_POWER_MODULE_INSERTED;
 IML_ASSERT_SIZE(EVT_SYS_POWER_MODULE_INSERTED, 5);
-IML_ASSERT_OFFSET(EVT_SYS_POWER_MODULE_INSERTED, cChassisName, 4);
 
 // Code 0x0F.
 typedef struct IML_PACKED _evtSysPowerModuleNotRedundant {
@@ -146,7 +133,6 @@ typedef struct IML_PACKED _evtSysPowerModuleNotRedundant {
   char cChassisName[1];
 } EVT_SYS_POWER_MODULE_NOT_REDUNDANT;
 IML_ASSERT_SIZE(EVT_SYS_POWER_MODULE_NOT_REDUNDANT, 4);
-IML_ASSERT_OFFSET(EVT_SYS_POWER_MODULE_NOT_REDUNDANT, cChassisName, 3);
 
 // Code 0x10.
 typedef struct IML_PACKED _evtSysPowerModuleOverload {
@@ -156,7 +142,6 @@ typedef struct IML_PACKED _evtSysPowerModuleOverload {
   char cChassisName[1];
 } EVT_SYS_POWER_MODULE_OVERLOAD;
 IML_ASSERT_SIZE(EVT_SYS_POWER_MODULE_OVERLOAD, 6);
-IML_ASSERT_OFFSET(EVT_SYS_POWER_MODULE_OVERLOAD, cChassisName, 5);
 
 // Code 0x14.
 typedef struct IML_PACKED _evtSasPowerSupplyFailure {
@@ -168,7 +153,6 @@ typedef struct IML_PACKED _evtSasPowerSupplyFailure {
 } EVT_SAS_POWER_SUPPLY_FAILURE;
 IML_ASSERT_SIZE(EVT_SAS_POWER_SUPPLY_FAILURE, 8);
 IML_ASSERT_OFFSET(EVT_SAS_POWER_SUPPLY_FAILURE, szPortID, 4);
-IML_ASSERT_OFFSET(EVT_SAS_POWER_SUPPLY_FAILURE, szChassis_Sun, 7);
 
 // Code 0x1A.
 typedef struct IML_PACKED _evtSysPowerFault {
@@ -176,7 +160,6 @@ typedef struct IML_PACKED _evtSysPowerFault {
   uint8_t bMIDChain[1];    // module identifiers of the fault chain
 } EVT_SYS_POWER_FAULT;
 IML_ASSERT_SIZE(EVT_SYS_POWER_FAULT, 3);
-IML_ASSERT_OFFSET(EVT_SYS_POWER_FAULT, bMIDChain, 2);
 
 // Code 0x1E.
 typedef struct IML_PACKED _evtPowerSupplyStorbatRemoved {
@@ -210,7 +193,6 @@ typedef struct IML_PACKED _evtPowerSupplyBbuFailure {
   char cText[1];
 } EVT_POWER_SUPPLY_BBU_FAILURE;
 IML_ASSERT_SIZE(EVT_POWER_SUPPLY_BBU_FAILURE, 2);
-IML_ASSERT_OFFSET(EVT_POWER_SUPPLY_BBU_FAILURE, cText, 1);
 
 // Codes 0x26, 0x27.
 typedef struct IML_PACKED _evtPowerSupplyBbuInsRem {

@@ -28,7 +28,6 @@ typedef struct IML_PACKED _evtOsFatalException {
   char cCause[1];
 } EVT_OS_FATAL_EXCEPTION;
 IML_ASSERT_SIZE(EVT_OS_FATAL_EXCEPTION, 2);
-IML_ASSERT_OFFSET(EVT_OS_FATAL_EXCEPTION, cCause, 1);
 
 // Class 0x0E, code 5.
 typedef struct IML_PACKED _evtOsPwrShed {
@@ -38,7 +37,6 @@ typedef struct IML_PACKED _evtOsPwrShed {
   char cChassisName[1];  // not read
 } EVT_OS_PWR_SHED;
 IML_ASSERT_SIZE(EVT_OS_PWR_SHED, 6);
-IML_ASSERT_OFFSET(EVT_OS_PWR_SHED, cChassisName, 5);
 
 // Class 0x11.
 typedef struct IML_PACKED _evtNicError {
@@ -47,7 +45,6 @@ typedef struct IML_PACKED _evtNicError {
   char cChassisName[1];  // codes 6 and 7: a detail text follows
 } EVT_NIC_ERROR;
 IML_ASSERT_SIZE(EVT_NIC_ERROR, 5);
-IML_ASSERT_OFFSET(EVT_NIC_ERROR, cChassisName, 4);
 
 // Class 0x11; the layout of EVT_NIC_ERROR.
 typedef struct IML_PACKED _evtNicsNotRedundant {
@@ -56,7 +53,6 @@ typedef struct IML_PACKED _evtNicsNotRedundant {
   char cChassisName[1];  // codes 6 and 7: a detail text follows
 } EVT_NICS_NOT_REDUNDANT;
 IML_ASSERT_SIZE(EVT_NICS_NOT_REDUNDANT, 5);
-IML_ASSERT_OFFSET(EVT_NICS_NOT_REDUNDANT, cChassisName, 4);
 
 // Class 0x12, code 1.
 typedef struct IML_PACKED _evtScsiCtrlFailure {
@@ -65,7 +61,6 @@ typedef struct IML_PACKED _evtScsiCtrlFailure {
   char cChassisName[1];
 } EVT_SCSI_CTRL_FAILURE;
 IML_ASSERT_SIZE(EVT_SCSI_CTRL_FAILURE, 5);
-IML_ASSERT_OFFSET(EVT_SCSI_CTRL_FAILURE, cChassisName, 4);
 
 // Class 0x12, code 2.
 typedef struct IML_PACKED _evtScsiDeviceFailure {
@@ -74,7 +69,6 @@ typedef struct IML_PACKED _evtScsiDeviceFailure {
   char cChassisName[1];
 } EVT_SCSI_DEVICE_FAILURE;
 IML_ASSERT_SIZE(EVT_SCSI_DEVICE_FAILURE, 5);
-IML_ASSERT_OFFSET(EVT_SCSI_DEVICE_FAILURE, cChassisName, 4);
 
 // Class 0x12, code 3.
 typedef struct IML_PACKED _evtScsiCtrlsNotRedundant {
@@ -82,4 +76,3 @@ typedef struct IML_PACKED _evtScsiCtrlsNotRedundant {
   char cChassisName[1];
 } EVT_SCSI_CTRLS_NOT_REDUNDANT;
 IML_ASSERT_SIZE(EVT_SCSI_CTRLS_NOT_REDUNDANT, 4);
-IML_ASSERT_OFFSET(EVT_SCSI_CTRLS_NOT_REDUNDANT, cChassisName, 3);

@@ -15,7 +15,6 @@ typedef struct IML_PACKED _evtHealthrequest {
   char cChassisName[1];
 } EVT_HEALTHREQUEST;
 IML_ASSERT_SIZE(EVT_HEALTHREQUEST, 4);
-IML_ASSERT_OFFSET(EVT_HEALTHREQUEST, cChassisName, 3);
 
 typedef struct IML_PACKED _evtEmbeddedHealth {
   uint16_t wAlertID;
