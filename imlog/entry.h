@@ -1,7 +1,6 @@
 // One decoded entry of the log: the input of every output format.
 #pragma once
 
-#include <string>
 #include <string_view>
 
 #include "iml/iml_record.h"
@@ -29,7 +28,7 @@ enum class Change { kNone, kNew, kRepeated, kUnchanged };
 // The word for a new or a repeated entry.
 const char *change_word(Change change);
 
-// Valid until the next entry is decoded.
+// Valid while it is printed.
 struct Entry {
   const EVT_LOG_ENTRY &record;
   const Log &log;
@@ -39,15 +38,4 @@ struct Entry {
   bool is_known;             // the event has a text of its own
   std::string_view message;  // in full; may hold any bytes
   Change change;
-};
-
-class Decoder {
- public:
-  explicit Decoder(Calendar &calendar);
-
-  Entry decode(const EVT_LOG_ENTRY &record, const Log &log, Change change);
-
- private:
-  Calendar &calendar_;
-  std::string text_;
 };

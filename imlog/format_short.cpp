@@ -1,6 +1,5 @@
 // One line per entry, for people.
 #include <algorithm>
-#include <cstdio>
 
 #include "imlog/format.h"
 #include "imlog/text.h"
@@ -50,9 +49,10 @@ class ShortFormat : public Format {
     }
     output.put(severities_[entry.severity]);
     output.put(' ');
-    char numbers[32];
-    const int length = snprintf(numbers, sizeof(numbers), "%5u x%-4u ", header.dwEvtNumber, header.dwCount);
-    output.put({numbers, static_cast<size_t>(length)});
+    output.put_number(header.dwEvtNumber, 5);
+    output.put(" x");
+    output.put_number(header.dwCount, -4);
+    output.put(' ');
     output.put(cleaner_.clean(entry.message));
     output.put('\n');
   }

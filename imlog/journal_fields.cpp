@@ -29,7 +29,9 @@ void put_field(std::string_view name, std::string_view value, Output &output) {
 }
 
 void put_field(std::string_view name, uint64_t value, Output &output) {
-  put_field(name, std::to_string(value), output);
+  output.put(name);
+  output.put_number(value);
+  output.put('\n');
 }
 
 void put_entry_fields(const Entry &entry, bool in_utc, std::string_view host_name,

@@ -5,6 +5,16 @@
 #include <limits>
 #include <utility>
 
+#include "iml/eventstr.h"
+
+namespace {
+
+// Longer than any text seen. The translator clears the whole buffer for every entry, so a larger one costs
+// time.
+constexpr size_t kUsualTextSize = 640;
+
+}  // namespace
+
 HeldRecord::HeldRecord(const EVT_LOG_ENTRY &record) {
   const std::string_view bytes(reinterpret_cast<const char *>(&record), sizeof(record));
   bytes_.assign(bytes.substr(0, std::max(sizeof(EVT_HEADER), bytes.find_last_not_of('\0') + 1)));
@@ -29,7 +39,7 @@ Listing::Listing(const Selection &selection, bool is_merged, const FormatRow &ro
       calendar_(calendar),
       format_(format),
       output_(output),
-      decoder_(calendar),
+      text_(kUsualTextSize, '\0'),
       open_(calendar) {}
 
 Reading Listing::read(Source &source, const std::shared_ptr<const Log> &log) {
@@ -193,7 +203,25 @@ void Listing::sort_by_key(std::vector<const Held *> &entries) {
 }
 
 void Listing::print(const EVT_LOG_ENTRY &record, const Origin &origin) {
-  format_.print_entry(decoder_.decode(record, *origin.log, origin.change), output_);
+  uint8_t known = 0;
+  size_t length = 0;
+  for (;;) {
+    known = TranslateEventLogMessage(&record, text_.data(), static_cast<uint32_t>(text_.size()));
+    length = strlen(text_.data());
+    if (length + 1 < text_.size()) {
+      break;
+    }
+    text_.resize(2 * text_.size());  // the text may have been cut
+  }
+  format_.print_entry({.record = record,
+                       .log = *origin.log,
+                       .severity = severity_rank(record.Hdr.bSeverity),
+                       .first = calendar_.at(record.Hdr.InitTime),
+                       .last = calendar_.at(record.Hdr.UpdateTime),
+                       .is_known = known != 0,
+                       .message = {text_.data(), length},
+                       .change = origin.change},
+                      output_);
   if (selection_.unserviced) {
     format_.count_unserviced(record.Hdr);
   }

@@ -84,7 +84,7 @@ class Listing {
   Calendar &calendar_;
   Format &format_;
   Output &output_;
-  Decoder decoder_;
+  std::string text_;  // room for the message of the entry that is printed
   uint64_t next_index_ = 0;
   OpenEntries open_;             // of the log under way
   std::vector<Held> undecided_;  // its entries that pass, until its end

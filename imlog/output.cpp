@@ -20,10 +20,17 @@ void Output::put_large(std::string_view text) {
   }
 }
 
-void Output::put_number(uint64_t number) {
+void Output::put_number(uint64_t number, int width) {
   char digits[20];
   const char *const end = std::to_chars(digits, digits + sizeof(digits), number).ptr;
-  put({digits, static_cast<size_t>(end - digits)});
+  const auto length = static_cast<int>(end - digits);
+  for (int column = length; column < width; ++column) {
+    put(' ');
+  }
+  put({digits, static_cast<size_t>(length)});
+  for (int column = length; column < -width; ++column) {
+    put(' ');
+  }
 }
 
 void Output::print(const char *format, ...) {

@@ -32,7 +32,9 @@ class Output {
     memcpy(text_.get() + size_, text.data(), text.size());
     size_ += text.size();
   }
-  void put_number(uint64_t number);
+  // Puts a number as printf would with "%u", with a width as "%5u", with a negative one as "%-5u". It is a
+  // third of what printf takes.
+  void put_number(uint64_t number, int width = 0);
 
   // Puts what printf would print.
   [[gnu::format(printf, 2, 3)]] void print(const char *format, ...);

@@ -170,12 +170,7 @@ bool is_unlock_device(const PCIConfigHeader &header) {
                                                        header.DeviceID) != std::end(kUnlockDevices);
 }
 
-struct CloseDirectory {
-  void operator()(DIR *directory) const {
-    closedir(directory);
-  }
-};
-using Directory = std::unique_ptr<DIR, CloseDirectory>;
+using Directory = std::unique_ptr<DIR, int (*)(DIR *)>;
 
 // Unlocks if `path` is the unlock device's configuration file; false if it is not.
 bool unlock_through(const char *path) {
@@ -196,7 +191,7 @@ bool unlock_through(const char *path) {
 bool unlock_on_bus(const char *bus_name) {
   char path[PATH_MAX];
   snprintf(path, sizeof(path), "%s/%s", pci_proc_dir, bus_name);
-  const Directory bus(opendir(path));
+  const Directory bus(opendir(path), closedir);
   if (bus == nullptr) {
     return false;
   }
@@ -344,7 +339,7 @@ int rom_peek(const rominfo *ri, uint32_t addr, void *buffer, size_t size) {
 }
 
 void unlock_rom() {
-  const Directory top(opendir(pci_proc_dir));
+  const Directory top(opendir(pci_proc_dir), closedir);
   if (top == nullptr) {
     fprintf(stderr, "ERROR: could not open %s to find bus data\n", pci_proc_dir);
     return;
