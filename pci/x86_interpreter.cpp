@@ -253,9 +253,10 @@ void Interpreter::decode_modrm() {
   if (mod == 3) {
     return;
   }
-  const uint32_t base = in_.address_size == 2 ? address_16(mod, rm) : address_32(mod, rm);
+  const bool is_short = in_.address_size == 2;
+  const uint32_t base = is_short ? address_16(mod, rm) : address_32(mod, rm);
   const uint32_t displacement = mod == 1 ? fetch_signed_byte() : mod == 2 ? fetch(in_.address_size) : 0;
-  in_.rm.where = (base + displacement) & mask(in_.address_size);
+  in_.rm.where = is_short ? (base + displacement) & 0xFFFF : base + displacement;
 }
 
 // The address before its displacement of mod 1 or 2.
