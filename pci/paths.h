@@ -4,7 +4,7 @@
 // outlives every use.
 #pragma once
 
-extern const char *pci_proc_dir;       // "/proc/bus/pci": one directory per bus, one file per function
-extern const char *pci_slots_dir;      // "/sys/bus/pci/slots": one directory per slot
-extern const char *zytpci_path;        // "/proc/zytpci": routing table as text
-extern const char *physical_mem_path;  // "/dev/mem": physical memory
+inline constinit const char *pci_proc_dir = "/proc/bus/pci";        // a file per function, by bus
+inline constinit const char *pci_slots_dir = "/sys/bus/pci/slots";  // a directory per slot
+inline constinit const char *zytpci_path = "/proc/zytpci";          // the routing table as text
+inline constinit const char *physical_mem_path = "/dev/mem";        // physical memory
