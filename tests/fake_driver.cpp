@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -18,11 +19,13 @@ FakeDriver &fake_driver() {
 
 const int trace_fd = memfd_create("trace", MFD_CLOEXEC);
 
-std::string take_trace() {
-  static off_t begin = 0;
-  const off_t end = lseek(trace_fd, 0, SEEK_END);
-  std::string text(static_cast<size_t>(end - begin), '\0');
-  begin += pread(trace_fd, text.data(), text.size(), begin);
+std::string take(int fd) {
+  std::string text(static_cast<size_t>(lseek(fd, 0, SEEK_END)), '\0');
+  text.resize(static_cast<size_t>(pread(fd, text.data(), text.size(), 0)));
+  lseek(fd, 0, SEEK_SET);
+  if (ftruncate(fd, 0) != 0) {
+    abort();
+  }
   return text;
 }
 

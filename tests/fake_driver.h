@@ -33,8 +33,8 @@ FakeDriver &fake_driver();
 // cdt", "get_ev VXHCPR 8". A request for an event that is malformed is traced even where events are not.
 extern const int trace_fd;
 
-// Returns what was traced since the last call.
-std::string take_trace();
+// Returns what was written to a file since the last call, as to that of the trace.
+std::string take(int fd = trace_fd);
 
 // Bytes in hexadecimal.
 std::string to_hex(const void *bytes, size_t size);

@@ -8,7 +8,6 @@
 #include <initializer_list>
 #include <iterator>
 #include <map>
-#include <sstream>
 #include <string>
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -42,39 +41,29 @@ extern "C" int __wrap_fclose(FILE *file) {
 
 namespace {
 
-std::string take(int fd) {
-  std::string text(static_cast<size_t>(lseek(fd, 0, SEEK_END)), '\0');
-  text.resize(static_cast<size_t>(pread(fd, text.data(), text.size(), 0)));
-  close(fd);
-  return text;
-}
-
-// One run in a child: `line` holds the words of the command line, separated by '|'.
+// One run in a child: `line` holds the words of the command line, separated by '|'. No text is no word.
 void check(const std::string &line, const FakeDriver &driver, const std::string &out, const std::string &err,
            const std::string &trace, int status = 0) {
-  std::vector<std::string> words = {"orvlog"};
-  std::istringstream stream(line + '|');
-  for (std::string word; !line.empty() && std::getline(stream, word, '|');) {
-    words.push_back(word == "''" ? "" : word);
-  }
+  std::string words = line.empty() ? "orvlog" : "orvlog|" + line;
   std::vector<char *> argv;
-  std::transform(words.begin(), words.end(), std::back_inserter(argv),
-                 [](auto &word) { return word.data(); });
+  for (char *rest = words.data(); rest != nullptr;) {
+    argv.push_back(strsep(&rest, "|"));
+  }
   argv.push_back(nullptr);
-  const int files[] = {memfd_create("out", MFD_CLOEXEC), memfd_create("err", MFD_CLOEXEC)};
+  static const int files[] = {memfd_create("out", MFD_CLOEXEC), memfd_create("err", MFD_CLOEXEC)};
   fflush(nullptr);
   if (fork() == 0) {
     dup2(files[0], STDOUT_FILENO);
     dup2(files[1], STDERR_FILENO);
     fake_driver() = driver;
     driver.prepare();
-    exit(orvlog_main(static_cast<int>(words.size()), argv.data()));
+    exit(orvlog_main(static_cast<int>(argv.size() - 1), argv.data()));
   }
-  int ended = 0;
+  int ended;
   wait(&ended);
   EXPECT_EQ(take(files[0]), out) << line;
   EXPECT_EQ(take(files[1]), err) << line;
-  EXPECT_EQ(take_trace(), trace) << line;
+  EXPECT_EQ(take(), trace) << line;
   EXPECT_TRUE(WIFEXITED(ended) && WEXITSTATUS(ended) == status) << line << ": " << ended;
 }
 
@@ -195,17 +184,14 @@ TEST(CommandLine, IsRefusedBeforeTheDriverIsAsked) {
   };
   refuse("", "");
   refuse("-V|1a", numeric);
-  refuse("-V|-1", numeric);
   refuse("-V| 5", numeric);
   refuse("-V|3|-v", invalid + "-v.\n");
   refuse("-V|x|-v|-t", invalid + "-v.\n");
   refuse("v", invalid + "v" + dash);
-  refuse("''", invalid + dash);
+  refuse("|-t", invalid + dash);
   refuse("STATUS|-a|-vt", invalid + "STATUS" + dash);
   refuse("-vt", invalid + "-vt" + length);
-  refuse("-V5", invalid + "-V5" + length);
   refuse("-s|info|-lnote", invalid + "-lnote" + length);
-  refuse("-t|-f|-vt", invalid + "-vt" + length);
   const FakeDriver real_user = {
       .prepare = [] { exit(setresuid(65534, 0, 0) == 0 ? orvlog_main(1, nullptr) : 99); }};
   check("", real_user, "", "orvlog: You must be root to run this utility\n", "", 1);
@@ -243,7 +229,7 @@ TEST(Notes, NeedASeverityBeforeThem) {
 
 TEST(Notes, AreSentToTheByte) {
   const std::string longest(200, '%');
-  check("-s|INFO|-l|''", {}, "", "", kProbe + adds(2, ""));
+  check("-s|INFO|-l|", {}, "", "", kProbe + adds(2, ""));
   check("-s|REPAIRED|-l|" + longest, {}, "", "", kProbe + adds(6, longest));
   check("-s|INFO|-l|n" + longest, {}, "",
         "orvlog: The maintenance note feature has a character limit of 200.\norvlog: Please enter a new "
@@ -272,22 +258,25 @@ TEST(Viewer, ListsEntriesAndAsksForThemByNumber) {
         counts_and_lists({0, 1, 2, 3, 4, 5, 6, 7, 8, 9}, {8, 9}));
 }
 
+std::string only(const char *total) {
+  return std::string("orvlog: Invalid argument for the -V option; only ") + total + " events exist.\n";
+}
+
 TEST(Viewer, StartNumberIsCheckedAgainstTheLog) {
-  const std::string refusal = "orvlog: Invalid argument for the -V option; only 2 events exist.\n";
   const std::string refused = counts_and_lists({0, 1, 2}, {});
   check("-V|1", log_of(2), listing(entry("0001", "1")), "", counts_and_lists({0, 1, 2}, {1, 2}));
-  check("-V|2", log_of(2), "", refusal, refused);
-  check("-V|4294967295", log_of(2), "", refusal, refused);
-  check("-V|99999999999999999999", log_of(2), "", refusal, refused);
+  check("-V|2", log_of(2), "", only("2"), refused);
+  check("-V|4294967295", log_of(2), "", only("2"), refused);
+  check("-V|99999999999999999999", log_of(2), "", only("2"), refused);
   check("-V|4294967297", log_of(2), listing(entry("0001", "1")), "", counts_and_lists({0, 1, 2}, {1, 2}));
-  check("-V|''", log_of(1), kFirst, "", counts_and_lists({0, 1}, {0, 1}));
+  check("-V|", log_of(1), kFirst, "", counts_and_lists({0, 1}, {0, 1}));
   check("-V|0", log_of(0), kEmpty, "", counts_and_lists({0}, {0}));
   check("-V|7", log_of(0), "", "", counts_and_lists({0}, {7}));
-  check("-V|3", log_answering(2, -1, EIO), "", kInvalid + refusal, refused);
+  check("-V|3", log_answering(2, -1, EIO), "", kInvalid + only("2"), refused);
   // The node is closed before the message.
   FakeDriver one_stream = log_of(2);
   one_stream.prepare = [] { dup2(trace_fd, STDERR_FILENO); };
-  check("-V|2", one_stream, "", "", refused + refusal);
+  check("-V|2", one_stream, "", "", refused + only("2"));
   const auto gaps = log_of(0, [](int number, EVT_LOG_ENTRY &) { return number < 2 ? 3 : 1; });
   check("-V|1", gaps, "", "", counts_and_lists({0, 1, 2}, {1, 2}));
 }
@@ -295,18 +284,15 @@ TEST(Viewer, StartNumberIsCheckedAgainstTheLog) {
 // The count for -V goes on by one, whatever the records carry. It ends at a million, and then any start will
 // do.
 TEST(Viewer, CountsNumbers) {
-  const auto refusal = [](const char *total) {
-    return std::string("orvlog: Invalid argument for the -V option; only ") + total + " events exist.\n";
-  };
   FakeDriver repeating = log_of(4, [](int, EVT_LOG_ENTRY &record) {
     record.Hdr.dwEvtNumber %= 2;
     return 0;
   });
-  check("-V|4", repeating, "", refusal("4"), counts_and_lists({0, 1, 2, 3, 4}, {}));
+  check("-V|4", repeating, "", only("4"), counts_and_lists({0, 1, 2, 3, 4}, {}));
   FakeDriver longest = log_of(999'999);
   FakeDriver too_long = log_of(1'000'000);
   longest.traces_events = too_long.traces_events = false;
-  check("-V|1000000", longest, "", refusal("999999"), counts_and_lists({}, {}));
+  check("-V|1000000", longest, "", only("999999"), counts_and_lists({}, {}));
   check("-V|1000000", too_long, "", "", counts_and_lists({}, {}));
 }
 
@@ -389,6 +375,7 @@ TEST(Failures, KeepTheirReasonWhenTheNodeIsClosed) {
     errno = EIO;
   }
   EXPECT_EQ(errno, EIO);
+  take();
 }
 
 TEST(Watchdog, SubOptions) {

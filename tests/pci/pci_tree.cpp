@@ -42,7 +42,7 @@ PciTreeTest::PciTreeTest() : root_(make_root()), descriptors_(count_descriptors(
   physical_mem_path = mem_.c_str();
   fake_portio::reset();
   fake_driver() = {.opens = {{"proc", 0}}, .report_status = -1};  // the status does not count
-  take_trace();
+  take();
 }
 
 PciTreeTest::~PciTreeTest() {

@@ -1,7 +1,5 @@
 #include "pci/pcicall.h"
 
-#include <functional>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -58,22 +56,16 @@ TEST_F(Configuration, FailedReadLeavesOnes) {
   }
 }
 
-std::vector<int> walk(const std::function<int(DIR **)> &first, int (*next)(DIR **)) {
+// All buses, or all devices of one.
+template <class... Bus>
+std::vector<int> walk(int (*first)(DIR **, Bus...), int (*next)(DIR **), Bus... bus) {
   std::vector<int> found;
   DIR *dir;
-  for (int number = first(&dir); number >= 0; number = next(&dir)) {
+  for (int number = first(&dir, bus...); number >= 0; number = next(&dir)) {
     found.push_back(number);
   }
   EXPECT_EQ(next(&dir), -1);
   return found;
-}
-
-std::vector<int> all_buses() {
-  return walk(first_bus, next_bus);
-}
-
-std::vector<int> all_devices() {
-  return walk([](DIR **dir) { return first_device(dir, 5); }, next_device);
 }
 
 TEST_F(Walk, ReadsBusesAndDevicesFromNames) {
@@ -81,17 +73,17 @@ TEST_F(Walk, ReadsBusesAndDevicesFromNames) {
                            "0000:00/00.0", "devices"}) {
     add_function(name);
   }
-  EXPECT_THAT(all_buses(), UnorderedElementsAre(0x05, 0x0a));
-  EXPECT_THAT(all_devices(), UnorderedElementsAre(0x00, 0xff, 0x11));
+  EXPECT_THAT(walk(first_bus, next_bus), UnorderedElementsAre(0x05, 0x0a));
+  EXPECT_THAT(walk(first_device, next_device, 5), UnorderedElementsAre(0x00, 0xff, 0x11));
   // Odd names may be taken for any bus or device, but for nothing else, and do not end the walk.
   for (const char *name : {"-1/x", "zz/x", "05/ff.f", "05/-1.-1", "05/99999999999999999999.0"}) {
     add_function(name);
   }
-  EXPECT_THAT(all_buses(), AllOf(SizeIs(4), Each(Le(0xff))));
-  EXPECT_THAT(all_devices(), AllOf(SizeIs(6), Each(Le(0xff))));
+  EXPECT_THAT(walk(first_bus, next_bus), AllOf(SizeIs(4), Each(Le(0xff))));
+  EXPECT_THAT(walk(first_device, next_device, 5), AllOf(SizeIs(6), Each(Le(0xff))));
   fs::remove_all(buses_);
-  EXPECT_THAT(all_buses(), SizeIs(0));
-  EXPECT_THAT(all_devices(), SizeIs(0));
+  EXPECT_THAT(walk(first_bus, next_bus), SizeIs(0));
+  EXPECT_THAT(walk(first_device, next_device, 5), SizeIs(0));
 }
 
 TEST_F(Walk, VisitsTheWholeSystem) {

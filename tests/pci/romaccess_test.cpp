@@ -52,12 +52,6 @@ class RomAccess : public PciTreeTest {
     return ri_.rom + (address - kRomBase);
   }
 
-  // Calls the PCI BIOS's `function` with *reg.
-  int pci_bios(uint16_t function, x86_reg_t *reg) {
-    reg->u1.s2.rax = function;
-    return do_rom_call(&ri_, reg, ri_.pci_bios_entry_point, 2);
-  }
-
   rominfo ri_ = {};
 };
 
@@ -69,6 +63,8 @@ constexpr uint32_t kTrapAt = 0xE0000;
 Image services() {
   return Image()
       .put(kTrapAt, from_hex("E6 80 B0 00 C3"))  // out 0x80,al; mov al,0; ret
+      .header(0xA0000, kTrapAt)
+      .put(0xA0000, "_23_")
       .header(0xA0010, kTrapAt, 1, 0, 1)
       .header(0xA0020, kTrapAt, 1, 1)
       .header(0xA0030, kTrapAt, 0)
@@ -89,7 +85,7 @@ TEST_F(RomAccess, FindsThePciBiosAfterDecoys) {
   EXPECT_EQ(ri_.pci_es, 0x30);
   EXPECT_EQ(fake_portio::writes, Writes{}) << "a decoy was called";
   x86_reg_t reg = {};
-  EXPECT_EQ(pci_bios(0xB1FF, &reg), -0x81);
+  EXPECT_EQ(do_rom_call(&ri_, &reg, ri_.pci_bios_entry_point, 2), -0x81);
   EXPECT_EQ(romcall_fini(&ri_), 0);
   EXPECT_EQ(init(kSkipPciBios, 0), "");
   EXPECT_EQ(ri_.ev_entry_point, nullptr);
@@ -168,23 +164,21 @@ TEST_F(RomAccess, BusyRomIsUnlockedOnceAndAskedOnceMore) {
     size_t free_after;  // so many writes, of which each call makes one
     int result;
     size_t before_unlock;  // calls, or 0 if there is no unlock
-    uint16_t es;
     size_t writes;
   } rows[] = {
-      // Free before the unlock: the ES that the call was started with.
-      {.reads = 1, .free_after = 500, .result = 0, .before_unlock = 0, .es = kDataSelector, .writes = 500},
+      // Free before the unlock.
+      {.reads = 1, .free_after = 500, .result = 0, .before_unlock = 0, .writes = 500},
       // Freed by the unlock.
-      {.reads = 1, .free_after = 502, .result = 0, .before_unlock = 500, .es = kDataSelector, .writes = 502},
-      {.reads = 1, .free_after = SIZE_MAX, .result = -0x8A, .before_unlock = 500, .es = 0, .writes = 502},
+      {.reads = 1, .free_after = 502, .result = 0, .before_unlock = 500, .writes = 502},
       // 150,000 instructions, or what costs as much.
-      {.reads = 147, .free_after = SIZE_MAX, .result = -0x8A, .before_unlock = 500, .es = 0, .writes = 502},
+      {.reads = 147, .free_after = SIZE_MAX, .result = -0x8A, .before_unlock = 500, .writes = 502},
       // Too slow for so many answers.
-      {.reads = 1000, .free_after = SIZE_MAX, .result = -0x8A, .before_unlock = 75, .es = 0, .writes = 77},
-      {.reads = 4000, .free_after = 20, .result = 0, .before_unlock = 19, .es = kDataSelector, .writes = 21},
+      {.reads = 1000, .free_after = SIZE_MAX, .result = -0x8A, .before_unlock = 75, .writes = 77},
+      {.reads = 4000, .free_after = 20, .result = 0, .before_unlock = 19, .writes = 21},
       // Longer than a call may take.
-      {.reads = 5000, .free_after = SIZE_MAX, .result = -1, .before_unlock = 0, .es = 0, .writes = 1},
+      {.reads = 5000, .free_after = SIZE_MAX, .result = -1, .before_unlock = 0, .writes = 1},
   };
-  for (const auto &[reads, free_after, result, before_unlock, es, writes] : rows) {
+  for (const auto &[reads, free_after, result, before_unlock, writes] : rows) {
     SCOPED_TRACE(reads);
     open(Image().put(kCodeAt, busy(reads)));
     fake_portio::reset();
@@ -193,7 +187,7 @@ TEST_F(RomAccess, BusyRomIsUnlockedOnceAndAskedOnceMore) {
       return fake_portio::writes.size() >= limit ? 1u : 0;
     };
     EXPECT_EQ(pci_bios_present(&ri_, at(kCodeAt)), result);
-    EXPECT_EQ(ri_.pci_es, es);
+    EXPECT_EQ(ri_.pci_es, result == 0 ? kDataSelector : 0);
     Writes expected(writes, {0xCFC, 2, 0xB181});  // each call has the same registers
     if (before_unlock > 0) {
       expected[before_unlock] = kUnlock;
@@ -270,8 +264,6 @@ TEST_F(RomAccess, HostileDirectories) {
     uint32_t found = 0;  // no service
     const char *message = "";
   } rows[] = {
-      {"none", Image()},
-      {"a service", Image().answer(0xF0000, 0x1234), 0xF1234},
       {"at the lower end", Image().answer(0xA0000, 0, 0xA0000), 0xA0000},
       {"at the upper end", Image().answer(0xFFFFF, 0), 0xFFFFF},
       {"above", Image().answer(0xF0000, 0x10000), 0, "rom_call returned invalid entry point 0x100000\n"},
@@ -279,7 +271,6 @@ TEST_F(RomAccess, HostileDirectories) {
       {"base and offset that wrap", Image().answer(0xFFFFFFFF, 0xF0001), 0xF0000},
       {"entry above, then a service", Image().header(0xB0000, 0x100000).answer(0xF0000, 0)},
       {"entry below", Image().header(0xB0000, 0x9FFFF).answer(0xF0000, 0)},
-      {"HLT, then a service", Image().directory(0xB0000, from_hex("F4")).answer(0xF0000, 0), 0xF0000},
       {"endless, then a service", Image().directory(0xB0000, from_hex("EB FE")).answer(0xF0000, 0), 0xF0000},
       {"endless, everywhere", endless},
       {"ports that are not allowed, then a service",
