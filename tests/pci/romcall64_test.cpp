@@ -173,6 +173,7 @@ constexpr struct {
   CallEnd end;
   const char *code;
 } kFailures[] = {
+    {"hlt", CallEnd::kInstruction, "F4"},
     {"int 0x10", CallEnd::kInstruction, "CD 10"},
     {"ud2", CallEnd::kInstruction, "0F 0B"},
     {"mov eax,cr0", CallEnd::kInstruction, "0F 20 C0"},
@@ -185,6 +186,7 @@ constexpr struct {
     {"opcode 0F BA /3", CallEnd::kInstruction, "0F BA D8 00"},
     {"lock mov [esi],eax", CallEnd::kInstruction, "F0 89 06"},
     {"lock add eax,eax", CallEnd::kInstruction, "F0 01 C0"},
+    {"lock add al,[esi]", CallEnd::kInstruction, "F0 02 06"},
     {"lock cmp [esi],eax", CallEnd::kInstruction, "F0 39 06"},
     {"lock cmp [esi],0", CallEnd::kInstruction, "F0 83 3E 00"},
     {"lock test [esi],0", CallEnd::kInstruction, "F0 F7 06 00 00 00 00"},
