@@ -33,7 +33,7 @@ FakeDriver &fake_driver();
 // cdt", "get_ev VXHCPR 8". A request for an event that is malformed is traced even where events are not.
 extern const int trace_fd;
 
-// Returns what was written to a file since the last call, as to that of the trace.
+// Returns what was written to a file in memory, and empties it.
 std::string take(int fd = trace_fd);
 
 // Bytes in hexadecimal.
