@@ -24,14 +24,6 @@ journalctl -q -t imlog -p warning -o cat -n 1
 journalctl --update-catalog
 journalctl -q -x IML_NUMBER=14 -n 1 | grep -o -e 'Subject: .*' -e 'Severity: .*' -e 'closes [0-9]*"'
 echo "critical in the journal: $(count -p crit), of class 11: $(count IML_CLASS=11)"
-echo "With lines of JSON, by the drop-in of the guide:"
-mv /lines.conf /etc/systemd/system/imlog-ship.service.d
-systemctl daemon-reload
-printf '\7' | dd of=/server/cevt bs=1 seek=$((14 * 240 + 24)) conv=notrunc status=none
-ship
-journalctl -q -t imlog -p warning -o cat -n 1 | grep -o '"count":7'
-rm /etc/systemd/system/imlog-ship.service.d/lines.conf
-systemctl daemon-reload
 collect() {
   run prometheus-node-exporter-iml.service
   ls -1 $directory && grep '^iml_read' $directory/iml.prom
@@ -68,7 +60,8 @@ ls -1 /var/lib/imlog
 systemctl start systemd-journald.socket systemd-journald.service
 systemd-run -q --scope --unit=shell imlog -o journal /server/cevt
 journalctl --sync
-echo "from a shell: $(count _SYSTEMD_UNIT=shell.scope)"
+# journald's limit for others grows with its free space.
+[ "$(count _SYSTEMD_UNIT=shell.scope)" -lt 30000 ] && echo "from a shell: not all"
 journalctl -q --rotate --vacuum-size=1M 2>/dev/null
 ship
 
