@@ -1,8 +1,10 @@
-// A library to preload, which is also a request library. Its fsync(2) fails on request; its health driver
-// refuses an entry, or has a log without end.
+// A library to preload, which is also a request library. Its fsync(2) fails on request, a day passes between
+// two calls of its time(2), and its health driver refuses an entry, serves a file, or has a log without end.
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <ctime>
+#include <fcntl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -26,16 +28,33 @@ int fsync(int fd) {
   return -1;
 }
 
+time_t time(time_t *) {
+  static int days = 0;
+  timespec now = {};
+  clock_gettime(CLOCK_REALTIME, &now);
+  return now.tv_sec + 86'400 * days++;
+}
+
 }  // extern "C"
 #pragma GCC visibility pop
 
-// $REFUSE is "ENTRY ERRNO": this entry is refused so. By default there is an entry for each number.
+// $REFUSE is "ENTRY ERRNO": this entry is refused so. $LOG is a raw log. Otherwise there is an entry for each
+// number.
 static int answer(_ioctlEntry &request) {
   static const char *const plan = getenv("REFUSE");
   char *error = nullptr;
   if (plan != nullptr && request.info.EvtNumber == strtol(plan, &error, 10)) {
     errno = static_cast<int>(strtol(error, nullptr, 10));
     return -1;
+  }
+  if (const char *const log = getenv("LOG"); log != nullptr) {
+    const int fd = open(log, O_RDONLY);
+    const bool is_there = pread(fd, &request.Evt, sizeof(request.Evt),
+                                static_cast<off_t>(sizeof(request.Evt) * request.info.EvtNumber)) ==
+                          static_cast<ssize_t>(sizeof(request.Evt));
+    close(fd);
+    errno = EPERM;
+    return is_there ? 0 : -1;
   }
   request.Evt.Hdr.dwEvtNumber = static_cast<uint32_t>(request.info.EvtNumber);
   request.Evt.Hdr.bSeverity = 2;

@@ -12,13 +12,13 @@ from harness import IMLOG, Case, record
 
 class Follow(Case):
     @contextlib.contextmanager
-    def follow(self, rows, *words):
+    def follow(self, rows, *words, env=None):
         self.log = self.directory / "server/cevt"
         self.log.parent.mkdir()
         self.cursor = self.directory / "cursor"
         self.write(*rows)
         command = [IMLOG, "-f", "-o", "json", "--cursor-file", self.cursor, *words]
-        with subprocess.Popen(command, env=self.env(), stdout=subprocess.PIPE, stderr=subprocess.PIPE) as run:
+        with subprocess.Popen(command, env=self.env(**(env or {})), stdout=subprocess.PIPE, stderr=subprocess.PIPE) as run:
             limit = threading.Timer(60, run.kill)
             limit.start()
             try:
@@ -49,6 +49,15 @@ class Follow(Case):
             run.send_signal(signal.SIGTERM)
             self.assertEqual((run.wait(), run.stderr.read()), (0, b""))
         self.assertEqual(self.numbers("--cursor-file", self.cursor), [])
+
+    def test_times_to_come(self):
+        """A note closes an update of two days and a half later, until that time has come near."""
+        late = time.localtime(time.time() + 60 * 3600)[:5]
+        log = str(self.directory / "server/cevt")
+        with self.follow([record(0, 15, last=late), record(1, 6)], "-u", env=self.preloaded(LOG=log, TZ=None)) as run:
+            time.sleep(0.5)
+            self.write(record(0, 15, last=late, count=2), record(2, 6))
+            self.assertEqual(self.read(run), (0, "repeated"))
 
     def test_reader_goes(self):
         with self.follow([record(0)]) as run:
