@@ -12,13 +12,13 @@ from harness import IMLOG, Case, record
 
 class Follow(Case):
     @contextlib.contextmanager
-    def follow(self, rows, *words, env=None):
+    def follow(self, rows, *words, **env):
         self.log = self.directory / "server/cevt"
         self.log.parent.mkdir()
         self.cursor = self.directory / "cursor"
         self.write(*rows)
         command = [IMLOG, "-f", "-o", "json", "--cursor-file", self.cursor, *words]
-        with subprocess.Popen(command, env=self.env(**(env or {})), stdout=subprocess.PIPE, stderr=subprocess.PIPE) as run:
+        with subprocess.Popen(command, env=self.env(**env), stdout=subprocess.PIPE, stderr=subprocess.PIPE) as run:
             limit = threading.Timer(60, run.kill)
             limit.start()
             try:
@@ -54,7 +54,7 @@ class Follow(Case):
         """A note closes an update of two days and a half later, until that time has come near."""
         late = time.localtime(time.time() + 60 * 3600)[:5]
         log = str(self.directory / "server/cevt")
-        with self.follow([record(0, 15, last=late), record(1, 6)], "-u", env=self.preloaded(LOG=log, TZ=None)) as run:
+        with self.follow([record(0, 15, last=late), record(1, 6)], "-u", **self.preloaded(LOG=log, TZ=None)) as run:
             time.sleep(0.5)
             self.write(record(0, 15, last=late, count=2), record(2, 6))
             self.assertEqual(self.read(run), (0, "repeated"))
