@@ -1,8 +1,7 @@
 // The entries that a closing note names.
-#include "imlog/open_entries.h"
-
 #include <gtest/gtest.h>
 
+#include "imlog/open_entries.h"
 #include "tests/imlog/record.h"
 
 namespace {
