@@ -43,7 +43,6 @@ class Filters(Case):
         now = time.time()
         log = self.file(*(record(i, first=time.gmtime(now - age)[:5]) for i, age in enumerate((600, 60, -600))))
         for words, expected in (
-            ("-S -5m -n 9", [1, 2]),
             ("-S -5m -U now", [1]),
             ("-U -5m -n 1", [0]),  # the last one of those wanted
         ):

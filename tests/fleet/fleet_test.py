@@ -267,7 +267,6 @@ class Examples(Case):
         r"imlog -S yesterday -p repaired": r"^-{16} Caution ",
         r"imlog -o json --cursor-file=\S+ \|": r"Server Critical Fault",
         r"imlog -r -u -p critical -S yesterday fleet": r"^\d{4}-\d\d-\d\dT\d\d:\d\d r\d+u\d+ Critical ",
-        r"imlog -o check -u$": r"^IML CRITICAL - 16 critical, 33 caution",  # without 57, 58 and 59
         r"imlog -p caution -x": r"^(?!.*Network Adapter Link)",
         r"imlog -o raw >|imlog -n 0 .*--cursor-file|imlog -o json fleet|orvlog -s REPAIRED|mkdir|imlog-fetch": r"^$",
         r"TZ=Europe/Berlin imlog": r"Server Critical Fault",
