@@ -23,8 +23,8 @@ class Cursor {
   // committed.
   Problem write_temporary(const History &history);
 
-  // Puts the temporary file in the place of the file, on the disk when this returns. Without one it does
-  // nothing.
+  // Puts the temporary file in the place of the file. It is on the disk when this returns. Does nothing
+  // without a temporary file.
   Problem commit();
 
   // False on the first run with this file, until it is committed.

@@ -17,8 +17,8 @@ class History {
   // The text of the cursor.
   [[nodiscard]] std::string text() const;
 
-  // Begins a reading of a log whose first entry this is, and whose later ones have other numbers. Where
-  // another entry had its number, the log was cleared: all that was known is forgotten.
+  // Begins a reading. This is the first entry of the log, and no later one has its number. If another
+  // entry had it before, the log was cleared: all that was known is forgotten.
   void begin_with(const EVT_HEADER &first);
 
   // Notes record `index` of the reading under way and returns how it differs from the reading before.

@@ -57,7 +57,7 @@ class Listing {
     std::shared_ptr<const Log> log;
     Change change;
     uint64_t index;   // of the record among all of the reading
-    int64_t updated;  // its last update, or that of the last record before it that has a trusted one
+    int64_t updated;  // its last update, or the last trusted update before it
   };
   struct Held {
     HeldRecord record;
@@ -88,5 +88,5 @@ class Listing {
   uint64_t next_index_ = 0;
   OpenEntries open_;             // of the log under way
   std::vector<Held> undecided_;  // its entries that pass, until its end
-  std::deque<Held> held_;        // a heap, the first update at its front, where only the last ones are kept
+  std::deque<Held> held_;        // if only the last ones are kept, a heap with the earliest in front
 };

@@ -13,7 +13,7 @@
 // 70". Nothing if its text does not have this word: it is about all entries before it.
 std::optional<std::vector<uint32_t>> named_entries(const EVT_LOG_ENTRY &note);
 
-// Takes the records of one log in its order. What is open can be told at its end.
+// Takes the records of one log in its order. The open entries are known at its end.
 class OpenEntries {
  public:
   struct Answer {

@@ -32,8 +32,8 @@ class Output {
     memcpy(text_.get() + size_, text.data(), text.size());
     size_ += text.size();
   }
-  // Puts a number as printf does: with "%u", with a width as "%5u", with a negative one as "%-5u". With
-  // printf, a line of short would cost 40 % more.
+  // Puts a number as printf does: with "%u", with a positive width as with "%5u", with a negative one as
+  // with "%-5u". With printf, a line of short would cost 40 % more.
   void put_number(uint64_t number, int width = 0);
 
   // Puts what printf would print.
@@ -71,8 +71,8 @@ class Output {
   [[nodiscard]] virtual Problem problem() const = 0;
 
  protected:
-  // With `each_entry` every entry is written at once. With `keeps_pieces`, too: the reader takes each piece
-  // for an entry, so that none may be divided.
+  // With `each_entry` every entry is written at once. With `keeps_pieces`, too, and
+  // no piece is divided: the reader takes each for an entry.
   explicit Output(bool each_entry, bool keeps_pieces = false);
 
   // Writes all of `piece`, and waits for room where there is none. Returns 0 or an errno.

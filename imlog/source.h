@@ -15,10 +15,10 @@ class Source {
   virtual ~Source() = default;
 
   // The next record, valid until the next call. Null at the end of the log, and after a failure, which sets
-  // problem(). A log of more than ten million records is one: what goes on without an end has to end.
+  // problem(). A log of more than ten million records is one, so that a reading always ends.
   virtual const EVT_LOG_ENTRY *next() = 0;
 
-  // Set by a log that could not be opened, too; next() must not be called then.
+  // Also set if the log could not be opened. Then next() must not be called.
   [[nodiscard]] const Problem &problem() const {
     return problem_;
   }

@@ -83,10 +83,10 @@ void find_pci_bios_call(rominfo *ri);
 int pci_bios_present(rominfo *ri, const uint8_t *entry_point);
 
 // Calls ROM code at `entry_point` with *reg, again while it answers busy, and writes the registers back to
-// *reg. Returns AH, minus AH if carry came back set, or -1, with *reg as it was, if I/O privilege cannot be
-// had or the ROM code failed. `lent` are memory windows that the code may touch besides the ROM area and its
-// stack, at kLentBase or above (see pci/romcall64.h); registers hold guest addresses in them. `mode` is not
-// interpreted.
+// *reg. Returns AH, or minus AH if carry came back set. Returns -1, with *reg as it was, if I/O privilege
+// cannot be had or the ROM code failed. `lent` are memory windows that the code may touch besides the ROM
+// area and its stack, at kLentBase or above (see pci/romcall64.h); registers hold guest addresses in them.
+// `mode` is not interpreted.
 int do_rom_call(rominfo *ri, x86_reg_t *reg, const uint8_t *entry_point, int mode,
                 std::span<const MemoryWindow> lent = {});
 
