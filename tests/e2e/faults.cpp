@@ -49,9 +49,9 @@ static int answer(_ioctlEntry &request) {
   }
   if (const char *const log = getenv("LOG"); log != nullptr) {
     const int fd = open(log, O_RDONLY);
-    const bool is_there = pread(fd, &request.Evt, sizeof(request.Evt),
-                                static_cast<off_t>(sizeof(request.Evt) * request.info.EvtNumber)) ==
-                          static_cast<ssize_t>(sizeof(request.Evt));
+    const off_t place = request.info.EvtNumber * static_cast<off_t>(sizeof(request.Evt));
+    const bool is_there =
+        pread(fd, &request.Evt, sizeof(request.Evt), place) == static_cast<ssize_t>(sizeof(request.Evt));
     close(fd);
     errno = EPERM;
     return is_there ? 0 : -1;
