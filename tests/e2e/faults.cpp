@@ -32,7 +32,7 @@ time_t time(time_t *) {
   static int days = 0;
   timespec now = {};
   clock_gettime(CLOCK_REALTIME, &now);
-  return now.tv_sec + 86'400 * days++;
+  return now.tv_sec + time_t{86'400} * days++;
 }
 
 }  // extern "C"
