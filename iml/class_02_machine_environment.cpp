@@ -16,9 +16,6 @@ constexpr ChassisWordings<3> kOverheating = {
     "Power Enclosure Overheating (Temperature Sensor %s, Location %s, Temperature %s, %s)",
 };
 
-// More than any of these wordings with the longest name.
-constexpr size_t kLongestOverheating = 2 * sizeof(EVT_FREE_FORM);
-
 // Details: fan, location.
 constexpr ChassisWordings<2> kFanFailure = {
     "Fan Failure (Fan %s, Location %s)",
@@ -114,22 +111,52 @@ void TranslateMachExtFanFailSAS(EventText &szString, const EVT_MACH_EXT_SAS_FAN_
 // Only the server itself has a wording for the critical threshold; other chassis show plain overheating. The
 // slot description comes last in every parenthesis.
 void TranslateMachCriticalOverheat(EventText &szString, const EVT_MACH_CRIT_OVERHEAT &record) {
+  const EVT_CHASSIS &chassis = record.Chassis;
+  const char *const name = record.szChassis_Sun;
+  Scratch number;
+  Scratch degrees;
   Scratch detail;
+  const char *const sensor = Byte2Str(record.bZoneId, number);
+  const char *const location = GetLocation(record.bZoneType);
+  const char *const temperature = GetTemp(record.bTemp, degrees);
   append_detail(detail, next_text(record.szChassis_Sun));
-  if (record.Chassis.bType != IML_CHASSIS_SYSTEM || record.Chassis.bId != 0) {
-    OwnText<kLongestOverheating> text;
-    format_by_chassis(text, kOverheating, record.Chassis, record.szChassis_Sun,
-                      {Byte2Str(record.bZoneId), GetLocation(record.bZoneType), GetTemp(record.bTemp)});
-    if (!text.empty()) {
-      szString.append(text.view().substr(0, text.view().size() - 1));
-      szString.format("%s)", detail.c_str());
-    }
-  } else if (record.bZoneId == 0xFF) {
-    szString.append("Critical Temperature Threshold Exceeded");
-  } else {
-    szString.format(
-        "Critical Temperature Threshold Exceeded (Temperature Sensor %s, Location %s, Temperature %s%s)",
-        Byte2Str(record.bZoneId), GetLocation(record.bZoneType), GetTemp(record.bTemp), detail.c_str());
+  const char *const suffix = detail.c_str();
+
+  switch (chassis.bType) {
+    case IML_CHASSIS_SYSTEM:
+      if (chassis.bId != 0) {
+        szString.format(
+            "External Chassis Overheating (Chassis %s, Temperature Sensor %s, Location %s, Temperature %s%s)",
+            GetSysChassis(chassis.bId, name), sensor, location, temperature, suffix);
+      } else if (record.bZoneId == 0xFF) {
+        szString.append("Critical Temperature Threshold Exceeded");
+      } else {
+        szString.format(
+            "Critical Temperature Threshold Exceeded (Temperature Sensor %s, Location %s, Temperature %s%s)",
+            sensor, location, temperature, suffix);
+      }
+      break;
+    case IML_CHASSIS_EXTERNAL_STORAGE:
+      szString.format(
+          "External Storage System Overheating (%sSlot %s, Temperature Sensor %s, Location %s, Temperature %s%s)",
+          GetStorChassis(name), Byte2Str(chassis.bId), sensor, location, temperature, suffix);
+      break;
+    case IML_CHASSIS_INTERNAL_STORAGE:
+      szString.format(
+          "Internal Storage System Overheating (%sSlot %s, Temperature Sensor %s, Location %s, Temperature %s%s)",
+          GetStorChassis(name), Byte2Str(chassis.bId), sensor, location, temperature, suffix);
+      break;
+    case IML_CHASSIS_SERVER_BLADE_ENCLOSURE:
+      szString.format(
+          "Server Blade Enclosure Overheating (Temperature Sensor %s, Location %s, Temperature %s, %s%s)",
+          sensor, location, temperature, GetChassisEx(name, chassis), suffix);
+      break;
+    case IML_CHASSIS_POWER_ENCLOSURE:
+      szString.format(
+          "Power Enclosure Overheating (Temperature Sensor %s, Location %s, Temperature %s, %s%s)", sensor,
+          location, temperature, GetChassisEx(name, chassis), suffix);
+      break;
+    default: break;
   }
 }
 
