@@ -14,10 +14,10 @@
 // The options of the run that formats know.
 struct FormatContext {
   bool level_prefix = false;
-  bool in_utc = false;           // times are printed in UTC
-  bool has_color = false;        // lines for a terminal that shows colors
-  std::vector<Log> logs;         // the FILEs that are read, or the live log; a directory stands for several
-  bool is_zone_unknown = false;  // TZ names no known zone
+  bool in_utc = false;     // times are printed in UTC
+  bool has_color = false;  // lines for a terminal that shows colors
+  std::vector<Log> logs;   // the FILEs that are read, or the live log; a directory stands for several
+  Problem zone_problem;    // set if TZ names no known zone
 
   // True when the logs may be more than one.
   [[nodiscard]] bool is_merged() const {

@@ -50,7 +50,7 @@ class CheckFormat : public Format {
 
   int finish(const Reading &reading, Output &output) override {
     const std::string &problem = reading.problem.what();
-    const std::string zone = context_.is_zone_unknown ? "; TZ is unknown" : "";
+    const std::string zone = context_.zone_problem.is_set() ? "; TZ is unknown" : "";
     const std::string logs = " of " + std::to_string(reading.logs) + " logs";
     if (reading.problem.is_set() && reading.records == 0) {
       put_line("IML UNKNOWN - " + problem + zone, output);

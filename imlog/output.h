@@ -71,8 +71,8 @@ class Output {
   [[nodiscard]] virtual Problem problem() const = 0;
 
  protected:
-  // With `each_entry` every entry is written at once. With `keeps_pieces`, too, and
-  // no piece is divided: the reader takes each for an entry.
+  // With `each_entry` every entry is written at once. With `keeps_pieces`, too, and no piece is divided: the
+  // reader takes each for an entry.
   explicit Output(bool each_entry, bool keeps_pieces = false);
 
   // Writes all of `piece`, and waits for room where there is none. Returns 0 or an errno.

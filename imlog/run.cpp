@@ -73,10 +73,9 @@ bool close_output(Output &output, const FormatRow &row) {
 
 class Run {
  public:
-  Run(const Options &options, const Problem &zone_problem, Calendar &calendar)
+  Run(const Options &options, Calendar &calendar)
       : options_(options),
         calendar_(calendar),
-        zone_problem_(zone_problem),
         format_(options.format->make(options)),
         output_(make_output(*options.format, options.follow)),
         listing_(options, options.is_merged(), *options.format, remembers() ? &history_ : nullptr, calendar,
@@ -91,7 +90,7 @@ class Run {
     if (reading.problem.is_set()) {
       return finish_run(reading);
     }
-    print_problem(zone_problem_, *options_.format);
+    print_problem(options_.zone_problem, *options_.format);
     if (!options_.follow) {
       return finish_run(read_logs());
     }
@@ -220,7 +219,6 @@ class Run {
 
   const Options &options_;
   Calendar &calendar_;
-  const Problem &zone_problem_;
   std::unique_ptr<Format> format_;
   std::unique_ptr<Output> output_;
   History history_;
@@ -237,9 +235,8 @@ int run(Options &options, Calendar &calendar) {
                                 .advise("write to a file, or to a program that reads it"),
                             *options.format, kWrongUsage);
   }
-  const Problem zone_problem = check_time_zone();
-  options.is_zone_unknown = zone_problem.is_set();
-  return Run(options, zone_problem, calendar).run();
+  options.zone_problem = check_time_zone();
+  return Run(options, calendar).run();
 }
 
 int print_text(std::string_view text, const FormatRow &row) {
