@@ -79,7 +79,9 @@ class Cursor(Case):
         head, a, b, tail = good.splitlines(keepends=True)
         for text, fault in (
             ("", b"is empty"),
+            ("imlog-cursor 2 x\n", b"is of another version"),
             ("imlog-cursor 2" + good[14:], b"is of another version"),
+            ("\n", b"is damaged"),
             (good[:-1], b"is damaged"),
             (good + "\n", b"is damaged"),
             (head, b"is damaged"),

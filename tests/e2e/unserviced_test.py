@@ -71,7 +71,7 @@ class Unserviced(Case):
             self.assertEqual(self.numbers("-u", log), expected)
 
     def test_clock_set_back(self):
-        noon, earlier = (2025, 9, 1, 12, 0), (2025, 9, 1, 9, 59)
+        noon, ten, earlier = (2025, 9, 1, 12, 0), (2025, 9, 1, 10, 0), (2025, 9, 1, 9, 59)
 
         def entry(number, first, last=None, severity=15):
             return record(number, severity, b"", first, last, event=(11, 2))
@@ -81,9 +81,13 @@ class Unserviced(Case):
 
         for rows, shown in (
             ([entry(1, noon, earlier), closing(2)], 1),
+            ([entry(1, noon, ten), closing(2)], None),  # two hours
+            ([entry(1, (2099, 1, 2, 0, 0), (2099, 1, 1, 0, 0)), closing(2)], 1),
             ([entry(1, noon, earlier, severity=77), closing(2)], 1),
+            ([entry(1, noon, earlier, severity=9), closing(2)], 1),
             ([entry(1, noon, earlier, severity=2), closing(2)], None),
             ([entry(1, noon, earlier)], None),  # open
+            ([closing(1), entry(2, ten)], None),
             ([closing(1), entry(2, NO_TIME), entry(3, earlier)], 3),
             ([entry(0, noon), closing(1, first=earlier), entry(2, earlier)], None),  # set right before the first note
         ):

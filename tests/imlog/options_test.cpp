@@ -53,6 +53,7 @@ TEST(Options, WrongUsage) {
       {"-n|-5", "invalid number of lines '-5'; use 0 to 4294967295"},
       {"-n|4294967296", "invalid number of lines '4294967296'; use 0 to 4294967295"},
       {"-S|help", "invalid time 'help'; use 2025-09-01, "},
+      {"--color=help", "invalid argument 'help' of option '--color'; use auto, always or never"},
       {"--color=Always", "invalid argument 'Always' of option '--color'; use auto, always or never"},
       {"--utc|-o|prometheus",
        "option '--utc' cannot be used with format 'prometheus'; use short, json, export, journal or check"},
