@@ -58,8 +58,10 @@ int failure_status(const FormatRow &row) {
 }
 
 std::unique_ptr<Output> make_output(const FormatRow &row, bool each_entry) {
-  return row.make_output != nullptr ? row.make_output()
-                                    : std::make_unique<DescriptorOutput>(STDOUT_FILENO, each_entry);
+  if (row.make_output != nullptr) {
+    return row.make_output();
+  }
+  return std::make_unique<DescriptorOutput>(STDOUT_FILENO, each_entry);
 }
 
 // Returns false, after a message, if the output could not be written.
