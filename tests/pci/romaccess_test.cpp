@@ -7,9 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "pci/paths.h"
-#include "tests/pci/fake_portio.h"
-#include "tests/pci/pci_tree.h"
+#include "tests/pci/pci_fakes.h"
 
 // Refuses execution as a file system mounted noexec does. The linker's --wrap leads the calls of mmap here.
 static bool mmap_refuses_execution;
@@ -24,9 +22,6 @@ extern "C" void *__wrap_mmap(void *address, size_t size, int protection, int fla
 
 namespace {
 
-namespace fs = std::filesystem;
-using Writes = std::vector<fake_portio::Write>;
-
 constexpr int kSkipAll = kSkipInt15 | kSkipEv | kSkipPciBios;
 constexpr int kPciBiosOnly = kSkipInt15 | kSkipEv;
 
@@ -36,8 +31,9 @@ class RomAccess : public PciTreeTest {
     EXPECT_EQ(romcall_fini(&ri_), 0);
   }
 
-  // romcall_init's messages.
+  // romcall_init's messages. What was open is closed.
   std::string init(int skip, int result) {
+    EXPECT_EQ(romcall_fini(&ri_), 0);
     testing::internal::CaptureStderr();
     EXPECT_EQ(romcall_init(&ri_, skip), result);
     return testing::internal::GetCapturedStderr();
@@ -79,14 +75,11 @@ Image services() {
 TEST_F(RomAccess, FindsThePciBiosAfterDecoys) {
   install(services());
   EXPECT_EQ(init(kPciBiosOnly, 0), "");
-  EXPECT_EQ(ri_.int15_entry_point, nullptr);
-  EXPECT_EQ(ri_.ev_entry_point, nullptr);
   EXPECT_EQ(ri_.pci_bios_entry_point, at(kCodeAt));
   EXPECT_EQ(ri_.pci_es, 0x30);
-  EXPECT_EQ(fake_portio::writes, Writes{}) << "a decoy was called";
+  EXPECT_TRUE(fake_ports.writes.empty()) << "a decoy was called";
   x86_reg_t reg = {};
   EXPECT_EQ(do_rom_call(&ri_, &reg, ri_.pci_bios_entry_point, 2), -0x81);
-  EXPECT_EQ(romcall_fini(&ri_), 0);
   EXPECT_EQ(init(kSkipPciBios, 0), "");
   EXPECT_EQ(ri_.ev_entry_point, nullptr);
 }
@@ -99,7 +92,6 @@ TEST_F(RomAccess, SkipBits) {
     EXPECT_EQ(ri_.ev_entry_point, skip == kSkipEv ? nullptr : at(0xF1234));
     EXPECT_EQ(ri_.pci_bios_entry_point, skip == kSkipPciBios ? nullptr : at(0xF1234));
     EXPECT_EQ(ri_.pci_es, 0);
-    EXPECT_EQ(romcall_fini(&ri_), 0);
   }
 }
 
@@ -129,15 +121,14 @@ TEST_F(RomAccess, WhatCannotBeHad) {
   fails("reading /dev/mem: No such device or address\n");
   mmap_refuses_execution = true;
   open(services());
-  EXPECT_EQ(romcall_fini(&ri_), 0);
   mmap_refuses_execution = false;
-  fake_portio::privilege_errno = EPERM;
+  fake_ports.privilege_errno = EPERM;
   EXPECT_EQ(init(kPciBiosOnly, 0),
             "iopl(3): Operation not permitted\n");  // once, though two directories are valid
   EXPECT_EQ(ri_.pci_bios_entry_point, nullptr);
 }
 
-constexpr fake_portio::Write kUnlock = {0x20E1, 1, 0};
+constexpr PortWrite kUnlock = {0x20E1, 1, 0};
 
 // Bytes of a configuration space: the identity, and the first two base addresses.
 Bytes identity(uint32_t vendor, uint32_t device, uint32_t bar0, uint32_t bar1) {
@@ -181,70 +172,52 @@ TEST_F(RomAccess, BusyRomIsUnlockedOnceAndAskedOnceMore) {
   for (const auto &[reads, free_after, result, before_unlock, writes] : rows) {
     SCOPED_TRACE(reads);
     open(Image().put(kCodeAt, busy(reads)));
-    fake_portio::reset();
     const size_t limit = free_after;
-    fake_portio::answer = [limit](uint16_t, unsigned) {
-      return fake_portio::writes.size() >= limit ? 1u : 0;
-    };
+    const auto answer = [limit](uint16_t, unsigned) { return fake_ports.writes.size() >= limit ? 1u : 0; };
+    fake_ports = {.answer = answer};
     EXPECT_EQ(pci_bios_present(&ri_, at(kCodeAt)), result);
     EXPECT_EQ(ri_.pci_es, result == 0 ? kDataSelector : 0);
-    Writes expected(writes, {0xCFC, 2, 0xB181});  // each call has the same registers
+    std::vector<PortWrite> expected(writes, {0xCFC, 2, 0xB181});  // each call has the same registers
     if (before_unlock > 0) {
       expected[before_unlock] = kUnlock;
     }
-    EXPECT_EQ(fake_portio::writes, expected);
-    EXPECT_EQ(romcall_fini(&ri_), 0);
+    EXPECT_EQ(fake_ports.writes, expected);
   }
 }
 
 TEST_F(RomAccess, SearchSpendsRetriesAndUnlockOnce) {
   add_function("05/00.0", identity(0x7A79, 0x3301, 0x2001, 0));
   install(Image().directory(0xB0000, busy()).directory(0xB8000, busy()).directory(0xC0000, busy()));
-  fake_portio::answer = [](uint16_t, unsigned) { return 0; };
+  fake_ports.answer = [](uint16_t, unsigned) { return 0; };
   EXPECT_EQ(init(kPciBiosOnly, 0), "");
-  EXPECT_EQ(fake_portio::writes.size(), 501u + 1 + 2);
-  EXPECT_EQ(fake_portio::writes[500], kUnlock);
-}
-
-TEST_F(RomAccess, PresenceCallWithAnErrorGivesNoSelector) {
-  open(Image().put(kCodeAt, from_hex("B4 01 F8 C3")));  // mov ah,1; clc; ret
-  EXPECT_EQ(pci_bios_present(&ri_, at(kCodeAt)), 1);
-  EXPECT_EQ(ri_.pci_es, 0);
+  EXPECT_EQ(fake_ports.writes.size(), 501u + 1 + 2);
+  EXPECT_EQ(fake_ports.writes[500], kUnlock);
 }
 
 TEST_F(RomAccess, UnlockDevice) {
   const struct {
-    const char *text, *name;
-    int port;  // -1: nothing is written
-    uint32_t device;
-    uint32_t bar0, bar1;
+    const char *text;
+    Bytes space;
+    std::vector<PortWrite> writes = {};
     size_t size = 64;
-    uint32_t vendor = 0x7A79;
   } rows[] = {
-      {"I/O in the first register", "05/00.0", 0x20E1, 0x3300, 0x2001, 0x3001},
-      {"I/O in the second register", "05/1f.7", 0x30E1, 0x3302, 0x2000, 0x3001},
-      {"in neither: the second counts", "ff/00.0", 0xE1, 0x3301, 0, 0},
-      {"wider than a port number", "05/00.0", 0x0021, 0x3300, 0x1FF41, 0},
-      {"another device", "05/00.0", -1, 0x3303, 0x2001, 0},
-      {"another vendor", "05/00.0", -1, 0x3300, 0x2001, 0, 64, 0x7A7A},
-      {"a short file", "05/00.0", -1, 0x3300, 0x2001, 0, 63},
-      {"a short name", "05/0.0", -1, 0x3300, 0x2001, 0},
-      {"not a bus", "0000:05/00.0", -1, 0x3300, 0x2001, 0},
+      {"in the second register", identity(0x7A79, 0x3302, 0x2000, 0x3001), {{0x30E1, 1, 0}}},
+      {"wider than a port number", identity(0x7A79, 0x3300, 0x1FF41, 0), {{0x0021, 1, 0}}},
+      {"another device", identity(0x7A79, 0x3303, 0x2001, 0)},
+      {"another vendor", identity(0x7A7A, 0x3300, 0x2001, 0)},
+      {"a short file", identity(0x7A79, 0x3300, 0x2001, 0), {}, 63},
   };
   for (const auto &row : rows) {
-    fake_portio::reset();
-    add_function(row.name, identity(row.vendor, row.device, row.bar0, row.bar1), row.size);
+    fake_ports = {};
+    add_function("ff/1f.7", row.space, row.size);
     unlock_rom();
-    const fake_portio::Write write = {static_cast<uint16_t>(row.port), 1, 0};
-    EXPECT_EQ(fake_portio::writes, row.port < 0 ? Writes{} : Writes{write}) << row.text;
-    fs::remove_all(buses_);
+    EXPECT_EQ(fake_ports.writes, row.writes) << row.text;
   }
-  fake_portio::reset();
   for (const char *name : {"01/00.0", "02/00.0", "02/00.1"}) {
     add_function(name, identity(0x7A79, 0x3300, 0x2001, 0));
   }
   unlock_rom();
-  EXPECT_EQ(fake_portio::writes, Writes{kUnlock}) << "one device is enough";
+  EXPECT_EQ(fake_ports.writes, std::vector{kUnlock}) << "one device is enough";
   pci_proc_dir = "/nonexistent/pci";
   testing::internal::CaptureStderr();
   unlock_rom();
@@ -291,12 +264,15 @@ TEST_F(RomAccess, HostileDirectories) {
     const uint8_t *found = find_call(&ri_, "$PCI", kCallBudget + 100'000);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), row.message);
     EXPECT_EQ(found, row.found == 0 ? nullptr : at(row.found));
-    EXPECT_EQ(romcall_fini(&ri_), 0);
   }
 }
 
-TEST_F(RomAccess, FailedCallLeavesTheRegisters) {
-  open(Image().put(0xB0000, from_hex("B8 01 00 00 00 F4")));  // mov eax,1; hlt
+TEST_F(RomAccess, CallsThatFail) {
+  open(Image()
+           .put(kCodeAt, from_hex("B4 01 F8 C3"))          // mov ah,1; clc; ret
+           .put(0xB0000, from_hex("B8 01 00 00 00 F4")));  // mov eax,1; hlt
+  EXPECT_EQ(pci_bios_present(&ri_, at(kCodeAt)), 1);
+  EXPECT_EQ(ri_.pci_es, 0) << "an error gives no selector";
   x86_reg_t reg = {};
   reg.u1.s1.reax = 0x8A55;
   for (const uint8_t *const entry :
@@ -307,18 +283,18 @@ TEST_F(RomAccess, FailedCallLeavesTheRegisters) {
 }
 
 TEST_F(RomAccess, Peek) {
-  char buffer[8] = {};
-  EXPECT_EQ(rom_peek(&ri_, 0xFFFEA, buffer, 6), -1);  // nothing is mapped
-  open(Image().put(0xA0000, "first"));
-  const std::tuple<uint32_t, size_t, int, const char *> rows[] = {
-      {0xFFFEA, 6, 0, "VELDRA"},  {0xA0000, 5, 0, "firstA"},
-      {0xFFFFF, 2, -1, "firstA"}, {0xA0000, SIZE_MAX, -1, "firstA"},
-      {0x9FFFF, 1, -1, "firstA"}, {0x100000, 1, -1, "firstA"},
-      {0xFFFFF, 1, 0, ""}};
-  for (const auto &[address, size, result, after] : rows) {
-    EXPECT_EQ(rom_peek(&ri_, address, buffer, size), result) << address;
-    EXPECT_STREQ(buffer, after);
-  }
+  char buffer[] = "?????";
+  EXPECT_EQ(rom_peek(&ri_, 0xFFFFD, buffer, 3), -1);  // nothing is mapped
+  open(Image().put(0xA0000, "first").put(0xFFFFD, "end"));
+  EXPECT_EQ(rom_peek(&ri_, 0xFFFFD, buffer, 4), -1);
+  EXPECT_EQ(rom_peek(&ri_, 0xA0001, buffer, SIZE_MAX), -1);
+  EXPECT_EQ(rom_peek(&ri_, 0x9FFFF, buffer, 1), -1);
+  EXPECT_EQ(rom_peek(&ri_, 0x100000, buffer, 0), -1);
+  EXPECT_STREQ(buffer, "?????");
+  EXPECT_EQ(rom_peek(&ri_, 0xA0000, buffer, 5), 0);
+  EXPECT_STREQ(buffer, "first");
+  EXPECT_EQ(rom_peek(&ri_, 0xFFFFD, buffer, 3), 0);
+  EXPECT_STREQ(buffer, "endst");
 }
 
 }  // namespace

@@ -1,24 +1,19 @@
-"""Tests of the simulator: simulator_test.py SIMULATOR_SOURCES SAMPLE_SERVER LIBKELMINTRFC64 LIBORVEV64"""
+"""Tests of the simulator: of its libraries through their contracts, and of the text form of its logs."""
 import ctypes
 import datetime
 import errno
 import os
-import pathlib
 import random
 import shutil
-import signal
 import struct
-import sys
-import tempfile
 import time
 import unittest
 
-SOURCES, SAMPLE, DRIVER, VARIABLES = sys.argv[1:5]
-sys.path.insert(0, SOURCES)
-sys.dont_write_bytecode = True
-import imltext  # noqa: E402
+import imltext
+from harness import BUILD, SAMPLE, Case, record
 
-driver, variables = (ctypes.CDLL(library, use_errno=True) for library in (DRIVER, VARIABLES))
+driver, variables = (ctypes.CDLL(BUILD / "simulator" / library, use_errno=True)
+                     for library in ("libkelmintrfc64.so.3", "liborvev64.so.1"))
 ADD, READ = 1, 2
 FULL = b"f" * 212
 
@@ -36,17 +31,16 @@ def ask(name, code, buffer, length):
     return answer
 
 
-def record(number, text, length=None, times=bytes(12), count=0):
-    header = imltext.HEADER.pack(28 + len(text) if length is None else length, number, 0, 0, 0, 0, times[:6], times[6:], count)
-    return (header + text).ljust(240, b"\0")
-
-
-def request(choice, number=0, entry=bytes(240), length=256):
+def request(choice, number=0, entry=b"", length=256):
     return ctypes.create_string_buffer(struct.pack("<Iiii", length, choice, 0, number) + entry, 256)
 
 
+def entry(text, length=None, number=0, time=b"", count=0):
+    return imltext.HEADER.pack(length or 28 + len(text), number, 0, 0, 0, 0, time, time, count) + text
+
+
 def add(text):
-    return ask("cevt", 81, request(ADD, entry=record(0, text), length=44 + len(text)), 256)
+    return ask("cevt", 81, request(ADD, entry=entry(text), length=44 + len(text)), 256)
 
 
 def ask_table(size, index=0):
@@ -64,58 +58,48 @@ def listing():
     return entries
 
 
-class Simulator(unittest.TestCase):
-    FILES = {"cevt": record(0, b"entry"), "cdt/51": b"\1\2\3", "casr/state": b"1\n", "proc/fan": b"fans",
-             "ev/VXHCPR": b"\1\0\12\0\0\0\0\0"}
-
+class Simulator(Case):
     def setUp(self):
-        self.outside = pathlib.Path(tempfile.mkdtemp())
-        self.addCleanup(shutil.rmtree, self.outside)
-        self.server = self.outside / "server"
-        self.fill()
+        super().setUp()
+        self.server = self.copy_sample()
         os.environ["ORVLOG_SIMULATOR"] = str(self.server)
         self.open_before = len(os.listdir("/proc/self/fd"))
-        signal.alarm(20)
 
     def tearDown(self):
         self.assertEqual(len(os.listdir("/proc/self/fd")), self.open_before, "descriptors leak")
 
-    def fill(self, directory=None):
-        for name, content in self.FILES.items():
-            path = (directory or self.server) / name
-            path.parent.mkdir(parents=True, exist_ok=True)
-            path.write_bytes(content)
-
     def test_entries_are_numbered_by_their_slots(self):
         log = self.server / "cevt"
-        log.write_bytes(record(0, FULL) + bytes(240) + record(77, b"odd") + b"x" * 239)
+        log.write_bytes(record(0, text=FULL) + bytes(240) + record(77, text=b"odd") + b"x" * 239)
         self.assertEqual(listing(), [(0, FULL), 3, (77, b"odd"), 1])
         self.assertEqual(add(b"after"), 0)
         self.assertEqual(listing(), [(0, FULL), 3, (77, b"odd"), (3, b"after"), 1])
-        log.write_bytes(record(1, b"first"))
+        log.write_bytes(record(1, text=b"first"))
         self.assertEqual(add(b"after"), 0)
         self.assertEqual(listing(), [3, (1, b"first"), (2, b"after"), 1])
 
     def test_add_fills_in_the_header(self):
         os.environ["TZ"] = "EST5"
+        (self.server / "cevt").write_bytes(record(1))
         now = datetime.datetime.now(datetime.timezone(datetime.timedelta(hours=-5))).replace(tzinfo=None)
         self.assertEqual(add(b"note"), 0)
         added = (self.server / "cevt").read_bytes()[240:]
         century, year, *rest = added[12:18]
         stamp = datetime.datetime(century * 100 + year, *rest)
         self.assertLess(abs(now - stamp), datetime.timedelta(minutes=2))
-        self.assertEqual(added, record(1, b"note", times=added[12:18] * 2, count=1))
+        self.assertEqual(added, entry(b"note", 32, 2, added[12:18], 1).ljust(240, b"\0"))
 
     def test_concurrent_writers_lose_nothing(self):
+        size = (self.server / "cevt").stat().st_size
         nodes = [node("cevt"), node("casr")]  # shared by forked processes, which write at the same time
         start = time.monotonic() + 0.5
         for _ in range(50):
             if os.fork() == 0:
-                note = request(ADD, entry=record(0, b"note"), length=48)
+                note = request(ADD, entry=entry(b"note"), length=48)
                 time.sleep(max(0, start - time.monotonic()))
                 os._exit(driver.orvIoctlRequest(nodes[0], 81, note, 256) or driver.orvIoctlRequest(nodes[1], 3, None, 0))
         self.assertEqual([os.wait()[1] for _ in range(50)], [0] * 50)
-        self.assertEqual((self.server / "cevt").stat().st_size, 51 * 240)
+        self.assertEqual((self.server / "cevt").stat().st_size, size + 50 * 240)
         for fd in nodes:
             driver.orvCloseRequest(fd)
 
@@ -130,7 +114,7 @@ class Simulator(unittest.TestCase):
         self.assertEqual(ask("casr", 4, buffer, 0), -errno.EINVAL)
         self.assertEqual(ask("cevt", 81, request(READ, -1), 256), -errno.EINVAL)
         for length, stated in ((43, 27), (257, 241), (256, 40)):
-            wrong_add = request(ADD, entry=record(0, b"", stated), length=length)
+            wrong_add = request(ADD, entry=entry(b"", stated), length=length)
             self.assertEqual(ask("cevt", 81, wrong_add, 256), -errno.EINVAL, stated)
 
     def test_asr_state(self):
@@ -157,7 +141,7 @@ class Simulator(unittest.TestCase):
         self.assertEqual((value.raw, size.value), (b"?" * 9, 8))
         size.value = 9
         self.assertEqual(variables.get_ev(b"VXHCPR", value, ctypes.byref(size)), 0)
-        self.assertEqual((value.raw, size.value), (self.FILES["ev/VXHCPR"] + b"?", 8))
+        self.assertEqual((value.raw, size.value), ((SAMPLE / "ev/VXHCPR").read_bytes() + b"?", 8))
         (self.server / "ev/.VXHCPR.tmp").symlink_to(self.server / "victim")  # or what a killed writer left
         self.assertEqual(variables.set_ev(b"VXHCPR", value, ctypes.byref(size)), 0)
         self.assertFalse((self.server / "victim").exists())
@@ -168,18 +152,19 @@ class Simulator(unittest.TestCase):
         self.assertEqual(os.listdir(self.server / "ev"), ["VXHCPR"])
 
     def test_malformed_servers_are_errors(self):
-        self.fill(self.outside)  # what links lead to
+        shutil.copytree(SAMPLE, self.directory, dirs_exist_ok=True)  # what links lead to
+        files = ("cevt", "cdt/51", "casr/state", "proc/fan", "ev/VXHCPR")
         for level, error, replace in ((2, errno.ENOENT, lambda path, _: None),
                                       (2, errno.EINVAL, lambda path, _: path.mkdir()),
                                       (2, errno.EINVAL, lambda path, _: os.mkfifo(path)),
                                       (2, errno.ELOOP, lambda path, other: path.symlink_to(other)),
                                       (1, errno.ELOOP, lambda path, other: path.symlink_to(other))):
             shutil.rmtree(self.server)
-            self.fill()
-            for name in {"/".join(file.split("/")[:level]) for file in self.FILES}:
+            self.copy_sample()
+            for name in {"/".join(file.split("/")[:level]) for file in files}:
                 path = self.server / name
                 shutil.rmtree(path) if path.is_dir() else path.unlink()
-                replace(path, self.outside / name)
+                replace(path, self.directory / name)
             data, size = ctypes.create_string_buffer(4608), ctypes.c_int(4608)
             self.assertEqual([ask_table(3), add(b"note"), ask("casr", 6, data, 4), ask("proc", 2, data, 1)], [-error] * 4)
             self.assertNotEqual(variables.get_ev(b"VXHCPR", data, ctypes.byref(size)), 0)
@@ -203,11 +188,10 @@ class Simulator(unittest.TestCase):
 HEAD = "entry\nseverity 2, class 3, code 4\nfirst 2025-03-21 14:05\n"
 
 
-class ImlText(unittest.TestCase):
+class ImlText(Case):
     def setUp(self):
-        directory = tempfile.TemporaryDirectory()
-        self.addCleanup(directory.cleanup)
-        self.path = pathlib.Path(directory.name) / "log.iml"
+        super().setUp()
+        self.path = self.directory / "log.iml"
 
     def compile(self, text):
         self.path.write_text(text, encoding="utf-8")
@@ -242,7 +226,7 @@ class ImlText(unittest.TestCase):
                 self.compile(text)
 
     def test_round_trip(self):
-        sample = imltext.compile_log(pathlib.Path(SAMPLE) / "cevt.iml")
+        sample = (SAMPLE / "cevt").read_bytes()
         chance = random.Random(1)
         damaged = bytearray(sample)
         for _ in range(5000):
@@ -263,4 +247,4 @@ class ImlText(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1])
+    unittest.main()
