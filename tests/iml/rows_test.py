@@ -8,65 +8,62 @@
 #     2D        a byte; FFFF and 00010005 are numbers of two and of four bytes, the lowest byte first
 #     "Box1"    a text with its terminator
 #     '1E'      characters without one
+# and may end with
 #     fill=FF   what the rest of the payload holds in place of zeros
 #     len=33    the length that the record states in place of its own
 # The line is one or more texts, or a dash for an event without a text. After "~" in place of "=" the line only has to
-# contain them. *N after a token repeats it: 00*8. Codes and numbers can have alternatives, and every combination is
-# tried: 02.01|04  00|06|FF. Texts know Python's escapes.
+# contain them. *N after a token repeats it: 00*8. Numbers can have alternatives, and every combination is tried:
+# 02.01|04  00|06|FF. Texts know Python's escapes.
 import ctypes
-import itertools
 import re
 import struct
 import sys
 
-ROW = re.compile(r"([0-9A-F]+\.[0-9A-F.|]+)  (.*?)  ([=~]) (.*)")
-TOKEN = re.compile(r"""\s*(?:(["'])((?:\\.|[^\\])*?)\1|(fill|len)=([\w|]+)|([0-9A-F|]+))(?:\*(\d+))?(?!\S)""")
+ROW = re.compile(r"(\w+)\.(\w+)  (.*?)(?: fill=(\w+))?(?: len=(\d+))?  ([=~]) (.*)")
+TOKEN = re.compile(r"""(?<!\S)(?:(["'])((?:\\.|[^\\])*?)\1|([0-9A-F]+))(?:\*(\d+))?(?!\S)""")
 HEADER_SIZE, PAYLOAD_SIZE = 28, 212
 translate = ctypes.CDLL(sys.argv[1]).TranslateEventLogMessage
 
 
-def tokens(text):
-    # The bytes that each token may stand for, and the values of each setting.
-    choices, settings = [], {"fill": [0], "len": [None]}
-    while text.strip():
-        match = TOKEN.match(text)
-        quote, quoted, setting, value, numbers, times = match.groups()
-        if setting:
-            settings[setting] = [int(choice, 16 if setting == "fill" else 10) for choice in value.split("|")]
-        elif quote:
-            characters = quoted.encode().decode("unicode_escape").encode("latin-1")
-            choices.append([(characters + (b"\0" if quote == '"' else b"")) * int(times or 1)])
-        else:
-            choices.append([bytes.fromhex(number)[::-1] * int(times or 1) for number in numbers.split("|")])
-        text = text[match.end():]
-    return choices, settings
+def variants(row):
+    """The rows with one alternative each."""
+    found = re.search(r"\w+(\|\w+)+", re.split("  [=~] ", row)[0])
+    if found is None:
+        return [row]
+    return [variant for choice in found[0].split("|")
+            for variant in variants(row[:found.start()] + choice + row[found.end():])]
 
 
-def faults_of(row):
-    # What is printed for each record of a row that is not what the row says.
-    events, payload, comparison, line = ROW.fullmatch(row).groups()
-    choices, settings = tokens(payload)
-    text = None if line == "-" else b"".join(part for [part] in tokens(line)[0]).replace(b"\0", b"")
-    event_class = ""
-    for event in events.split("|"):
-        event_class, _, code = event.rpartition(".") if "." in event else (event_class, "", event)
-        for fill, length, *parts in itertools.product(settings["fill"], settings["len"], *choices):
-            data = b"".join(parts)
-            header = struct.pack("<HIBBHH16x", HEADER_SIZE + len(data) if length is None else length, 0, 0, 0,
-                                 int(event_class, 16), int(code, 16))
-            printed = ctypes.create_string_buffer(2048)
-            is_known = translate(header + data + bytes([fill]) * (PAYLOAD_SIZE - len(data)), printed, len(printed)) == 1
-            wanted = text or b"Unknown Event (Class 0x%02X, Code 0x%02X)" % (int(event_class, 16), int(code, 16))
-            is_right = printed.value == wanted if comparison == "=" else wanted in printed.value
-            if not is_right or is_known != (text is not None):
-                yield printed.value.decode("latin-1")
+def bytes_of(text):
+    assert not TOKEN.sub("", text).strip(), text
+    parts = []
+    for quote, quoted, number, times in TOKEN.findall(text):
+        part = quoted.encode().decode("unicode_escape").encode("latin-1") if quote else bytes.fromhex(number)[::-1]
+        parts.append((part + (b"\0" if quote == '"' else b"")) * int(times or 1))
+    return b"".join(parts)
+
+
+def translated(row):
+    """The line of a row's record, and whether it is what the row says."""
+    event_class, code, payload, fill, length, comparison, line = ROW.fullmatch(row).groups()
+    event_class, code, data = int(event_class, 16), int(code, 16), bytes_of(payload)
+    header = struct.pack("<HIBBHH16x", int(length or HEADER_SIZE + len(data)), 0, 0, 0, event_class, code)
+    text = ctypes.create_string_buffer(2048)
+    is_known = translate(header + data.ljust(PAYLOAD_SIZE, bytes.fromhex(fill or "00")), text, len(text)) == 1
+    wanted = b"Unknown Event (Class 0x%02X, Code 0x%02X)" % (event_class, code)
+    if line != "-":
+        wanted = bytes_of(line).replace(b"\0", b"")
+    is_line = text.value == wanted if comparison == "=" else wanted in text.value
+    return text.value.decode("latin-1"), is_line and is_known == (line != "-")
 
 
 failed = 0
 for path in sys.argv[2:]:
     with open(path, encoding="ascii") as rows:
         for number, row in enumerate(rows, 1):
-            for printed in faults_of(row.rstrip("\n")) if row.strip() and not row.startswith("#") else ():
-                print(f"{path}:{number}: {printed}\n  in place of\n{row}")
-                failed = 1
+            for variant in [] if row.startswith("#") else variants(row.rstrip("\n")):
+                line, is_right = translated(variant)
+                if not is_right:
+                    print(f"{path}:{number}: {line}\n  in place of\n{variant}")
+                    failed = 1
 sys.exit(failed)
