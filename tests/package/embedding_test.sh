@@ -13,11 +13,7 @@ ORVLOG_SIMULATOR=$server LD_LIBRARY_PATH="" "$orvlog" -v | sed -n 's/^LOG: //p' 
 
 # A program that includes the headers gets no macro and no enumerator without their prefix.
 (cd "$tree/include" && printf '#include "%s"\n' iml/*.h iml/records/*.h) >"$work/all.c"
-printf '#include <%s.h>\n' assert stddef stdint >"$work/system.c"
-for file in all system; do
-  "$cc" -E -dM -I"$tree/include" "$work/$file.c" | cut -d ' ' -f 2 | sed 's/(.*//' | sort >"$work/$file.macros"
-done
-comm -23 "$work/all.macros" "$work/system.macros" >"$work/constants"
+grep -rhoP '^ *# *define +\K\w+' "$tree/include" >"$work/constants"
 "$cc" -E -P -I"$tree/include" "$work/all.c" | tr '\n' ' ' | grep -oE '\benum\b[^;{]*\{[^}]*\}' |
   sed 's/.*{//' | grep -oE '\b[A-Za-z_]\w* *[=,}]' >>"$work/constants"
 grep -q '^IML_PACKED' "$work/constants" && grep -q '^IML_CLASS_CPU' "$work/constants"
@@ -36,7 +32,7 @@ strict=(-std=c99 -Wall -Wextra -Wpedantic -Werror)
 "$cmake" --build "$work/build" >/dev/null
 "$work/build/translate" "$server/cevt" >"$work/find_package"
 
-for way in python pkg-config static find_package; do
-  cut -f 4 "$work/$way" | diff -u "$work/orvlog" - >&2 || { echo "$way differs" >&2; exit 1; }
+cut -f 4 "$work/python" | diff -u "$work/orvlog" - >&2
+for way in pkg-config static find_package; do
   diff -u "$work/python" "$work/$way" >&2
 done

@@ -8,8 +8,7 @@ cd "$work"
 
 # bare PROGRAM OPTION...: builds a program without protections.
 bare() { "$cc" "${@:2}" -x c - -o binary <<<"$1" 2>/dev/null; }
-missing() { "$check" binary | sed -nE 's/^  (.*[^ ]) +NO$/\1/p' || true; }
-lacks() { missing | grep -x "$1" >/dev/null; }
+lacks() { { "$check" binary || true; } | grep -F "  $1 " | grep 'NO$' >/dev/null; }
 
 bare $'#include <stdio.h>\n#include <string.h>\nint main(int argc, char **argv) {
   char text[64]; strcpy(text, argv[0]); return printf("%s %d", text, argc); }' \
