@@ -39,3 +39,20 @@ function(orvlog_add_test name)
   target_compile_options(${target} PRIVATE -O0)
   gtest_discover_tests(${target} TEST_PREFIX "${name}/" PROPERTIES TIMEOUT 120)
 endfunction()
+
+# One line per class of Python tests in the current directory: orvlog_add_python_test(FILE.CLASS). They can import
+# tests/e2e/harness.py, which reads the variables.
+function(orvlog_add_python_test test)
+  get_filename_component(group ${CMAKE_CURRENT_SOURCE_DIR} NAME)
+  string(REGEX REPLACE "^[a-z_]+[.]" "${group}/" name ${test})
+  add_test(NAME ${name} COMMAND Python3::Interpreter -B -m unittest -v ${test} WORKING_DIRECTORY
+                                                                              ${CMAKE_CURRENT_SOURCE_DIR})
+  set(variables
+      BUILD=${PROJECT_BINARY_DIR}
+      ROOT=${PROJECT_SOURCE_DIR}
+      PYTHONPATH=${PROJECT_SOURCE_DIR}/tests/e2e
+      FAULTS=$<TARGET_FILE:orvlog_faults>
+      SANITIZE=${ORVLOG_SANITIZE}
+      TOOLS=${PROJECT_SOURCE_DIR}/build/tools)
+  set_tests_properties(${name} PROPERTIES TIMEOUT 600 ENVIRONMENT "${variables}")
+endfunction()

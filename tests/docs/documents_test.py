@@ -1,10 +1,12 @@
 #!/usr/bin/env python3
-"""Checks the documents against the tree: documents_test.py lint|options|vocabulary|messages|map ROOT [IMLOG]"""
+"""Checks the documents against the tree: documents_test.py lint|options|vocabulary|messages|map ROOT IMLOG"""
 import json
 import pathlib
 import re
 import subprocess
 import sys
+
+CHECK, ROOT, IMLOG = sys.argv[1], pathlib.Path(sys.argv[2]), sys.argv[3]
 
 
 def lint(root):
@@ -36,10 +38,10 @@ def options(root):
             for name, names in found.items() if names != known or not known]
 
 
-def vocabulary(root, imlog):
+def vocabulary(root):
     """imlog's manual has an entry for each option, format, severity and exit status that the program names."""
     def ask(*words):
-        return subprocess.run([imlog, *words], capture_output=True, text=True, check=True).stdout
+        return subprocess.run([IMLOG, *words], capture_output=True, text=True, check=True).stdout
 
     page = (root / "docs/imlog.8").read_text().replace("\\-", "-")
     sections = dict(re.findall(r"^\.Sh (.+)\n((?:(?!\.Sh ).*\n)*)", page, re.MULTILINE))
@@ -129,7 +131,5 @@ def map_of(root):
     return faults
 
 
-check, root_directory, *program = sys.argv[1:]
 checks = {"lint": lint, "options": options, "vocabulary": vocabulary, "messages": messages, "map": map_of}
-found_faults = checks[check](pathlib.Path(root_directory), *program)
-sys.exit("\n".join(found_faults) or 0)
+sys.exit("\n".join(checks[CHECK](ROOT)) or 0)
