@@ -4,7 +4,6 @@ for file in "$1"/*; do
   source "$file"
 done
 COMP_WORDBREAKS='='
-failed=0
 
 # check LINE OFFERS: what is offered for the last word of a command line, which readline breaks at '=' or not.
 check() {
@@ -19,7 +18,7 @@ check() {
   "_${COMP_WORDS[0]}" "${COMP_WORDS[0]}"
   if [[ $(printf '%s\n' "${COMPREPLY[@]}" | sort) != "$(xargs -n 1 <<<"$2" | sort)" ]]; then
     echo "$1: offers ${COMPREPLY[*]}, not $2" >&2
-    failed=1
+    exit 1
   fi
 }
 
@@ -54,4 +53,3 @@ COMP_WORDBREAKS=''
 check "imlog --output=p" "--output=prometheus"
 check "orvlog -a TIMEOUT=1" "TIMEOUT=10 TIMEOUT=15"
 check "orvlog -a TIMEOUT=10 -" "$later"
-exit $failed
