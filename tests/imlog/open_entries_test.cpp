@@ -28,7 +28,7 @@ bool is_trusted(int time) {
   return time >= 0 && time <= kTrustedUntil;
 }
 
-enum Kind { kCritical, kInformation, kPlainNote, kNamingNote };
+enum Kind { kFaulty, kInformation, kPlainNote, kNamingNote };
 
 struct Event {
   Kind kind;
@@ -75,7 +75,7 @@ bool shows(const Log &log, size_t entry) {
   }
   const bool is_closed =
       any_after(log, entry, [&](const Event &note) { return is_closed_by_plain(log[entry], note); });
-  if (kind == kCritical && is_closed && last >= 0 && last < first - 120) {
+  if (kind == kFaulty && is_closed && last >= 0 && last < first - 120) {
     return true;
   }
   bool has_plain_note = false;
@@ -101,13 +101,16 @@ std::optional<uint32_t> set_back_at(const Log &log) {
 }
 
 EVT_LOG_ENTRY record_of(const Event &event) {
-  static constexpr uint8_t kSeverities[] = {15, 2, 6, 6};
+  static constexpr uint8_t kSeverities[] = {15, 9, 77};
+  const uint8_t severity = event.kind == kFaulty        ? kSeverities[event.number % 3]
+                           : event.kind == kInformation ? 2
+                                                        : 6;
   std::string text = event.kind == kNamingNote ? "closes" : "closed all";
   for (const uint32_t name : event.names) {
     text += ' ' + std::to_string(name);
   }
   return make_record({.number = event.number,
-                      .severity = kSeverities[event.kind],
+                      .severity = severity,
                       .payload = text,
                       .first = minute(event.first),
                       .last = minute(event.last)});
@@ -125,17 +128,17 @@ TEST(OpenEntries, FollowTheRules) {
   for (int round = 0; round < 3000; ++round) {
     const bool is_long = round % 300 == 0;
     const unsigned notes = 1 + static_cast<unsigned>(below(20));
-    const int step = below(2) == 0 ? 1 : 61;
+    const int step = below(2) == 0 ? 1 : 60;
     Log log(static_cast<size_t>(below(is_long ? 500 : 10)));
     const auto time = [&](size_t i) {
-      const int kind = below(is_long ? size_t{500} : size_t{16});
+      const int kind = below(is_long ? size_t{500} : size_t{8});
       return kind == 0   ? -1
-             : kind == 1 ? kToCome
+             : kind == 1 ? kToCome + 200 * below(2)
                          : (below(6) + (is_long ? static_cast<int>(i) : 0)) * step;  // some stay open
     };
     for (size_t i = 0; i < log.size(); ++i) {
       const Kind note = below(2) == 0 ? kPlainNote : kNamingNote;
-      const Kind entry = below(8) == 0 ? kInformation : kCritical;
+      const Kind entry = below(8) == 0 ? kInformation : kFaulty;
       const size_t number = below(8) == 0 ? draw() % log.size() : i;
       log[i] = {draw() % notes == 0 ? note : entry, static_cast<uint32_t>(number), time(i), time(i), {}};
       for (int names = log[i].kind == kNamingNote ? below(6) : 0; names > 0; --names) {
