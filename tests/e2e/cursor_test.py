@@ -5,9 +5,8 @@ import pathlib
 import re
 import resource
 import signal
-import subprocess
 
-from harness import IMLOG, Case, record
+from harness import Case, record
 
 KILLED = -signal.SIGKILL
 
@@ -117,13 +116,12 @@ class Cursor(Case):
     def test_two_at_once(self):
         fifo = self.directory / "fifo"
         os.mkfifo(fifo)
-        with subprocess.Popen([IMLOG, "--cursor-file", self.cursor, fifo], stdout=subprocess.PIPE,
-                              env=self.env()) as run:
-            with open(fifo, "wb"):
-                locks = re.findall(r"^flags:\s+\d*(\d)$", self.descriptor(run.pid, f"{self.cursor}.lock"), re.M)
-                self.assertEqual(locks, ["2"])  # open for writing, which NFS demands
-                self.assertEqual(self.changes(record(0), status=2, stderr=b"the cursor: another run uses it"), [])
-            self.assertEqual(run.wait(), 0)
+        run = self.start("--cursor-file", self.cursor, fifo)
+        with open(fifo, "wb"):
+            locks = re.findall(r"^flags:\s+\d*(\d)$", self.descriptor(run.pid, f"{self.cursor}.lock"), re.M)
+            self.assertEqual(locks, ["2"])  # open for writing, which NFS demands
+            self.assertEqual(self.changes(record(0), status=2, stderr=b"the cursor: another run uses it"), [])
+        self.assertEqual(run.wait(), 0)
         self.assertEqual(self.changes(record(0)), [(0, "new")])
 
     def test_failing_writes(self):

@@ -8,6 +8,7 @@ import shutil
 import struct
 import subprocess
 import tempfile
+import threading
 import unittest
 
 BUILD = pathlib.Path(os.environ["BUILD"])
@@ -42,6 +43,11 @@ def record(number=0, severity=2, text=b"x", first=(2025, 9, 1, 13, 5), last=None
     """A record of 240 bytes, by default a maintenance note."""
     header = struct.pack("<HIBBHH6s6sI", 240, number, 1, severity, *event, stamp(first), stamp(last or first), count)
     return header + text[:212].ljust(212, b"\0")
+
+
+def blanked(text):
+    """A text without control characters, as lines of text have it."""
+    return re.sub("[\0-\x1f\x7f-\x9f\u200b\u2028-\u202e\u2066-\u2069\ufeff]", " ", text)
 
 
 def fields(entry):
@@ -95,6 +101,16 @@ class Case(unittest.TestCase):
         message = rb"\Aimlog: [^\n]*%s[^\n]*\n\Z" % re.escape(stderr) if stderr else rb"\A\Z"
         self.assertRegex(run.stderr, message, words)
         return run.stdout
+
+    def start(self, *words, env=None, stdout=subprocess.PIPE, **more):
+        """Starts imlog, which is killed after a minute or with the end of the test."""
+        run = subprocess.Popen([*self.command, *words], env=self.env(**(env or {})), stdout=stdout,
+                               stderr=subprocess.PIPE, **more)
+        limit = threading.Timer(60, run.kill)
+        limit.start()
+        for end in run.communicate, run.kill, limit.cancel:  # the last one comes first
+            self.addCleanup(end)
+        return run
 
     def version(self):
         return self.run_imlog("--version").decode().split()[1]
