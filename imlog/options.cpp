@@ -265,7 +265,7 @@ std::vector<option> long_options() {
 }
 
 std::string short_options() {
-  std::string letters = ":";
+  std::string letters = ":";  // getopt_long must not print: with -o check nothing goes to standard error
   for (const OptionRow &row : kOptions) {
     if (row.letter != '\0') {
       letters += row.letter;
@@ -396,7 +396,6 @@ Problem parse_options(int argc, char **argv, Calendar &calendar, int64_t now, Op
   const std::vector<option> known_options = long_options();
   const std::string letters = short_options();
   std::vector<const OptionRow *> given;
-  opterr = 0;  // getopt_long must not print: with -o check nothing goes to standard error
   for (int value = 0;
        (value = getopt_long(argc, argv, letters.c_str(), known_options.data(), nullptr)) != -1;) {
     if (value == ':' || value == '?') {

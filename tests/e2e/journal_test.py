@@ -48,7 +48,7 @@ class Journal(Case):
         return entries
 
     def test_fields(self):
-        """The journal has the fields of JSON, and a MESSAGE that begins with time and host; so has export, but for it."""
+        """Journal and export have the fields of JSON; in the journal MESSAGE begins with time and host."""
         unknown = record(700, 200, b"", (99,) * 6, (1970, 1, 1, 0, 0), 70000, (0xFFFF, 0xABCD))
         known = record(14, 9, b"\1\0\0\x09", (2024, 12, 2, 3, 14), (2025, 7, 1, 22, 40), 5, (2, 6))
         log = self.file(unknown, known, *(record(i, text=text) for i, text in enumerate(HOSTILE_TEXTS)))

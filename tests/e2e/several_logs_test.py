@@ -135,20 +135,6 @@ class SeveralLogs(Case):
             self.run_imlog(f"--max-age={word}", old, status=3, stderr=b"invalid age '%s'" % word.encode())
         self.run_imlog("--max-age=1d", status=3, stderr=b"option '--max-age' requires a FILE")
 
-    def test_unknown_zone(self):
-        log = self.file(record(0, 9))
-        message = b"TZ is unknown, and times are read as UTC; set 'Europe/Berln' to a zone"
-        for words, status in ([log], 0), (["-o", "raw", log], 0), ([log, log + "2"], 2):
-            run = subprocess.run([IMLOG, *words], env=self.env(TZ="Europe/Berln"), capture_output=True, check=False)
-            self.assertEqual((run.returncode, run.stderr.count(message)), (status, 1))
-        self.run_imlog("--help", env={"TZ": "Europe/Berln"})
-        for words, status, line in (
-            ([log], 1, b"; 0 Maintenance note: x; TZ is unknown | critical=0;;0 caution=1"),
-            (["/no"], 3, b"No such file or directory; TZ is unknown\n"),
-        ):
-            check = self.run_imlog("-o", "check", *words, env={"TZ": "Europe/Berln"}, status=status)
-            self.assertIn(line, check)
-
     def test_more_than_descriptors(self):
         names = [self.file(record(i, first=(2025, 9, 1, i % 24, i // 24 % 60)), name=f"{i}.iml") for i in range(2000)]
         numbers = self.numbers(*names, preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (64, 64)))

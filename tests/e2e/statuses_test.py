@@ -21,20 +21,6 @@ class Statuses(Case):
     def not_read(self):
         return NOT_READ % self.version().encode()
 
-    def test_wrong_usage(self):
-        log = self.file(record())
-        for words, message in (
-            (["--bogus", "-o", "check"], b"unrecognized option '--bogus'; see"),
-            (["-n", "9", "-o", "a\nb"], b"unknown format 'a b'"),
-            (["-S", "2024-02-30"], b"invalid time '2024-02-30'; use 2025-09-01, "),
-            (["-f", log], b"'--follow' is for the live log, not for FILE '%s'; leave" % log.encode()),
-        ):
-            self.assertEqual(self.run_imlog(*words, status=3, stderr=message), b"")
-        self.assertEqual(self.run_imlog("-n", "9", "-n", "0", "-o", "json", "-o", "short", log), b"")
-        self.assertTrue(self.run_imlog("--help").startswith(b"Usage: imlog ["))
-        self.assertIn(b"\n0x0B Power Subsystem\n", self.run_imlog("-c", "help", "-o", "check"))
-        self.assertRegex(self.run_imlog("--version"), rb"^imlog \d+\.\d+\.\d+\n$")
-
     def test_check_is_quiet(self):
         for words in "--bogus", "-n", "-o bad", "-f", "/", self.file(b"short"):
             printed = self.run_imlog("-o", "check", *words.split(), status=3)
