@@ -81,7 +81,7 @@ struct Image {
   }
 };
 
-using Bytes = std::vector<std::pair<size_t, uint32_t>>;  // offset and value
+using Registers = std::vector<std::pair<size_t, uint32_t>>;  // offset and 32-bit value, by offset
 
 // Repoints the fixed paths, and checks at the end that no descriptor was left open. The driver has no report.
 class PciTreeTest : public testing::Test {
@@ -110,11 +110,11 @@ class PciTreeTest : public testing::Test {
     fs::create_directories(path.parent_path());
     std::ofstream(path, std::ios::binary) << content;
   }
-  // Makes a configuration file of `size` zeros, `bytes` set, for a function named like "00/1f.7".
-  void add_function(const std::string &name, const Bytes &bytes = {}, size_t size = 256) {
+  // Makes a configuration file of `size` zeros, `registers` set, for a function named like "00/1f.7".
+  void add_function(const std::string &name, const Registers &registers = {}, size_t size = 256) {
     std::string space(256, '\0');
-    for (const auto &[offset, value] : bytes) {
-      space.at(offset) = static_cast<char>(value);
+    for (const auto &[offset, value] : registers) {
+      space.replace(offset, sizeof(value), little_endian(value));
     }
     write_file(buses_ / name, space.substr(0, size));
   }

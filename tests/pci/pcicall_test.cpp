@@ -25,7 +25,7 @@ using Configuration = PciTreeTest;
 using Walk = PciTreeTest;
 
 TEST_F(Configuration, ReadsWhatWasWritten) {
-  add_function("05/1f.3", {{62, 0xCD}, {63, 0xAB}});
+  add_function("05/1f.3", {{62, 0xABCD}});
   EXPECT_EQ(pci_write_config_byte(5, 0x1f, 3, 1, 0x11), 0);
   EXPECT_EQ(pci_write_config_word(5, 0x1f, 3, 2, 0x3322), 0);
   EXPECT_EQ(pci_write_config_dword(5, 0x1f, 3, 4, 0x77665544), 0);
@@ -108,14 +108,15 @@ TEST_F(Walk, VisitsTheWholeSystem) {
 }
 
 TEST_F(Configuration, SpeedFollowsStatusAndPciXCapability) {
-  Bytes longest = {{6, 0x10}, {0x34, 0x40}, {0xFC, 7}};  // uses every place that there is
-  for (int at = 0x40; at < 0xFC; at += 4) {
-    longest.insert(longest.end(), {{at, 1}, {at + 1, at + 4}});
+  Registers longest = {{6, 0x10}, {0x34, 0x40}};  // uses every place that there is
+  for (uint32_t at = 0x40; at < 0xFC; at += 4) {
+    longest.emplace_back(at, (at + 4) << 8 | 1);
   }
+  longest.emplace_back(0xFC, 7);
   const struct {
     const char *what;
     int speed;
-    Bytes bytes;
+    Registers registers;
     size_t size = 256;
   } rows[] = {
       {"no status", 0, {}, 7},
@@ -131,7 +132,7 @@ TEST_F(Configuration, SpeedFollowsStatusAndPciXCapability) {
       {"longest list", 133, longest},
   };
   for (const auto &row : rows) {
-    add_function("00/00.0", row.bytes, row.size);
+    add_function("00/00.0", row.registers, row.size);
     EXPECT_EQ(pci_read_config_speed(0, 0, 0), row.speed) << row.what;
   }
 }
