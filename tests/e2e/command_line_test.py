@@ -73,7 +73,25 @@ class CommandLine(Case):
             record(5, 3, event=(0x10, 2)),
         )
         for line, expected in (
-
+            ("", "012345"),
+            ("-p|information", "012345"),
+            ("-p|REPAIRED", "1234"),
+            ("--pri=Ca", "234"),
+            ("-p|crit", "34"),
+            ("-p|critical|-p|i|-c|2", "04"),
+            ("-c|2", "04"),
+            ("-c|0x21|-c|0XFFFF", "23"),
+            ("-c|010", ""),
+            ("-c|main MEMORY|-c|Maintenance", "12"),
+            ("-c|2:0x6|-c|MAINTENANCE:2", "02"),
+            ("-c|2:7|-c|2:65535", "4"),
+            ("-c|unknown", "35"),
+            ("-c|main m|-c|mAINT:2", "12"),
+            ("-x|unk|-c|Unknown|-c|mac:6", "0"),
+            ("-c|Unknown:2", "5"),
+            ("-x|Unknown|-x|2", "12"),
+            ("-x|2:6|-x|3:2|-x|unknown:1", "1245"),
+            ("-c|2|-c|3|-x|3", "04"),
         ):
             self.assertEqual(self.numbers(log, *filter(None, line.split("|"))), [*map(int, expected)], line)
 
@@ -81,7 +99,13 @@ class CommandLine(Case):
         times = (2025, 8, 31, 23, 59), (2025, 9, 1, 0, 0), (2025, 9, 1, 13, 5), (2025, 9, 1, 13, 6), NO_TIME
         log = self.file(*(record(number, last=last) for number, last in enumerate(times)))
         for line, expected in (
-
+            ("-S|2025-09-01", "1234"),
+            ("-U|2025-09-01", "014"),
+            ("-S|2025-09-01 13:05", "234"),
+            ("-U|2025-09-01T13:05", "0124"),
+            ("-S|2025-09-01T13:05:01", "34"),
+            ("-S|9999-12-31", "4"),
+            ("-S|2025-09-01 13:05:00|-U|2025-09-01 13:05:59", "24"),
         ):
             self.assertEqual(self.numbers(log, *line.split("|")), [*map(int, expected)], line)
 
