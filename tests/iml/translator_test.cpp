@@ -46,15 +46,7 @@ TEST(TranslatorEntry, NamesClassesAndSeverities) {
   }
 }
 
-// Appends one directive of each kind, with numbers at the bounds of two and of four digits.
-void format_all(EventText &text) {
-  text.format("%s|%-4s|%-4s|%.2s|%.2s|", "a", "bc", "defgh", "ijk", "l");
-  text.format("%d|%d|%u|%u|%x|%X|", -2147483647 - 1, -1, 4294967295U, uint8_t{0}, 0xBU, 0x1234ABCDU);
-  text.format("%02u|%02u|%02u|%02u|%02X|%02x|%08X|%04X|", 0U, uint8_t{9}, uint8_t{99}, uint8_t{100}, 0x5U,
-              0xFU, 0x12345U, 0x12345U);
-  text.format("%.4d|%.4d|%.4d|%.4d|%.4d|%.16d", 0, 9999, 10000, -1, -12345, -7);
-}
-
+// One directive of each kind, with numbers at the bounds of two and of four digits.
 TEST(EventText, FormatsAsPrintfDoes) {
   const std::string expected =
       "a|bc  |defgh|ij|l|-2147483648|-1|4294967295|0|b|1234ABCD|00|09|99|100|05|0f|00012345|12345|"
@@ -62,7 +54,11 @@ TEST(EventText, FormatsAsPrintfDoes) {
   for (uint32_t size = 1; size <= expected.size() + 1; ++size) {
     const std::unique_ptr<char[]> exact(new char[size]);
     EventText text(exact.get(), size);
-    format_all(text);
+    text.format("%s|%-4s|%-4s|%.2s|%.2s|", "a", "bc", "defgh", "ijk", "l");
+    text.format("%d|%d|%u|%u|%x|%X|", -2147483647 - 1, -1, 4294967295U, uint8_t{0}, 0xBU, 0x1234ABCDU);
+    text.format("%02u|%02u|%02u|%02u|%02X|%02x|%08X|%04X|", 0U, uint8_t{9}, uint8_t{99}, uint8_t{100}, 0x5U,
+                0xFU, 0x12345U, 0x12345U);
+    text.format("%.4d|%.4d|%.4d|%.4d|%.4d|%.16d", 0, 9999, 10000, -1, -12345, -7);
     EXPECT_EQ(text.view(), expected.substr(0, size - 1));
     EXPECT_STREQ(text.c_str(), expected.substr(0, size - 1).c_str());
   }

@@ -15,9 +15,7 @@ for file in {bin,share/bash-completion/completions}/imlog {sbin,share/bash-compl
             share/orvlog-simulator/{imltext.py,README.md,server/cevt} share/doc/imlog/{guide,shipping}.md; do
   test -s "$tree/$file" || fail "$file is missing"
 done
-for script in "$tree"/share/doc/imlog/examples/imlog-{fetch,mail}; do
-  test -x "$script" || fail "$script cannot be run"
-done
+(cd "$tree/share/doc/imlog/examples" && test -x imlog-fetch && test -x imlog-mail) || fail "the scripts cannot be run"
 zcat "$tree/share/man/man8/orvlog.8.gz" | grep 'version [0-9]*\.[0-9]*\.[0-9]*\.' >/dev/null || fail "the manual has no version"
 
 dynamic() { readelf -W -d "$2" | sed -nE "s/.*\(($1)\).*\[(.*)\]/\2/p" | sort | paste -sd' '; }
