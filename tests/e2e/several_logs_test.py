@@ -56,11 +56,17 @@ class SeveralLogs(Case):
         check = self.run_imlog("-o", "check", "-U", "2025-09-01 00:03", *fleet, status=2).decode()
         self.assertIn("1 critical, 3 caution on 2 of 3 logs; n: 3 Maint", check)
 
-    def test_check_of_unread_logs(self):
+    def test_unread_logs(self):
         good, critical, _ = self.fleet()
         torn = self.file(record(5, 2), b"x", name="torn")
         text = self.file(b"x" * 5000, name="text")
         empty = self.file(name="empty")
+        run = subprocess.run([IMLOG, "-o", "json", "/no", good, torn, text, critical], env=self.env(),
+                             capture_output=True, check=False)
+        self.assertEqual(run.returncode, 2)
+        self.assertEqual([json.loads(line)["number"] for line in run.stdout.splitlines()], [8, 0, 1, 7, 5])
+        messages = re.findall(b"^imlog: (.{12})", run.stderr, re.M)
+        self.assertEqual(messages, [b"cannot open ", b"the log ends", b"the file is "])
         for logs, status, start in (
             ((good, text, "/no"), 2, f"CRITICAL - 1 critical, 1 caution on 1 of 3 logs; r1: 1 Maintenance note: b;"
                                      f" 2 of 3 logs not read: '{text}': the file is not a raw log | "),
@@ -78,17 +84,6 @@ class SeveralLogs(Case):
         for name in ("/dev/stdin", "/proc/self/fd/0"):
             with open(self.file(record()), "rb") as log:
                 self.assertNotIn("host", self.objects(name, stdin=log)[0])
-
-    def test_bad_ones(self):
-        good, other, _ = self.fleet()
-        torn = self.file(record(5), b"x", name="torn")
-        text = self.file(b"x" * 5000, name="text")
-        run = subprocess.run([IMLOG, "-o", "json", "/no", good, torn, text, other], env=self.env(),
-                             capture_output=True, check=False)
-        self.assertEqual(run.returncode, 2)
-        self.assertEqual([json.loads(line)["number"] for line in run.stdout.splitlines()], [8, 0, 1, 7, 5])
-        messages = re.findall(b"^imlog: (.{12})", run.stderr, re.M)
-        self.assertEqual(messages, [b"cannot open ", b"the log ends", b"the file is "])
 
     def test_directories(self):
         *fleet, last = self.fleet()

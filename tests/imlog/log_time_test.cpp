@@ -1,15 +1,35 @@
 // Stamps as instants, in zones with every kind of change; times from and as texts.
 #include <array>
+#include <cstdlib>
+#include <sstream>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "imlog/calendar.h"
 #include "imlog/parse_time.h"
 #include "imlog/time_text.h"
-#include "tests/imlog/record.h"
 
 namespace {
+
+// The parts of a text that '|' separates.
+std::vector<std::string> split(const std::string &text) {
+  std::vector<std::string> parts;
+  std::istringstream rest(text + '|');
+  for (std::string part; std::getline(rest, part, '|');) {
+    parts.push_back(part);
+  }
+  return parts;
+}
+
+// The stamp of "2025-09-01T13:05" and whatever comes after it.
+EVT_TIME_STAMP stamp_of(const char *text) {
+  const auto byte = [&](int at, int end) {
+    return static_cast<uint8_t>(atoi(std::string(text + at, text + end).c_str()));
+  };
+  return {byte(0, 2), byte(2, 4), byte(5, 7), byte(8, 10), byte(11, 13), byte(14, 16)};
+}
 
 Calendar calendar_of(const char *zone) {
   setenv("TZ", zone, 1);

@@ -2,13 +2,23 @@
 // compared with the rules as they read: entry by entry and note by note.
 #include "imlog/open_entries.h"
 
+#include <algorithm>
+#include <cstring>
 #include <random>
+#include <string>
 
 #include <gtest/gtest.h>
 
-#include "tests/imlog/record.h"
-
 namespace {
+
+EVT_LOG_ENTRY make_note(const std::string &text) {
+  EVT_LOG_ENTRY record = {};
+  record.Hdr.bSeverity = IML_SEVERITY_REPAIRED;
+  record.Hdr.wClass = IML_CLASS_MAINTENANCE;
+  record.Hdr.wCode = IML_MAINTENANCE_NOTE;
+  memcpy(&record.Data, text.data(), std::min(text.size(), sizeof(record.Data)));
+  return record;
+}
 
 using Numbers = std::optional<std::vector<uint32_t>>;
 
@@ -50,7 +60,7 @@ TEST(ClosingNote, NamesEntries) {
       {std::string(206, ' ') + "closes", {{}}},
   };
   for (const auto &[text, numbers] : kRows) {
-    EXPECT_EQ(named_entries(make_record({.payload = text})), numbers) << text;
+    EXPECT_EQ(named_entries(make_note(text)), numbers) << text;
   }
 }
 
@@ -145,19 +155,19 @@ std::optional<uint32_t> set_back_at(const Log &log) {
 }
 
 EVT_LOG_ENTRY record_of(const Event &event) {
-  static constexpr uint8_t kSeverities[] = {15, 9, 77};
-  const uint8_t severity = event.kind == kFaulty        ? kSeverities[event.number % 3]
-                           : event.kind == kInformation ? 2
-                                                        : 6;
+  static constexpr uint8_t kFaultySeverities[] = {15, 9, 77};
   std::string text = event.kind == kNamingNote ? "closes" : "closed all";
   for (const uint32_t name : event.names) {
     text += ' ' + std::to_string(name);
   }
-  return make_record({.number = event.number,
-                      .severity = severity,
-                      .payload = text,
-                      .first = minute(event.first),
-                      .last = minute(event.last)});
+  EVT_LOG_ENTRY record = make_note(text);
+  record.Hdr.dwEvtNumber = event.number;
+  record.Hdr.InitTime = minute(event.first);
+  record.Hdr.UpdateTime = minute(event.last);
+  if (event.kind < kPlainNote) {
+    record.Hdr.bSeverity = event.kind == kFaulty ? kFaultySeverities[event.number % 3] : uint8_t{2};
+  }
+  return record;
 }
 
 TEST(OpenEntries, FollowTheRules) {

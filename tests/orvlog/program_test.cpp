@@ -7,7 +7,6 @@
 #include <cstring>
 #include <initializer_list>
 #include <iterator>
-#include <map>
 #include <string>
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -465,19 +464,12 @@ TEST(Output, NeverGoesIntoANode) {
 }
 
 TEST(EventClass, LabelsAreTheNamesOfTheClassesButForSome) {
-  const std::map<size_t, std::string> other_labels = {
-      {IML_CLASS_EMPTY, "EVT_CLASS_EMPTY"},
-      {IML_CLASS_TEST, "EVT_CLASS_TEST"},
-      {IML_CLASS_ASR, "ASR"},
-      {IML_CLASS_OPERATING_SYSTEM, "OS Class"},
-      {IML_CLASS_DIAGNOSTICS, "DIAGS"},
-      {IML_CLASS_MAINTENANCE, "Maintenance Note"},
-  };
-  for (size_t code = 0; code < std::size(EventClass); ++code) {
-    const auto other = other_labels.find(code);
-    const char *const name = iml::class_name(static_cast<uint16_t>(code), "Not defined");
-    EXPECT_EQ(EventClass[code], other != other_labels.end() ? other->second : name) << code;
+  std::string others;
+  for (uint16_t code = 0; code < std::size(EventClass); ++code) {
+    const std::string label = EventClass[code];
+    others += label == iml::class_name(code, "Not defined") ? "" : label + '|';
   }
+  EXPECT_EQ(others, "EVT_CLASS_EMPTY|EVT_CLASS_TEST|ASR|OS Class|DIAGS|Maintenance Note|");
 }
 
 }  // namespace
