@@ -181,6 +181,15 @@ TEST_F(RomAccess, BusyRomIsUnlockedOnceAndAskedOnceMore) {
   }
 }
 
+TEST_F(RomAccess, SearchSpendsRetriesAndUnlockOnce) {
+  add_function("05/00.0", identity(0x7A79, 0x3301, 0x2001, 0));
+  install(Image().directory(0xB0000, busy(1)).directory(0xB8000, busy(1)).directory(0xC0000, busy(1)));
+  fake_ports.answer = [](uint16_t, unsigned) { return 0; };
+  EXPECT_EQ(init(kPciBiosOnly, 0), "");
+  EXPECT_EQ(fake_ports.writes.size(), 501u + 1 + 2);
+  EXPECT_EQ(fake_ports.writes[500], kUnlock);
+}
+
 TEST_F(RomAccess, UnlockDevice) {
   const struct {
     const char *text;

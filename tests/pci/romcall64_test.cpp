@@ -183,6 +183,7 @@ constexpr struct {
     {"16 bytes", CallEnd::kInstruction, "3E 3E 3E 3E 3E 3E 3E 3E 3E 3E 3E B8 78 56 34 12 C3"},
     {"div by zero", CallEnd::kDivision, "31 C9 F7 F1"},
     {"idiv of the smallest by -1", CallEnd::kDivision, "31 C0 BA 00 00 00 80 83 C9 FF F7 F9"},
+    {"aam 0", CallEnd::kDivision, "D4 00"},
     {"write to the ROM", CallEnd::kMemory, "A2 00 00 0F 00 C3"},
     {"read across a window's end", CallEnd::kMemory, "8B 86 FD 00 00 00 C3"},
     {"read across a window's start", CallEnd::kMemory, "8B 46 FF C3"},
