@@ -9,25 +9,22 @@ from harness import HOSTILE_TEXTS, NO_TIME, SAMPLE, Case, blanked, record
 class Formats(Case):
     def test_colors(self):
         log = self.file(record(1, severity=15))
-
-        def is_colored(*words, **variables):
+        for words, variables, expected in (
+            ([], {}, True),
+            ([], {"TERM": "dumb"}, False),
+            ([], {"TERM": ""}, False),
+            ([], {"TERM": None}, False),
+            ([], {"NO_COLOR": ""}, True),
+            ([], {"NO_COLOR": "0"}, False),
+            (["--color=never"], {}, False),
+            (["--color", "always"], {"TERM": "dumb", "NO_COLOR": "1"}, True),
+            (["-o", "json"], {}, False),
+        ):
             terminal, stdout = pty.openpty()
-            self.run_imlog(*words, log, stdout=stdout,
-                           env={"TERM": "xterm", "NO_COLOR": None, **variables})
-            printed = os.read(terminal, 4096)
+            self.run_imlog(*words, log, stdout=stdout, env={"TERM": "xterm", "NO_COLOR": None, **variables})
+            self.assertEqual(b" \x1b[1;31mCritical\x1b[0m    " in os.read(terminal, 4096), expected, (words, variables))
             os.close(stdout)
             os.close(terminal)
-            return b" \x1b[1;31mCritical\x1b[0m    " in printed
-
-        self.assertTrue(is_colored())
-        self.assertFalse(is_colored(TERM="dumb"))
-        self.assertFalse(is_colored(TERM=""))
-        self.assertFalse(is_colored(TERM=None))
-        self.assertTrue(is_colored(NO_COLOR=""))
-        self.assertFalse(is_colored(NO_COLOR="0"))
-        self.assertFalse(is_colored("--color=never"))
-        self.assertTrue(is_colored("--color", "always", TERM="dumb", NO_COLOR="1"))
-        self.assertFalse(is_colored("-o", "json"))
         self.assertNotIn(b"\x1b", self.run_imlog(log, env={"TERM": "xterm"}))  # no terminal
 
     def test_short(self):

@@ -46,6 +46,8 @@ class Orvlog(Case):
         self.orvlog("-a", "DISABLE")
         (server / "cdt/5002").write_bytes(b"\x12" + bytes(14))
         self.assertRegex(self.orvlog("-a", "STATUS", "-p", "-i", "-t"), REPORTS)
+        (server / "proc/fan").write_bytes(b"f" * 5000)
+        self.assertEqual(self.orvlog("-f"), "f" * 4608 + "\n")
 
 
 class OrvlogUnderValgrind(Orvlog):

@@ -4,17 +4,17 @@ What is missing skips its test and says so.
 """
 import fcntl
 import importlib.util
+import itertools
 import json
 import os
 import pathlib
-import random
 import re
 import shutil
 import subprocess
 import tempfile
 import unittest
 
-from harness import BUILD, IMLOG, NO_TIME, SAMPLE, Case, record
+from harness import BUILD, HOSTILE_TEXTS, IMLOG, NO_TIME, SAMPLE, Case, record
 
 ROOT = pathlib.Path(os.environ["ROOT"])
 FILES, LOG = ROOT / "examples/fleet", (SAMPLE / "cevt").read_bytes()
@@ -65,19 +65,12 @@ class Files(FleetCase):
     def test_schema(self):
         judge = importlib.import_module("jsonschema").Draft7Validator(json.loads(read("iml-1.schema.json")))
         judge.check_schema(judge.schema)
-        draw = random.Random(11)
-
-        def draw_time():  # some are valid
-            return [draw.randrange(*bounds) for bounds in ((19, 22), (0, 100), (0, 13), (0, 32), (0, 25), (0, 61))]
-
-        def draw_record():
-            severity = draw.choice((2, 6, 9, 15, draw.randrange(256)))
-            event = draw.randrange(0x2C), draw.randrange(64)
-            return record(draw.getrandbits(32), severity, draw.randbytes(212), draw_time(), draw_time(),
-                          draw.getrandbits(32), event)
-
-        log = self.file(LOG, *(draw_record() for _ in range(2000)),
-                        record(2**32 - 1, 255, b"", NO_TIME, count=2**32 - 1, event=(0xFFFF, 0xFFFF)))
+        log = self.file(
+            LOG,
+            *(record(severity=severity, event=(event_class, 2)) for severity in range(256) for event_class in (4, 0x21)),
+            record(first=(1970, 1, 1, 12, 0), last=(9999, 12, 31, 23, 59)),
+            record(2**32 - 1, 255, b"", NO_TIME, count=2**32 - 1, event=(0xFFFF, 0xFFFF)),
+        )
         seen = set()
         for words in [], ["--utc"], ["--cursor-file", self.directory / "cursor"]:
             for entry in self.objects(*words, log):
@@ -94,6 +87,31 @@ class Files(FleetCase):
                           ("first", "1969-12-31T00:00:00Z"), ("known", 1), ("message", None), ("class_name", ""),
                           ("change", "old"), ("host", None)):
             self.assertFalse(judge.is_valid(entry | {name: bad}), (name, bad))
+
+    def test_readers_of_formats(self):
+        """The journal takes hostile texts, and finds entries by its fields and by ours."""
+        self.tool("systemd-journal-remote", "systemd-journal-remote")
+        times = (2025, 7, 1, 0, 0), (2025, 5, 1, 0, 0), NO_TIME
+        cases = itertools.product((2, 6, 9, 15, 77), HOSTILE_TEXTS, times, (0x21, 11))
+        log = self.file(*(record(number, severity, text, first, event=(event_class, 2))
+                          for number, (severity, text, first, event_class) in enumerate(cases)))
+        command = f"imlog -o export --host r17u04 '{log}' | systemd-journal-remote -o x.journal -"
+        self.succeed("bash", "-o", "pipefail", "-c", command)
+        self.succeed("journalctl", "--file=x.journal", "--verify")
+
+        def query(*words):
+            lines = self.succeed("journalctl", "--file=x.journal", "-o", "json", *words).splitlines()
+            return sorted(int(json.loads(line)["IML_NUMBER"]) for line in lines)
+
+        ours = self.objects(log)
+        self.assertEqual(query(), [entry["number"] for entry in ours])
+        self.assertEqual(query("-p", "crit", "IML_CLASS=11", "_HOSTNAME=r17u04"),
+                         [entry["number"] for entry in ours if entry["priority"] == 2 and entry["class"] == 11])
+        self.assertEqual(query("-S", "2025-06-01"),
+                         [entry["number"] for entry in ours if entry["last"] and entry["last"] >= "2025-06-01"])
+        for path in log, "/dev/null":
+            command = f"imlog -o prometheus '{path}' | {self.tool('promtool', 'prometheus')} check metrics 2>&1"
+            self.assertEqual(self.succeed("bash", "-o", "pipefail", "-c", command), "")
 
     def mail(self, shell, **env):
         """Status and standard error of imlog-mail, and the lines that were mailed."""

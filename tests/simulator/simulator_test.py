@@ -4,9 +4,7 @@ import datetime
 import errno
 import os
 import random
-import shutil
 import struct
-import time
 import unittest
 
 import imltext
@@ -89,20 +87,6 @@ class Simulator(Case):
         self.assertLess(abs(now - stamp), datetime.timedelta(minutes=2))
         self.assertEqual(added, entry(b"note", 32, 2, added[12:18], 1).ljust(240, b"\0"))
 
-    def test_concurrent_writers_lose_nothing(self):
-        size = (self.server / "cevt").stat().st_size
-        nodes = [node("cevt"), node("casr")]  # shared by forked processes, which write at the same time
-        start = time.monotonic() + 0.5
-        for _ in range(50):
-            if os.fork() == 0:
-                note = request(ADD, entry=entry(b"note"), length=48)
-                time.sleep(max(0, start - time.monotonic()))
-                os._exit(driver.orvIoctlRequest(nodes[0], 81, note, 256) or driver.orvIoctlRequest(nodes[1], 3, None, 0))
-        self.assertEqual([os.wait()[1] for _ in range(50)], [0] * 50)
-        self.assertEqual((self.server / "cevt").stat().st_size, size + 50 * 240)
-        for fd in nodes:
-            driver.orvCloseRequest(fd)
-
     def test_wrong_requests_are_refused(self):
         buffer = request(READ)
         for name, code, length, wrong in (("cdt", 69, 22, (68, 70)), ("cevt", 81, 256, (80, 82)),
@@ -126,15 +110,6 @@ class Simulator(Case):
             (self.server / "casr/state").write_text(text)
             self.assertEqual(ask("casr", 6, ctypes.byref(state), 4), -errno.EIO, text)
 
-    def test_reports_are_cut_at_their_limit(self):
-        for code, name in enumerate(("thermal", "fan", "power", "pci", "debug"), 1):
-            for size in (0, 4607, 4608, 5000):
-                (self.server / "proc" / name).write_bytes(bytes([96 + code]) * size)
-                text = ctypes.create_string_buffer(b"?" * 4609, 4609)
-                self.assertEqual(ask("proc", code, text, 1), 0)
-                expected = bytes([96 + code]) * min(size, 4608) + (b"\0" if size < 4608 else b"?")
-                self.assertEqual(text[:len(expected)], expected)
-
     def test_firmware_variables(self):
         value, size = ctypes.create_string_buffer(b"?" * 9, 9), ctypes.c_int(7)
         self.assertNotEqual(variables.get_ev(b"VXHCPR", value, ctypes.byref(size)), 0)
@@ -150,39 +125,6 @@ class Simulator(Case):
                 self.assertNotEqual(call(wrong, value, ctypes.byref(size)), 0, wrong)
         self.assertNotEqual(variables.set_ev(b"VXHCPR", value, ctypes.byref(ctypes.c_int(0))), 0)
         self.assertEqual(os.listdir(self.server / "ev"), ["VXHCPR"])
-
-    def test_malformed_servers_are_errors(self):
-        shutil.copytree(SAMPLE, self.directory, dirs_exist_ok=True)  # what links lead to
-        files = ("cevt", "cdt/51", "casr/state", "proc/fan", "ev/VXHCPR")
-        for level, error, replace in ((2, errno.ENOENT, lambda path, _: None),
-                                      (2, errno.EINVAL, lambda path, _: path.mkdir()),
-                                      (2, errno.EINVAL, lambda path, _: os.mkfifo(path)),
-                                      (2, errno.ELOOP, lambda path, other: path.symlink_to(other)),
-                                      (1, errno.ELOOP, lambda path, other: path.symlink_to(other))):
-            shutil.rmtree(self.server)
-            self.copy_sample()
-            for name in {"/".join(file.split("/")[:level]) for file in files}:
-                path = self.server / name
-                shutil.rmtree(path) if path.is_dir() else path.unlink()
-                replace(path, self.directory / name)
-            data, size = ctypes.create_string_buffer(4608), ctypes.c_int(4608)
-            self.assertEqual([ask_table(3), add(b"note"), ask("casr", 6, data, 4), ask("proc", 2, data, 1)], [-error] * 4)
-            self.assertNotEqual(variables.get_ev(b"VXHCPR", data, ctypes.byref(size)), 0)
-            self.assertEqual(ctypes.get_errno(), error)
-
-    def test_nodes_are_not_mistaken_for_other_files(self):
-        fd, state = node("casr"), ctypes.c_int32(0)
-        driver.orvCloseRequest(fd)
-        file = driver.orvOpenRequest(bytes(self.server / "casr/state"), os.O_RDWR)
-        os.dup2(file, fd)  # the number of the node is now the file's
-        self.assertEqual(driver.orvIoctlRequest(fd, 6, ctypes.byref(state), 4), -1)
-        self.assertEqual(ctypes.get_errno(), errno.ENOTTY)
-        self.assertEqual(os.write(file, b"0"), 1)
-        self.assertEqual([driver.orvCloseRequest(fd) for fd in (fd, file, file)], [0, 0, -1])
-        self.assertEqual(node("ev"), -1)
-        self.assertEqual(driver.orvOpenRequest(bytes(self.server / "new"), os.O_CREAT | os.O_WRONLY), -1)
-        del os.environ["ORVLOG_SIMULATOR"]
-        self.assertEqual(ask("casr", 6, ctypes.byref(state), 4), -errno.ENOENT)
 
 
 HEAD = "entry\nseverity 2, class 3, code 4\nfirst 2025-03-21 14:05\n"
