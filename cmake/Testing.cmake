@@ -41,7 +41,7 @@ function(orvlog_add_test name)
 endfunction()
 
 # One line per class of Python tests in the current directory: orvlog_add_python_test(FILE.CLASS). They can import
-# tests/e2e/harness.py, which reads the variables.
+# tests/e2e/harness.py, which reads the variables, and the simulator's modules.
 function(orvlog_add_python_test test)
   get_filename_component(group ${CMAKE_CURRENT_SOURCE_DIR} NAME)
   string(REGEX REPLACE "^[a-z_]+[.]" "${group}/" name ${test})
@@ -50,9 +50,8 @@ function(orvlog_add_python_test test)
   set(variables
       BUILD=${PROJECT_BINARY_DIR}
       ROOT=${PROJECT_SOURCE_DIR}
-      PYTHONPATH=${PROJECT_SOURCE_DIR}/tests/e2e
+      PYTHONPATH=${PROJECT_SOURCE_DIR}/tests/e2e:${PROJECT_SOURCE_DIR}/simulator
       FAULTS=$<TARGET_FILE:orvlog_faults>
-      SANITIZE=${ORVLOG_SANITIZE}
-      TOOLS=${PROJECT_SOURCE_DIR}/build/tools)
+      SANITIZE=${ORVLOG_SANITIZE})
   set_tests_properties(${name} PROPERTIES TIMEOUT 600 ENVIRONMENT "${variables}")
 endfunction()

@@ -65,8 +65,8 @@ class SeveralLogs(Case):
                              capture_output=True, check=False)
         self.assertEqual(run.returncode, 2)
         self.assertEqual([json.loads(line)["number"] for line in run.stdout.splitlines()], [8, 0, 1, 7, 5])
-        messages = re.findall(b"^imlog: (.{12})", run.stderr, re.M)
-        self.assertEqual(messages, [b"cannot open ", b"the log ends", b"the file is "])
+        self.assertEqual(re.findall(b"^imlog: (.{12})", run.stderr, re.M),
+                         [b"cannot open ", b"the log ends", b"the file is "])
         for logs, status, start in (
             ((good, text, "/no"), 2, f"CRITICAL - 1 critical, 1 caution on 1 of 3 logs; r1: 1 Maintenance note: b;"
                                      f" 2 of 3 logs not read: '{text}': the file is not a raw log | "),

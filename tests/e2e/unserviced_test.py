@@ -74,9 +74,3 @@ class Unserviced(Case):
         self.assertEqual(self.numbers(*words, self.file(record(0), record(1, 6), record(0, count=2, last=late))), [0])
         log = self.file(record(9), record(0, count=3, last=late), record(1, 6))
         self.assertEqual(self.numbers(*words, log), [9, 0])  # the note is old
-
-    def test_number_of_lines(self):
-        log = self.file(record(0, 15), record(1, 6), record(2, 15), record(3, 15))
-        for words in (["-n", "1"], ["-n", "1", "-u"]):
-            metrics = self.run_imlog("-o", "prometheus", *words, log).decode()
-            self.assertIn('iml_unserviced_entries{severity="critical",class="Maintenance"} 1\n', metrics)

@@ -5,12 +5,7 @@
 
 #include "tests/pci/pci_fakes.h"
 
-using testing::AllOf;
-using testing::Each;
-using testing::ElementsAre;
-using testing::Le;
-using testing::SizeIs;
-using testing::UnorderedElementsAre;
+using namespace testing;
 
 namespace {
 
