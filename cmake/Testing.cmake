@@ -8,10 +8,10 @@ if(NOT Python3_Interpreter_FOUND)
   orvlog_skip("Python 3.9" "the tests of documents, completions and the sample server are" python3)
 endif()
 
-# Only an optimised build has its protections in full, and calls nothing of the C++ library that it could inline.
+# Only an optimised build calls nothing of the C++ library that it could inline.
 if(CMAKE_BUILD_TYPE STREQUAL "Debug")
   set(ORVLOG_OPTIMIZED OFF)
-  message(STATUS "Build without optimisation: the tests of imports, embedding and protections are skipped")
+  message(STATUS "Build without optimisation: the tests of imports and embedding are skipped")
 else()
   set(ORVLOG_OPTIMIZED ON)
 endif()

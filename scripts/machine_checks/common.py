@@ -1,6 +1,5 @@
 """A machine of QEMU, and what its file systems are made from. All that stays is in build/machine."""
 import difflib
-import os
 import pathlib
 import re
 import shutil

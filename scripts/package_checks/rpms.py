@@ -1,6 +1,5 @@
 """The .rpm: what they need and offer, their descriptions and changelogs, and what their binaries need."""
 import re
-import subprocess
 
 from package_checks.common import expect, run
 

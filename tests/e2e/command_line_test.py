@@ -6,7 +6,7 @@ from harness import IMLOG, NO_TIME, Case, record
 
 
 class CommandLine(Case):
-    def test_wrong_usage(self):
+    def test_usage(self):
         """Rows are lines whose words are separated by '|'. The first fault counts."""
         for line, message in (
             ("--bogus|-o|bad", "unrecognized option '--bogus'; see 'imlog --help'"),
@@ -44,6 +44,8 @@ class CommandLine(Case):
             ("-|log|-", "standard input is named twice; give '-' once"),
             ("--host|x|log|b", "option '--host' is for one FILE; read the FILEs one by one, or leave the option out"),
             ("a/x.iml|log|b/x", "'a/x.iml' and 'b/x' have the same host; rename one, or read them one by one"),
+            ("-n|-o|check", "invalid number of lines '-o'; use "),
+            ("-o|check|-o|json|-z", "invalid option -- 'z'; see "),
             ("-o|bad|--|-o|check", "unknown format 'bad'; use "),
         ):
             self.assertEqual(self.run_imlog(*line.split("|"), status=3, stderr=message.encode()), b"")
@@ -54,6 +56,8 @@ class CommandLine(Case):
     def test_words(self):
         """Each word that is printed for "help" is one that the option takes."""
         self.assertEqual(self.run_imlog("-p", "help", "-x", "bad"), b"information\nrepaired\ncaution\ncritical\n")
+        for name in self.run_imlog("-o", "help").split():
+            self.run_imlog("-o", name, "--version")
         *classes, unknown = self.run_imlog("--exclude=help", "-o", "check").decode().splitlines()
         self.assertEqual((classes[11], len(classes), unknown), ("0x0B Power Subsystem", 29, "Unknown"))
         log = self.file(*(record(code, event=(code, 1)) for code in range(256)))

@@ -1,7 +1,4 @@
-"""The files in examples/fleet, each read by a program that uses it, and the commands of the manual and the guides.
-
-What is missing skips its test and says so.
-"""
+"""The files in examples/fleet and imlog's formats, read by programs that use them; the commands of two documents."""
 import fcntl
 import importlib.util
 import itertools
@@ -67,7 +64,8 @@ class Files(FleetCase):
         judge.check_schema(judge.schema)
         log = self.file(
             LOG,
-            *(record(severity=severity, event=(event_class, 2)) for severity in range(256) for event_class in (4, 0x21)),
+            *(record(severity=severity, event=event)
+              for severity, event in itertools.product(range(256), ((4, 2), (0x21, 2)))),
             record(first=(1970, 1, 1, 12, 0), last=(9999, 12, 31, 23, 59)),
             record(2**32 - 1, 255, b"", NO_TIME, count=2**32 - 1, event=(0xFFFF, 0xFFFF)),
         )
@@ -262,7 +260,7 @@ class Examples(FleetCase):
         r"imlog -o json --cursor-file=\S+ \|": r"Server Critical Fault",
         r"imlog -r -u -p critical -S yesterday fleet": r"^\d{4}-\d\d-\d\dT\d\d:\d\d r\d+u\d+ Critical ",
         r"imlog -p caution -x": r"^(?!.*Network Adapter Link)",
-        r"imlog -o raw >|imlog -n 0 .*--cursor-file|imlog -o json fleet|orvlog -s REPAIRED|mkdir|imlog-fetch": r"^$",
+        r"imlog -o raw >|imlog -n 0 .*--cursor-file|imlog -o json fleet|mkdir|imlog-fetch": r"^$",
         r"TZ=Europe/Berlin imlog": r"Server Critical Fault",
         r"imlog -o export": r"^",
         r"journalctl --directory=fleet": r" r\d+u\d+ imlog: ",
@@ -275,7 +273,7 @@ class Examples(FleetCase):
         page = re.sub(r"^\.Dl ", "", page, flags=re.M).replace(r"\(aq", "'").replace(r"\-", "-")
         guide = re.sub(r"^    ", "", (ROOT / "docs/shipping.md").read_text(), flags=re.M)
         text = re.sub(r"\|\n +", "| ", page + guide)  # joins a command of two lines
-        starts = r"TZ=|(?:journalctl|imlog|imlog-fetch|orvlog|mkdir) "
+        starts = r"TZ=|(?:journalctl|imlog|imlog-fetch|mkdir) "
         return re.findall(rf"^(?:[#$] )?((?:{starts}).*)$", text, re.M)
 
     def test_all(self):

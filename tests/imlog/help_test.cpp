@@ -16,6 +16,7 @@ TEST(Help, HasTheWordsOfTheTables) {
   const std::string in_one_line = std::regex_replace(text, std::regex("\\s+"), " ");
   for (const std::string &part : {
            std::string(" TIME: ") + kTimeForms + " -c,",
+           std::string(" information, repaired, caution or critical; the beginning "),
            std::to_string(kFailure) + " failure, " + std::to_string(kWrongUsage) +
                " wrong usage. With -o check: ",
            std::to_string(kCheckOk) + " ok, " + std::to_string(kCheckWarning) + " caution, " +

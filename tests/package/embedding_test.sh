@@ -13,7 +13,8 @@ ORVLOG_SIMULATOR=$server LD_LIBRARY_PATH="" "$orvlog" -v | sed -n 's/^LOG: //p' 
 
 # A program that includes the headers gets no macro and no enumerator without their prefix.
 grep -rhoP '^ *# *define +\K\w+' "$tree/include" >"$work/constants"
-(cd "$tree/include" && printf '#include "%s"\n' iml/*.h iml/records/*.h) | "$cc" -E -P -I"$tree/include" -x c - | tr '\n' ' ' |
+(cd "$tree/include" && printf '#include "%s"\n' iml/*.h iml/records/*.h) |
+  "$cc" -E -P -I"$tree/include" -x c - | tr '\n' ' ' |
   grep -oE '\benum\b[^;{]*\{[^}]*\}' | sed 's/.*{//' | grep -oE '\b[A-Za-z_]\w* *[=,}]' >>"$work/constants"
 grep -q '^IML_PACKED' "$work/constants" && grep -q '^IML_CLASS_CPU' "$work/constants"
 ! grep -v '^IML_' "$work/constants" >&2 || { echo "constants without IML_" >&2; exit 1; }
