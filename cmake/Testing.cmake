@@ -40,18 +40,20 @@ function(orvlog_add_test name)
   gtest_discover_tests(${target} TEST_PREFIX "${name}/" PROPERTIES TIMEOUT 120)
 endfunction()
 
-# One line per class of Python tests in the current directory: orvlog_add_python_test(FILE.CLASS). They can import
+# Classes of Python tests in the current directory, each a test: orvlog_add_python_tests(FILE.CLASS...). They can import
 # tests/e2e/harness.py, which reads the variables, and the simulator's modules.
-function(orvlog_add_python_test test)
+function(orvlog_add_python_tests)
   get_filename_component(group ${CMAKE_CURRENT_SOURCE_DIR} NAME)
-  string(REGEX REPLACE "^[a-z_]+[.]" "${group}/" name ${test})
-  add_test(NAME ${name} COMMAND Python3::Interpreter -B -m unittest -v ${test} WORKING_DIRECTORY
-                                                                              ${CMAKE_CURRENT_SOURCE_DIR})
   set(variables
       BUILD=${PROJECT_BINARY_DIR}
       ROOT=${PROJECT_SOURCE_DIR}
       PYTHONPATH=${PROJECT_SOURCE_DIR}/tests/e2e:${PROJECT_SOURCE_DIR}/simulator
       FAULTS=$<TARGET_FILE:orvlog_faults>
       SANITIZE=${ORVLOG_SANITIZE})
-  set_tests_properties(${name} PROPERTIES TIMEOUT 600 ENVIRONMENT "${variables}")
+  foreach(test IN LISTS ARGN)
+    string(REGEX REPLACE "^[a-z_]+[.]" "${group}/" name ${test})
+    add_test(NAME ${name} COMMAND Python3::Interpreter -B -m unittest -v ${test} WORKING_DIRECTORY
+                                                                                ${CMAKE_CURRENT_SOURCE_DIR})
+    set_tests_properties(${name} PROPERTIES TIMEOUT 600 ENVIRONMENT "${variables}")
+  endforeach()
 endfunction()
