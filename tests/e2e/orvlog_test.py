@@ -39,6 +39,10 @@ class Orvlog(Case):
         self.assertGreaterEqual(len(entries), 60)
         last = self.orvlog("-V", numbers[-1])
         self.assertEqual(re.findall(r"\n(\d+ \w+)", last), [numbers[-1] + " Repaired"])
+        command = [BUILD / "orvlog/orvlog", "-s", "info", "-l", "x"]
+        writers = [subprocess.Popen(command, env=self.env()) for _ in range(20)]
+        self.assertEqual([writer.wait() for writer in writers], [0] * 20)
+        self.assertEqual(len(re.findall(ENTRY, self.orvlog("-v"))), len(entries) + 20)
 
     def test_watchdog_and_reports(self):
         server = self.copy_sample()

@@ -15,13 +15,9 @@ ADD, READ = 1, 2
 FULL = b"f" * 212
 
 
-def node(name):
-    return driver.orvOpenRequest(f"/dev/zythealth/{name}".encode(), os.O_RDONLY)
-
-
 def ask(name, code, buffer, length):
     """The answer of a node, or -errno."""
-    fd = node(name)
+    fd = driver.orvOpenRequest(f"/dev/zythealth/{name}".encode(), os.O_RDONLY)
     status = -1 if fd < 0 else driver.orvIoctlRequest(fd, code, buffer, length)
     answer = status if status >= 0 else -ctypes.get_errno()
     driver.orvCloseRequest(fd)
@@ -123,6 +119,14 @@ class Simulator(Case):
                 self.assertNotEqual(call(wrong, value, ctypes.byref(size)), 0, wrong)
         self.assertNotEqual(variables.set_ev(b"VXHCPR", value, ctypes.byref(ctypes.c_int(0))), 0)
         self.assertEqual(os.listdir(self.server / "ev"), ["VXHCPR"])
+
+    def test_links_are_not_followed(self):
+        for name in "cevt", "cdt/51", "casr/state", "proc/fan":
+            (self.server / name).rename(self.directory / "other")
+            (self.server / name).symlink_to(self.directory / "other")
+        data = ctypes.create_string_buffer(4608)
+        answers = [ask_table(3), add(b"note"), ask("casr", 6, data, 4), ask("proc", 2, data, 1)]
+        self.assertEqual(answers, [-errno.ELOOP] * 4)
 
 
 HEAD = "entry\nseverity 2, class 3, code 4\nfirst 2025-03-21 14:05\n"
